@@ -1,0 +1,31 @@
+# The tests of the extension, in the interpreter that it was built for.
+
+set(environment "PYTHONPATH=${PROJECT_BINARY_DIR}")
+if("address" IN_LIST MCP_RESPONSES_SANITIZE)
+  # The interpreter itself is not sanitized, so the run-time is loaded ahead of it; without libstdc++ beside it
+  # the first C++ exception would abort. The interpreter keeps memory until it ends: leaks are counted by tests.
+  foreach(library IN ITEMS libasan.so libstdc++.so)
+    execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=${library}
+      OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    list(APPEND preload "${path}")
+  endforeach()
+  list(JOIN preload ":" preload)
+  list(APPEND environment "LD_PRELOAD=${preload}" PYTHONMALLOC=malloc
+    ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 UBSAN_OPTIONS=print_stacktrace=1)
+endif()
+
+# Found rather than listed: a file that nobody listed would be a test that nobody runs.
+file(GLOB test_files CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/mcp_responses"
+  "${CMAKE_CURRENT_SOURCE_DIR}/mcp_responses/test_*.py")
+foreach(file IN LISTS test_files)
+  cmake_path(GET file STEM stem)
+  add_test(NAME mcp_responses.${stem}
+    COMMAND "${Python_EXECUTABLE}" -m unittest discover
+      --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/mcp_responses" --pattern ${file})
+  set_tests_properties(mcp_responses.${stem} PROPERTIES
+    ENVIRONMENT "${environment}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "Ran 0 tests")
+endforeach()
+
+add_test(NAME mcp_responses.exports
+  COMMAND "${CMAKE_COMMAND}" -D EXTENSION=$<TARGET_FILE:mcp_responses_extension>
+    -D NM=${CMAKE_NM} -D READELF=${CMAKE_READELF} -P "${PROJECT_SOURCE_DIR}/cmake/check_exports.cmake")

@@ -1,0 +1,36 @@
+# The library as C++ projects use it: one archive made of both layers, their headers in one folder, and what
+# find_package and pkg-config need to find them.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+add_library(mcp_responses STATIC
+  $<TARGET_OBJECTS:mcp_responses_core> $<TARGET_OBJECTS:mcp_responses_responses>)
+add_library(mcp_responses::mcp_responses ALIAS mcp_responses)
+set_target_properties(mcp_responses PROPERTIES LINKER_LANGUAGE CXX)
+target_compile_features(mcp_responses PUBLIC cxx_std_20)
+target_include_directories(mcp_responses INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/responses>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
+get_target_property(core_headers mcp_responses_core HEADER_SET)
+get_target_property(responses_headers mcp_responses_responses HEADER_SET)
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/mcp_responses")
+set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+configure_package_config_file(cmake/mcp_responsesConfig.cmake.in mcp_responsesConfig.cmake
+  INSTALL_DESTINATION "${package_folder}")
+write_basic_package_version_file(mcp_responsesConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+# From the pkg-config file's folder back to the prefix, so that an installed tree may be moved.
+file(RELATIVE_PATH pkgconfig_to_prefix "/${pkgconfig_folder}" "/")
+string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
+configure_file(packaging/mcp_responses.pc.in mcp_responses.pc @ONLY)
+
+install(TARGETS mcp_responses EXPORT mcp_responses COMPONENT library)
+install(FILES ${core_headers} ${responses_headers}
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/mcp_responses" COMPONENT library)
+install(EXPORT mcp_responses FILE mcp_responsesTargets.cmake NAMESPACE mcp_responses::
+  DESTINATION "${package_folder}" COMPONENT library)
+install(
+  FILES "${PROJECT_BINARY_DIR}/mcp_responsesConfig.cmake" "${PROJECT_BINARY_DIR}/mcp_responsesConfigVersion.cmake"
+  DESTINATION "${package_folder}" COMPONENT library)
+install(FILES "${PROJECT_BINARY_DIR}/mcp_responses.pc" DESTINATION "${pkgconfig_folder}" COMPONENT library)

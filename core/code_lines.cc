@@ -1,0 +1,187 @@
+#include "code_lines.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <unordered_map>
+#include <utility>
+
+#include "cuts.h"
+#include "utf8.h"
+#include "work_tree.h"
+
+namespace mcp_responses {
+namespace {
+
+/// One file that is asked for, and what came of it.
+struct File {
+  Text path;
+  std::string name;
+  std::vector<std::int64_t> numbers;  // of the lines wanted, ascending
+  std::vector<std::pair<std::int64_t, Text>> lines;
+  std::string not_read;  // why; empty when it was
+};
+
+struct ViewHash {
+  std::size_t operator()(const TextView& view) const noexcept { return hash_of(view); }
+};
+
+std::vector<File> files_of(std::span<const Place> places) {
+  std::vector<File> files;
+  std::unordered_map<TextView, std::size_t, ViewHash> position_of;
+  for (const Place& place : places) {
+    const auto [found, is_new] = position_of.try_emplace(place.path.view(), files.size());
+    if (is_new) files.push_back({place.path, file_name(place.path), {}, {}, {}});
+    if (place.line >= 1) files[found->second].numbers.push_back(place.line);
+  }
+  for (File& file : files) {
+    std::ranges::sort(file.numbers);
+    const auto repeated = std::ranges::unique(file.numbers);
+    file.numbers.erase(repeated.begin(), repeated.end());
+  }
+  return files;
+}
+
+void look_up(const WorkTree& tree, File& file) {
+  try {
+    const auto content = tree.read(file.name);
+    if (!content) return;
+    LineFinder finder(*content);
+    for (const std::int64_t number : file.numbers) {
+      const auto line = finder.find(number);
+      if (!line) break;
+      file.lines.emplace_back(number, code_line_text(*line));
+    }
+  } catch (const Unreadable& error) {
+    file.not_read = error.what();
+  }
+}
+
+/// Whether a line break starts at `at`, and how long it is; 0 for none. Bytes past the end read as
+/// 0.
+std::size_t break_length(std::string_view bytes, std::size_t at) {
+  const auto byte = [&](std::size_t ahead) {
+    return at + ahead < bytes.size() ? static_cast<unsigned char>(bytes[at + ahead]) : 0U;
+  };
+  switch (byte(0)) {
+    case 0x0D:
+      return byte(1) == 0x0A ? 2 : 1;
+    case 0x0A:
+    case 0x0B:
+    case 0x0C:
+    case 0x1C:
+    case 0x1D:
+    case 0x1E:
+      return 1;
+    case 0xC2:
+      return byte(1) == 0x85 ? 2 : 0;
+    case 0xE2:
+      return byte(1) == 0x80 && (byte(2) & 0xFEU) == 0xA8 ? 3 : 0;
+    default:
+      return 0;
+  }
+}
+
+constexpr std::size_t skip_block = 64;
+
+/// How many breaks start in the block at `bytes`; CR LF counts where its LF stands. Reads two bytes
+/// past the block. A fixed length and no branch: the compiler makes vector instructions of it.
+unsigned breaks_in_block(const char* bytes) {
+  const auto* block = reinterpret_cast<const std::uint8_t*>(bytes);
+  std::uint8_t count = 0;
+  for (std::size_t i = 0; i < skip_block; ++i) {
+    const std::uint8_t first = block[i];
+    const std::uint8_t second = block[i + 1];
+    const std::uint8_t third = block[i + 2];
+    const auto control = static_cast<std::uint8_t>((static_cast<std::uint8_t>(first - 0x0A) <= 3) |
+                                                   (static_cast<std::uint8_t>(first - 0x1C) <= 2));
+    const auto cr_of_pair = static_cast<std::uint8_t>((first == 0x0D) & (second == 0x0A));
+    const auto next_line = static_cast<std::uint8_t>((first == 0xC2) & (second == 0x85));
+    const auto separator =
+        static_cast<std::uint8_t>((first == 0xE2) & (second == 0x80) & ((third & 0xFE) == 0xA8));
+    count = static_cast<std::uint8_t>(count + ((control & ~cr_of_pair) | next_line | separator));
+  }
+  return count;
+}
+
+}  // namespace
+
+std::optional<std::string_view> LineFinder::find(std::int64_t number) {
+  skip_blocks_before(number);
+  while (at_ < bytes_.size()) {
+    const std::size_t start = at_;
+    std::size_t length = 0;
+    while (at_ < bytes_.size() && (length = break_length(bytes_, at_)) == 0) ++at_;
+    const std::string_view line = bytes_.substr(start, at_ - start);
+    at_ += length;
+    if (line_++ == number) return line;
+  }
+  return {};
+}
+
+void LineFinder::skip_blocks_before(std::int64_t number) {
+  while (at_ + skip_block + 2 <= bytes_.size()) {
+    const std::int64_t line_after = line_ + breaks_in_block(bytes_.data() + at_);
+    if (line_after >= number) return;
+    line_ = line_after;
+    at_ += skip_block;
+  }
+}
+
+Text code_line_text(std::string_view line) {
+  constexpr std::size_t limit = CODE_LINE_CHARS;
+  std::vector<std::uint32_t>
+      start;  // of the line without white space in front, one past the limit when there is more
+  std::size_t end = 0;  // of what it holds but for white space behind
+  for (std::size_t at = 0; at < line.size() && start.size() <= limit;) {
+    const std::uint32_t code_point = decode_next(line, at);
+    const bool is_space = is_white_space(code_point);
+    if (is_space && (start.empty() || start.size() >= limit)) continue;
+    start.push_back(code_point);
+    if (!is_space) end = start.size();
+  }
+  return _cut(Text::copy_of(std::span<const std::uint32_t>(start).first(end)), CODE_LINE_CHARS);
+}
+
+std::string file_name(const Text& path) {
+  std::string bytes;
+  visit_units(path.view(), [&](auto units) {
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      const std::uint32_t unit = units[i];
+      if (unit == 0) throw NulInPath();
+      if (unit >= 0xDC80 && unit <= 0xDCFF) {
+        bytes.push_back(static_cast<char>(unit - 0xDC00));
+        continue;
+      }
+      if (is_surrogate(unit)) throw SurrogateError(path, i);
+      std::array<char, 4> encoded;
+      bytes.append(encoded.data(), encode_utf8(unit, encoded.data()));
+    }
+  });
+  return bytes;
+}
+
+std::vector<CodeLine> code_lines(const std::optional<std::string>& root,
+                                 std::span<const Place> places, const CodeLinesHooks& hooks) {
+  if (!root) return {};
+  if (root->find('\0') != std::string::npos) throw NulInPath();
+  std::vector<File> files = files_of(places);
+  std::exception_ptr failure;
+  hooks.while_reading([&] {
+    try {
+      const WorkTree tree(*root);
+      for (File& file : files) look_up(tree, file);
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  });
+  std::vector<CodeLine> lines;
+  for (File& file : files) {
+    if (!file.not_read.empty()) hooks.not_read(file.path, file.not_read);
+    for (auto& [number, text] : file.lines) lines.push_back({{file.path, number}, std::move(text)});
+  }
+  if (failure) std::rethrow_exception(failure);
+  return lines;
+}
+
+}  // namespace mcp_responses

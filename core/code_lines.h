@@ -1,0 +1,85 @@
+// Code lines: the lines of code at a set of places in a work tree, each file read once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "text.h"
+
+namespace mcp_responses {
+
+/// The length in characters to which a line is cut.
+inline constexpr std::int64_t CODE_LINE_CHARS = 200;
+
+/// A path relative to the repository's root, as the service stores it, and a 1-based line number.
+struct Place {
+  Text path;
+  std::int64_t line;
+};
+
+/// A place that has a line, and that line: white space stripped from both ends, cut to
+/// `CODE_LINE_CHARS`.
+struct CodeLine {
+  Place place;
+  Text text;
+};
+
+/// What `code_lines` asks of the program that it runs in.
+struct CodeLinesHooks {
+  /// Calls the function it is given, which reads files and touches none of the texts of the places.
+  /// A host that has a lock gives it up meanwhile.
+  std::function<void(const std::function<void()>& read_files)> while_reading =
+      [](const auto& read) { read(); };
+  /// Hears of each file that is not read, in the order of the files: the path as the caller wrote
+  /// it, and why.
+  std::function<void(const Text& path, const std::string& reason)> not_read =
+      [](const Text&, const std::string&) {};
+};
+
+/// A path holds a NUL character, which no file name can.
+class NulInPath : public std::invalid_argument {
+ public:
+  NulInPath() : std::invalid_argument("embedded null byte") {}
+};
+
+/// The lines at these places. Each place comes once; the lines of one file stand together,
+/// ascending, the files in the order in which their path first occurs. A place without a line, and
+/// a file outside the root, give nothing; a file that cannot be read is told to `hooks.not_read`.
+/// Without a root nothing is done at all. Throws `NulInPath`, `LinkLoop` and, for a path that is no
+/// file name, `SurrogateError`.
+std::vector<CodeLine> code_lines(const std::optional<std::string>& root,
+                                 std::span<const Place> places, const CodeLinesHooks& hooks = {});
+
+/// A path as the bytes of a file name: UTF-8, and the byte that each of U+DC80 to U+DCFF stands
+/// for, which is how the host writes names that are not UTF-8 (PEP 383). Throws `NulInPath` and,
+/// for other surrogates, `SurrogateError`.
+std::string file_name(const Text& path);
+
+/// Finds lines of a text in UTF-8 by number, going forward. A line ends at CR LF, LF, CR, U+000B,
+/// U+000C, U+001C to U+001E, U+0085, U+2028 or U+2029, as in the host's `splitlines`.
+class LineFinder {
+ public:
+  explicit LineFinder(std::string_view bytes) : bytes_(bytes) {}
+
+  /// The bytes of a line, its break not included; nothing past the last. Requires a number greater
+  /// than the last one asked for, from 1 up.
+  std::optional<std::string_view> find(std::int64_t number);
+
+ private:
+  void skip_blocks_before(std::int64_t number);
+
+  std::string_view bytes_;
+  std::size_t at_ = 0;
+  std::int64_t line_ = 1;  // the number of the line that `at_` stands in
+};
+
+/// A line's bytes decoded (an ill-formed sequence gives U+FFFD), stripped and cut.
+Text code_line_text(std::string_view line);
+
+}  // namespace mcp_responses

@@ -1,0 +1,39 @@
+// Cuts and summaries: text of bounded length, cut so that a reader sees where. Lengths are in code
+// points.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "text.h"
+
+namespace mcp_responses {
+
+/// The length to which `first_sentence` cuts a summary.
+inline constexpr std::int64_t SUMMARY_CHARS = 160;
+
+/// True for the 29 code points that count as white space wherever this library strips, collapses or
+/// splits: the Unicode Standard's White_Space property and the four separators U+001C to U+001F, as
+/// in the host's own strings.
+bool is_white_space(std::uint32_t code_point) noexcept;
+
+/// The view without white space at its end, and at both ends.
+TextView without_trailing_space(TextView view) noexcept;
+TextView stripped(TextView view) noexcept;
+
+/// `text` cut to at most `chars` characters, hard, the cut marked with an ellipsis: "abc   def" to
+/// 6 is "abc…". White space before the ellipsis goes. A text that fits comes back as it is. Nothing
+/// fits into less than one character: then the result is empty.
+Text _cut(const Text& text, std::int64_t chars);
+
+/// The same at a word boundary where one lies in the second half of the allowed length: "alpha beta
+/// gamma" to 12 is "alpha beta…". Only U+0020 counts as a boundary. With `chars` below 2 a longer
+/// text becomes the empty text.
+Text _trimmed(const Text& text, std::int64_t chars);
+
+/// The first sentence of a docstring's first paragraph, white space collapsed, cut to
+/// `SUMMARY_CHARS`. Nothing when there is no docstring or no text in it. A sentence ends at ".",
+/// "!" or "?" before white space.
+std::optional<Text> first_sentence(const std::optional<Text>& docstring);
+
+}  // namespace mcp_responses

@@ -1,0 +1,69 @@
+#include "encode.h"
+
+#include <span>
+
+namespace mcp_responses {
+namespace {
+
+/// A Value as the encoder walks it.
+class ValueTree {
+ public:
+  using Node = const Value*;
+
+  class Cursor {
+   public:
+    explicit Cursor(List list)
+        : container_(std::move(list)), elements_(container_.list()->items()) {}
+    explicit Cursor(Object object)
+        : container_(std::move(object)), is_object_(true), members_(container_.object()->items()) {}
+
+    bool is_object() const noexcept { return is_object_; }
+    bool next() noexcept { return ++past_ <= (is_object_ ? members_.size() : elements_.size()); }
+    TextView key() const noexcept { return members_[past_ - 1].key.view(); }
+    Node value() const noexcept {
+      return is_object_ ? &members_[past_ - 1].value : &elements_[past_ - 1];
+    }
+
+   private:
+    Value container_;  // keeps what the spans show alive
+    bool is_object_ = false;
+    std::span<const Value> elements_;
+    std::span<const Member> members_;
+    std::size_t past_ = 0;
+  };
+
+  static Kind kind(Node node, const std::vector<Cursor>&) noexcept { return node->kind(); }
+  static bool boolean(Node node) noexcept { return *node->boolean(); }
+  static std::int64_t integer(Node node) noexcept { return *node->integer(); }
+  static double real(Node node) noexcept { return *node->real(); }
+  static TextView text(Node node) noexcept { return node->holder().text(node->payload()); }
+  static Cursor open(Node node, Kind kind) {
+    return kind == Kind::object ? Cursor(*node->object()) : Cursor(*node->list());
+  }
+};
+
+}  // namespace
+
+Text tool_result_text(const Value& result) {
+  TextSink sink;
+  ValueTree tree;
+  encode(tree, &result, sink);
+  return visit_units(sink.view(), [](auto units) { return Text::copy_of(units); });
+}
+
+std::size_t _encoded_size(const Value& result) {
+  if (result.holder().encoded_size != nullptr)
+    return result.holder().encoded_size(result.payload());
+  CountSink sink;
+  ValueTree tree;
+  encode(tree, &result, sink);
+  return sink.bytes();
+}
+
+std::size_t encoded_string_size(const TextView& string) {
+  CountSink sink;
+  sink.put_string(string);
+  return sink.bytes();
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,28 @@
+#include "errors.h"
+
+#include <array>
+
+namespace mcp_responses {
+namespace {
+
+std::string joined(std::initializer_list<std::string_view> pieces) {
+  std::string text;
+  for (const std::string_view piece : pieces) text += piece;
+  return text;
+}
+
+}  // namespace
+
+std::string_view kind_name(Kind kind) noexcept {
+  constexpr std::array<std::string_view, 7> names{"None", "bool", "int", "float",
+                                                  "str",  "list", "dict"};
+  return names[static_cast<std::size_t>(kind)];
+}
+
+KindError::KindError(std::string_view where, std::string_view expected, Kind met)
+    : std::invalid_argument(joined({where, " must be ", expected, ", not ", kind_name(met)})) {}
+
+AttributeMissing::AttributeMissing(std::string_view type, std::string_view attribute)
+    : std::invalid_argument(joined({"'", type, "' object has no attribute '", attribute, "'"})) {}
+
+}  // namespace mcp_responses

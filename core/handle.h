@@ -1,0 +1,81 @@
+// Handle: what Text and Value have in common, 16 bytes that own one value however it is held.
+//
+// A value may be held in place (a number), by this library (reference-counted storage), by the
+// program (a fixed word) or by a host interpreter (its own object, kept alive). Each way of holding
+// is one static table of functions, the Holder; a handle is a pointer to it and a payload. That is
+// how `core` passes host objects through without knowing what a host is.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace mcp_responses {
+
+class Value;
+struct TextView;
+
+enum class Kind : std::uint8_t { null, boolean, integer, real, string, list, object };
+
+union Payload {
+  bool boolean;
+  std::int64_t integer;
+  double real;
+  const void* pointer;
+};
+
+/// One way of holding values of one kind. Functions that make no sense for the kind are null.
+struct Holder {
+  Kind kind;
+  void (*retain)(Payload) noexcept = nullptr;   // null: there is nothing to count
+  void (*release)(Payload) noexcept = nullptr;  // null with `retain`
+  std::int64_t (*integer)(Payload) noexcept = nullptr;
+  TextView (*text)(Payload) noexcept = nullptr;
+  std::size_t (*size)(Payload) noexcept = nullptr;  // of a list or an object
+  /// A list or an object held elsewhere, as one of this library's own, one level deep. Null: it is
+  /// one already.
+  Value (*opened)(Payload) = nullptr;
+  /// Bytes of its encoding as UTF-8. Null where `opened` is.
+  std::size_t (*encoded_size)(Payload) = nullptr;
+};
+
+extern const Holder null_holder;
+
+class Handle {
+ public:
+  Handle(const Handle& other) noexcept : holder_(other.holder_), payload_(other.payload_) {
+    if (holder_->retain != nullptr) holder_->retain(payload_);
+  }
+  /// `other` becomes null; a Text, List or Object that was moved from may only be assigned to or
+  /// destroyed.
+  Handle(Handle&& other) noexcept
+      : holder_(std::exchange(other.holder_, &null_holder)),
+        payload_(std::exchange(other.payload_, Payload{.pointer = nullptr})) {}
+  Handle& operator=(Handle other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~Handle() {
+    if (holder_->release != nullptr) holder_->release(payload_);
+  }
+
+  void swap(Handle& other) noexcept {
+    std::swap(holder_, other.holder_);
+    std::swap(payload_, other.payload_);
+  }
+
+  const Holder& holder() const noexcept { return *holder_; }
+  const Payload& payload() const noexcept { return payload_; }
+
+ protected:
+  Handle() noexcept : holder_(&null_holder), payload_{.pointer = nullptr} {}
+  Handle(const Holder& holder, Payload payload) noexcept : holder_(&holder), payload_(payload) {}
+
+  void set_payload(Payload payload) noexcept { payload_ = payload; }
+
+ private:
+  const Holder* holder_;
+  Payload payload_;
+};
+
+}  // namespace mcp_responses

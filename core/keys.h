@@ -1,0 +1,68 @@
+// Keys: the fixed names of response objects, written where an object is built.
+//
+//   return Shaped{"built"_key = built, "branch"_key = branch, "pages"_key = pages};
+//
+// builds an object with these three members in this order. The names are part of the type, so all
+// objects built by one such line share one static Shape, and a key costs no allocation, no copy and
+// no look-up.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include "value.h"
+
+namespace mcp_responses {
+
+/// The characters of a string literal as a template argument.
+template <std::size_t N>
+struct Name {
+  char chars[N];
+  // NOLINTNEXTLINE(google-explicit-constructor): a literal is meant to become one.
+  consteval Name(const char (&literal)[N]) { std::copy_n(literal, N, chars); }
+};
+
+template <Name name>
+inline constexpr Word word{name.chars, sizeof(name.chars) - 1};
+
+template <Name name>
+struct NamedValue {
+  Value value;
+};
+
+template <Name name>
+struct Key {
+  operator Text() const noexcept {
+    return Text(word<name>);
+  }  // NOLINT(google-explicit-constructor)
+
+  template <class Content>
+  NamedValue<name> operator=(
+      Content&& content) const {  // NOLINT(misc-unconventional-assign-operator)
+    return {Value(std::forward<Content>(content))};
+  }
+};
+
+template <Name name>
+constexpr Key<name> operator""_key() {
+  return {};
+}
+
+template <Name... names>
+inline constexpr std::array<const Word*, sizeof...(names)> shape_words{&word<names>...};
+template <Name... names>
+inline constexpr Shape shape_of{shape_words<names...>};
+
+/// An object of fixed keys. Requires that they differ. Braces, not parentheses: they fix the order
+/// of evaluation.
+class Shaped : public Object {
+ public:
+  template <Name... names>
+  explicit Shaped(NamedValue<names>&&... members) : Object(&shape_of<names...>) {
+    (add(Text(word<names>), std::move(members.value)), ...);
+  }
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,70 @@
+// What the encoder writes into: a text, or only a count of its bytes. Both take the same calls, so
+// that the size of an answer cannot disagree with its text.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include "text.h"
+
+namespace mcp_responses {
+
+/// Collects a text in the narrowest width that fits what came so far. Surrogates are carried
+/// through.
+class TextSink {
+ public:
+  /// ASCII, as it is.
+  void put(char character) { put(std::string_view(&character, 1)); }
+  void put(std::string_view ascii);
+  /// A string: quotation marks around it, its content escaped where it must be.
+  void put_string(const TextView& text);
+
+  /// Valid until the next call.
+  TextView view() const noexcept { return {buffer_.get(), size_, range_}; }
+
+ private:
+  struct Free {
+    void operator()(void* buffer) const noexcept { std::free(buffer); }
+  };
+
+  /// Room for `more` units of the width in use; where the next one goes.
+  template <class Unit>
+  Unit* room_for(std::size_t more) {
+    const std::size_t needed = (size_ + more) * sizeof(Unit);
+    if (needed > capacity_) grow(needed);
+    return static_cast<Unit*>(buffer_.get()) + size_;
+  }
+  template <class Unit>
+  void put_ascii(std::string_view ascii);
+  template <class Unit>
+  void put_quoted(const TextView& text);
+  template <class Unit, class From>
+  void put_escaped(std::span<const From> units);
+  void grow(std::size_t needed);
+  void widen(Range range);
+  template <class From, class To>
+  void widen_units();
+
+  std::unique_ptr<void, Free> buffer_;
+  std::size_t capacity_ = 0;  // in bytes
+  std::size_t size_ = 0;      // in units
+  Range range_ = Range::ascii;
+};
+
+/// Counts the bytes of the text in UTF-8. A lone surrogate has none: `SurrogateError`.
+class CountSink {
+ public:
+  void put(char) noexcept { ++bytes_; }
+  void put(std::string_view ascii) noexcept { bytes_ += ascii.size(); }
+  void put_string(const TextView& text);
+
+  std::size_t bytes() const noexcept { return bytes_; }
+
+ private:
+  std::size_t bytes_ = 0;
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,156 @@
+#include "text.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "utf8.h"
+
+namespace mcp_responses {
+namespace {
+
+/// The storage of a text that this library allocates; the units follow it.
+struct TextStorage {
+  mutable std::atomic<std::size_t> owners = 1;
+  std::size_t size;
+  Range range;
+
+  TextStorage(std::size_t code_points, Range highest) noexcept
+      : size(code_points), range(highest) {}
+  void* units() noexcept { return this + 1; }
+  const void* units() const noexcept { return this + 1; }
+};
+
+const TextStorage& storage_of(Payload payload) noexcept {
+  return *static_cast<const TextStorage*>(payload.pointer);
+}
+
+void retain_text(Payload payload) noexcept {
+  storage_of(payload).owners.fetch_add(1, std::memory_order_relaxed);
+}
+
+void release_text(Payload payload) noexcept {
+  const TextStorage& storage = storage_of(payload);
+  if (storage.owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    ::operator delete(const_cast<TextStorage*>(&storage));
+  }
+}
+
+TextView view_text(Payload payload) noexcept {
+  const TextStorage& storage = storage_of(payload);
+  return {storage.units(), storage.size, storage.range};
+}
+
+TextView view_word(Payload payload) noexcept {
+  return static_cast<const Word*>(payload.pointer)->view();
+}
+
+constexpr Word no_characters{"", 0};
+
+/// The bits of all units together are enough to tell the range of the highest.
+template <class Unit>
+Range range_of(std::span<const Unit> units) noexcept {
+  std::uint32_t bits = 0;
+  for (const Unit unit : units) bits |= unit;
+  return bits < 0x80      ? Range::ascii
+         : bits < 0x100   ? Range::latin1
+         : bits < 0x10000 ? Range::bmp
+                          : Range::full;
+}
+
+template <class Unit, class To>
+void copy_units(std::span<const Unit> units, void* to) noexcept {
+  std::transform(units.begin(), units.end(), static_cast<To*>(to),
+                 [](Unit unit) { return static_cast<To>(unit); });
+}
+
+template <class Unit>
+Text narrowest_copy(std::span<const Unit> units) {
+  if (units.empty()) return {};
+  const Range range = range_of(units);
+  const std::size_t size = unit_size(range);
+  if (units.size() > (SIZE_MAX / 2 - sizeof(TextStorage)) / size) throw std::bad_alloc();
+  auto* storage = ::new (::operator new(sizeof(TextStorage) + units.size() * size))
+      TextStorage(units.size(), range);
+  switch (size) {
+    case 1:
+      copy_units<Unit, std::uint8_t>(units, storage->units());
+      break;
+    case 2:
+      copy_units<Unit, std::uint16_t>(units, storage->units());
+      break;
+    default:
+      copy_units<Unit, std::uint32_t>(units, storage->units());
+  }
+  return {text_holder, Payload{.pointer = storage}};
+}
+
+Text decoded(std::string_view utf8) {
+  std::vector<std::uint32_t> code_points;
+  code_points.reserve(utf8.size());
+  for (std::size_t position = 0; position < utf8.size();)
+    code_points.push_back(decode_next(utf8, position));
+  return Text::copy_of(std::span<const std::uint32_t>(code_points));
+}
+
+}  // namespace
+
+const Holder null_holder{.kind = Kind::null,
+                         .text = [](Payload) noexcept { return no_characters.view(); }};
+const Holder text_holder{
+    .kind = Kind::string, .retain = retain_text, .release = release_text, .text = view_text};
+const Holder word_holder{.kind = Kind::string, .text = view_word};
+
+char32_t TextView::operator[](std::size_t position) const {
+  return visit_units(*this,
+                     [position](auto units) { return static_cast<char32_t>(units[position]); });
+}
+
+TextView TextView::slice(std::size_t position, std::size_t count) const {
+  return {static_cast<const char*>(data) + position * unit_size(range), count, range};
+}
+
+Text::Text() noexcept : Text(no_characters) {}
+
+Text::Text(const Word& word) noexcept : Handle(word_holder, Payload{.pointer = &word}) {}
+
+Text::Text(std::string_view utf8) : Text(decoded(utf8)) {}
+
+Text Text::copy_of(std::span<const std::uint8_t> units) { return narrowest_copy(units); }
+Text Text::copy_of(std::span<const std::uint16_t> units) { return narrowest_copy(units); }
+Text Text::copy_of(std::span<const std::uint32_t> units) { return narrowest_copy(units); }
+
+std::string Text::utf8() const {
+  return visit_units(view(), [this](auto units) {
+    std::string bytes(units.size() * 4, '\0');
+    char* end = bytes.data();
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      if (is_surrogate(units[i])) throw SurrogateError(*this, i);
+      end = encode_utf8(units[i], end);
+    }
+    bytes.resize(static_cast<std::size_t>(end - bytes.data()));
+    return bytes;
+  });
+}
+
+bool operator==(const TextView& a, const TextView& b) noexcept {
+  if (a.size != b.size || a.range != b.range) return false;
+  return a.size == 0 || std::memcmp(a.data, b.data, a.size * unit_size(a.range)) == 0;
+}
+
+bool operator==(const Text& a, const Text& b) noexcept { return a.view() == b.view(); }
+
+std::size_t hash_of(const TextView& view) noexcept {
+  return std::hash<std::string_view>()(
+      {static_cast<const char*>(view.data), view.size * unit_size(view.range)});
+}
+
+SurrogateError::SurrogateError(Text text, std::size_t position)
+    : std::runtime_error("a lone surrogate has no UTF-8"),
+      text_(std::move(text)),
+      position_(position) {}
+
+}  // namespace mcp_responses

@@ -1,0 +1,70 @@
+#include "utf8.h"
+
+namespace mcp_responses {
+namespace {
+
+/// What a lead byte promises: how many bytes follow, and between which bounds the first of them
+/// must lie (the Unicode Standard, table 3-7).
+struct Lead {
+  unsigned following;
+  unsigned char low;
+  unsigned char high;
+};
+
+constexpr Lead lead_of(unsigned char byte) {
+  if (byte >= 0xC2 && byte <= 0xDF) return {1, 0x80, 0xBF};
+  if (byte == 0xE0) return {2, 0xA0, 0xBF};
+  if (byte == 0xED) return {2, 0x80, 0x9F};
+  if (byte >= 0xE1 && byte <= 0xEF) return {2, 0x80, 0xBF};
+  if (byte == 0xF0) return {3, 0x90, 0xBF};
+  if (byte >= 0xF1 && byte <= 0xF3) return {3, 0x80, 0xBF};
+  if (byte == 0xF4) return {3, 0x80, 0x8F};
+  return {0, 0, 0};
+}
+
+}  // namespace
+
+std::uint32_t decode_next(std::string_view bytes, std::size_t& position) noexcept {
+  const auto first = static_cast<unsigned char>(bytes[position++]);
+  if (first < 0x80) return first;
+  Lead lead = lead_of(first);
+  if (lead.following == 0) return replacement_character;
+  std::uint32_t code_point = first & (0x3FU >> lead.following);
+  for (unsigned i = 0; i < lead.following; ++i) {
+    if (position == bytes.size()) return replacement_character;
+    const auto byte = static_cast<unsigned char>(bytes[position]);
+    if (byte < lead.low || byte > lead.high) return replacement_character;
+    lead.low = 0x80;
+    lead.high = 0xBF;
+    code_point = code_point << 6 | (byte & 0x3FU);
+    ++position;
+  }
+  return code_point;
+}
+
+char* encode_utf8(std::uint32_t code_point, char* out) noexcept {
+  const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
+  const auto put_following = [&](unsigned shift) { put(0x80 | (code_point >> shift & 0x3F)); };
+  switch (utf8_size(code_point)) {
+    case 1:
+      put(code_point);
+      break;
+    case 2:
+      put(0xC0 | code_point >> 6);
+      put_following(0);
+      break;
+    case 3:
+      put(0xE0 | code_point >> 12);
+      put_following(6);
+      put_following(0);
+      break;
+    default:
+      put(0xF0 | code_point >> 18);
+      put_following(12);
+      put_following(6);
+      put_following(0);
+  }
+  return out;
+}
+
+}  // namespace mcp_responses

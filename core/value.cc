@@ -1,0 +1,279 @@
+#include "value.h"
+
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace mcp_responses {
+namespace {
+
+template <class Storage>
+Storage* storage_in(Payload payload) noexcept {
+  return static_cast<Storage*>(const_cast<void*>(payload.pointer));
+}
+
+/// How this library holds its own lists and objects.
+template <class Storage>
+constexpr Holder holder_of(Kind kind) {
+  return {
+      .kind = kind,
+      .retain = [](Payload payload) noexcept { Storage::retain(storage_in<Storage>(payload)); },
+      .release = [](Payload payload) noexcept { Storage::release(storage_in<Storage>(payload)); },
+      .size = [](Payload payload) noexcept -> std::size_t {
+        return payload.pointer == nullptr ? 0 : storage_in<Storage>(payload)->size();
+      }};
+}
+
+using Elements = SharedArray<Value>;
+using Members = SharedArray<Member, const Shape*>;
+
+constexpr Holder boolean_holder{.kind = Kind::boolean};
+constexpr Holder integer_in_place{
+    .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
+constexpr Holder real_holder{.kind = Kind::real};
+constexpr Holder list_holder = holder_of<Elements>(Kind::list);
+constexpr Holder object_holder = holder_of<Members>(Kind::object);
+
+bool is_number(Kind kind) {
+  return kind == Kind::boolean || kind == Kind::integer || kind == Kind::real;
+}
+
+/// Of a boolean (0 or 1) or an integer.
+std::int64_t whole(const Value& value) {
+  const auto boolean = value.boolean();
+  return boolean ? static_cast<std::int64_t>(*boolean) : *value.integer();
+}
+
+/// Exact: the integer is never rounded to a float.
+bool equal(std::int64_t integer, double real) {
+  constexpr double limit = 9223372036854775808.0;  // 2 to the 63rd
+  return real >= -limit && real < limit && std::trunc(real) == real &&
+         static_cast<std::int64_t>(real) == integer;
+}
+
+bool equal_numbers(const Value& a, const Value& b) {
+  const auto real_a = a.real();
+  const auto real_b = b.real();
+  if (real_a && real_b) return *real_a == *real_b;
+  if (real_a) return equal(whole(b), *real_a);
+  if (real_b) return equal(whole(a), *real_b);
+  return whole(a) == whole(b);
+}
+
+using Pairs = std::vector<std::pair<Value, Value>>;
+
+/// Compares two values of the same container kind by size (and keys), and leaves their contents to
+/// be compared.
+bool compare_outside(const Value& a, const Value& b, Pairs& contents) {
+  if (a.size() != b.size()) return false;
+  if (a.kind() == Kind::list) {
+    const List list_a = *a.list();
+    const List list_b = *b.list();
+    for (std::size_t i = 0; i < list_a.size(); ++i) contents.emplace_back(list_a[i], list_b[i]);
+    return true;
+  }
+  const Object object_a = *a.object();
+  const Object object_b = *b.object();
+  for (const Member& member : object_a) {
+    if (!object_b.contains(member.key)) return false;
+    contents.emplace_back(member.value, object_b.get(member.key));
+  }
+  return true;
+}
+
+}  // namespace
+
+Value::Value(std::same_as<bool> auto boolean) noexcept
+    : Handle(boolean_holder, Payload{.boolean = boolean}) {}
+template Value::Value(bool) noexcept;
+
+Value::Value(double real) noexcept : Handle(real_holder, Payload{.real = real}) {}
+Value::Value(List list) noexcept : Handle(std::move(list)) {}
+Value::Value(Object object) noexcept : Handle(std::move(object)) {}
+
+const Holder& Value::integer_holder() noexcept { return integer_in_place; }
+
+bool Value::truthy() const noexcept {
+  switch (kind()) {
+    case Kind::null:
+      return false;
+    case Kind::boolean:
+      return payload().boolean;
+    case Kind::integer:
+      return holder().integer(payload()) != 0;
+    case Kind::real:
+      return payload().real != 0;
+    case Kind::string:
+      return holder().text(payload()).size != 0;
+    case Kind::list:
+    case Kind::object:
+      return holder().size(payload()) != 0;
+  }
+  return false;
+}
+
+std::optional<bool> Value::boolean() const noexcept {
+  if (kind() != Kind::boolean) return {};
+  return payload().boolean;
+}
+
+std::optional<std::int64_t> Value::integer() const noexcept {
+  if (kind() != Kind::integer) return {};
+  return holder().integer(payload());
+}
+
+std::optional<double> Value::real() const noexcept {
+  if (kind() != Kind::real) return {};
+  return payload().real;
+}
+
+std::optional<Text> Value::text() const noexcept {
+  if (kind() != Kind::string) return {};
+  if (holder().retain != nullptr) holder().retain(payload());
+  return Text(holder(), payload());
+}
+
+std::optional<List> Value::list() const {
+  if (kind() != Kind::list) return {};
+  return List(holder().opened == nullptr ? *this : holder().opened(payload()));
+}
+
+std::optional<Object> Value::object() const {
+  if (kind() != Kind::object) return {};
+  return Object(holder().opened == nullptr ? *this : holder().opened(payload()));
+}
+
+std::optional<std::size_t> Value::size() const noexcept {
+  if (kind() != Kind::list && kind() != Kind::object) return {};
+  return holder().size(payload());
+}
+
+bool operator==(const Value& a, const Value& b) {
+  // The pairs still to be compared stand in a list of their own: depth costs no stack.
+  Pairs pairs{{a, b}};
+  while (!pairs.empty()) {
+    const auto [left, right] = std::move(pairs.back());
+    pairs.pop_back();
+    if (is_number(left.kind()) && is_number(right.kind())) {
+      if (!equal_numbers(left, right)) return false;
+    } else if (left.kind() != right.kind()) {
+      return false;
+    } else if (left.kind() == Kind::string) {
+      if (left.holder().text(left.payload()) != right.holder().text(right.payload())) return false;
+    } else if (left.kind() != Kind::null && !compare_outside(left, right, pairs)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+List::List() noexcept : Handle(list_holder, Payload{.pointer = nullptr}) {}
+
+List::List(std::initializer_list<Value> elements) : List() {
+  reserve(elements.size());
+  for (const Value& element : elements) append(element);
+}
+
+List List::repeated(std::size_t count, const Value& element) {
+  List list;
+  list.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) list.append(element);
+  return list;
+}
+
+std::span<const Value> List::items() const noexcept {
+  const auto* storage = storage_in<Storage>(payload());
+  if (storage == nullptr) return {};
+  return {storage->items(), storage->size()};
+}
+
+List::Storage& List::writable(std::size_t more) {
+  Storage* storage = Storage::writable(storage_in<Storage>(payload()), more);
+  set_payload({.pointer = storage});
+  return *storage;
+}
+
+void List::set(std::size_t position, Value element) {
+  writable(0).items()[position] = std::move(element);
+}
+void List::append(Value element) { writable(1).add(std::move(element)); }
+void List::remove_last() { writable(0).remove_last(); }
+void List::reserve(std::size_t more) { writable(more); }
+
+void List::extend(const List& other) {
+  const List elements = other;  // it may be this very list
+  reserve(elements.size());
+  for (const Value& element : elements) append(element);
+}
+
+List List::first(std::size_t count) const {
+  List list;
+  list.reserve(std::min(count, size()));
+  for (const Value& element : items().first(std::min(count, size()))) list.append(element);
+  return list;
+}
+
+Object::Object() noexcept : Handle(object_holder, Payload{.pointer = nullptr}) {}
+
+Object::Object(std::initializer_list<Member> members) : Object() {
+  reserve(members.size());
+  for (const Member& member : members) set(member.key, member.value);
+}
+
+Object::Object(const Shape* shape) : Object() { writable(shape->size()).note = shape; }
+
+std::span<const Member> Object::items() const noexcept {
+  const auto* storage = storage_in<Storage>(payload());
+  if (storage == nullptr) return {};
+  return {storage->items(), storage->size()};
+}
+
+const Member* Object::find(const Text& key) const noexcept {
+  for (const Member& member : items()) {
+    if (member.key == key) return &member;
+  }
+  return nullptr;
+}
+
+Object::Storage& Object::writable(std::size_t more) {
+  Storage* storage = Storage::writable(storage_in<Storage>(payload()), more);
+  set_payload({.pointer = storage});
+  return *storage;
+}
+
+Value Object::get(const Text& key, const Value& otherwise) const noexcept {
+  const Member* member = find(key);
+  return member == nullptr ? otherwise : member->value;
+}
+
+List Object::keys() const {
+  List keys;
+  keys.reserve(size());
+  for (const Member& member : items()) keys.append(member.key);
+  return keys;
+}
+
+void Object::set(const Text& key, Value value) {
+  const Member* member = find(key);
+  if (member == nullptr) return add(key, std::move(value));
+  const auto position = member - items().data();
+  writable(0).items()[position].value = std::move(value);
+}
+
+void Object::add(Text key, Value value) {
+  writable(1).add(Member{std::move(key), std::move(value)});
+}
+
+void Object::update(const Object& other) {
+  const Object members = other;  // it may be this very object
+  for (const Member& member : members) set(member.key, member.value);
+}
+
+void Object::reserve(std::size_t more) { writable(more); }
+
+Shape Object::shape() const noexcept {
+  const auto* storage = storage_in<Storage>(payload());
+  return storage == nullptr || storage->note == nullptr ? Shape{} : *storage->note;
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,156 @@
+// Value, List, Object: what every builder takes and returns. The seven kinds are exactly those that
+// the tool result text can write (see encode.h).
+//
+// Values have value semantics: no change through one value ever shows in another. Copies are cheap,
+// because storage is shared until somebody writes to it. Boolean, integer and float are three
+// kinds: true, 1 and 1.0 are written differently.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "handle.h"
+#include "shared_array.h"
+#include "text.h"
+
+namespace mcp_responses {
+
+class List;
+class Object;
+
+class Value : public Handle {
+ public:
+  /// Null.
+  Value() noexcept = default;
+  Value(std::same_as<bool> auto boolean) noexcept;
+  template <std::signed_integral Integer>
+  Value(Integer integer) noexcept : Value(integer_holder(), Payload{.integer = integer}) {}
+  Value(double real) noexcept;
+  Value(Text text) noexcept : Handle(std::move(text)) {}
+  Value(const Word& word) noexcept : Value(Text(word)) {}
+  explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
+  Value(List list) noexcept;
+  Value(Object object) noexcept;
+  /// Takes over one reference to a value held elsewhere.
+  Value(const Holder& holder, Payload payload) noexcept : Handle(holder, payload) {}
+
+  Kind kind() const noexcept { return holder().kind; }
+  bool is_null() const noexcept { return kind() == Kind::null; }
+
+  /// False for null, false, 0, 0.0, -0.0, "", [] and {}; true for every other value, NaN included.
+  bool truthy() const noexcept;
+
+  /// The content when the value is of that kind, else nothing. A list or object that is held
+  /// elsewhere is opened one level deep, which may throw std::bad_alloc.
+  std::optional<bool> boolean() const noexcept;
+  std::optional<std::int64_t> integer() const noexcept;
+  std::optional<double> real() const noexcept;
+  std::optional<Text> text() const noexcept;
+  std::optional<List> list() const;
+  std::optional<Object> object() const;
+  /// Elements of a list or members of an object, without opening it; nothing for the other kinds.
+  std::optional<std::size_t> size() const noexcept;
+
+  /// Same kind and same content; booleans, integers and floats compare by numeric value across
+  /// kinds, exactly. Objects compare as maps: the order of members does not count. NaN equals
+  /// nothing.
+  friend bool operator==(const Value& a, const Value& b);
+
+ private:
+  static const Holder& integer_holder() noexcept;
+};
+
+class List : public Handle {
+ public:
+  /// The empty list.
+  List() noexcept;
+  List(std::initializer_list<Value> elements);
+  static List repeated(std::size_t count, const Value& element);
+
+  std::size_t size() const noexcept { return items().size(); }
+  bool empty() const noexcept { return size() == 0; }
+  /// Requires `position < size()`, counted from 0.
+  const Value& operator[](std::size_t position) const noexcept { return items()[position]; }
+  std::span<const Value> items() const noexcept;
+  auto begin() const noexcept { return items().begin(); }
+  auto end() const noexcept { return items().end(); }
+
+  void set(std::size_t position, Value element);
+  void append(Value element);
+  void extend(const List& other);
+  /// Requires a list that is not empty.
+  void remove_last();
+  void reserve(std::size_t more);
+
+  /// The first `count` elements; all of them when there are fewer.
+  List first(std::size_t count) const;
+
+ private:
+  friend class Value;
+  using Storage = SharedArray<Value>;
+  explicit List(const Handle& list) noexcept : Handle(list) {}
+
+  Storage& writable(std::size_t more);
+};
+
+struct Member {
+  Text key;
+  Value value;
+};
+
+/// The keys that objects built alike start with, in order. One static table for all of them (see
+/// keys.h), by which a host interpreter can recognise them.
+using Shape = std::span<const Word* const>;
+
+/// An ordered map from texts to values. Meant for the dozen keys of a response: a look-up is a
+/// scan.
+class Object : public Handle {
+ public:
+  /// The empty object.
+  Object() noexcept;
+  /// Members in order. Where a key is given twice, it keeps its first position and takes the later
+  /// value.
+  Object(std::initializer_list<Member> members);
+
+  std::size_t size() const noexcept { return items().size(); }
+  bool empty() const noexcept { return size() == 0; }
+  bool contains(const Text& key) const noexcept { return find(key) != nullptr; }
+  /// The value under `key`, even a null one; otherwise the default.
+  Value get(const Text& key, const Value& otherwise = {}) const noexcept;
+  /// Members and keys, in order.
+  std::span<const Member> items() const noexcept;
+  List keys() const;
+  auto begin() const noexcept { return items().begin(); }
+  auto end() const noexcept { return items().end(); }
+
+  /// Replaces the value and keeps the position when the key is there; otherwise appends.
+  void set(const Text& key, Value value);
+  /// Appends without looking. Requires a key that is not there yet.
+  void add(Text key, Value value);
+  Object copy() const noexcept { return *this; }
+  /// Sets each member of `other`, in its order.
+  void update(const Object& other);
+  void reserve(std::size_t more);
+
+  /// The keys that the first members are known to have; empty when nothing is known.
+  Shape shape() const noexcept;
+
+ protected:
+  /// Starts an object of a known shape: room for its members, which the caller then adds in its
+  /// order.
+  explicit Object(const Shape* shape);
+
+ private:
+  friend class Value;
+  using Storage = SharedArray<Member, const Shape*>;
+  explicit Object(const Handle& object) noexcept : Handle(object) {}
+
+  const Member* find(const Text& key) const noexcept;
+  Storage& writable(std::size_t more);
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,74 @@
+// The work tree of a repository: reads regular files inside its root, and nothing else.
+//
+// A path is resolved component by component, symbolic links followed wherever they stand, and
+// compared with the root by components. What is then opened is what was checked: it is opened
+// beneath the root without following links, so that a folder exchanged for a link in the meantime
+// opens nothing. Hard links and mounts inside the root are trusted.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace mcp_responses {
+
+/// A file descriptor that is closed with its owner; -1 owns nothing.
+class Descriptor {
+ public:
+  explicit Descriptor(int descriptor) noexcept : descriptor_(descriptor) {}
+  Descriptor(Descriptor&& other) noexcept;
+  Descriptor& operator=(Descriptor&& other) noexcept;
+  ~Descriptor();
+  int get() const noexcept { return descriptor_; }
+  bool is_open() const noexcept { return descriptor_ >= 0; }
+
+ private:
+  int descriptor_;
+};
+
+/// A file could not be read. The text names the failure as the operating system does, and the
+/// resolved path:
+/// "[Errno 2] No such file or directory: '/srv/repo/missing.py'". Bytes as the file system has
+/// them.
+class Unreadable : public std::runtime_error {
+ public:
+  Unreadable(int error_number, const std::string& path);
+  Unreadable(std::string_view reason, const std::string& path);
+};
+
+/// A path runs in a circle of symbolic links.
+class LinkLoop : public std::runtime_error {
+ public:
+  explicit LinkLoop(const std::string& path);
+};
+
+/// Makes a path absolute and free of ".", ".." and links. Parts that do not exist stay as written.
+/// Throws `LinkLoop`, and std::system_error when there is no current directory. Requires a path
+/// without NUL.
+std::string resolved(std::string_view path);
+
+class WorkTree {
+ public:
+  /// How files are opened beneath the root: by one system call where the kernel has it, or folder
+  /// by folder.
+  enum class Opening { openat2, folder_by_folder };
+
+  /// Resolves the root, which need not exist. Throws as `resolved` does.
+  explicit WorkTree(std::string_view root, Opening opening = Opening::openat2);
+
+  /// The whole content of a file, or nothing when its path leaves the root. `path` is relative to
+  /// the root; an absolute one is taken as it is. Throws `Unreadable`, and as `resolved` does.
+  /// Requires a path without NUL.
+  std::optional<std::string> read(std::string_view path) const;
+
+ private:
+  Descriptor open_beneath(const std::string& path) const;
+
+  std::string root_;  // resolved; "" for "/"
+  Descriptor directory_;
+  int directory_error_;
+  mutable Opening opening_;
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,302 @@
+#include "function_type.h"
+
+#include <structmember.h>
+
+#include <string>
+
+#include "host_path.h"
+#include "host_value.h"
+#include "parameters.h"
+
+namespace mcp_responses {
+namespace {
+
+struct Function {
+  PyObject_HEAD vectorcallfunc vectorcall;
+  const Signature* signature;
+  PyObject* module;  // keeps the state alive; null once the collector has cleared this function
+  PyObject* names;   // of the parameters, interned
+  PyObject* defaults[most_parameters];  // null: the parameter must be given
+  PyObject* annotations;
+  PyObject* weak_references;
+};
+
+Function* as_function(PyObject* object) { return reinterpret_cast<Function*>(object); }
+
+const Signature& signature_of(PyObject* self) { return *as_function(self)->signature; }
+
+HostRef text(const char* utf8) { return checked(PyUnicode_FromString(utf8)); }
+
+HostRef make_default(Default fallback) {
+  switch (fallback) {
+    case Default::required:
+      return {};
+    case Default::none:
+      return HostRef::borrow(Py_None);
+    case Default::no:
+      return HostRef::borrow(Py_False);
+    case Default::zero:
+      return checked(PyLong_FromLong(0));
+    case Default::zero_real:
+      return checked(PyFloat_FromDouble(0.0));
+    case Default::empty_string:
+      return text("");
+    case Default::items:
+      return checked(PyUnicode_InternFromString("items"));
+  }
+  return {};
+}
+
+// The call.
+
+/// Says which part of which argument it is that no value can stand for.
+[[noreturn]] void refuse(const Refused& refused, const Signature& signature,
+                         PyObject* const* arguments) {
+  std::string where;
+  for (std::size_t i = 0; where.empty() && i < signature.count(); ++i) {
+    where = path_to(refused.object(), arguments[i], signature.parameters[i].name);
+  }
+  raise_refused(refused, where.empty() ? "a value in the answer" : where);
+  throw HostError();
+}
+
+HostRef call(const Function& function, const GivenArguments& given) {
+  const Signature& signature = *function.signature;
+  State* const state = function.module == nullptr ? nullptr : state_of(function.module);
+  if (state == nullptr) {
+    PyErr_Format(PyExc_RuntimeError, "%s() is called after its module has gone", signature.name);
+    throw HostError();
+  }
+  const auto count = static_cast<std::size_t>(PyTuple_GET_SIZE(function.names));
+  const HostParameters parameters{.function = signature.name,
+                                  .names = {PySequence_Fast_ITEMS(function.names), count},
+                                  .defaults = {function.defaults, count},
+                                  .positional = signature.positional};
+  PyObject* arguments[most_parameters];
+  lay_out(parameters, given, {arguments, count});
+  try {
+    return signature.target(Call(function.module, *state, signature, arguments));
+  } catch (const Refused& refused) {
+    refuse(refused, signature, arguments);
+  }
+}
+
+PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagged_count,
+                     PyObject* names) {
+  return crossing([&] {
+    const auto by_position = static_cast<std::size_t>(PyVectorcall_NARGS(flagged_count));
+    return call(*as_function(self), {.values = values, .by_position = by_position, .names = names});
+  });
+}
+
+// What a function tells about itself.
+
+PyObject* get_name(PyObject* self, void*) { return PyUnicode_FromString(signature_of(self).name); }
+PyObject* get_documentation(PyObject* self, void*) {
+  return PyUnicode_FromString(signature_of(self).documentation);
+}
+PyObject* get_annotations(PyObject* self, void*) {
+  return Py_XNewRef(as_function(self)->annotations);
+}
+
+PyObject* get_module(PyObject* self, void*) {
+  PyObject* const module = as_function(self)->module;
+  return module == nullptr ? Py_NewRef(Py_None) : PyObject_GetAttrString(module, "__name__");
+}
+
+/// A tuple of the defaults of the parameters by position, or None without any.
+PyObject* get_defaults(PyObject* self, void*) {
+  return crossing([self] {
+    const Function& function = *as_function(self);
+    HostRef defaults = checked(PyList_New(0));
+    for (std::size_t i = 0; i < function.signature->positional; ++i) {
+      if (function.defaults[i] != nullptr)
+        check(PyList_Append(defaults.get(), function.defaults[i]));
+    }
+    if (PyList_GET_SIZE(defaults.get()) == 0) return HostRef::borrow(Py_None);
+    return checked(PyList_AsTuple(defaults.get()));
+  });
+}
+
+/// A dict of the defaults of the parameters by name alone, or None without any.
+PyObject* get_keyword_defaults(PyObject* self, void*) {
+  return crossing([self] {
+    const Function& function = *as_function(self);
+    HostRef defaults = checked(PyDict_New());
+    for (std::size_t i = function.signature->positional; i < function.signature->count(); ++i) {
+      if (function.defaults[i] == nullptr) continue;
+      check(PyDict_SetItemString(defaults.get(), function.signature->parameters[i].name,
+                                 function.defaults[i]));
+    }
+    return PyDict_Size(defaults.get()) == 0 ? HostRef::borrow(Py_None) : std::move(defaults);
+  });
+}
+
+/// "(items, total_count, offset, *, items_key='items')".
+PyObject* get_text_signature(PyObject* self, void*) {
+  return crossing([self] {
+    const Function& function = *as_function(self);
+    HostRef pieces = checked(PyList_New(0));
+    for (std::size_t i = 0; i < function.signature->count(); ++i) {
+      if (i == function.signature->positional) check(PyList_Append(pieces.get(), text("*").get()));
+      const char* name = function.signature->parameters[i].name;
+      PyObject* fallback = function.defaults[i];
+      check(PyList_Append(pieces.get(),
+                          fallback == nullptr
+                              ? text(name).get()
+                              : checked(PyUnicode_FromFormat("%s=%R", name, fallback)).get()));
+    }
+    const HostRef inner = checked(PyUnicode_Join(text(", ").get(), pieces.get()));
+    return checked(PyUnicode_FromFormat("(%U)", inner.get()));
+  });
+}
+
+/// An inspect.Signature, which is what inspect.signature(function) then answers.
+PyObject* get_signature(PyObject* self, void*) {
+  return crossing([self] {
+    const Function& function = *as_function(self);
+    const HostRef inspect = checked(PyImport_ImportModule("inspect"));
+    const HostRef parameter_type = checked(PyObject_GetAttrString(inspect.get(), "Parameter"));
+    const HostRef empty = checked(PyObject_GetAttrString(parameter_type.get(), "empty"));
+    const HostRef by_position =
+        checked(PyObject_GetAttrString(parameter_type.get(), "POSITIONAL_OR_KEYWORD"));
+    const HostRef by_name = checked(PyObject_GetAttrString(parameter_type.get(), "KEYWORD_ONLY"));
+    const HostRef parameters = checked(PyList_New(0));
+    for (std::size_t i = 0; i < function.signature->count(); ++i) {
+      const Parameter& parameter = function.signature->parameters[i];
+      const HostRef arguments = checked(
+          Py_BuildValue("sO", parameter.name,
+                        i < function.signature->positional ? by_position.get() : by_name.get()));
+      const HostRef details = checked(Py_BuildValue(
+          "{sOss}", "default", function.defaults[i] == nullptr ? empty.get() : function.defaults[i],
+          "annotation", parameter.type));
+      const HostRef made =
+          checked(PyObject_Call(parameter_type.get(), arguments.get(), details.get()));
+      check(PyList_Append(parameters.get(), made.get()));
+    }
+    const HostRef signature_type = checked(PyObject_GetAttrString(inspect.get(), "Signature"));
+    const HostRef arguments = checked(PyTuple_Pack(1, parameters.get()));
+    const HostRef returns =
+        checked(Py_BuildValue("{ss}", "return_annotation", function.signature->returns));
+    return checked(PyObject_Call(signature_type.get(), arguments.get(), returns.get()));
+  });
+}
+
+PyObject* represent(PyObject* self) {
+  return PyUnicode_FromFormat("<function %s at %p>", signature_of(self).name,
+                              static_cast<void*>(self));
+}
+
+/// By name: pickle and copy find the function in its module.
+PyObject* reduce(PyObject* self, PyObject*) {
+  return PyUnicode_FromString(signature_of(self).name);
+}
+
+/// As an attribute of a class, a function is a method.
+PyObject* bind(PyObject* self, PyObject* instance, PyObject*) {
+  if (instance == nullptr || instance == Py_None) return Py_NewRef(self);
+  return PyMethod_New(self, instance);
+}
+
+// The object's life.
+
+int traverse(PyObject* self, visitproc visit, void* arg) {
+  Py_VISIT(Py_TYPE(self));
+  Py_VISIT(as_function(self)->module);
+  Py_VISIT(as_function(self)->annotations);
+  return 0;
+}
+
+int clear(PyObject* self) {
+  Py_CLEAR(as_function(self)->module);
+  Py_CLEAR(as_function(self)->annotations);
+  return 0;
+}
+
+void deallocate(PyObject* self) {
+  PyTypeObject* const type = Py_TYPE(self);
+  PyObject_GC_UnTrack(self);
+  if (as_function(self)->weak_references != nullptr) PyObject_ClearWeakRefs(self);
+  clear(self);
+  Py_CLEAR(as_function(self)->names);
+  for (PyObject*& fallback : as_function(self)->defaults) Py_CLEAR(fallback);
+  type->tp_free(self);
+  Py_DECREF(type);
+}
+
+PyMethodDef methods[] = {{"__reduce__", reduce, METH_NOARGS, nullptr},
+                         {nullptr, nullptr, 0, nullptr}};
+
+PyMemberDef members[] = {
+    {"__vectorcalloffset__", T_PYSSIZET, offsetof(Function, vectorcall), READONLY, nullptr},
+    {"__weaklistoffset__", T_PYSSIZET, offsetof(Function, weak_references), READONLY, nullptr},
+    {nullptr, 0, 0, 0, nullptr}};
+
+PyGetSetDef attributes[] = {{"__name__", get_name, nullptr, nullptr, nullptr},
+                            {"__qualname__", get_name, nullptr, nullptr, nullptr},
+                            {"__module__", get_module, nullptr, nullptr, nullptr},
+                            {"__doc__", get_documentation, nullptr, nullptr, nullptr},
+                            {"__annotations__", get_annotations, nullptr, nullptr, nullptr},
+                            {"__defaults__", get_defaults, nullptr, nullptr, nullptr},
+                            {"__kwdefaults__", get_keyword_defaults, nullptr, nullptr, nullptr},
+                            {"__text_signature__", get_text_signature, nullptr, nullptr, nullptr},
+                            {"__signature__", get_signature, nullptr, nullptr, nullptr},
+                            {nullptr, nullptr, nullptr, nullptr, nullptr}};
+
+template <class Slot>
+void* slot(Slot* function) {
+  return reinterpret_cast<void*>(function);
+}
+
+}  // namespace
+
+HostRef Call::global(const char* name) const {
+  const HostRef key = text(name);
+  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), key.get());
+  if (found != nullptr) return HostRef::borrow(found);
+  if (PyErr_Occurred() == nullptr) PyErr_Format(PyExc_NameError, "name '%s' is not defined", name);
+  throw HostError();
+}
+
+HostRef make_function_type(PyObject* module) {
+  PyType_Slot slots[] = {{Py_tp_call, slot(PyVectorcall_Call)},
+                         {Py_tp_repr, slot(represent)},
+                         {Py_tp_descr_get, slot(bind)},
+                         {Py_tp_traverse, slot(traverse)},
+                         {Py_tp_clear, slot(clear)},
+                         {Py_tp_dealloc, slot(deallocate)},
+                         {Py_tp_methods, methods},
+                         {Py_tp_members, members},
+                         {Py_tp_getset, attributes},
+                         {0, nullptr}};
+  PyType_Spec spec{.name = "hollin.mcp_responses.function",
+                   .basicsize = sizeof(Function),
+                   .itemsize = 0,
+                   .flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_HAVE_VECTORCALL |
+                            Py_TPFLAGS_METHOD_DESCRIPTOR | Py_TPFLAGS_DISALLOW_INSTANTIATION |
+                            Py_TPFLAGS_IMMUTABLETYPE,
+                   .slots = slots};
+  return checked(PyType_FromModuleAndSpec(module, &spec, nullptr));
+}
+
+HostRef make_function(PyObject* type, PyObject* module, const Signature& signature) {
+  HostRef object = checked(PyType_GenericAlloc(reinterpret_cast<PyTypeObject*>(type), 0));
+  Function& function = *as_function(object.get());
+  function.vectorcall = vectorcall;
+  function.signature = &signature;
+  function.module = Py_NewRef(module);
+  const std::size_t count = signature.count();
+  function.names = checked(PyTuple_New(static_cast<Py_ssize_t>(count))).release();
+  function.annotations = checked(PyDict_New()).release();
+  for (std::size_t i = 0; i < count; ++i) {
+    const Parameter& parameter = signature.parameters[i];
+    HostRef name = checked(PyUnicode_InternFromString(parameter.name));
+    function.defaults[i] = make_default(parameter.fallback).release();
+    check(PyDict_SetItem(function.annotations, name.get(), text(parameter.type).get()));
+    PyTuple_SET_ITEM(function.names, static_cast<Py_ssize_t>(i), name.release());
+  }
+  check(PyDict_SetItemString(function.annotations, "return", text(signature.returns).get()));
+  return object;
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,203 @@
+// A container is copied in two steps: first as a whole, its elements still the caller's own, then
+// those of its elements that are not plain leaves are replaced by their copies. From the first step
+// on, only this module knows the container, so nothing that host code does meanwhile (a finalizer
+// run by the garbage collector) changes what is walked.
+#include "host_copy.h"
+
+#include <string_view>
+#include <vector>
+
+#include "host_value.h"
+#include "number_text.h"
+
+namespace mcp_responses {
+namespace {
+
+/// True for an object that may be shared as it is.
+bool is_plain_leaf(PyObject* object) {
+  switch (host_kind(object)) {
+    case HostKind::null:
+    case HostKind::boolean:
+      return true;
+    case HostKind::string:
+      return PyUnicode_CheckExact(object);
+    case HostKind::real:
+      return PyFloat_CheckExact(object);
+    case HostKind::integer:
+      integer_in(object);
+      return PyLong_CheckExact(object);
+    default:
+      return false;
+  }
+}
+
+HostRef string_of(std::string_view ascii) {
+  return checked(PyUnicode_FromStringAndSize(ascii.data(), static_cast<Py_ssize_t>(ascii.size())));
+}
+
+HostRef key_text(PyObject* key) {
+  switch (host_kind(key)) {
+    case HostKind::string:
+      return checked(PyUnicode_FromObject(key));
+    case HostKind::integer:
+      return string_of(NumberText(static_cast<std::int64_t>(integer_in(key))).view());
+    case HostKind::real:
+      return string_of(NumberText(PyFloat_AS_DOUBLE(key)).view());
+    case HostKind::boolean:
+      return string_of(key == Py_True ? "true" : "false");
+    case HostKind::null:
+      return string_of("null");
+    default:
+      throw Refused(key);
+  }
+}
+
+/// Whether every key is exactly a str; and whether every value is a plain leaf, so that there is
+/// nothing left to copy.
+struct DictContent {
+  bool has_plain_keys = true;
+  bool has_plain_values = true;
+
+  explicit DictContent(PyObject* dict) {
+    PyObject* key = nullptr;
+    PyObject* value = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, &value) != 0;) {
+      has_plain_keys = has_plain_keys && PyUnicode_CheckExact(key);
+      has_plain_values = has_plain_values && is_plain_leaf(value);
+    }
+  }
+};
+
+HostRef rekeyed(PyObject* dict) {
+  HostRef copy = checked(PyDict_New());
+  PyObject* key = nullptr;
+  PyObject* value = nullptr;
+  for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, &value) != 0;) {
+    const HostRef held_value = HostRef::borrow(value);
+    const HostRef held_key = HostRef::borrow(key);
+    check(PyDict_SetItem(copy.get(), key_text(key).get(), value));
+  }
+  return copy;
+}
+
+HostRef list_of_tuple(PyObject* tuple) {
+  const Py_ssize_t size = PyTuple_GET_SIZE(tuple);
+  HostRef list = checked(PyList_New(size));
+  for (Py_ssize_t i = 0; i < size; ++i)
+    PyList_SET_ITEM(list.get(), i, Py_NewRef(PyTuple_GET_ITEM(tuple, i)));
+  return list;
+}
+
+/// A copy one level deep.
+struct ShallowCopy {
+  HostRef object;
+  bool is_whole = true;  // nothing in it is still to be copied
+
+  explicit ShallowCopy(PyObject* original) {
+    switch (host_kind(original)) {
+      case HostKind::null:
+      case HostKind::boolean:
+        object = HostRef::borrow(original);
+        return;
+      case HostKind::string:
+        object = checked(PyUnicode_FromObject(original));  // itself when it is exactly a str
+        return;
+      case HostKind::integer:
+        object = checked(PyLong_FromLongLong(integer_in(original)));
+        return;
+      case HostKind::real:
+        object = checked(PyFloat_FromDouble(PyFloat_AS_DOUBLE(original)));
+        return;
+      case HostKind::list:
+        object = checked(PyList_GetSlice(original, 0, PyList_GET_SIZE(original)));
+        is_whole = false;
+        return;
+      case HostKind::tuple:
+        object = list_of_tuple(original);
+        is_whole = false;
+        return;
+      case HostKind::dict: {
+        const DictContent content(original);
+        const bool is_plain = content.has_plain_keys && PyDict_CheckExact(original);
+        object = is_plain ? checked(PyDict_Copy(original)) : rekeyed(original);
+        is_whole = content.has_plain_values;
+        return;
+      }
+      case HostKind::other:
+        break;
+    }
+    throw Refused(original);
+  }
+};
+
+/// A container of the copy, and how far its elements have been copied.
+class Level {
+ public:
+  explicit Level(PyObject* container) noexcept : container_(HostRef::borrow(container)) {}
+
+  /// On to the next element that is no plain leaf; false when there is none.
+  bool next() {
+    while (advance()) {
+      if (!is_plain_leaf(element_)) return true;
+    }
+    return false;
+  }
+
+  PyObject* element() const noexcept { return element_; }
+
+  void replace(PyObject* copy) {
+    if (PyList_Check(container_.get())) {
+      check(PyList_SetItem(container_.get(), position_ - 1, Py_NewRef(copy)));
+    } else {
+      const HostRef key = HostRef::borrow(key_);
+      check(PyDict_SetItem(container_.get(), key.get(), copy));
+    }
+  }
+
+ private:
+  bool advance() noexcept {
+    if (PyList_Check(container_.get())) {
+      if (position_ >= PyList_GET_SIZE(container_.get())) return false;
+      element_ = PyList_GET_ITEM(container_.get(), position_++);
+      return true;
+    }
+    return PyDict_Next(container_.get(), &position_, &key_, &element_) != 0;
+  }
+
+  HostRef container_;
+  PyObject* key_ = nullptr;
+  PyObject* element_ = nullptr;
+  Py_ssize_t position_ = 0;
+};
+
+}  // namespace
+
+HostRef plain_copy(PyObject* root) {
+  const std::size_t most = most_nesting();
+  ShallowCopy copy(root);
+  std::vector<Level> levels;
+  if (!copy.is_whole) levels.emplace_back(copy.object.get());
+  while (!levels.empty()) {
+    if (!levels.back().next()) {
+      levels.pop_back();
+      continue;
+    }
+    const HostRef original = HostRef::borrow(levels.back().element());
+    const ShallowCopy inner(original.get());
+    levels.back().replace(inner.object.get());
+    if (inner.is_whole) continue;
+    if (levels.size() >= most) throw NestingError();
+    levels.emplace_back(inner.object.get());
+  }
+  return std::move(copy.object);
+}
+
+HostRef with_text_keys(PyObject* dict) {
+  PyObject* key = nullptr;
+  for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, nullptr) != 0;) {
+    if (!PyUnicode_CheckExact(key)) return rekeyed(dict);
+  }
+  return HostRef::borrow(dict);
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,18 @@
+// Copies of trees of host objects, from host to host.
+#pragma once
+
+#include "host_ref.h"
+
+namespace mcp_responses {
+
+/// A copy of a tree of host objects: lists and dicts are new at every depth, tuples become lists,
+/// instances of subclasses their base type, keys text. Leaves are shared. Throws `Refused` and
+/// `NestingError`.
+HostRef plain_copy(PyObject* root);
+
+/// The dict itself when all its keys are exactly str, else a copy in which every other key has
+/// become the text that the encoding writes for it. Where two keys become the same text, the first
+/// keeps its place and the last gives the value.
+HostRef with_text_keys(PyObject* dict);
+
+}  // namespace mcp_responses

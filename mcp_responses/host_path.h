@@ -1,0 +1,15 @@
+// Names the place of an object within an argument, for an error's text.
+#pragma once
+
+#include <string>
+
+#include "host_ref.h"
+
+namespace mcp_responses {
+
+/// Where in `root`, called `name`, the object stands: "items[3]['line']", or "a key of items[3]".
+/// Empty when it is not there. Walks the whole argument: meant for the moment when a call has
+/// failed already.
+std::string path_to(PyObject* object, PyObject* root, const std::string& name);
+
+}  // namespace mcp_responses

@@ -1,0 +1,90 @@
+// References to host objects, and the two ways an error crosses between the host and C++.
+//
+// Two types, two verbs. A HostRef owns one reference; it is made by `steal` (takes over a reference
+// somebody gives away, such as a new one) or `borrow` (adds one of its own), and given away by
+// `release`. A raw PyObject* is always borrowed.
+//
+// Inwards, a null or negative answer of the interpreter becomes a HostError: the interpreter's own
+// error is set already. Outwards, `crossing` turns any C++ exception into the host's. Nothing else
+// catches.
+#pragma once
+
+#define PY_SSIZE_T_CLEAN
+#include <Python.h>
+#include <cxxabi.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace mcp_responses {
+
+class HostRef {
+ public:
+  HostRef() noexcept = default;
+  static HostRef steal(PyObject* object) noexcept { return HostRef(object); }
+  static HostRef borrow(PyObject* object) noexcept {
+    Py_XINCREF(object);
+    return HostRef(object);
+  }
+  HostRef(HostRef&& other) noexcept : object_(other.release()) {}
+  HostRef& operator=(HostRef&& other) noexcept {
+    // The old object goes last: its finalizer may look at this very reference.
+    PyObject* old = std::exchange(object_, other.release());
+    Py_XDECREF(old);
+    return *this;
+  }
+  ~HostRef() { Py_XDECREF(object_); }
+
+  /// Borrowed; valid while this reference lives.
+  PyObject* get() const noexcept { return object_; }
+  explicit operator bool() const noexcept { return object_ != nullptr; }
+  [[nodiscard]] PyObject* release() noexcept { return std::exchange(object_, nullptr); }
+
+ private:
+  explicit HostRef(PyObject* object) noexcept : object_(object) {}
+  PyObject* object_ = nullptr;
+};
+
+/// The interpreter has set its error.
+class HostError {};
+
+/// Takes over a new reference; throws `HostError` for null.
+inline HostRef checked(PyObject* object) {
+  if (object == nullptr) throw HostError();
+  return HostRef::steal(object);
+}
+
+/// Throws `HostError` for a negative answer.
+inline void check(int answer) {
+  if (answer < 0) throw HostError();
+}
+
+/// Runs `body`, which runs host code or takes the interpreter's lock. A thread that does so while
+/// the interpreter shuts down is ended by it, by unwinding its stack; the destructors on the way
+/// would then touch host objects without the lock. Such a thread is stopped here instead, for the
+/// moment that the process still lives.
+template <class Body>
+auto in_host(Body&& body) {
+  try {
+    return std::forward<Body>(body)();
+  } catch (const abi::__forced_unwind&) {
+    for (;;) ::pause();
+  }
+}
+
+/// Sets the interpreter's error to what is being thrown. Requires to be called from a catch block.
+void raise_in_host() noexcept;
+
+/// Calls `body` and gives its result away; on any exception sets the interpreter's error and gives
+/// null.
+template <class Body>
+PyObject* crossing(Body&& body) noexcept {
+  try {
+    return std::forward<Body>(body)().release();
+  } catch (...) {
+    raise_in_host();
+    return nullptr;
+  }
+}
+
+}  // namespace mcp_responses

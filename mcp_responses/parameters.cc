@@ -1,0 +1,116 @@
+#include "parameters.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace mcp_responses {
+namespace {
+
+const char* plural(std::size_t count) { return count == 1 ? "" : "s"; }
+
+std::string quoted(PyObject* name) {
+  const char* characters = PyUnicode_AsUTF8(name);  // a parameter's name: ASCII
+  if (characters == nullptr) throw HostError();
+  return std::string("'") + characters + "'";
+}
+
+/// "'a'", "'a' and 'b'", "'a', 'b', and 'c'".
+std::string listed(const std::vector<PyObject*>& names) {
+  std::string list;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const bool is_last = i > 0 && i + 1 == names.size();
+    if (is_last) list += names.size() == 2 ? " and " : ", and ";
+    if (i > 0 && !is_last) list += ", ";
+    list += quoted(names[i]);
+  }
+  return list;
+}
+
+/// The parameter of this name; names.size() when there is none.
+std::size_t position_of(std::span<PyObject* const> names, PyObject* name) {
+  // Names are interned as a rule, so the same name is the same object.
+  const auto same = std::ranges::find(names, name);
+  if (same != names.end()) return static_cast<std::size_t>(same - names.begin());
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const int equal = in_host([&] { return PyObject_RichCompareBool(name, names[i], Py_EQ); });
+    check(equal);
+    if (equal > 0) return i;
+  }
+  return names.size();
+}
+
+void take_named(const HostParameters& parameters, PyObject* name, PyObject* value,
+                std::span<PyObject*> arguments) {
+  if (!PyUnicode_Check(name)) {
+    PyErr_Format(PyExc_TypeError, "%s() keywords must be strings", parameters.function);
+    throw HostError();
+  }
+  const std::size_t position = position_of(parameters.names, name);
+  if (position == parameters.names.size()) {
+    PyErr_Format(PyExc_TypeError, "%s() got an unexpected keyword argument '%S'",
+                 parameters.function, name);
+    throw HostError();
+  }
+  if (arguments[position] != nullptr) {
+    PyErr_Format(PyExc_TypeError, "%s() got multiple values for argument '%S'", parameters.function,
+                 name);
+    throw HostError();
+  }
+  arguments[position] = value;
+}
+
+[[noreturn]] void refuse_positional(const HostParameters& parameters, std::size_t given,
+                                    std::span<PyObject* const> arguments) {
+  const std::size_t most = parameters.positional;
+  const auto optional = std::ranges::count_if(parameters.defaults.first(most),
+                                              [](auto* object) { return object != nullptr; });
+  const std::size_t least = most - static_cast<std::size_t>(optional);
+  const std::string takes = least < most
+                                ? "from " + std::to_string(least) + " to " + std::to_string(most)
+                                : std::to_string(most);
+  const auto by_name = static_cast<std::size_t>(std::ranges::count_if(
+      arguments.subspan(most), [](auto* object) { return object != nullptr; }));
+  std::string and_by_name;
+  if (by_name > 0) {
+    and_by_name = std::string(" positional argument") + plural(given) + " (and " +
+                  std::to_string(by_name) + " keyword-only argument" + plural(by_name) + ")";
+  }
+  PyErr_Format(PyExc_TypeError, "%s() takes %s positional argument%s but %zu%s %s given",
+               parameters.function, takes.c_str(), least < most ? "s" : plural(most), given,
+               and_by_name.c_str(), given == 1 && by_name == 0 ? "was" : "were");
+  throw HostError();
+}
+
+/// Fills what was left out of the parameters from `first` to `last` with their defaults.
+void fill(const HostParameters& parameters, std::size_t first, std::size_t last, const char* kind,
+          std::span<PyObject*> arguments) {
+  std::vector<PyObject*> missing;
+  for (std::size_t i = first; i < last; ++i) {
+    if (arguments[i] == nullptr) arguments[i] = parameters.defaults[i];
+    if (arguments[i] == nullptr) missing.push_back(parameters.names[i]);
+  }
+  if (missing.empty()) return;
+  PyErr_Format(PyExc_TypeError, "%s() missing %zu required %s argument%s: %s", parameters.function,
+               missing.size(), kind, plural(missing.size()), listed(missing).c_str());
+  throw HostError();
+}
+
+}  // namespace
+
+void lay_out(const HostParameters& parameters, const GivenArguments& given,
+             std::span<PyObject*> arguments) {
+  std::ranges::fill(arguments, nullptr);
+  std::copy_n(given.values, std::min(given.by_position, parameters.positional), arguments.begin());
+  const Py_ssize_t named = given.names == nullptr ? 0 : PyTuple_GET_SIZE(given.names);
+  for (Py_ssize_t i = 0; i < named; ++i) {
+    PyObject* const value = given.values[given.by_position + static_cast<std::size_t>(i)];
+    take_named(parameters, PyTuple_GET_ITEM(given.names, i), value, arguments);
+  }
+  if (given.by_position > parameters.positional)
+    refuse_positional(parameters, given.by_position, arguments);
+  fill(parameters, 0, parameters.positional, "positional", arguments);
+  fill(parameters, parameters.positional, parameters.names.size(), "keyword-only", arguments);
+}
+
+}  // namespace mcp_responses

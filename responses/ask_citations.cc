@@ -1,0 +1,130 @@
+#include "ask_citations.h"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "encode.h"
+#include "errors.h"
+#include "keys.h"
+
+namespace mcp_responses {
+namespace {
+
+std::string at(const char* list, std::size_t position) {
+  return std::string(list) + "[" + std::to_string(position) + "]";
+}
+
+CitationPlace place_of(const Value& citation) {
+  const auto members = citation.object();
+  if (!members) throw KindError("a citation", "dict", citation.kind());
+  CitationPlace place{members->get("path"_key), members->get("line_start"_key),
+                      members->get("line_end"_key)};
+  for (const Value* part : {&place.path, &place.line_start, &place.line_end}) {
+    if (part->size())
+      throw KindError("the place of a citation", "made of str, int and None", part->kind());
+  }
+  return place;
+}
+
+/// Numbers that are equal across kinds have equal hashes.
+std::size_t hash_of(const Value& value) noexcept {
+  switch (value.kind()) {
+    case Kind::boolean:
+      return std::hash<double>()(*value.boolean() ? 1.0 : 0.0);
+    case Kind::integer:
+      return std::hash<double>()(static_cast<double>(*value.integer()));
+    case Kind::real:
+      return std::hash<double>()(*value.real());
+    case Kind::string:
+      return mcp_responses::hash_of(value.text()->view());
+    default:
+      return 0;
+  }
+}
+
+}  // namespace
+
+std::size_t CitationPlaceHash::operator()(const CitationPlace& place) const noexcept {
+  constexpr std::size_t prime = 1000003;
+  return (hash_of(place.path) * prime + hash_of(place.line_start)) * prime +
+         hash_of(place.line_end);
+}
+
+List _ask_citations(const List& sections, const List& extra) {
+  std::vector<Object> opened;
+  for (std::size_t i = 0; i < sections.size(); ++i) {
+    const auto section = sections[i].object();
+    if (!section) throw KindError(at("sections", i), "dict", sections[i].kind());
+    opened.push_back(*section);
+  }
+  return CitationLists(opened, extra).for_first(opened.size());
+}
+
+CitationLists::CitationLists(std::span<const Object> sections, List extra)
+    : extra_(std::move(extra)) {
+  for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
+}
+
+void CitationLists::add_section(const Object& section, std::size_t position) {
+  const Value citations = section.get("citations"_key);
+  if (!citations.truthy()) return;
+  const auto list = citations.list();
+  if (!list) throw KindError(at("sections", position) + "['citations']", "list", citations.kind());
+  for (const Value& citation :
+       list->items().first(std::min(list->size(), _ASK_CITATIONS_PER_SECTION))) {
+    // A full list takes no more, whichever sections are kept: the first ones are always among them.
+    if (from_sections_.size() == _ASK_MAX_CITATIONS) return;
+    if (mentions_.try_emplace(place_of(citation), Mention{.section = position}).second) {
+      from_sections_.push_back({citation, position});
+    }
+  }
+}
+
+CitationLists::Candidate* CitationLists::extra_at(std::size_t position) {
+  while (position >= from_extra_.size() && extra_read_ < extra_.size()) {
+    const Value& citation = extra_[extra_read_++];
+    Mention& mention = mentions_.try_emplace(place_of(citation)).first->second;
+    if (!std::exchange(mention.in_extra, true)) from_extra_.push_back({citation, mention.section});
+  }
+  return position < from_extra_.size() ? &from_extra_[position] : nullptr;
+}
+
+template <class Visitor>
+void CitationLists::visit(std::size_t sections, Visitor visitor) {
+  std::size_t count = 0;
+  for (Candidate& candidate : from_sections_) {
+    if (candidate.section >= sections) break;
+    visitor(candidate);
+    ++count;
+  }
+  for (std::size_t i = 0; count < _ASK_MAX_CITATIONS; ++i) {
+    Candidate* extra = extra_at(i);
+    if (extra == nullptr) break;
+    if (extra->section < sections) continue;  // one of these sections cites it already
+    visitor(*extra);
+    ++count;
+  }
+}
+
+List CitationLists::for_first(std::size_t sections) {
+  List list;
+  list.reserve(_ASK_MAX_CITATIONS);
+  visit(sections, [&list](const Candidate& candidate) { list.append(candidate.citation); });
+  return list;
+}
+
+std::int64_t CitationLists::size_for_first(std::size_t sections) {
+  std::int64_t size = 0;
+  std::int64_t count = 0;
+  visit(sections, [&](Candidate& candidate) {
+    if (candidate.size < 0)
+      candidate.size = static_cast<std::int64_t>(_encoded_size(candidate.citation));
+    size += candidate.size;
+    ++count;
+  });
+  return size + std::max<std::int64_t>(0, count - 1);  // the commas between them
+}
+
+}  // namespace mcp_responses

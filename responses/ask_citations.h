@@ -1,0 +1,81 @@
+// The one citation list of an ask answer: the first citations of each section, then those that the
+// answer itself read, each place once, up to a cap.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "value.h"
+
+namespace mcp_responses {
+
+/// How many citations of each section are candidates.
+inline constexpr std::size_t _ASK_CITATIONS_PER_SECTION = 3;
+/// The most citations that the list holds.
+inline constexpr std::size_t _ASK_MAX_CITATIONS = 24;
+
+/// The citations for these sections (objects, best first, with an optional list "citations") and
+/// `extra` (a list of citation objects), whole and unchanged. Two citations are the same place when
+/// "path", "line_start" and "line_end" are equal (numbers by value, absent as null); the first of
+/// them stays. Throws `KindError` when something looked at is of the wrong kind.
+List _ask_citations(const List& sections, const List& extra);
+
+/// The place that a citation points at: its identity.
+struct CitationPlace {
+  Value path;
+  Value line_start;
+  Value line_end;
+
+  bool operator==(const CitationPlace&) const = default;
+};
+
+struct CitationPlaceHash {
+  std::size_t operator()(const CitationPlace& place) const noexcept;
+};
+
+/// The lists of all answers that keep the first n of the same sections, n from 0 up. Each citation
+/// is looked at once and measured once, however many n are asked for.
+class CitationLists {
+ public:
+  CitationLists(std::span<const Object> sections, List extra);
+
+  /// The list for the first `sections` sections. Its elements are the callers' own.
+  List for_first(std::size_t sections);
+  /// Bytes of that list's text between its brackets.
+  std::int64_t size_for_first(std::size_t sections);
+
+ private:
+  static constexpr std::size_t no_section = std::numeric_limits<std::size_t>::max();
+
+  /// A citation that no earlier one of its source repeats.
+  struct Candidate {
+    Value citation;
+    std::size_t section;  // of a section's: its position. Of an extra: the first section that cites
+                          // the same place
+    std::int64_t size = -1;  // bytes of its text, once measured
+  };
+  struct Mention {
+    std::size_t section = no_section;
+    bool in_extra = false;
+  };
+
+  void add_section(const Object& section, std::size_t position);
+  /// The extra at `position` among those that are distinct, read on demand; null past the last.
+  Candidate* extra_at(std::size_t position);
+  /// Calls `visitor` with each candidate that is in the list for the first `sections` sections, in
+  /// order.
+  template <class Visitor>
+  void visit(std::size_t sections, Visitor visitor);
+
+  std::vector<Candidate> from_sections_;
+  std::vector<Candidate> from_extra_;
+  std::unordered_map<CitationPlace, Mention, CitationPlaceHash> mentions_;
+  List extra_;
+  std::size_t extra_read_ = 0;
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,87 @@
+#include "outline_rows.h"
+
+#include <algorithm>
+
+#include "errors.h"
+#include "keys.h"
+#include "row_pruning.h"
+#include "symbol_rows.h"
+
+namespace mcp_responses {
+namespace {
+
+/// The length of the part of `fqn` up to and including its last dot within the first `length` code
+/// points; 0 without.
+std::size_t up_to_last_dot(const TextView& fqn, std::size_t length) {
+  return visit_units(fqn, [length](auto units) {
+    std::size_t end = length;
+    while (end > 0 && units[end - 1] != '.') --end;
+    return end;
+  });
+}
+
+std::size_t common_length(const TextView& a, const TextView& b) {
+  return visit_units(a, [&b](auto a_units) {
+    return visit_units(b, [a_units](auto b_units) {
+      return static_cast<std::size_t>(std::ranges::mismatch(a_units, b_units).in1 -
+                                      a_units.begin());
+    });
+  });
+}
+
+Text slice(const TextView& view, std::size_t start, std::size_t count) {
+  return visit_units(view.slice(start, count), [](auto units) { return Text::copy_of(units); });
+}
+
+bool starts_with_module(const TextView& fqn, const TextView& module) {
+  return fqn.size > module.size && fqn[module.size] == '.' &&
+         common_length(fqn, module) >= module.size;
+}
+
+Value name_in(const Value& module, Value fqn) {
+  if (!module.truthy()) return fqn;
+  const auto module_text = module.text();
+  if (!module_text) throw KindError("module", "str", module.kind());
+  const auto fqn_text = fqn.text();
+  if (!fqn_text) throw AttributeMissing(kind_name(fqn.kind()), "startswith");
+  const TextView whole = fqn_text->view();
+  const TextView prefix = module_text->view();
+  if (!starts_with_module(whole, prefix)) return fqn;
+  return slice(whole, prefix.size + 1, whole.size - prefix.size - 1);
+}
+
+Value end_line_unless(const Value& start_line, const Record& symbol) {
+  Value end_line = symbol.read(Field::end_line);
+  return end_line == start_line ? Value() : end_line;
+}
+
+}  // namespace
+
+Text outline_module(std::span<const Text> fqns) {
+  if (fqns.empty()) return {};
+  const TextView first = fqns.front().view();
+  // The shared parts, each with the dot behind it, are a prefix of the first fqn.
+  std::size_t shared = up_to_last_dot(first, first.size);
+  for (const Text& fqn : fqns.subspan(1)) {
+    const TextView view = fqn.view();
+    const std::size_t parents = up_to_last_dot(view, view.size);
+    shared = up_to_last_dot(first, std::min(common_length(first.slice(0, shared), view), parents));
+  }
+  return slice(first, 0, shared == 0 ? 0 : shared - 1);
+}
+
+Object build_file_symbol(const Record& symbol, const Value& module) {
+  Value name = name_in(module, symbol.read(Field::fqn));
+  Value kind = symbol.read(Field::kind);
+  const Value line = symbol.read(Field::start_line);
+  return without_nulls(Shaped{
+      "name"_key = std::move(name),
+      "kind"_key = std::move(kind),
+      "line"_key = line,
+      "end_line"_key = end_line_unless(line, symbol),
+      "signature"_key = symbol.read(Field::signature),
+      "summary"_key = summary_of(symbol),
+  });
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,64 @@
+#include "pagination.h"
+
+#include <optional>
+
+#include "errors.h"
+#include "keys.h"
+
+namespace mcp_responses {
+namespace {
+
+std::optional<std::int64_t> whole(const Value& value) {
+  const auto boolean = value.boolean();
+  return boolean ? std::optional<std::int64_t>(*boolean) : value.integer();
+}
+
+double number(const Value& value, std::string_view where) {
+  if (const auto integer = whole(value)) return static_cast<double>(*integer);
+  const auto real = value.real();
+  if (!real) throw KindError(where, "int", value.kind());
+  return *real;
+}
+
+}  // namespace
+
+bool rows_remain(const Value& offset, std::size_t rows, const Value& total) {
+  const auto whole_offset = whole(offset);
+  const auto whole_total = whole(total);
+  if (!whole_offset || !whole_total) {
+    return number(offset, "offset") + static_cast<double>(rows) < number(total, "total_count");
+  }
+  std::int64_t end = 0;
+  const bool past_every_total =
+      __builtin_add_overflow(*whole_offset, static_cast<std::int64_t>(rows), &end);
+  return !past_every_total && end < *whole_total;
+}
+
+std::size_t row_count(const Value& list, std::string_view where) {
+  if (list.kind() != Kind::list) throw KindError(where, "list", list.kind());
+  return *list.size();
+}
+
+Value build_paginated_response(Value items, Value total_count, Value offset, const Text& items_key,
+                               const AddPaginationHint& add_pagination_hint) {
+  const std::size_t rows = row_count(items, "items");
+  const bool has_more = rows_remain(offset, rows, total_count);
+  Object response;
+  response.reserve(5);
+  response.set(items_key, std::move(items));
+  response.set("total_count"_key, std::move(total_count));
+  response.set("truncated"_key, has_more);
+  response.set("has_more"_key, has_more);
+  response.set("offset"_key, std::move(offset));
+  return add_pagination_hint(std::move(response), static_cast<std::int64_t>(rows));
+}
+
+Object build_empty_paginated_response(const Text& items_key) {
+  return {{items_key, List()},
+          {"total_count"_key, 0},
+          {"truncated"_key, false},
+          {"has_more"_key, false},
+          {"offset"_key, 0}};
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,49 @@
+#include "wiki_pages.h"
+
+#include "keys.h"
+#include "pagination.h"
+
+namespace mcp_responses {
+namespace {
+
+Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
+
+}  // namespace
+
+Object build_wiki_status_response(WikiStatus status) {
+  return Shaped{
+      "built"_key = std::move(status.built),
+      "branch"_key = std::move(status.branch),
+      "enabled"_key = std::move(status.enabled),
+      "configured"_key = std::move(status.configured),
+      "pages"_key = std::move(status.pages),
+      "files_covered"_key = std::move(status.files_covered),
+      "total_sources"_key = std::move(status.total_sources),
+      "coverage_pct"_key = std::move(status.coverage_pct),
+      "last_built"_key = std::move(status.last_built),
+      "model"_key = std::move(status.model),
+      "stale_pages"_key = or_empty_list(std::move(status.stale_pages)),
+  };
+}
+
+Object build_wiki_list_response(Value pages, Value total, Value offset, Value truncated) {
+  const bool has_more = rows_remain(offset, row_count(pages, "pages"), total);
+  return Shaped{
+      "pages"_key = std::move(pages),   "total_count"_key = std::move(total),
+      "offset"_key = std::move(offset), "truncated"_key = std::move(truncated),
+      "has_more"_key = has_more,
+  };
+}
+
+Object build_wiki_read_response(WikiPage page) {
+  return Shaped{
+      "page_id"_key = std::move(page.page_id),
+      "title"_key = std::move(page.title),
+      "content"_key = std::move(page.content),
+      "citations"_key = or_empty_list(std::move(page.citations)),
+      "source_files"_key = or_empty_list(std::move(page.source_files)),
+      "related_pages"_key = or_empty_list(std::move(page.related_pages)),
+  };
+}
+
+}  // namespace mcp_responses
