@@ -1,0 +1,55 @@
+"""Holds the extension against the same contract in plain Python, which stands in benchmarks/."""
+
+from __future__ import annotations
+
+import json
+import sys
+import unittest
+from pathlib import Path
+from typing import Any
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "benchmarks"))
+
+import plain_python as plain  # noqa: E402
+
+import hollin.mcp_responses as real  # noqa: E402
+
+
+def exact(value: Any) -> Any:
+    """The value in a form in which == sees kinds and key order: 1, 1.0 and True differ, and a NaN equals itself."""
+    if isinstance(value, dict):
+        return type(value).__name__, [(exact(key), exact(member)) for key, member in value.items()]
+    if isinstance(value, (list, tuple)):
+        return type(value).__name__, [exact(element) for element in value]
+    return type(value).__name__, repr(value)
+
+
+def spoil(value: Any) -> None:
+    """Adds to every list and dict of an answer, the empty ones too."""
+    if isinstance(value, dict):
+        for member in value.values():
+            spoil(member)
+        value["spoilt"] = True
+    elif isinstance(value, list):
+        for element in value:
+            spoil(element)
+        value.append("spoilt")
+
+
+class DifferentialTest(unittest.TestCase):
+    maxDiff = 2000
+
+    def assert_exactly(self, answer: Any, text: str, label: Any) -> None:
+        """The answer is encoded as this text, and is exactly the value that the text reads back as."""
+        self.assertEqual(real.tool_result_text(answer), text, label)
+        self.assertEqual(exact(answer), exact(json.loads(text)), label)
+
+    def assert_same(self, function: str, *args: Any, **named: Any) -> None:
+        """Both sides answer alike, and nothing in the extension's answer is one of the caller's own containers."""
+        # A tuple, a subclass and a key that is no string come back as what their text says; so does the plain answer.
+        expected = plain.tool_result_text(getattr(plain, function)(*args, **named))
+        before = repr((args, named))
+        answer = getattr(real, function)(*args, **named)
+        self.assert_exactly(answer, expected, f"{function} with {before:.2000}")
+        spoil(answer)
+        self.assertTrue(repr((args, named)) == before, f"{function} shares or changes its arguments: {before:.2000}")

@@ -1,0 +1,199 @@
+"""Random inputs for the differential tests. Each maker takes its own random.Random, so that every run is the same."""
+
+from __future__ import annotations
+
+import enum
+import random
+import struct
+from typing import Any
+
+WHITE_SPACE = "".join(
+    map(
+        chr,
+        [*range(0x09, 0x0E), *range(0x1C, 0x21), 0x85, 0xA0, 0x1680, *range(0x2000, 0x200B)]
+        + [0x2028, 0x2029, 0x202F, 0x205F, 0x3000],
+    )
+)
+ESCAPED = '"\\' + "".join(map(chr, range(0x20)))
+
+# One alphabet for each width of a host string, and one for each thing that text rules look at.
+ALPHABETS = {
+    "ascii": "abcdefgh XYZ019_-/.,:\x7f",
+    "accents": "aeiou àéîõüßÿ¡©",
+    "cjk": "漢字かな한글，。ab \u2028\ufeff\u200b",
+    "emoji": "😀🦉🌍𝔘\U0010ffff ok",
+    "escaped": ESCAPED + "ab",
+    "spaces": WHITE_SPACE + "x.",
+}
+SIZES = [0, 1, 2, *(block + by for block in (8, 16, 32, 64) for by in (-1, 0, 1))]
+
+
+def text(rng: random.Random, longest: int = 70) -> str:
+    """A string of one to three alphabets, its length often next to the size of a block."""
+    letters = "".join(rng.sample(sorted(ALPHABETS.values()), rng.choice((1, 1, 2, 3))))
+    length = rng.choice(SIZES) if rng.random() < 0.5 else rng.randint(0, longest)
+    return "".join(rng.choices(letters, k=min(length, longest)))
+
+
+def prose(rng: random.Random, words: int) -> str:
+    """Words with blanks of every kind, sentence ends and paragraph breaks between them."""
+    breaks = [" "] * 12 + [". ", "! ", "?\t", ".\u00a0", "...", ".", "  ", "\u2029"]
+    breaks += ["\n", "\r\n", "\n\n", "\r\n\r\n", "\n \n"]
+    letters = ALPHABETS[rng.choice(["ascii", "accents", "cjk", "emoji"])].translate(dict.fromkeys(map(ord, " .")))
+    pieces = []
+    for _ in range(words):
+        pieces += ["".join(rng.choices(letters, k=rng.choice((1, 3, 5, 9, 40)))), rng.choice(breaks)]
+    return rng.choice(["", "", "\n\n", " \u3000"]) + "".join(pieces)
+
+
+def integer(rng: random.Random) -> int:
+    edges = (0, 1, -1, 10, 99, 100, 2**31, 2**53 + 1, 2**63 - 1, -(2**63))
+    return rng.choice(edges) if rng.random() < 0.3 else rng.getrandbits(rng.randint(1, 63)) * rng.choice((1, -1))
+
+
+def floating(rng: random.Random) -> float:
+    """Any double at all, by its bits; or one that people write, which are a negligible part of those."""
+    if rng.random() < 0.5:
+        return struct.unpack("<d", rng.randbytes(8))[0]
+    edges = (0.0, -0.0, 1e-05, 0.0001, 1e15, 1e16, float("inf"), float("-inf"), float("nan"), 5e-324)
+    return rng.choice((rng.choice(edges), round(rng.uniform(-100, 100), 2), float(rng.randint(-1000, 1000))))
+
+
+class Name(str, enum.Enum):
+    METHOD = "method"
+    QUOTED = 'q"é'
+
+
+class Level(enum.IntEnum):
+    LOW = 1
+    HIGH = 2**40
+
+
+class Ratio(float):
+    def __repr__(self) -> str:
+        return "not the number"
+
+
+class Rows(list):
+    pass
+
+
+def leaf(rng: random.Random) -> Any:
+    kind = rng.randrange(10)
+    if kind < 4:
+        return text(rng)
+    if kind < 6:
+        return integer(rng)
+    if kind < 8:
+        return floating(rng)
+    return rng.choice((None, True, False, Name.QUOTED, Level.HIGH, Ratio(0.1)))
+
+
+def tree(rng: random.Random, depth: int = 3) -> Any:
+    """A value of any kind, its containers at most `depth` deep."""
+    kind = rng.randrange(10) if depth else 0
+    if kind < 5:
+        return leaf(rng)
+    if kind < 7:
+        return rng.choice((list, tuple, Rows))(tree(rng, depth - 1) for _ in range(rng.randint(0, 4)))
+    return mapping(rng, depth)
+
+
+def mapping(rng: random.Random, depth: int = 2) -> dict[Any, Any]:
+    """A dict of any kinds of keys, of which no two become the same text."""
+    keys = [text(rng, 20) + "_" for _ in range(rng.randint(0, 4))]
+    others = [None, True, False, 12, -7, 2.5, float("inf"), Name.METHOD, Level.HIGH]
+    keys += rng.sample(others, rng.choice((0, 0, 1, 3)))
+    return {key: tree(rng, depth - 1) for key in keys}
+
+
+def line(rng: random.Random) -> Any:
+    """A line number, from so few that two are often equal, also across kinds; 2**53 + 1 is no double."""
+    return rng.choice((None, 0, 1, 12, 12, 12.0, True, 40, 2**53 + 1, 2.0**53, "12", [12], [12.0]))
+
+
+def fqn(rng: random.Random) -> str:
+    return ".".join(rng.choices(["shop", "cart", "Cart", "carts", "é", "漢", "🦉", ""], k=rng.randint(1, 4)))
+
+
+def symbol(rng: random.Random) -> dict[str, Any]:
+    return {
+        "fqn": fqn(rng),
+        "name": text(rng, 20),
+        "kind": rng.choice(("function", Name.METHOD, None)),
+        "start_line": line(rng),
+        "end_line": line(rng),
+        "signature": rng.choice((None, "", text(rng))),
+        "docstring": rng.choice((None, "", prose(rng, rng.choice((1, 5, 40))))),
+        "is_export": rng.choice((True, False, None, 0)),
+        "docstring_truncated": tree(rng, 1),
+    }
+
+
+def reference(rng: random.Random) -> dict[str, Any]:
+    caller = {"fqn": leaf(rng), "kind": tree(rng, 1), "more": tree(rng, 1)}
+    some = {key: caller[key] for key in rng.sample(sorted(caller), rng.randint(0, 3))}
+    return {
+        "file_path": rng.choice((None, text(rng))),
+        "line": line(rng),
+        "caller_symbol": rng.choice((None, some)),
+        "usage_type": rng.choice((None, "call", "", tree(rng, 1))),
+    }
+
+
+def component(rng: random.Random) -> dict[str, Any]:
+    return {name: tree(rng, 1) for name in ("name", "layer", "path_pattern", "file_count", "symbol_count")}
+
+
+def citation(rng: random.Random) -> dict[str, Any]:
+    """A citation of one of few places, so that repeats are common; entries may be missing."""
+    entries = {
+        "path": rng.choice(("a.py", "é.py", "漢.py", None)),
+        "line_start": rng.choice((1, 1.0, True, 2, None, 2**53 + 1, 2.0**53)),
+        "line_end": rng.choice((3, 4, "4", None)),
+        "why": tree(rng, 1),
+    }
+    return {key: entries[key] for key in rng.sample(sorted(entries), rng.randint(2, 4))}
+
+
+def citations(rng: random.Random, most: int) -> Any:
+    return rng.choice((None, [], [citation(rng) for _ in range(rng.randint(1, most))]))
+
+
+def excerpt(rng: random.Random) -> Any:
+    """Text of one alphabet that is cut by a budget at every length, or at the 1200 characters of every excerpt."""
+    letters = rng.choice(sorted(ALPHABETS.values())) + " " * rng.choice((0, 1, 5))
+    length = rng.choice((rng.randint(1, 60), rng.randint(100, 500), rng.randint(1190, 1300)))
+    return rng.choice((None, "", *["".join(rng.choices(letters, k=length))] * 8))
+
+
+def section(rng: random.Random) -> dict[str, Any]:
+    entries = {
+        "page_id": text(rng, 12),
+        "title": text(rng, 30),
+        "heading": rng.choice((None, text(rng, 30))),
+        "similarity": floating(rng),
+        "stale": tree(rng, 1),
+        "excerpt": excerpt(rng),
+        "citations": citations(rng, 5),
+        "unread": 1,
+    }
+    missing = rng.sample(sorted(entries), rng.choice((0, 0, 1, 2)))
+    return {key: value for key, value in entries.items() if key not in missing}
+
+
+def question(rng: random.Random, sections: int) -> dict[str, Any]:
+    """The arguments of an ask answer, without a budget."""
+    return {
+        "mode": text(rng, 8),
+        "query": text(rng, 40),
+        "answer": rng.choice((None, "", text(rng), prose(rng, 60))),
+        "sections": [section(rng) for _ in range(sections)],
+        "citations": citations(rng, 30),
+        "model": rng.choice((None, "", "m")),
+        "tokens": rng.choice((None, {}, {"in": 7})),
+        "note": rng.choice((None, "", text(rng))),
+        "decisions": rng.choice((None, {}, mapping(rng))),
+        "code": rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
+        "memories": rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
+    }

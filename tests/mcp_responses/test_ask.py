@@ -1,0 +1,175 @@
+"""The ask answer: citations, and the budget, which plain Python fits by encoding the whole answer at every step."""
+
+import random
+import unittest
+
+import generators
+from differential import DifferentialTest, plain, real
+
+WORDS = [f"w{number:03}" for number in range(100)]
+E = " ".join(WORDS)
+CITED = [{"path": "f1.py", "line_start": 1, "line_end": 1}, {"path": "f1.py", "line_start": 2, "line_end": 2}]
+SECTION_1 = {"page_id": "p1", "title": "T1", "heading": "H1", "excerpt": E, "citations": CITED}
+SECTION_2 = {
+    "page_id": "p2",
+    "title": "T2",
+    "heading": "H2",
+    "excerpt": E,
+    "citations": [{"path": "f2.py", "line_start": 3, "line_end": 3}],
+}
+CITATION_TEXTS = [
+    '{"path":"f1.py","line_start":1,"line_end":1},{"path":"f1.py","line_start":2,"line_end":2}',
+    '{"path":"f2.py","line_start":3,"line_end":3}',
+]
+
+# Excerpt of section 2, then: token budget, words that each kept section shows, bytes of the answer.
+BUDGETS = [
+    (E, None, [100, 100], 1377),
+    (E, 400, [100, 100], 1377),
+    (E, 344, [100, 97], 1365),
+    (E, 300, [100, 62], 1190),
+    (E, 250, [82, 40], 993),
+    (E, 150, [69], 591),
+    (E, 110, [], 66),
+    (E, 16, [], 66),
+    (E, 1, [], 66),
+    (E, 0, [], 66),
+    (E, -1, [], 66),
+    (E, -(2**63), [], 66),
+    (E, 2**63 - 1, [100, 100], 1377),
+    (E, 2**61, [100, 100], 1377),
+    ("x", None, [100, "x"], 879),
+    ("x", 320, [100, "x"], 879),
+    ("x", 220, [58, "x"], 672),
+]
+ATTACHED = [(None, "cm", 702), (176, "cm", 702), (175, "c", 382), (96, "c", 382), (95, "", 66)]
+
+
+def ask(**named):
+    return real.build_wiki_ask_response(**{"mode": "m", "query": "q", "answer": "a", "sections": []} | named)
+
+
+def shown(words):
+    return words if isinstance(words, str) else " ".join(WORDS[:words]) + "…" * (words < 100)
+
+
+def place(number, **more):
+    return {"path": f"{number}.py", "line_start": number, "line_end": None} | more
+
+
+class KnownAnswers(DifferentialTest):
+    def test_budget(self):
+        for second, budget, words, size in BUDGETS:
+            rows = [
+                f'{{"page_id":"p{n}","title":"T{n}","heading":"H{n}","similarity":null,"stale":false,'
+                f'"excerpt":"{shown(w)}"}}'
+                for n, w in enumerate(words, 1)
+            ]
+            cited = ",".join(CITATION_TEXTS[: len(words)])
+            text = f'{{"mode":"m","query":"q","answer":"a","sections":[{",".join(rows)}],"citations":[{cited}]}}'
+            answer = ask(sections=[SECTION_1, SECTION_2 | {"excerpt": second}], token_budget=budget)
+            self.assert_exactly(answer, text, budget)
+            self.assertEqual(real._encoded_size(answer), size, budget)
+
+    def test_memories_go_before_the_code(self):
+        for budget, kept, size in ATTACHED:
+            text = '{"mode":"m","query":"q","answer":"a","sections":[],"citations":[]'
+            text += (',"code":{"k":"' + "z" * 300 + '"}') * ("c" in kept)
+            text += (',"memories":{"k":"' + "y" * 300 + '"}') * ("m" in kept) + "}"
+            answer = ask(memories={"k": "y" * 300}, code={"k": "z" * 300}, token_budget=budget)
+            self.assert_exactly(answer, text, budget)
+            self.assertEqual(real._encoded_size(answer), size, budget)
+
+    def test_only_null_leaves_a_key_out(self):
+        given = {"memories": {}, "code": {}, "decisions": {}, "note": "", "tokens": {}, "model": ""}
+        fixed = '{"mode":"m","query":"q","answer":null,"sections":[],"citations":[]'
+        text = fixed + ',"model":"","tokens":{},"note":"","decisions":{},"code":{},"memories":{}}'
+        self.assert_exactly(ask(answer=None, **given), text, "empty")
+        self.assert_exactly(ask(answer=None, **dict.fromkeys(given)), fixed + "}", "null")
+        # What the budget may not drop stays, over the limit.
+        text = fixed + ',"model":"","tokens":{},"note":"","decisions":{}}'
+        self.assert_exactly(ask(answer=None, token_budget=1, **given), text, "over")
+
+    def test_a_section_without_entries(self):
+        row = '{"page_id":null,"title":null,"heading":null,"similarity":null,"stale":%s,"excerpt":""}'
+        for section, stale in [({}, "false"), ({"stale": " "}, "true"), ({"stale": 0.0, "excerpt": None}, "false")]:
+            for budget in (None, 1000):
+                answer = ask(sections=(section,), token_budget=budget)
+                text = f'{{"mode":"m","query":"q","answer":"a","sections":[{row % stale}],"citations":[]}}'
+                self.assert_exactly(answer, text, (section, budget))
+
+
+class Citations(DifferentialTest):
+    def assert_cited(self, sections, extra, numbers):
+        cited = real._ask_citations([{"citations": citations} for citations in sections], extra)
+        self.assertEqual([citation["line_start"] for citation in cited], numbers)
+
+    def test_known_lists(self):
+        self.assert_cited([], [], [])
+        self.assert_cited([None, [], False], [place(1), place(2), place(1)], [1, 2])
+        self.assert_cited([[place(n) for n in range(5)]], (), [0, 1, 2])
+        # The limit of a section counts its repeats: the fourth citation is never taken.
+        repeats = [place(2), place(0), place(1, why="other"), place(7)]
+        self.assert_cited([[place(n) for n in range(3)], repeats], [place(8), place(2)], [0, 1, 2, 8])
+        self.assert_cited([[place(3 * n + i) for i in range(3)] for n in range(9)], [place(99)], [*range(24)])
+        self.assert_cited([], [place(n) for n in range(40)], [*range(24)])
+        first = {"path": "a", "line_start": 10, "why": [None]}
+        same = [{"line_start": 10.0, "path": "a"}, {"path": "a", "line_start": 10, "line_end": None}]
+        self.assertEqual(real._ask_citations([{"citations": [first]}, {}], same), [first])
+        self.assertEqual(real._ask_citations([], [{"x": 1}, {"y": 2}]), [{"x": 1}])
+
+    def test_a_place_made_of_a_container_is_refused(self):
+        for entry in ([], {"a": 1}):
+            self.assertRaises(TypeError, real._ask_citations, [], [{"path": entry}])
+        # A candidate past the cap is not looked at.
+        self.assert_cited([], [*map(place, range(24)), {"path": []}], [*range(24)])
+
+    def test_random_lists(self):
+        rng = random.Random(21)
+        for _ in range(1500):
+            sections = [{"citations": generators.citations(rng, 5)} for _ in range(rng.choice((0, 1, 3, 12)))]
+            self.assert_same("_ask_citations", sections, generators.citations(rng, 40) or ())
+
+
+def sizes_at_decisions(arguments):
+    """The sizes that the budget's rules compare with the limit, whatever the limit is, reserves included."""
+    sections = arguments["sections"]
+    for kept in range(len(sections) + 1):
+        for whole in range(kept + 1):
+            rows = sections[:whole] + [section | {"excerpt": None} for section in sections[whole:kept]]
+            size = plain._encoded_size(plain.build_wiki_ask_response(**arguments | {"sections": rows}))
+            yield size + plain._ASK_MIN_EXCERPT_CHARS * (kept - whole)
+    for dropped in ({"memories": None}, {"memories": None, "code": None}):
+        yield plain._encoded_size(plain.build_wiki_ask_response(**arguments | {"sections": []} | dropped))
+
+
+class BudgetProperty(DifferentialTest):
+    def test_any_budget(self):
+        rng = random.Random(22)
+        far = [0, 1, -1, 2**61 - 1, 2**61, 2**62, 2**63 - 1, -(2**61), -(2**61) - 1, -(2**63)]
+        for _ in range(250):
+            arguments = generators.question(rng, rng.choice((0, 1, 2, 3, 5)))
+            size = plain._encoded_size(plain.build_wiki_ask_response(**arguments))
+            for budget in [None, rng.choice(far), *(rng.randint(0, size // 3) for _ in range(4))]:
+                self.assert_same("build_wiki_ask_response", **arguments, token_budget=budget)
+
+    def test_budgets_that_a_decision_meets_exactly_or_misses_by_one_byte(self):
+        rng = random.Random(23)
+        for _ in range(150):
+            arguments = generators.question(rng, rng.choice((0, 1, 2, 3, 5)))
+            sizes = sorted(set(sizes_at_decisions(arguments)))
+            for size in rng.sample(sizes, min(4, len(sizes))):
+                # A budget is a multiple of four bytes: a longer query brings the size to it, and to one byte past it.
+                for past in (0, 1):
+                    query = arguments["query"] + "q" * (-size % 4 + past)
+                    budget = (size + 3) // 4
+                    self.assert_same("build_wiki_ask_response", **arguments | {"query": query}, token_budget=budget)
+
+    def test_many_sections(self):
+        rng = random.Random(24)
+        for budget in (3000, 9000, 15000):
+            self.assert_same("build_wiki_ask_response", **generators.question(rng, 40), token_budget=budget)
+
+
+if __name__ == "__main__":
+    unittest.main()
