@@ -1,0 +1,191 @@
+"""The service's answers on a terminal: each with its size, and the time that the library took for it."""
+
+from __future__ import annotations
+
+import argparse
+import json
+import signal
+import sys
+import sysconfig
+import time
+from collections.abc import Callable
+from pathlib import Path
+from types import ModuleType
+from typing import Any
+
+from hollin import mcp_responses, tools
+from hollin.arguments import TEXT_CHARS, ArgumentError, checked
+from hollin.index import PHASES, Index
+from hollin.tools import TOOLS
+
+COLUMNS, HEAD_LINES, TAIL_LINES = 88, 5, 3
+BUDGETS = (1000, 400, 100)
+ROWS = 4
+
+
+class Stopwatch:
+    """Stands before the library and adds up the time spent inside its functions."""
+
+    def __init__(self, library: ModuleType) -> None:
+        self._library = library
+        self.seconds, self.calls = 0.0, 0
+
+    def __getattr__(self, name: str) -> Callable[..., Any]:
+        function = getattr(self._library, name)
+
+        def timed(*args: Any, **kwargs: Any) -> Any:
+            start = time.perf_counter()
+            try:
+                return function(*args, **kwargs)
+            finally:
+                self.seconds += time.perf_counter() - start
+                self.calls += 1
+
+        return timed
+
+
+class Demo:
+    def __init__(self, index: Index) -> None:
+        self.index = index
+        self.library = tools.responses = Stopwatch(mcp_responses)
+
+    def ask(self, tool: str, **arguments: Any) -> dict[str, Any]:
+        """Ask a tool as a client would, and show what it answers."""
+        handler, schema = TOOLS[tool].handler, TOOLS[tool].arguments
+        call = f"{tool} {json.dumps(arguments, ensure_ascii=False)}"
+        answer = self.show(call, lambda: handler(self.index, **checked(arguments, schema)))
+        if answer.get("total_count") == 0:
+            print("    (This tree has nothing of the kind.)")
+        return answer
+
+    def show(self, title: str, answer: Callable[[], dict[str, Any]]) -> dict[str, Any]:
+        library = self.library
+        library.seconds, library.calls = 0.0, 0
+        response = answer()
+        text = library.tool_result_text(response)
+        print(f"\n{title[:COLUMNS]}")
+        show_text(text)
+        size = len(text.encode())
+        took = f"the library took {library.seconds * 1e6:,.0f} \N{MICRO SIGN}s in {library.calls} calls"
+        print(f"    = {size:,} bytes, {-(-size // 4):,} tokens; {took}")
+        return response
+
+
+def show_text(text: str) -> None:
+    """A long text is shown by its head and its tail, where the paging stands."""
+    head, tail = COLUMNS * HEAD_LINES, COLUMNS * TAIL_LINES
+    if len(text) <= head + tail:
+        show_lines(text)
+        return
+    show_lines(text[:head])
+    print(f"    [... shortened on this screen: {head + tail:,} of {len(text):,} characters are shown ...]")
+    show_lines(text[-tail:])
+
+
+def show_lines(text: str) -> None:
+    shown = "".join(char if char.isprintable() else "\N{MIDDLE DOT}" for char in text)
+    for start in range(0, len(shown), COLUMNS):
+        print(f"    {shown[start : start + COLUMNS]}")
+
+
+def section(title: str) -> None:
+    print(f"\n\n--- {title} {'-' * (COLUMNS - len(title))}")
+
+
+def make_index(demo: Demo) -> None:
+    index, start, shown = demo.index, time.perf_counter(), set()
+    print(f"Indexing {index.root}")
+    print(f"Left out: hidden folders, links and {', '.join(sorted(index.left_out))}.")
+    section("While the index is being built")
+    for _ in index.build():
+        now = index.progress
+        if now.phase in PHASES[::2] and now.phase not in shown and 2 * now.done >= now.total - 1:
+            shown.add(now.phase)
+            demo.ask("status")
+    seconds = time.perf_counter() - start
+    calls = sum(map(len, index.references.values()))
+    print(f"\nIndexed {len(index.files):,} files in {seconds:.1f} s: {len(index.symbols):,} symbols, {calls:,} calls, "
+          f"{len(index.wiki.pages):,} wiki pages.")
+    print(f"Not indexed, as they do not parse: {len(index.skipped)} files.")
+
+
+def show_code(demo: Demo, word: str) -> None:
+    section("The index is ready")
+    demo.ask("status")
+    section("Search: a page, and the last page")
+    total = demo.ask("search", query=word, limit=ROWS)["total_count"]
+    demo.ask("search", query=word, offset=max(0, total - 1) // ROWS * ROWS, limit=ROWS)
+    found = demo.index.search(word) or demo.index.symbols
+    if found:
+        section("One symbol: its details, who calls its name, its file")
+        demo.ask("symbol", fqn=found[0].symbol.fqn)
+        demo.ask("symbol", fqn=found[0].symbol.fqn, action="references", limit=ROWS)
+        demo.ask("file", path=found[0].path)
+    section("The tree: files, components and API endpoints, tests")
+    for tool in ("files", "architecture", "tests"):
+        demo.ask(tool, limit=2)
+
+
+def show_wiki(demo: Demo, word: str) -> None:
+    section("The wiki")
+    demo.ask("wiki", action="status")
+    demo.ask("wiki", action="list", limit=ROWS)
+    hits = demo.index.wiki.best_sections(word, 1)
+    for page_id in [section.page.path for _, section in hits] or list(demo.index.wiki.pages)[:1]:
+        demo.ask("wiki", action="read", page_id=page_id)
+    section("A question, whole and within three budgets")
+    question = f"How does {word} work?"[:TEXT_CHARS]
+    fits = [fit(None, demo.ask("wiki", action="ask", query=question))]
+    for budget in BUDGETS:
+        fits.append(fit(budget, demo.ask("wiki", action="ask", query=question, token_budget=budget)))
+    print("\nHow the answer gives way: excerpts shrink from the bottom, then sections go, then the code.\n")
+    print("    budget    limit     size  sections  excerpts' characters  citations  code")
+    print("\n".join(fits))
+
+
+def fit(budget: int | None, answer: dict[str, Any]) -> str:
+    size = len(mcp_responses.tool_result_text(answer).encode())
+    excerpts = sum(len(section["excerpt"]) for section in answer["sections"])
+    limit = f"{budget:>10,}{4 * budget:>9,}" if budget else f"{'none':>10}{'':>9}"
+    return (f"{limit}{size:>9,}{len(answer['sections']):>10}{excerpts:>22,}{len(answer['citations']):>11}"
+            f"  {'yes' if 'code' in answer else 'no'}")
+
+
+def show_empty(demo: Demo) -> None:
+    section("Every tool, before a repository is initialised")
+    for tool in mcp_responses.EMPTY_TOOL_RESPONSES:
+        demo.show(tool, lambda: demo.library.get_empty_response(tool))
+
+
+def options() -> tuple[Index, str]:
+    parser = argparse.ArgumentParser(prog="hollin.demo", description=__doc__)
+    tree = "a tree of Python sources (default: this interpreter's standard library, without its folder test)"
+    parser.add_argument("--root", type=Path, metavar="FOLDER", help=tree)
+    parser.add_argument("--query", metavar="WORD", default="parse", help="what is searched and asked (default: parse)")
+    chosen = parser.parse_args()
+    root = chosen.root or Path(sysconfig.get_path("stdlib"))
+    if not root.is_dir():
+        parser.exit(2, f"hollin.demo: {root} is not a folder\n")
+    index = Index(root, frozenset() if chosen.root else frozenset({"test"}))
+    if not any(path.endswith(".py") for path in index.walk()):
+        parser.exit(2, f"hollin.demo: {root} holds no Python file\n")
+    try:
+        checked({"query": chosen.query}, TOOLS["search"].arguments)
+    except ArgumentError as error:
+        parser.exit(2, f"hollin.demo: {error}\n")
+    return index, chosen.query
+
+
+def main() -> None:
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a pager may be left early
+    sys.stdout.reconfigure(errors="replace")
+    index, word = options()
+    demo = Demo(index)
+    make_index(demo)
+    show_code(demo, word)
+    show_wiki(demo, word)
+    show_empty(demo)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,117 @@
+"""A small tree of Python sources, and the example service as its clients start it."""
+
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import threading
+from pathlib import Path
+
+import hollin
+
+# A locale that cannot write most of what is answered: the protocol is UTF-8 whatever the surroundings.
+ENVIRONMENT = os.environ | {
+    "PYTHONPATH": str(Path(hollin.__file__).parent.parent),
+    "LC_ALL": "C",
+    "PYTHONCOERCECLOCALE": "0",
+    "PYTHONUTF8": "0",
+    "PYTHONIOENCODING": "ascii",
+}
+GUIDE = "# Carts\n\nA cart holds lines: naïve, 漢字, 😀.\n\n## Paying\n\n" + "To pay a cart, call “pay”.\n" * 60
+TREE = {
+    ".git/HEAD": "ref: refs/heads/trunk\n",
+    "shop/__init__.py": '"""A shop.\n\nCarts are paid here."""\n',
+    "shop/cart.py": '''
+class Cart(dict):
+    """Lines to pay. Taxes are not included."""
+
+    def total(self, *, rate: float = 0.5) -> float:
+        return sum(self.values()) * rate  # naïve
+
+
+@app.post("/cart")
+async def pay(cart):
+    "Pay once \\ud800"
+    return cart.total()
+''',
+    "tests/test_cart.py": "from shop.cart import Cart, pay\nimport shop\n\ndef test_pay():\n    pay(Cart().total())\n",
+    "docs/guide.md": GUIDE,
+    "docs/notes.rst": "Notes\n=====\n\nLast line.\n",
+    "broken.py": "def (:\n",
+    "deep.py": "x = " + "-" * 100000 + "1",
+}
+TEST_CALL = '"file":"tests/test_cart.py","line":5,"code":"pay(Cart().total())","caller":"tests.test_cart.test_pay"'
+
+
+def make_folder(add_cleanup) -> Path:
+    folder = tempfile.TemporaryDirectory()
+    add_cleanup(folder.cleanup)
+    return Path(folder.name)
+
+
+def make_tree(add_cleanup) -> Path:
+    folder = make_folder(add_cleanup)
+    for path, text in TREE.items():
+        (folder / path).parent.mkdir(parents=True, exist_ok=True)
+        (folder / path).write_text(text, encoding="utf-8")
+    os.mkfifo(folder / "pipe.py")
+    (folder / "link.py").symlink_to(__file__)
+    Path(os.fsdecode(os.fsencode(folder) + b"/\xff.py")).touch()
+    return folder
+
+
+class Client:
+    def __init__(self, *options: str) -> None:
+        command = [sys.executable, "-P", "-m", "hollin.server", *options]
+        self.log = tempfile.TemporaryFile()
+        self.process = subprocess.Popen(
+            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log, env=ENVIRONMENT
+        )
+        self.guard = threading.Timer(300, self.process.kill)
+        self.guard.start()
+
+    def send(self, line: bytes) -> None:
+        self.process.stdin.write(line + b"\n")
+        self.process.stdin.flush()
+
+    def hear(self) -> dict:
+        return json.loads(self.process.stdout.readline().decode("utf-8"))
+
+    def receive(self) -> dict:
+        """The next answer; a notification may come before it at any time."""
+        while "id" not in (message := self.hear()):
+            pass
+        return message
+
+    def request(self, method: str, **params) -> dict:
+        self.send(json.dumps({"jsonrpc": "2.0", "id": "r", "method": method, "params": params}).encode())
+        return self.receive()
+
+    def initialize(self, version: str = "2025-11-25") -> dict:
+        result = self.request("initialize", protocolVersion=version, capabilities={}, clientInfo={"name": "test"})
+        self.send(b'{"jsonrpc":"2.0","method":"notifications/initialized"}')
+        return result["result"]
+
+    def tools(self) -> list[str]:
+        return [tool["name"] for tool in self.request("tools/list")["result"]["tools"]]
+
+    def call(self, tool: str, **arguments) -> tuple[str, bool]:
+        result = self.request("tools/call", name=tool, arguments=arguments)["result"]
+        (content,) = result["content"]
+        return content["text"], result["isError"]
+
+    def answer(self, tool: str, **arguments) -> dict:
+        text, is_error = self.call(tool, **arguments)
+        assert not is_error, text
+        return json.loads(text)
+
+    def close(self) -> None:
+        """Ends the server, which leaves nothing more on its output and no traceback in its log."""
+        rest = self.process.communicate()[0]
+        self.guard.cancel()
+        self.log.seek(0)
+        with self.log:
+            log = self.log.read().decode()
+        if self.process.returncode or rest or "Traceback" in log:
+            raise AssertionError(f"{self.process.returncode} {rest} {log}")
