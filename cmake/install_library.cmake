@@ -9,11 +9,18 @@ add_library(mcp_responses::mcp_responses ALIAS mcp_responses)
 set_target_properties(mcp_responses PROPERTIES LINKER_LANGUAGE CXX)
 target_compile_features(mcp_responses PUBLIC cxx_std_20)
 target_include_directories(mcp_responses INTERFACE
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/core> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/responses>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
 get_target_property(core_headers mcp_responses_core HEADER_SET)
 get_target_property(responses_headers mcp_responses_responses HEADER_SET)
+# Links in the layout of an installation: a project that takes this one in with add_subdirectory writes the same
+# #include <mcp_responses/...> as one that finds it installed.
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/include/mcp_responses")
+foreach(header IN LISTS core_headers responses_headers)
+  cmake_path(GET header FILENAME name)
+  file(CREATE_LINK "${header}" "${PROJECT_BINARY_DIR}/include/mcp_responses/${name}" SYMBOLIC)
+endforeach()
+
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/mcp_responses")
 set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 

@@ -11,20 +11,6 @@ namespace {
 
 constexpr std::uint16_t ellipsis = 0x2026;
 
-constexpr bool in(std::uint32_t code_point, std::uint32_t first, std::uint32_t last) {
-  return code_point >= first && code_point <= last;
-}
-
-constexpr bool is_ascii_space(std::uint32_t code_point) {
-  return code_point == ' ' || in(code_point, 0x09, 0x0D) || in(code_point, 0x1C, 0x1F);
-}
-
-constexpr bool is_wide_space(std::uint32_t code_point) {
-  return code_point == 0x85 || code_point == 0xA0 || code_point == 0x1680 ||
-         in(code_point, 0x2000, 0x200A) || in(code_point, 0x2028, 0x2029) || code_point == 0x202F ||
-         code_point == 0x205F || code_point == 0x3000;
-}
-
 /// The code points, white space at their end removed, and an ellipsis.
 Text cut_before(TextView kept) {
   return visit_units(without_trailing_space(kept), [](auto units) {
@@ -54,38 +40,44 @@ constexpr bool ends_sentence(std::uint32_t code_point) {
 template <class Unit>
 class Summary {
  public:
-  explicit Summary(std::span<const Unit> units) {
-    std::size_t at = 0;
-    while (at < units.size() && is_white_space(units[at])) ++at;
-    bool after_space = false;
-    for (; at < units.size() && size_ <= SUMMARY_CHARS; ++at) {
-      if (!is_white_space(units[at])) {
-        if (after_space && ends_sentence(characters_[size_ - 1])) return;
-        if (after_space) add(' ');
-        add(units[at]);
-        after_space = false;
-      } else {
-        if (units[at] == '\n' && at + 1 < units.size() && units[at + 1] == '\n') return;
-        after_space = true;
-      }
+  explicit Summary(std::span<const Unit> units) : at_(units.data()), end_(at_ + units.size()) {
+    skip_space();
+    while (at_ != end_ && size_ <= SUMMARY_CHARS) {
+      take_word();
+      const bool at_sentence_end = ends_sentence(characters_[size_ - 1]);
+      if (skip_space() || at_sentence_end || at_ == end_ || size_ > SUMMARY_CHARS) return;
+      characters_[size_++] = ' ';
     }
   }
 
   std::span<const Unit> characters() const { return std::span(characters_).first(size_); }
 
  private:
-  void add(Unit unit) { characters_[size_++] = unit; }
+  static constexpr std::ptrdiff_t room =
+      SUMMARY_CHARS + 2;  // one too many, and the space before it
 
-  std::array<Unit, SUMMARY_CHARS + 2>
-      characters_;  // a space and a character may pass the limit together
+  /// Requires a character that is not white space.
+  void take_word() {
+    const Unit* const last = at_ + std::min(end_ - at_, room - static_cast<std::ptrdiff_t>(size_));
+    while (at_ != last && !is_white_space(*at_)) characters_[size_++] = *at_++;
+  }
+
+  /// True when the white space holds two line feeds in a row: the paragraph ends there.
+  bool skip_space() {
+    bool ends_paragraph = false;
+    for (; at_ != end_ && is_white_space(*at_); ++at_) {
+      ends_paragraph |= *at_ == '\n' && at_ + 1 != end_ && at_[1] == '\n';
+    }
+    return ends_paragraph;
+  }
+
+  const Unit* at_;
+  const Unit* end_;
+  std::array<Unit, room> characters_;
   std::size_t size_ = 0;
 };
 
 }  // namespace
-
-bool is_white_space(std::uint32_t code_point) noexcept {
-  return code_point < 0x80 ? is_ascii_space(code_point) : is_wide_space(code_point);
-}
 
 TextView without_trailing_space(TextView view) noexcept {
   visit_units(view, [&view](auto units) {

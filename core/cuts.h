@@ -15,7 +15,14 @@ inline constexpr std::int64_t SUMMARY_CHARS = 160;
 /// True for the 29 code points that count as white space wherever this library strips, collapses or
 /// splits: the Unicode Standard's White_Space property and the four separators U+001C to U+001F, as
 /// in the host's own strings.
-bool is_white_space(std::uint32_t code_point) noexcept;
+constexpr bool is_white_space(std::uint32_t code_point) noexcept {
+  const auto in = [code_point](std::uint32_t first, std::uint32_t last) {
+    return code_point - first <= last - first;
+  };
+  if (code_point < 0x80) return code_point == ' ' || in(0x09, 0x0D) || in(0x1C, 0x1F);
+  return code_point == 0x85 || code_point == 0xA0 || code_point == 0x1680 || in(0x2000, 0x200A) ||
+         in(0x2028, 0x2029) || code_point == 0x202F || code_point == 0x205F || code_point == 0x3000;
+}
 
 /// The view without white space at its end, and at both ends.
 TextView without_trailing_space(TextView view) noexcept;

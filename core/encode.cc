@@ -2,6 +2,8 @@
 
 #include <span>
 
+#include "errors.h"
+
 namespace mcp_responses {
 namespace {
 
@@ -12,10 +14,13 @@ class ValueTree {
 
   class Cursor {
    public:
-    explicit Cursor(List list)
-        : container_(std::move(list)), elements_(container_.list()->items()) {}
-    explicit Cursor(Object object)
-        : container_(std::move(object)), is_object_(true), members_(container_.object()->items()) {}
+    Cursor(const Value& container, Kind kind) : is_object_(kind == Kind::object) {
+      const Holder& holder = container.holder();
+      if (holder.opened != nullptr) opened_ = holder.opened(container.payload());
+      const Value& own = holder.opened == nullptr ? container : opened_;
+      elements_ = own.elements();
+      members_ = own.members();
+    }
 
     bool is_object() const noexcept { return is_object_; }
     bool next() noexcept { return ++past_ <= (is_object_ ? members_.size() : elements_.size()); }
@@ -25,21 +30,26 @@ class ValueTree {
     }
 
    private:
-    Value container_;  // keeps what the spans show alive
-    bool is_object_ = false;
+    bool is_object_;
+    Value opened_;  // of a container that is held elsewhere: keeps what the spans show alive
     std::span<const Value> elements_;
     std::span<const Member> members_;
     std::size_t past_ = 0;
   };
 
-  static Kind kind(Node node, const std::vector<Cursor>&) noexcept { return node->kind(); }
+  /// A value held elsewhere may stand in itself.
+  static Kind kind(Node node, const std::vector<Cursor>& open) {
+    const Kind kind = node->kind();
+    if (open.size() == NestingError::most_levels && (kind == Kind::list || kind == Kind::object)) {
+      throw NestingError();
+    }
+    return kind;
+  }
   static bool boolean(Node node) noexcept { return *node->boolean(); }
   static std::int64_t integer(Node node) noexcept { return *node->integer(); }
   static double real(Node node) noexcept { return *node->real(); }
   static TextView text(Node node) noexcept { return node->holder().text(node->payload()); }
-  static Cursor open(Node node, Kind kind) {
-    return kind == Kind::object ? Cursor(*node->object()) : Cursor(*node->list());
-  }
+  static Cursor open(Node node, Kind kind) { return {*node, kind}; }
 };
 
 }  // namespace

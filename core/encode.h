@@ -18,11 +18,11 @@
 
 namespace mcp_responses {
 
-/// The text of any value, in code points.
+/// The text of any value, in code points. Throws `NestingError`.
 Text tool_result_text(const Value& result);
 
 /// The bytes of `tool_result_text(result)` in UTF-8. Throws `SurrogateError` when a string has
-/// none.
+/// none, and `NestingError`.
 std::size_t _encoded_size(const Value& result);
 
 /// Bytes of a string in the text, quotation marks and escapes included.

@@ -25,4 +25,8 @@ KindError::KindError(std::string_view where, std::string_view expected, Kind met
 AttributeMissing::AttributeMissing(std::string_view type, std::string_view attribute)
     : std::invalid_argument(joined({"'", type, "' object has no attribute '", attribute, "'"})) {}
 
+NestingError::NestingError()
+    : std::runtime_error(
+          "maximum nesting depth exceeded: a list or dict that deep, or one in itself") {}
+
 }  // namespace mcp_responses

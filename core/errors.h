@@ -2,6 +2,7 @@
 // programmers know.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -24,6 +25,15 @@ class KindError : public std::invalid_argument {
 class AttributeMissing : public std::invalid_argument {
  public:
   AttributeMissing(std::string_view type, std::string_view attribute);
+};
+
+/// Lists and objects stand deeper inside each other than is walked, or one stands in itself. The
+/// host's RecursionError.
+class NestingError : public std::runtime_error {
+ public:
+  static constexpr std::size_t most_levels = 1000;
+
+  NestingError();
 };
 
 }  // namespace mcp_responses

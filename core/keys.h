@@ -60,8 +60,28 @@ inline constexpr Shape shape_of{shape_words<names...>};
 class Shaped : public Object {
  public:
   template <Name... names>
-  explicit Shaped(NamedValue<names>&&... members) : Object(&shape_of<names...>) {
-    (add(Text(word<names>), std::move(members.value)), ...);
+  explicit Shaped(NamedValue<names>&&... members) : Object(shape_of<names...>) {
+    static_assert(sizeof...(names) < 32);
+    started().note.kept = (1U << sizeof...(names)) - 1;
+    (started().add(Text(word<names>), std::move(members.value)), ...);
+  }
+};
+
+/// The same without the members whose value is null: a row carries only what it knows.
+class Known : public Object {
+ public:
+  template <Name... names>
+  explicit Known(NamedValue<names>&&... members) : Object(shape_of<names...>) {
+    static_assert(sizeof...(names) < 32);
+    std::uint32_t bit = 1;
+    (keep(word<names>, std::move(members.value), std::exchange(bit, bit << 1)), ...);
+  }
+
+ private:
+  void keep(const Word& key, Value&& value, std::uint32_t bit) {
+    if (value.is_null()) return;
+    started().add(Text(key), std::move(value));
+    started().note.kept |= bit;
   }
 };
 

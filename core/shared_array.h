@@ -13,7 +13,7 @@ namespace mcp_responses {
 /// A block of `capacity` elements of which `size` are alive, counted by its owners. An empty array
 /// is a null pointer. The functions are static because the pointer itself lives in a handle's
 /// payload. `note` is what the owner remembers about the elements as a whole; copies keep it.
-template <class T, class Note = const void*>
+template <class T, class Note = std::nullptr_t>
 class SharedArray {
  public:
   Note note{};

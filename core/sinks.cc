@@ -10,43 +10,52 @@
 namespace mcp_responses {
 namespace {
 
-/// Bytes that `unit` adds to the one that every unit takes: the rest of its UTF-8, or of its
-/// escape. Without a branch, in the unit's own width.
+/// Bytes that escapes add to the one that each unit takes.
 template <class Unit>
-constexpr Unit bytes_beyond_one(Unit unit) {
-  const auto is_control = static_cast<Unit>(unit < 0x20);
-  const auto has_short_escape =
-      static_cast<Unit>((static_cast<Unit>(unit - 8) <= 5) & (unit != 11));  // \b \t \n \f \r
-  auto beyond =
-      static_cast<Unit>(5 * is_control - 4 * has_short_escape + (unit == '"') + (unit == '\\'));
-  beyond = static_cast<Unit>(beyond + (unit >= 0x80));
-  if constexpr (sizeof(Unit) > 1) beyond = static_cast<Unit>(beyond + (unit >= 0x800));
-  if constexpr (sizeof(Unit) > 2) beyond = static_cast<Unit>(beyond + (unit >= 0x10000));
-  return beyond;
+std::size_t escape_bytes(std::span<const Unit> units) {
+  std::size_t bytes = 0;
+  const auto take = [&bytes](const Unit* from, std::uint32_t found) {
+    for (; found != 0; found &= found - 1) {
+      const auto position = static_cast<std::size_t>(std::countr_zero(found)) / sizeof(Unit);
+      bytes += escapes[from[position]].size - 1U;
+    }
+  };
+  constexpr std::size_t size = Block<Unit>::size;
+  for (; units.size() >= size; units = units.subspan(size)) {
+    take(units.data(), Block<Unit>(units.data()).escapes());
+  }
+  const std::uint32_t there = (1U << (units.size() * sizeof(Unit))) - 1;
+  take(units.data(), Block<Unit>(units.data(), units.size()).escapes() & there);
+  return bytes;
 }
 
-/// Few enough units that the sum of what they add fits a byte.
-constexpr std::size_t count_block = 32;
-
+/// Bytes that UTF-8 adds to the one that each unit takes. A fixed number of units at a time and no
+/// branch: the compiler makes vector instructions of it.
 template <class Unit>
-std::size_t bytes_beyond(std::span<const Unit> units, bool& has_surrogate) {
-  std::size_t total = 0;
+std::size_t utf8_bytes(std::span<const Unit> units, bool& has_surrogate) {
+  constexpr std::size_t size = 32;  // few enough that the sum fits a byte
+  std::size_t bytes = 0;
   while (!units.empty()) {
-    const std::span<const Unit> block = units.first(std::min(count_block, units.size()));
+    const auto block = units.first(std::min(size, units.size()));
     Unit beyond = 0;
     Unit surrogates = 0;
     for (const Unit unit : block) {
-      beyond = static_cast<Unit>(beyond + bytes_beyond_one(unit));
+      beyond = static_cast<Unit>(beyond + (unit >= 0x80));
       if constexpr (sizeof(Unit) > 1) {
-        surrogates |= static_cast<Unit>(static_cast<Unit>(unit - 0xD800) < 0x800);
+        beyond = static_cast<Unit>(beyond + (unit >= 0x800));
+        surrogates |= static_cast<Unit>((unit & 0xFFFFF800U) == 0xD800);
       }
+      if constexpr (sizeof(Unit) > 2) beyond = static_cast<Unit>(beyond + (unit >= 0x10000));
     }
-    total += beyond;
+    bytes += beyond;
     has_surrogate |= surrogates != 0;
     units = units.subspan(block.size());
   }
-  return total;
+  return bytes;
 }
+
+/// Room is made for a chunk of a string at a time, as if each of its characters were to be escaped.
+constexpr std::size_t most_in_chunk = 1024;
 
 [[noreturn]] void refuse_surrogate(const TextView& text) {
   visit_units(text, [](auto units) {
@@ -89,25 +98,25 @@ void TextSink::put_ascii(std::string_view ascii) {
 
 template <class Unit>
 void TextSink::put_quoted(const TextView& text) {
-  *room_for<Unit>(text.size + 2) = '"';
+  *room_for<Unit>(1) = '"';
   ++size_;
   visit_units(text, [this](auto units) {
     using From = typename decltype(units)::value_type;
     if constexpr (sizeof(From) <= sizeof(Unit)) put_escaped<Unit>(units);
   });
-  *room_for<Unit>(1) = '"';
-  ++size_;
 }
 
+/// Writes the content of a string and the closing quotation mark.
 template <class Unit, class From>
 void TextSink::put_escaped(std::span<const From> units) {
-  for (;;) {
-    const std::size_t plain = copy_plain(units, room_for<Unit>(units.size() + longest_escape));
-    size_ += plain;
-    if (plain == units.size()) return;
-    put_ascii<Unit>(Escape(units[plain]).view());
-    units = units.subspan(plain + 1);
-  }
+  do {
+    const auto chunk = units.first(std::min(units.size(), most_in_chunk));
+    units = units.subspan(chunk.size());
+    Unit* const start = room_for<Unit>(chunk.size() * longest_escape + most_past_end);
+    Unit* const end = write_escaped(chunk, start);
+    *end = '"';
+    size_ += static_cast<std::size_t>(end - start) + (units.empty() ? 1 : 0);
+  } while (!units.empty());
 }
 
 void TextSink::grow(std::size_t needed) {
@@ -148,8 +157,10 @@ void TextSink::widen_units() {
 void CountSink::put_string(const TextView& text) {
   bool has_surrogate = false;
   bytes_ += 2 + text.size;
-  bytes_ += visit_units(
-      text, [&has_surrogate](auto units) { return bytes_beyond(units, has_surrogate); });
+  visit_units(text, [&](auto units) {
+    bytes_ += escape_bytes(units);
+    if (text.range != Range::ascii) bytes_ += utf8_bytes(units, has_surrogate);
+  });
   if (has_surrogate) refuse_surrogate(text);
 }
 

@@ -17,7 +17,13 @@ namespace mcp_responses {
 class TextSink {
  public:
   /// ASCII, as it is.
-  void put(char character) { put(std::string_view(&character, 1)); }
+  void put(char character) {
+    if (unit_size(range_) == 1 && size_ < capacity_) [[likely]] {
+      static_cast<char*>(buffer_.get())[size_++] = character;
+    } else {
+      put(std::string_view(&character, 1));
+    }
+  }
   void put(std::string_view ascii);
   /// A string: quotation marks around it, its content escaped where it must be.
   void put_string(const TextView& text);
@@ -33,8 +39,8 @@ class TextSink {
   /// Room for `more` units of the width in use; where the next one goes.
   template <class Unit>
   Unit* room_for(std::size_t more) {
-    const std::size_t needed = (size_ + more) * sizeof(Unit);
-    if (needed > capacity_) grow(needed);
+    if (size_ + more > capacity_ / sizeof(Unit)) [[unlikely]]
+      grow((size_ + more) * sizeof(Unit));
     return static_cast<Unit*>(buffer_.get()) + size_;
   }
   template <class Unit>

@@ -115,8 +115,6 @@ TextView TextView::slice(std::size_t position, std::size_t count) const {
 
 Text::Text() noexcept : Text(no_characters) {}
 
-Text::Text(const Word& word) noexcept : Handle(word_holder, Payload{.pointer = &word}) {}
-
 Text::Text(std::string_view utf8) : Text(decoded(utf8)) {}
 
 Text Text::copy_of(std::span<const std::uint8_t> units) { return narrowest_copy(units); }

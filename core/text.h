@@ -63,12 +63,16 @@ struct Word {
   constexpr TextView view() const { return {data, size, Range::ascii}; }
 };
 
+/// How texts are held that this library allocates, and those that are part of the program.
+extern const Holder text_holder;
+extern const Holder word_holder;
+
 class Text : public Handle {
  public:
   /// The empty text.
   Text() noexcept;
   /// A text of the program's own; nothing is copied.
-  explicit Text(const Word& word) noexcept;
+  explicit Text(const Word& word) noexcept : Handle(word_holder, Payload{.pointer = &word}) {}
   /// Decodes UTF-8; each maximal ill-formed subsequence becomes one U+FFFD (the Unicode Standard,
   /// section 3.9).
   explicit Text(std::string_view utf8);
@@ -113,10 +117,5 @@ std::size_t hash_of(const TextView& view) noexcept;
 constexpr bool is_surrogate(std::uint32_t code_point) {
   return (code_point & 0xFFFFF800U) == 0xD800U;
 }
-
-/// How texts are held that this library allocates; `word_holder` for those that are part of the
-/// program.
-extern const Holder text_holder;
-extern const Holder word_holder;
 
 }  // namespace mcp_responses

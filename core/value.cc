@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "errors.h"
+
 namespace mcp_responses {
 namespace {
 
@@ -25,12 +27,8 @@ constexpr Holder holder_of(Kind kind) {
 }
 
 using Elements = SharedArray<Value>;
-using Members = SharedArray<Member, const Shape*>;
+using Members = SharedArray<Member, Layout>;
 
-constexpr Holder boolean_holder{.kind = Kind::boolean};
-constexpr Holder integer_in_place{
-    .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
-constexpr Holder real_holder{.kind = Kind::real};
 constexpr Holder list_holder = holder_of<Elements>(Kind::list);
 constexpr Holder object_holder = holder_of<Members>(Kind::object);
 
@@ -60,38 +58,39 @@ bool equal_numbers(const Value& a, const Value& b) {
   return whole(a) == whole(b);
 }
 
-using Pairs = std::vector<std::pair<Value, Value>>;
+/// Two values still to be compared, and how many containers stand around each.
+struct Pair {
+  Value a;
+  Value b;
+  std::size_t levels = 0;
+};
 
 /// Compares two values of the same container kind by size (and keys), and leaves their contents to
 /// be compared.
-bool compare_outside(const Value& a, const Value& b, Pairs& contents) {
+bool compare_outside(const Pair& outside, std::vector<Pair>& contents) {
+  const auto& [a, b, levels] = outside;
   if (a.size() != b.size()) return false;
+  if (levels == NestingError::most_levels) throw NestingError();
   if (a.kind() == Kind::list) {
     const List list_a = *a.list();
     const List list_b = *b.list();
-    for (std::size_t i = 0; i < list_a.size(); ++i) contents.emplace_back(list_a[i], list_b[i]);
+    for (std::size_t i = 0; i < list_a.size(); ++i)
+      contents.push_back({list_a[i], list_b[i], levels + 1});
     return true;
   }
   const Object object_a = *a.object();
   const Object object_b = *b.object();
   for (const Member& member : object_a) {
     if (!object_b.contains(member.key)) return false;
-    contents.emplace_back(member.value, object_b.get(member.key));
+    contents.push_back({member.value, object_b.get(member.key), levels + 1});
   }
   return true;
 }
 
 }  // namespace
 
-Value::Value(std::same_as<bool> auto boolean) noexcept
-    : Handle(boolean_holder, Payload{.boolean = boolean}) {}
-template Value::Value(bool) noexcept;
-
-Value::Value(double real) noexcept : Handle(real_holder, Payload{.real = real}) {}
 Value::Value(List list) noexcept : Handle(std::move(list)) {}
 Value::Value(Object object) noexcept : Handle(std::move(object)) {}
-
-const Holder& Value::integer_holder() noexcept { return integer_in_place; }
 
 bool Value::truthy() const noexcept {
   switch (kind()) {
@@ -148,11 +147,24 @@ std::optional<std::size_t> Value::size() const noexcept {
   return holder().size(payload());
 }
 
+std::span<const Value> Value::elements() const noexcept {
+  const auto* storage = &holder() == &list_holder ? storage_in<Elements>(payload()) : nullptr;
+  if (storage == nullptr) return {};
+  return {storage->items(), storage->size()};
+}
+
+std::span<const Member> Value::members() const noexcept {
+  const auto* storage = &holder() == &object_holder ? storage_in<Members>(payload()) : nullptr;
+  if (storage == nullptr) return {};
+  return {storage->items(), storage->size()};
+}
+
 bool operator==(const Value& a, const Value& b) {
   // The pairs still to be compared stand in a list of their own: depth costs no stack.
-  Pairs pairs{{a, b}};
+  std::vector<Pair> pairs{{a, b}};
   while (!pairs.empty()) {
-    const auto [left, right] = std::move(pairs.back());
+    const Pair pair = std::move(pairs.back());
+    const auto& [left, right, levels] = pair;
     pairs.pop_back();
     if (is_number(left.kind()) && is_number(right.kind())) {
       if (!equal_numbers(left, right)) return false;
@@ -160,7 +172,7 @@ bool operator==(const Value& a, const Value& b) {
       return false;
     } else if (left.kind() == Kind::string) {
       if (left.holder().text(left.payload()) != right.holder().text(right.payload())) return false;
-    } else if (left.kind() != Kind::null && !compare_outside(left, right, pairs)) {
+    } else if (left.kind() != Kind::null && !compare_outside(pair, pairs)) {
       return false;
     }
   }
@@ -220,7 +232,7 @@ Object::Object(std::initializer_list<Member> members) : Object() {
   for (const Member& member : members) set(member.key, member.value);
 }
 
-Object::Object(const Shape* shape) : Object() { writable(shape->size()).note = shape; }
+Object::Object(const Shape& shape) : Object() { writable(shape.size()).note = {.shape = &shape}; }
 
 std::span<const Member> Object::items() const noexcept {
   const auto* storage = storage_in<Storage>(payload());
@@ -264,6 +276,10 @@ void Object::add(Text key, Value value) {
   writable(1).add(Member{std::move(key), std::move(value)});
 }
 
+void Object::add_known(Text key, Value value) {
+  if (!value.is_null()) add(std::move(key), std::move(value));
+}
+
 void Object::update(const Object& other) {
   const Object members = other;  // it may be this very object
   for (const Member& member : members) set(member.key, member.value);
@@ -271,9 +287,9 @@ void Object::update(const Object& other) {
 
 void Object::reserve(std::size_t more) { writable(more); }
 
-Shape Object::shape() const noexcept {
+Layout Object::layout() const noexcept {
   const auto* storage = storage_in<Storage>(payload());
-  return storage == nullptr || storage->note == nullptr ? Shape{} : *storage->note;
+  return storage == nullptr ? Layout{} : storage->note;
 }
 
 }  // namespace mcp_responses

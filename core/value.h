@@ -21,15 +21,23 @@ namespace mcp_responses {
 
 class List;
 class Object;
+struct Member;
+
+/// How numbers and truth values are held: in place.
+inline constexpr Holder boolean_holder{.kind = Kind::boolean};
+inline constexpr Holder integer_holder{
+    .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
+inline constexpr Holder real_holder{.kind = Kind::real};
 
 class Value : public Handle {
  public:
   /// Null.
   Value() noexcept = default;
-  Value(std::same_as<bool> auto boolean) noexcept;
+  Value(std::same_as<bool> auto boolean) noexcept
+      : Handle(boolean_holder, Payload{.boolean = boolean}) {}
   template <std::signed_integral Integer>
-  Value(Integer integer) noexcept : Value(integer_holder(), Payload{.integer = integer}) {}
-  Value(double real) noexcept;
+  Value(Integer integer) noexcept : Handle(integer_holder, Payload{.integer = integer}) {}
+  Value(double real) noexcept : Handle(real_holder, Payload{.real = real}) {}
   Value(Text text) noexcept : Handle(std::move(text)) {}
   Value(const Word& word) noexcept : Value(Text(word)) {}
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
@@ -52,16 +60,17 @@ class Value : public Handle {
   std::optional<Text> text() const noexcept;
   std::optional<List> list() const;
   std::optional<Object> object() const;
+  /// What a list or an object of this library's own holds, in order; nothing for every other value.
+  /// Valid while this value, or a copy of it, lives unchanged.
+  std::span<const Value> elements() const noexcept;
+  std::span<const Member> members() const noexcept;
   /// Elements of a list or members of an object, without opening it; nothing for the other kinds.
   std::optional<std::size_t> size() const noexcept;
 
   /// Same kind and same content; booleans, integers and floats compare by numeric value across
   /// kinds, exactly. Objects compare as maps: the order of members does not count. NaN equals
-  /// nothing.
+  /// nothing. Throws `NestingError`.
   friend bool operator==(const Value& a, const Value& b);
-
- private:
-  static const Holder& integer_holder() noexcept;
 };
 
 class List : public Handle {
@@ -102,9 +111,19 @@ struct Member {
   Value value;
 };
 
-/// The keys that objects built alike start with, in order. One static table for all of them (see
-/// keys.h), by which a host interpreter can recognise them.
+/// The keys that objects built alike start with, in order: one static table for all of them (see
+/// keys.h).
 using Shape = std::span<const Word* const>;
+
+/// Which keys an object is known to start with: those of a shape whose bit, counted from the
+/// lowest, is set. A host can recognise by it the objects that were built by one line of the
+/// program.
+struct Layout {
+  const Shape* shape = nullptr;
+  std::uint32_t kept = 0;
+
+  bool operator==(const Layout&) const = default;
+};
 
 /// An ordered map from texts to values. Meant for the dozen keys of a response: a look-up is a
 /// scan.
@@ -136,17 +155,24 @@ class Object : public Handle {
   void update(const Object& other);
   void reserve(std::size_t more);
 
-  /// The keys that the first members are known to have; empty when nothing is known.
-  Shape shape() const noexcept;
+  /// Appends unless the value is null. Requires a key that is not there yet.
+  void add_known(Text key, Value value);
+
+  /// Of the members that the object was built with; without a shape when nothing is known.
+  Layout layout() const noexcept;
 
  protected:
-  /// Starts an object of a known shape: room for its members, which the caller then adds in its
-  /// order.
-  explicit Object(const Shape* shape);
+  using Storage = SharedArray<Member, Layout>;
+
+  /// Starts an object of a known shape, with room for its members.
+  explicit Object(const Shape& shape);
+  /// The storage of an object that nobody shares yet, for its members to be added in order.
+  Storage& started() noexcept {
+    return *static_cast<Storage*>(const_cast<void*>(payload().pointer));
+  }
 
  private:
   friend class Value;
-  using Storage = SharedArray<Member, const Shape*>;
   explicit Object(const Handle& object) noexcept : Handle(object) {}
 
   const Member* find(const Text& key) const noexcept;

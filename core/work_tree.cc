@@ -90,12 +90,16 @@ std::string current_directory() {
 
 std::string rooted(std::string path) { return path.empty() ? "/" : path; }
 
-/// True when the kernel may take the path as it stands: relative, and no ".." to be taken after a
-/// link.
+/// True when the kernel may take the path as it stands, and errors may name it so: relative, every
+/// component a name.
 bool is_plain(std::string_view path) {
-  if (path.empty() || path.starts_with('/')) return false;
-  return path != ".." && !path.starts_with("../") && !path.ends_with("/..") &&
-         path.find("/../") == path.npos;
+  for (;;) {
+    const std::size_t end = std::min(path.find('/'), path.size());
+    const std::string_view component = path.substr(0, end);
+    if (component.empty() || component == "." || component == "..") return false;
+    if (end == path.size()) return true;
+    path.remove_prefix(end + 1);
+  }
 }
 
 int openat2_beneath(int directory, const std::string& path) {

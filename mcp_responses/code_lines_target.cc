@@ -33,7 +33,7 @@ std::optional<std::string> root_of(PyObject* root) {
                  Py_TYPE(path.get())->tp_name);
     throw HostError();
   }
-  std::string name = file_name(text_of(path.get()));
+  std::string name = file_name(text_of(HostRef::borrow(path.get())));
   return name.empty() ? "." : std::move(name);
 }
 
@@ -57,7 +57,7 @@ Place place_of(PyObject* pair, std::size_t position) {
   PyObject* const line = PySequence_Fast_GET_ITEM(pair, 1);
   if (!PyUnicode_Check(path) || !PyLong_Check(line)) refuse_pair(path, line, position);
   try {
-    return {text_of(path), integer_in(line)};
+    return {text_of(HostRef::borrow(path)), integer_in(line)};
   } catch (const Refused& refused) {
     raise_refused(refused, "places[" + std::to_string(position) + "][1]");
     throw HostError();

@@ -56,7 +56,8 @@ HostRef make_default(Default fallback) {
   for (std::size_t i = 0; where.empty() && i < signature.count(); ++i) {
     where = path_to(refused.object(), arguments[i], signature.parameters[i].name);
   }
-  raise_refused(refused, where.empty() ? "a value in the answer" : where);
+  if (where.empty()) where = refused.is_key() ? "a key in the answer" : "a value in the answer";
+  raise_refused(refused, where);
   throw HostError();
 }
 

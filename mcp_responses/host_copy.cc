@@ -1,7 +1,7 @@
 // A container is copied in two steps: first as a whole, its elements still the caller's own, then
-// those of its elements that are not plain leaves are replaced by their copies. From the first step
-// on, only this module knows the container, so nothing that host code does meanwhile (a finalizer
-// run by the garbage collector) changes what is walked.
+// those of its elements that are not plain leaves are replaced by their copies. The garbage
+// collector rests meanwhile: no finalizer changes what is being copied, not even between the moment
+// in which the interpreter makes room for a copy and the one in which it fills it.
 #include "host_copy.h"
 
 #include <string_view>
@@ -12,6 +12,19 @@
 
 namespace mcp_responses {
 namespace {
+
+class CollectorAtRest {
+ public:
+  CollectorAtRest() noexcept : was_enabled_(PyGC_Disable() != 0) {}
+  CollectorAtRest(const CollectorAtRest&) = delete;
+  CollectorAtRest& operator=(const CollectorAtRest&) = delete;
+  ~CollectorAtRest() {
+    if (was_enabled_) PyGC_Enable();
+  }
+
+ private:
+  bool was_enabled_;
+};
 
 /// True for an object that may be shared as it is.
 bool is_plain_leaf(PyObject* object) {
@@ -48,7 +61,7 @@ HostRef key_text(PyObject* key) {
     case HostKind::null:
       return string_of("null");
     default:
-      throw Refused(key);
+      throw Refused(key, Refused::As::key);
   }
 }
 
@@ -173,6 +186,7 @@ class Level {
 }  // namespace
 
 HostRef plain_copy(PyObject* root) {
+  const CollectorAtRest at_rest;
   const std::size_t most = most_nesting();
   ShallowCopy copy(root);
   std::vector<Level> levels;
@@ -193,6 +207,7 @@ HostRef plain_copy(PyObject* root) {
 }
 
 HostRef with_text_keys(PyObject* dict) {
+  const CollectorAtRest at_rest;
   PyObject* key = nullptr;
   for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, nullptr) != 0;) {
     if (!PyUnicode_CheckExact(key)) return rekeyed(dict);

@@ -18,6 +18,24 @@
 
 namespace mcp_responses {
 
+/// Runs `body`, which runs host code or takes the interpreter's lock. A thread that does so while
+/// the interpreter shuts down is ended by it, by unwinding its stack; the destructors on the way
+/// would then touch host objects without the lock. Such a thread is stopped here instead, for the
+/// moment that the process still lives.
+template <class Body>
+auto in_host(Body&& body) {
+  try {
+    return std::forward<Body>(body)();
+  } catch (const abi::__forced_unwind&) {
+    for (;;) ::pause();
+  }
+}
+
+/// Gives up a reference, perhaps the last one: then a finalizer runs.
+inline void give_up(PyObject* object) noexcept {
+  in_host([object] { Py_XDECREF(object); });
+}
+
 class HostRef {
  public:
   HostRef() noexcept = default;
@@ -29,11 +47,10 @@ class HostRef {
   HostRef(HostRef&& other) noexcept : object_(other.release()) {}
   HostRef& operator=(HostRef&& other) noexcept {
     // The old object goes last: its finalizer may look at this very reference.
-    PyObject* old = std::exchange(object_, other.release());
-    Py_XDECREF(old);
+    give_up(std::exchange(object_, other.release()));
     return *this;
   }
-  ~HostRef() { Py_XDECREF(object_); }
+  ~HostRef() { give_up(object_); }
 
   /// Borrowed; valid while this reference lives.
   PyObject* get() const noexcept { return object_; }
@@ -59,19 +76,6 @@ inline void check(int answer) {
   if (answer < 0) throw HostError();
 }
 
-/// Runs `body`, which runs host code or takes the interpreter's lock. A thread that does so while
-/// the interpreter shuts down is ended by it, by unwinding its stack; the destructors on the way
-/// would then touch host objects without the lock. Such a thread is stopped here instead, for the
-/// moment that the process still lives.
-template <class Body>
-auto in_host(Body&& body) {
-  try {
-    return std::forward<Body>(body)();
-  } catch (const abi::__forced_unwind&) {
-    for (;;) ::pause();
-  }
-}
-
 /// Sets the interpreter's error to what is being thrown. Requires to be called from a catch block.
 void raise_in_host() noexcept;
 
@@ -80,7 +84,7 @@ void raise_in_host() noexcept;
 template <class Body>
 PyObject* crossing(Body&& body) noexcept {
   try {
-    return std::forward<Body>(body)().release();
+    return in_host(std::forward<Body>(body)).release();
   } catch (...) {
     raise_in_host();
     return nullptr;

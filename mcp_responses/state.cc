@@ -1,5 +1,7 @@
 #include "state.h"
 
+#include <span>
+
 #include "host_copy.h"
 #include "host_value.h"
 
@@ -22,26 +24,10 @@ HostRef to_host_list(State& state, const List& elements) {
   return list;
 }
 
-HostRef to_host_dict(State& state, const Object& members) {
-  HostRef dict;
-  std::size_t shaped = 0;
-  if (const Shape shape = members.shape(); !shape.empty()) {
-    const ShapeDict& start = state.shape(shape);
-    const std::vector<PyObject*>& keys = start.keys;
-    dict = checked(PyDict_Copy(start.dict.get()));
-    for (shaped = 0; shaped < keys.size(); ++shaped) {
-      const Value& value = members.items()[shaped].value;
-      if (!value.is_null())
-        check(PyDict_SetItem(dict.get(), keys[shaped], to_host(state, value).get()));
-    }
-  } else {
-    dict = checked(PyDict_New());
-  }
-  for (const Member& member : members.items().subspan(shaped)) {
-    check(PyDict_SetItem(dict.get(), to_host_key(state, member.key).get(),
-                         to_host(state, member.value).get()));
-  }
-  return dict;
+void set(State& state, PyObject* dict, PyObject* key, const Value& value) {
+  PyObject* const leaf = host_leaf(value);
+  check(leaf != nullptr ? PyDict_SetItem(dict, key, leaf)
+                        : PyDict_SetItem(dict, key, to_host(state, value).get()));
 }
 
 }  // namespace
@@ -56,26 +42,41 @@ PyObject* State::word(const Word& word) {
   return string.get();
 }
 
-const ShapeDict& State::shape(Shape shape) {
-  const auto found = shapes_.find(shape.data());
-  if (found != shapes_.end()) return found->second;
-  ShapeDict made{checked(PyDict_New()), {}};
-  for (const Word* key : shape) {
-    made.keys.push_back(word(*key));
-    check(PyDict_SetItem(made.dict.get(), made.keys.back(), Py_None));
+const LayoutDict& State::start_of(const Layout& layout) {
+  const auto found = starts_.find(layout);
+  if (found != starts_.end()) return found->second;
+  LayoutDict start{checked(PyDict_New()), {}};
+  for (std::size_t i = 0; i < layout.shape->size(); ++i) {
+    if ((layout.kept >> i & 1) == 0) continue;
+    start.keys.push_back(word(*(*layout.shape)[i]));
+    check(PyDict_SetItem(start.dict.get(), start.keys.back(), Py_None));
   }
-  return shapes_.try_emplace(shape.data(), std::move(made)).first->second;
+  return starts_.try_emplace(layout, std::move(start)).first->second;
+}
+
+HostRef to_host(State& state, const Object& object) {
+  HostRef dict;
+  auto members = object.items();
+  if (const Layout layout = object.layout(); layout.shape == nullptr) {
+    dict = checked(PyDict_New());
+  } else {
+    const LayoutDict& start = state.start_of(layout);
+    dict = checked(PyDict_Copy(start.dict.get()));
+    for (PyObject* key : start.keys) {
+      if (!members.front().value.is_null()) set(state, dict.get(), key, members.front().value);
+      members = members.subspan(1);
+    }
+  }
+  for (const Member& member : members) {
+    set(state, dict.get(), to_host_key(state, member.key).get(), member.value);
+  }
+  return dict;
 }
 
 HostRef to_host(State& state, const Value& value) {
-  const bool is_container = value.kind() == Kind::list || value.kind() == Kind::object;
-  if (PyObject* object = held_object(value))
-    return is_container ? plain_copy(object) : HostRef::borrow(object);
+  if (PyObject* leaf = host_leaf(value)) return HostRef::borrow(leaf);
+  if (PyObject* container = host_container(value)) return plain_copy(container);
   switch (value.kind()) {
-    case Kind::null:
-      return HostRef::borrow(Py_None);
-    case Kind::boolean:
-      return HostRef::borrow(*value.boolean() ? Py_True : Py_False);
     case Kind::integer:
       return checked(PyLong_FromLongLong(*value.integer()));
     case Kind::real:
@@ -84,10 +85,9 @@ HostRef to_host(State& state, const Value& value) {
       return to_host_key(state, *value.text());
     case Kind::list:
       return to_host_list(state, *value.list());
-    case Kind::object:
-      break;
+    default:
+      return to_host(state, *value.object());
   }
-  return to_host_dict(state, *value.object());
 }
 
 }  // namespace mcp_responses

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <unordered_map>
 #include <vector>
 
@@ -12,10 +13,16 @@
 
 namespace mcp_responses {
 
-/// The dict that all answers of one shape start as.
-struct ShapeDict {
+/// The dict that all answers of one layout start as.
+struct LayoutDict {
   HostRef dict;                 // every value None
   std::vector<PyObject*> keys;  // in order; the dict keeps them
+};
+
+struct LayoutHash {
+  std::size_t operator()(const Layout& layout) const noexcept {
+    return reinterpret_cast<std::uintptr_t>(layout.shape) ^ layout.kept;
+  }
 };
 
 class State {
@@ -28,16 +35,18 @@ class State {
   }
   /// The interned str of a fixed name.
   PyObject* word(const Word& word);
-  const ShapeDict& shape(Shape shape);
+  /// Requires a layout with a shape.
+  const LayoutDict& start_of(const Layout& layout);
 
  private:
   std::array<HostRef, field_names.size()> field_names_;
   std::unordered_map<const Word*, HostRef> words_;
-  std::unordered_map<const Word* const*, ShapeDict> shapes_;
+  std::unordered_map<Layout, LayoutDict, LayoutHash> starts_;
 };
 
 /// A new host object for a value that a builder made: lists and dicts are new at every depth,
 /// strings and integers of the host's the very same objects.
 HostRef to_host(State& state, const Value& value);
+HostRef to_host(State& state, const Object& object);
 
 }  // namespace mcp_responses

@@ -24,7 +24,9 @@
 namespace mcp_responses::targets {
 namespace {
 
-Value value(const Call& call, std::size_t position) { return to_value(call[position]); }
+Value value(const Call& call, std::size_t position) {
+  return to_value(HostRef::borrow(call[position]));
+}
 
 HostRecord record(const Call& call) { return {call.state(), call[0], call.name(0)}; }
 
@@ -36,7 +38,7 @@ HostRecord record(const Call& call) { return {call.state(), call[0], call.name(0
 
 Text text(const Call& call, std::size_t position) {
   if (!PyUnicode_Check(call[position])) refuse_type(call.name(position), "str", call[position]);
-  return text_of(call[position]);
+  return text_of(HostRef::borrow(call[position]));
 }
 
 std::int64_t integer(const Call& call, std::size_t position) {
@@ -51,7 +53,7 @@ List list(const Call& call, std::size_t position) {
   return *list;
 }
 
-HostRef answer(const Call& call, const Value& value) { return to_host(call.state(), value); }
+HostRef answer(const Call& call, const auto& response) { return to_host(call.state(), response); }
 
 }  // namespace
 
@@ -64,7 +66,7 @@ HostRef encoded_size(const Call& call) {
 HostRef first_sentence(const Call& call) {
   if (call[0] == Py_None) return HostRef::borrow(Py_None);
   if (!PyUnicode_Check(call[0])) refuse_type("docstring", "str or None", call[0]);
-  const auto sentence = mcp_responses::first_sentence(text_of(call[0]));
+  const auto sentence = mcp_responses::first_sentence(text_of(HostRef::borrow(call[0])));
   return sentence ? to_host_string(*sentence) : HostRef::borrow(Py_None);
 }
 
@@ -100,14 +102,14 @@ HostRef outline_module(const Call& call) {
   const HostRef iterator = checked(in_host([&] { return PyObject_GetIter(call[0]); }));
   std::vector<Text> fqns;
   for (;;) {
-    const HostRef fqn = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }));
+    HostRef fqn = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }));
     if (!fqn) break;
     if (!PyUnicode_Check(fqn.get()))
       refuse_type("fqns[" + std::to_string(fqns.size()) + "]", "str", fqn.get());
-    fqns.push_back(text_of(fqn.get()));
+    fqns.push_back(text_of(std::move(fqn)));
   }
   if (PyErr_Occurred() != nullptr) throw HostError();
-  return answer(call, mcp_responses::outline_module(fqns));
+  return to_host_string(mcp_responses::outline_module(fqns));
 }
 
 HostRef build_file_symbol(const Call& call) {
@@ -196,7 +198,7 @@ HostRef build_wiki_ask_response(const Call& call) {
 }
 
 HostRef ask_citations(const Call& call) {
-  return answer(call, mcp_responses::_ask_citations(list(call, 0), list(call, 1)));
+  return answer(call, Value(mcp_responses::_ask_citations(list(call, 0), list(call, 1))));
 }
 
 HostRef get_empty_response(const Call& call) {

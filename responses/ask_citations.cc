@@ -16,16 +16,17 @@ std::string at(const char* list, std::size_t position) {
   return std::string(list) + "[" + std::to_string(position) + "]";
 }
 
-CitationPlace place_of(const Value& citation) {
+/// `where` answers where the citation stands among the caller's arguments; only an error asks.
+template <class Where>
+CitationPlace place_of(const Value& citation, const Where& where) {
   const auto members = citation.object();
-  if (!members) throw KindError("a citation", "dict", citation.kind());
-  CitationPlace place{members->get("path"_key), members->get("line_start"_key),
-                      members->get("line_end"_key)};
-  for (const Value* part : {&place.path, &place.line_start, &place.line_end}) {
-    if (part->size())
-      throw KindError("the place of a citation", "made of str, int and None", part->kind());
-  }
-  return place;
+  if (!members) throw KindError(where(), "dict", citation.kind());
+  const auto part = [&](const Text& key) {
+    Value value = members->get(key);
+    if (!value.size()) return value;
+    throw KindError(where() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
+  };
+  return {part("path"_key), part("line_start"_key), part("line_end"_key)};
 }
 
 /// Numbers that are equal across kinds have equal hashes.
@@ -59,11 +60,11 @@ List _ask_citations(const List& sections, const List& extra) {
     if (!section) throw KindError(at("sections", i), "dict", sections[i].kind());
     opened.push_back(*section);
   }
-  return CitationLists(opened, extra).for_first(opened.size());
+  return CitationLists(opened, extra, "extra").for_first(opened.size());
 }
 
-CitationLists::CitationLists(std::span<const Object> sections, List extra)
-    : extra_(std::move(extra)) {
+CitationLists::CitationLists(std::span<const Object> sections, List extra, const char* extra_name)
+    : extra_(std::move(extra)), extra_name_(extra_name) {
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
 }
 
@@ -71,12 +72,14 @@ void CitationLists::add_section(const Object& section, std::size_t position) {
   const Value citations = section.get("citations"_key);
   if (!citations.truthy()) return;
   const auto list = citations.list();
-  if (!list) throw KindError(at("sections", position) + "['citations']", "list", citations.kind());
-  for (const Value& citation :
-       list->items().first(std::min(list->size(), _ASK_CITATIONS_PER_SECTION))) {
+  const auto where = [position] { return at("sections", position) + "['citations']"; };
+  if (!list) throw KindError(where(), "list", citations.kind());
+  for (std::size_t i = 0; i < std::min(list->size(), _ASK_CITATIONS_PER_SECTION); ++i) {
     // A full list takes no more, whichever sections are kept: the first ones are always among them.
     if (from_sections_.size() == _ASK_MAX_CITATIONS) return;
-    if (mentions_.try_emplace(place_of(citation), Mention{.section = position}).second) {
+    const Value& citation = (*list)[i];
+    CitationPlace place = place_of(citation, [&] { return at(where().c_str(), i); });
+    if (mentions_.try_emplace(std::move(place), Mention{.section = position}).second) {
       from_sections_.push_back({citation, position});
     }
   }
@@ -84,8 +87,10 @@ void CitationLists::add_section(const Object& section, std::size_t position) {
 
 CitationLists::Candidate* CitationLists::extra_at(std::size_t position) {
   while (position >= from_extra_.size() && extra_read_ < extra_.size()) {
-    const Value& citation = extra_[extra_read_++];
-    Mention& mention = mentions_.try_emplace(place_of(citation)).first->second;
+    const Value& citation = extra_[extra_read_];
+    CitationPlace place = place_of(citation, [this] { return at(extra_name_, extra_read_); });
+    ++extra_read_;
+    Mention& mention = mentions_.try_emplace(std::move(place)).first->second;
     if (!std::exchange(mention.in_extra, true)) from_extra_.push_back({citation, mention.section});
   }
   return position < from_extra_.size() ? &from_extra_[position] : nullptr;

@@ -41,7 +41,8 @@ struct CitationPlaceHash {
 /// is looked at once and measured once, however many n are asked for.
 class CitationLists {
  public:
-  CitationLists(std::span<const Object> sections, List extra);
+  /// `extra_name` is what an error calls the extra.
+  CitationLists(std::span<const Object> sections, List extra, const char* extra_name);
 
   /// The list for the first `sections` sections. Its elements are the callers' own.
   List for_first(std::size_t sections);
@@ -75,6 +76,7 @@ class CitationLists {
   std::vector<Candidate> from_extra_;
   std::unordered_map<CitationPlace, Mention, CitationPlaceHash> mentions_;
   List extra_;
+  const char* extra_name_;
   std::size_t extra_read_ = 0;
 };
 

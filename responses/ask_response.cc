@@ -5,6 +5,7 @@
 #include "ask_response.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -74,7 +75,7 @@ class Draft {
   explicit Draft(AskAnswer answer)
       : answer_(std::move(answer)),
         sections_(opened(answer_.sections)),
-        citations_(sections_, extra_of(answer_.citations)),
+        citations_(sections_, extra_of(answer_.citations), "citations"),
         kept_(sections_.size()) {
     excerpts_.reserve(sections_.size());
     for (const Object& section : sections_) excerpts_.push_back(excerpt_of(section));
@@ -84,46 +85,44 @@ class Draft {
     measure();
     settle_count(limit);
     place_excerpts(limit);
-    drop_optional(answer_.memories, "memories"_key, limit);
-    drop_optional(answer_.code, "code"_key, limit);
+    drop(memories_, limit);
+    drop(code_, limit);
   }
 
   Object assembled() {
     List rows;
     rows.reserve(kept_);
     for (std::size_t i = 0; i < kept_; ++i) rows.append(row_of(sections_[i], excerpts_[i]));
-    return with(std::move(rows), citations_.for_first(kept_));
+    Object response = required(std::move(rows), citations_.for_first(kept_));
+    for (const Optional& member : optional_) response.add_known(member.key, member.value);
+    return response;
   }
 
  private:
-  Object with(List rows, List citations) const {
-    Object response = Shaped{
+  /// A member that is there only when its value is not null.
+  struct Optional {
+    Text key;
+    Value value;
+    std::int64_t size = 0;  // of its text and the comma before it, once measured
+  };
+
+  Object required(List rows, List citations) const {
+    return Shaped{
         "mode"_key = answer_.mode,
         "query"_key = answer_.query,
         "answer"_key = answer_.answer,
         "sections"_key = std::move(rows),
         "citations"_key = std::move(citations),
     };
-    response.update(without_absent());
-    return response;
-  }
-
-  Object without_absent() const {
-    Object present;
-    const auto add = [&present](const Text& key, const Value& value) {
-      if (!value.is_null()) present.add(key, value);
-    };
-    add("model"_key, answer_.model);
-    add("tokens"_key, answer_.tokens);
-    add("note"_key, answer_.note);
-    add("decisions"_key, answer_.decisions);
-    add("code"_key, answer_.code);
-    add("memories"_key, answer_.memories);
-    return present;
   }
 
   void measure() {
-    head_size_ = size_of(with({}, {}));
+    head_size_ = size_of(required({}, {}));
+    for (Optional& member : optional_) {
+      if (member.value.is_null()) continue;
+      member.size = size_of(member.key) + size_of(member.value) + 2;  // "," and ":"
+      head_size_ += member.size;
+    }
     rows_size_.assign(1, 0);
     for (const Object& section : sections_) {
       const std::int64_t comma = rows_size_.size() == 1 ? 0 : 1;
@@ -162,14 +161,21 @@ class Draft {
     }
   }
 
-  void drop_optional(Value& value, const Text& key, std::int64_t limit) {
-    if (size_ <= limit || value.is_null()) return;
-    size_ -= static_cast<std::int64_t>(encoded_string_size(key.view())) + size_of(value) +
-             2;  // "," and ":"
-    value = {};
+  void drop(Optional& member, std::int64_t limit) {
+    if (size_ <= limit) return;
+    size_ -= member.size;
+    member.value = {};
   }
 
   AskAnswer answer_;
+  std::array<Optional, 6> optional_{{{"model"_key, answer_.model},
+                                     {"tokens"_key, answer_.tokens},
+                                     {"note"_key, answer_.note},
+                                     {"decisions"_key, answer_.decisions},
+                                     {"code"_key, answer_.code},
+                                     {"memories"_key, answer_.memories}}};
+  Optional& code_ = optional_[4];
+  Optional& memories_ = optional_[5];
   std::vector<Object> sections_;
   CitationLists citations_;
   std::vector<Text> excerpts_;

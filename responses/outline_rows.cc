@@ -4,7 +4,6 @@
 
 #include "errors.h"
 #include "keys.h"
-#include "row_pruning.h"
 #include "symbol_rows.h"
 
 namespace mcp_responses {
@@ -74,14 +73,14 @@ Object build_file_symbol(const Record& symbol, const Value& module) {
   Value name = name_in(module, symbol.read(Field::fqn));
   Value kind = symbol.read(Field::kind);
   const Value line = symbol.read(Field::start_line);
-  return without_nulls(Shaped{
+  return Known{
       "name"_key = std::move(name),
       "kind"_key = std::move(kind),
       "line"_key = line,
       "end_line"_key = end_line_unless(line, symbol),
       "signature"_key = symbol.read(Field::signature),
       "summary"_key = summary_of(symbol),
-  });
+  };
 }
 
 }  // namespace mcp_responses

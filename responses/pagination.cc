@@ -22,11 +22,12 @@ double number(const Value& value, std::string_view where) {
 
 }  // namespace
 
-bool rows_remain(const Value& offset, std::size_t rows, const Value& total) {
+bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
+                 std::string_view total_name) {
   const auto whole_offset = whole(offset);
   const auto whole_total = whole(total);
   if (!whole_offset || !whole_total) {
-    return number(offset, "offset") + static_cast<double>(rows) < number(total, "total_count");
+    return number(offset, "offset") + static_cast<double>(rows) < number(total, total_name);
   }
   std::int64_t end = 0;
   const bool past_every_total =
@@ -42,7 +43,7 @@ std::size_t row_count(const Value& list, std::string_view where) {
 Value build_paginated_response(Value items, Value total_count, Value offset, const Text& items_key,
                                const AddPaginationHint& add_pagination_hint) {
   const std::size_t rows = row_count(items, "items");
-  const bool has_more = rows_remain(offset, rows, total_count);
+  const bool has_more = rows_remain(offset, rows, total_count, "total_count");
   Object response;
   response.reserve(5);
   response.set(items_key, std::move(items));

@@ -2,7 +2,6 @@
 
 #include "errors.h"
 #include "keys.h"
-#include "row_pruning.h"
 
 namespace mcp_responses {
 namespace {
@@ -19,17 +18,16 @@ Object caller_of(const Record& reference) {
 
 Object build_reference(const Record& reference, Value code) {
   const Object caller = caller_of(reference);
-  const Object known = without_nulls(Shaped{
-      "code"_key = std::move(code),
-      "caller"_key = caller.get("fqn"_key),
-      "caller_kind"_key = caller.get("kind"_key),
-      "usage_type"_key = reference.read(Field::usage_type),
-  });
+  Value usage_type = reference.read(Field::usage_type);
   Object row = Shaped{
       "file"_key = reference.read(Field::file_path),
       "line"_key = reference.read(Field::line),
   };
-  row.update(known);
+  row.reserve(4);
+  row.add_known("code"_key, std::move(code));
+  row.add_known("caller"_key, caller.get("fqn"_key));
+  row.add_known("caller_kind"_key, caller.get("kind"_key));
+  row.add_known("usage_type"_key, std::move(usage_type));
   return row;
 }
 

@@ -3,7 +3,6 @@
 #include "cuts.h"
 #include "errors.h"
 #include "keys.h"
-#include "row_pruning.h"
 
 namespace mcp_responses {
 
@@ -17,15 +16,12 @@ Value summary_of(const Record& symbol) {
 }
 
 Object build_symbol_search_result(const Record& symbol, Value file_path) {
-  return without_nulls(Shaped{
-      "fqn"_key = symbol.read(Field::fqn),
-      "name"_key = symbol.read(Field::name),
-      "kind"_key = symbol.read(Field::kind),
-      "file"_key = std::move(file_path),
-      "line"_key = symbol.read(Field::start_line),
-      "signature"_key = symbol.read(Field::signature),
+  return Known{
+      "fqn"_key = symbol.read(Field::fqn),         "name"_key = symbol.read(Field::name),
+      "kind"_key = symbol.read(Field::kind),       "file"_key = std::move(file_path),
+      "line"_key = symbol.read(Field::start_line), "signature"_key = symbol.read(Field::signature),
       "summary"_key = summary_of(symbol),
-  });
+  };
 }
 
 Object build_symbol_full_details(const Record& symbol, Value file_path) {

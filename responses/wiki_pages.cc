@@ -27,7 +27,7 @@ Object build_wiki_status_response(WikiStatus status) {
 }
 
 Object build_wiki_list_response(Value pages, Value total, Value offset, Value truncated) {
-  const bool has_more = rows_remain(offset, row_count(pages, "pages"), total);
+  const bool has_more = rows_remain(offset, row_count(pages, "pages"), total, "total");
   return Shaped{
       "pages"_key = std::move(pages),   "total_count"_key = std::move(total),
       "offset"_key = std::move(offset), "truncated"_key = std::move(truncated),

@@ -14,6 +14,7 @@ from typing import Any, BinaryIO
 from hollin.arguments import ArgumentError, checked
 from hollin.index import Index
 from hollin.mcp_responses import get_empty_response, tool_result_text
+from hollin.shapes import output_schema
 from hollin.tools import TOOLS
 
 VERSIONS = ("2025-06-18", "2025-11-25")
@@ -94,7 +95,12 @@ class Server:
         listed = {name: tool for name, tool in TOOLS.items() if tool.handler or not self._index}
         return {
             "tools": [
-                {"name": name, "description": tool.description, "inputSchema": tool.arguments}
+                {
+                    "name": name,
+                    "description": tool.description,
+                    "inputSchema": tool.arguments,
+                    "outputSchema": output_schema(name),
+                }
                 for name, tool in listed.items()
             ]
         }
@@ -107,11 +113,11 @@ class Server:
         if not tool or (index and not tool.handler):
             raise ProtocolError(INVALID_PARAMS, f"Unknown tool: {name}")
         if not index:
-            return _content(tool_result_text(get_empty_response(name)))
+            return _answered(get_empty_response(name))
         try:
-            return _content(tool_result_text(tool.handler(index, **checked(arguments, tool.arguments))))
+            return _answered(tool.handler(index, **checked(arguments, tool.arguments)))
         except ArgumentError as error:
-            return _content(str(error), is_error=True)
+            return {"content": _content(str(error)), "isError": True}
         except Exception as error:
             logger.exception("%s failed", name)
             raise ProtocolError(INTERNAL_ERROR, f"{name} failed; the server's log says why") from error
@@ -154,8 +160,13 @@ def _id(message: Any) -> str | int | None:
     return found if type(found) in (str, int) else None
 
 
-def _content(text: str, is_error: bool = False) -> Message:
-    return {"content": [{"type": "text", "text": text}], "isError": is_error}
+def _answered(answer: Message) -> Message:
+    """The answer twice: as the text that a model reads, and as the object that a program takes."""
+    return {"content": _content(tool_result_text(answer)), "structuredContent": answer, "isError": False}
+
+
+def _content(text: str) -> list[Message]:
+    return [{"type": "text", "text": text}]
 
 
 def _build(root: Path, server: Server, stop: threading.Event) -> None:

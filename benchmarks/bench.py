@@ -1,0 +1,148 @@
+"""How fast the extension is, beside the same contract in plain Python and beside other encoders."""
+
+from __future__ import annotations
+
+import argparse
+import os
+import platform
+import re
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent))
+
+import cases  # noqa: E402
+import encoding  # noqa: E402
+import memory  # noqa: E402
+import others  # noqa: E402
+from timing import Result, measure  # noqa: E402
+
+from hollin import mcp_responses as ours  # noqa: E402
+
+NAME, NUMBER = 52, 13  # widths of the columns
+
+
+class Table:
+    """Prints one row after the other, and remembers the rows that miss what they have to reach."""
+
+    def __init__(self, word: str) -> None:
+        self.word = word
+        self.missed: list[str] = []
+        self.group = ""
+
+    def has(self, group: str, name: str) -> bool:
+        return self.word.lower() in f"{group}, {name}".lower()
+
+    def head(self, title: str, *columns: str) -> None:
+        self.group = ""
+        print(f"\n{title:<{NAME}}" + "".join(f"{column:>{NUMBER}}" for column in columns))
+
+    def row(self, group: str, name: str, *columns: str, missed: bool = False) -> None:
+        if group != self.group:
+            print(group)
+            self.group = group
+        mark = "  <- missed" if missed else ""
+        print(f"  {name:<{NAME - 2}}" + "".join(f"{column:>{NUMBER}}" for column in columns) + mark, flush=True)
+        if missed:
+            self.missed.append(f"{group}, {name}")
+
+
+def duration(seconds: float) -> str:
+    for unit, size in (("s ", 1.0), ("ms", 1e-3), ("µs", 1e-6), ("ns", 1e-9)):
+        if seconds >= size:
+            break
+    return f"{seconds / size:#.3g} {unit}".replace(". ", " ")
+
+
+def digits(number: float) -> str:
+    return f"{number:,.0f}" if number >= 100 else f"{number:.3g}"
+
+
+def print_machine() -> None:
+    cpu = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
+    compiler = re.search(rb"GCC: \([^)]*\) [\d.]+|[\w ]*clang version [\d.]*", Path(ours.__file__).read_bytes())
+    print(f"machine      {cpu[1] if cpu else platform.machine()}, {os.cpu_count()} cores, {platform.platform()}")
+    print(f"interpreter  {platform.python_implementation()} {platform.python_version()}, {platform.python_compiler()}")
+    print(f"extension    {compiler[0].decode() if compiler else 'unknown compiler'}, in {encoding.PROGRAM.parents[1]}")
+    versions = [f"{name} {module.__version__}" for name, module in others.MODULES.items()]
+    print(f"encoders     {', '.join(['json of this interpreter', *versions])}")
+
+
+def print_times(table: Table, seconds: float, tries: int) -> None:
+    shown = [case for case in cases.CASES if table.has(case.group, case.name)]
+    if not shown:
+        return
+    table.head("best processor time of a call", "ours", "plain Python", "ratio", "at least", *others.ENCODERS)
+    results = {}
+    for case in shown:
+        result = results[case.name] = measure(case, seconds, tries)
+        times = [duration(side.best) for side in (result.ours, result.plain)]
+        least = f"{case.at_least:g}" if case.at_least else ""
+        columns = (*times, digits(result.ratio), least, *beside(result))
+        table.row(case.group, case.name, *columns, missed=not result.is_enough)
+    print_growth(table, results)
+
+
+def beside(result: Result) -> list[str]:
+    """An encoder that gives another text has done another work."""
+    if not result.case.is_text:
+        return []
+    return [duration(result.others[name].best) if name in result.others else "differs" for name in others.ENCODERS]
+
+
+def print_growth(table: Table, results: dict[str, Result]) -> None:
+    group, many, few, at_most = cases.GROWTH
+    if not {many, few} <= results.keys():
+        return
+    table.head("growth of the time", "ours", "plain Python", "", "at most")
+    growth = results[many].ours.best / results[few].ours.best
+    plain_growth = results[many].plain.best / results[few].plain.best
+    name = f"{many} over {few}"
+    table.row(group, name, digits(growth), digits(plain_growth), "", f"{at_most:g}", missed=growth > at_most)
+
+
+def print_memory(table: Table) -> None:
+    shown = [row for row in cases.MEMORY if table.has("memory of tool_result_text", row[0])]
+    if not shown:
+        return
+    table.head("fresh memory a call touches, in sizes of its text", "ours", "plain Python", "", "at most")
+    for name, payload, at_most in shown:
+        touched, plainly = (memory.touched_texts(api, payload) for api in ("ours", "plain"))
+        columns = (f"{touched:.2f}", f"{plainly:.2f}", "", f"{at_most:g}")
+        table.row("memory of tool_result_text", name, *columns, missed=touched > at_most)
+
+
+def print_encoding(table: Table, seconds: float) -> None:
+    shown = {payload: name for payload, name in cases.ENCODED.items() if table.has("C++ alone", name)}
+    if not shown:
+        return
+    if not encoding.PROGRAM.exists():
+        print(f"\nC++ alone: not built; {encoding.PROGRAM} comes with -DMCP_RESPONSES_BENCHMARKS=ON")
+        return
+    best, context = encoding.bytes_per_second(shown, seconds)
+    title = f"GB of output a second (RapidJSON {context['RapidJSON']}, nlohmann {context['nlohmann']})"
+    table.head(title, "text", "size only", "RapidJSON", "nlohmann")
+    for payload, name in shown.items():
+        rates = (digits(best[payload, writer] / 1e9) for writer in encoding.WRITERS)
+        table.row("C++ alone", name, *rates)
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
+    parser.add_argument("--check", action="store_true", help="exit 1 when a row misses its 'at least' or 'at most'")
+    parser.add_argument("--filter", default="", metavar="WORD", help="only rows whose group or name holds this")
+    parser.add_argument("--quick", action="store_true", help="a third of the time, and rougher")
+    options = parser.parse_args()
+    share = 1 / 3 if options.quick else 1
+    table = Table(options.filter)
+    print_machine()
+    print_times(table, share, 3 if options.check else 1)
+    print_memory(table)
+    print_encoding(table, share / 4)
+    for name in table.missed:
+        print(f"missed: {name}")
+    sys.exit(bool(options.check and table.missed))
+
+
+if __name__ == "__main__":
+    main()

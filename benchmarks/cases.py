@@ -1,0 +1,114 @@
+"""What is measured, and the least that each ratio has to be.
+
+A statement runs twice, once over the extension's functions and once over those of plain_python; its other names
+are those of payloads.
+"""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from types import ModuleType
+
+import payloads
+import plain_python as plain
+
+
+@dataclass(frozen=True)
+class Case:
+    group: str
+    name: str
+    statement: str
+    at_least: float = 0  # plain Python's time over ours; 0 where it is only shown
+    is_text: bool = False  # other encoders can do it too
+
+    def __str__(self) -> str:
+        return f"{self.group}, {self.name}"
+
+
+def search(api: ModuleType) -> str:
+    rows = [api.build_symbol_search_result(symbol, path) for symbol, path in payloads.hits]
+    return api.tool_result_text(api.build_paginated_response(rows, 57, 0, items_key="symbols"))
+
+
+def references(api: ModuleType) -> str:
+    shown = payloads.references
+    code = api.code_lines(payloads.root, [(each.file_path, each.line) for each in shown])
+    rows = [api.build_reference(each, code.get((each.file_path, each.line))) for each in shown]
+    return api.tool_result_text(api.build_paginated_response(rows, 57, 0, items_key="references"))
+
+
+def ask(api: ModuleType) -> str:
+    answer = api.build_wiki_ask_response(**payloads.questions[8], token_budget=payloads.budgets[8])
+    return api.tool_result_text(answer)
+
+
+def outline(api: ModuleType) -> str:
+    module = api.outline_module([each.fqn for each in payloads.symbols])
+    rows = [api.build_file_symbol(each, module) for each in payloads.symbols]
+    return api.tool_result_text({"file": "shop/orders.py", "module": module, "symbols": rows})
+
+
+WHOLE_ANSWERS = (search, references, ask, outline)
+
+
+def _text(name: str, data: str, at_least: float) -> Case:
+    text = plain.tool_result_text(getattr(payloads, data))
+    name = name.format(len(text) // max(1, text.count("\\")))
+    size = f"{len(text.encode()) / 1000:.0f} KB"
+    return Case("tool_result_text", f"{name}, {size}", f"tool_result_text({data})", at_least, is_text=True)
+
+
+_STATUS = "build_index_status_response('ready', 'healthy', 'main', 100, 812, 10231, '2024-05-01T12:00:00Z', 2)"
+_WIKI_STATUS = "build_wiki_status_response(built=True, branch='main', pages=31, files_covered=700, total_sources=812)"
+_ASK_FLOORS = {8: 15, 64: 60, 512: 300}
+_WHOLE_FLOORS = {"search": 6, "references": 4, "ask": 15, "outline": 6}
+_ASK = "build_wiki_ask_response(**questions[{0}], token_budget=budgets[{0}])"
+
+CASES = [
+    _text("page of 20 rows", "page", 12),
+    _text("ask answer, ASCII", "ask_ascii", 11),
+    _text("ask answer, ASCII cut with an ellipsis", "ask_cut", 7),
+    _text("ask answer, accents", "ask_accents", 7),
+    _text("ask answer, CJK", "ask_cjk", 7),
+    _text("ask answer, emoji", "ask_emoji", 7),
+    _text("wiki pages, an escape in {} characters", "wiki_page", 12),
+    _text("source code, an escape in {} characters", "code_page", 12),
+    _text("1,000 rows with 17-digit floats", "floats_page", 7),
+    Case("_encoded_size", "ask answer, ASCII", "_encoded_size(ask_ascii)", 14),
+    Case("_encoded_size", "ask answer, ASCII cut with an ellipsis", "_encoded_size(ask_cut)", 14),
+    *(Case("first_sentence", name, f"first_sentence({text!r})", 12) for name, text in payloads.DOCSTRINGS.items()),
+    Case("first_sentence", "all of these", "list(map(first_sentence, docstrings))", 12),
+    Case("rows", "symbol search row", "build_symbol_search_result(symbol, 'shop/cart.py')", 5),
+    Case("rows", "outline row", "build_file_symbol(symbol, 'shop.orders')", 5),
+    Case("rows", "full details", "build_symbol_full_details(symbol, 'shop/cart.py')", 0.8),
+    Case("rows", "endpoint", "build_api_endpoint(symbol, 'shop/cart.py', 'orders')", 0.8),
+    Case("rows", "component", "build_component(component)", 0.8),
+    Case("rows", "index status", _STATUS, 0.8),
+    Case("rows", "wiki status", _WIKI_STATUS, 0.8),
+    Case("rows", "reference", "build_reference(reference, 'total = cart.total()')", 0.8),
+    Case("rows", "page of 20 rows, which plain Python shares", "build_paginated_response(rows, 57, 0)", 0.25),
+    *(Case("ask with a budget", f"{n} sections", _ASK.format(n), floor) for n, floor in _ASK_FLOORS.items()),
+    Case("code_lines", "20 files of 20 KB, 3 lines each", "code_lines(root, places)", 4),
+    *(Case("records to text", name, f"{name}(api)", floor) for name, floor in _WHOLE_FLOORS.items()),
+    Case("a call", "that does nothing", "first_sentence(None)"),
+]
+
+# Group, the two cases whose times are divided, and the most that ours may be.
+GROWTH = ("ask with a budget", "512 sections", "8 sections", 80)
+
+# Name, payload, and the most fresh memory in sizes of the text: the text itself, one buffer, and a little.
+MEMORY = [
+    ("wiki pages", "wiki_page", 2.2),
+    ("wiki pages, the last one an ellipsis", "wiki_page_cut", 2.2),
+]
+
+# What the C++ side alone writes, by payload.
+ENCODED = {
+    "page": "page of 20 rows",
+    "ask_ascii": "ask answer, ASCII",
+    "ask_cut": "ask answer, ASCII cut with an ellipsis",
+    "ask_cjk": "ask answer, CJK",
+    "wiki_page": "wiki pages",
+    "code_page": "source code",
+    "floats_page": "1,000 rows with 17-digit floats",
+}

@@ -1,0 +1,37 @@
+// What the fuzz targets have in common. A target throws when the library breaks its contract, so
+// that the fuzzer, the debugger and the replay in the tests all stop there.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "models/texts.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace contract {
+
+inline std::string_view bytes_of(const std::uint8_t* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
+
+inline void require(bool holds, const std::string& what) {
+  if (!holds) throw std::logic_error(what);
+}
+
+inline void require_equal(const std::string& met, const std::string& expected,
+                          const std::string& what) {
+  require(met == expected, what + "\n     met: " + met + "\nexpected: " + expected);
+}
+
+/// Texts are compared before they are encoded: they may hold surrogates.
+inline void require_equal(const mcp_responses::Text& met, const std::u32string& expected,
+                          const std::string& what) {
+  if (models::code_points_of(met) == expected) return;
+  require_equal(met.utf8(), models::text_of(expected).utf8(), what);
+}
+
+}  // namespace contract

@@ -1,0 +1,41 @@
+// Paths into a small tree of links: each way of opening leads where the tree's own table says.
+#include "contract.h"
+#include "models/link_tree.h"
+
+namespace {
+
+std::string any_path(models::Choices& choices, const std::string& base) {
+  std::string path = choices.below(8) == 7 ? base + "/root/" : "";
+  for (int parts = 0; parts < 64 && !choices.used_up(); ++parts) {
+    path += choices.one_of<std::string_view>(
+        {"..",      ".",       "a.py", "sub",
+         "deep",    "b.py",    "c.py", "root",
+         "root2",   "outside", "s.py", "file",
+         "dir",     "abs",     "up",   "out",
+         "absout",  "self",    "ping", "dangling",
+         "chain",   "chain2",  "top",  "whole",
+         "slashed", "back",    "into", "pipe",
+         "missing", "",        "a",    std::string_view(base).substr(1)});
+    if (choices.below(8) != 7) path += '/';
+  }
+  return path;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace mcp_responses;
+  static const models::LinkTree tree;
+  models::Choices choices(contract::bytes_of(data, size));
+  const std::string path = any_path(choices, tree.base());
+
+  const std::string expected = tree.read(path);
+  for (const auto opening : {WorkTree::Opening::openat2, WorkTree::Opening::folder_by_folder}) {
+    contract::require_equal(models::outcome(WorkTree(tree.root(), opening), path), expected,
+                            "reading " + path);
+  }
+  if (expected == "circle") return 0;
+  const std::string whole = path.starts_with('/') ? path : tree.base() + "/into/" + path;
+  contract::require_equal(resolved(whole), tree.resolved("", whole), "resolving " + whole);
+  return 0;
+}

@@ -1,0 +1,45 @@
+// replay SEEDS COUNT: runs a fuzz target over each file in the folder SEEDS, then over COUNT random
+// inputs, the same ones on every run. So the normal tests, whatever their compiler, keep what the
+// fuzzer found.
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+
+#include "contract.h"
+
+namespace {
+
+bool run(const std::string& bytes, const std::string& name) {
+  try {
+    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    return true;
+  } catch (const std::exception& error) {
+    std::cerr << name << ": " << error.what() << '\n';
+    return false;
+  }
+}
+
+std::string content_of(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) return EXIT_FAILURE;
+  bool held = true;
+  const std::filesystem::directory_iterator seeds(argv[1]);
+  for (const auto& path : std::set<std::filesystem::path>(begin(seeds), end(seeds))) {
+    held &= run(content_of(path), path.string());
+  }
+  std::mt19937_64 random;
+  for (int i = 0; i < std::atoi(argv[2]) && held; ++i) {
+    held = run(models::random_bytes(random, random() % 3000), "random input " + std::to_string(i));
+  }
+  return held ? EXIT_SUCCESS : EXIT_FAILURE;
+}

@@ -1,0 +1,108 @@
+#include "code_lines.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "models/link_tree.h"
+#include "models/slow_lines.h"
+#include "models/texts.h"
+#include "values.h"
+#include "work_tree.h"
+
+namespace mcp_responses {
+namespace {
+
+TEST(CodeLines, ABreakAtEveryPlaceAroundABlock) {
+  for (const std::string_view piece : models::breaks_and_the_like) {
+    for (std::size_t before = 55; before <= 140; ++before) {
+      for (const std::size_t after : {0U, 1U, 2U, 63U, 64U, 65U, 130U}) {
+        const std::string file = std::string(before, 'a').append(piece).append(after, 'b');
+        const auto lines = models::split_lines(models::decoded(file));
+        for (std::size_t first = 1; first <= lines.size(); ++first) {
+          LineFinder finder(file);
+          for (std::size_t number = first; number <= lines.size() + 1; ++number) {
+            const auto line = finder.find(static_cast<std::int64_t>(number));
+            ASSERT_EQ(line.has_value(), number <= lines.size()) << testing::PrintToString(file);
+            if (line) ASSERT_EQ(models::decoded(*line), lines[number - 1]);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(CodeLines, ALineIsStrippedBeforeItIsCut) {
+  const std::string nines(199, '9');
+  const std::pair<std::string, std::string> rows[] = {
+      {"", ""},
+      {" \t\u3000 ", ""},
+      {"    return x   ", "return x"},
+      {"\ufeffx", "\ufeffx"},
+      {std::string(500, ' ') + nines + "9" + std::string(500, ' '), nines + "9"},
+      {nines + "99", nines + "…"},
+      {nines + " 9", nines + "…"},
+      {nines.substr(1) + "  9", nines.substr(1) + "…"},
+      {nines + "9" + std::string(500, ' ') + "9", nines + "…"},
+      {std::string(100, '9') + std::string(500, ' ') + "9", std::string(100, '9') + "…"},
+      {"\xFF\xE2\x80", "\ufffd\ufffd"},
+  };
+  for (const auto& [line, shown] : rows) {
+    EXPECT_EQ(code_line_text(line).utf8(), shown) << line;
+  }
+}
+
+TEST(CodeLines, APathBecomesTheBytesOfAFileName) {
+  EXPECT_EQ(file_name(models::text_of({U'a', U'é', 0xDC80, 0xDCFF, U'😀'})), "aé\x80\xFF😀");
+  EXPECT_THROW(file_name(models::text_of({U'a', 0})), NulInPath);
+  for (const char32_t surrogate : {0xD800U, 0xDC7FU, 0xDD00U, 0xDFFFU}) {
+    EXPECT_THROW(file_name(models::text_of({surrogate})), SurrogateError);
+  }
+}
+
+/// Each line as "path:number text", each file that is not read as "path!reason".
+std::string found(const std::optional<std::string>& root, const std::vector<Place>& places,
+                  int& readings) {
+  std::string report;
+  CodeLinesHooks hooks;
+  hooks.while_reading = [&readings](const auto& read) { ++readings, read(); };
+  hooks.not_read = [&report](const Text& path, const std::string& reason) {
+    report += path.utf8() + "!" + reason + "\n";
+  };
+  for (const auto& [place, text] : code_lines(root, places, hooks)) {
+    report += place.path.utf8() + ":" + std::to_string(place.line) + " " + text.utf8() + "\n";
+  }
+  return report;
+}
+
+TEST(CodeLines, ComeFileByFileAndLineByLine) {
+  const models::LinkTree tree;
+  std::ofstream(tree.root() + "/long") << "one\n  two  \n\nfour\n";
+  std::vector<Place> places{
+      {"gone"_t, 1}, {"a.py"_t, 1}, {"out"_t, 1}, {"./a.py"_t, 1}, {"sub"_t, 1}};
+  for (const std::int64_t line : {4, 2, 4, 0, -1, 5, 3}) places.push_back({"long"_t, line});
+  places.push_back({"a.py"_t, std::numeric_limits<std::int64_t>::max()});
+  int readings = 0;
+  EXPECT_EQ(found(tree.root(), places, readings),
+            "gone![Errno 2] No such file or directory: '" + tree.root() + "/gone'\n" +
+                "sub![Errno 21] Is a directory: '" + tree.root() + "/sub'\n" +
+                "a.py:1 root/a.py\n./a.py:1 root/a.py\nlong:2 two\nlong:3 \nlong:4 four\n");
+  EXPECT_EQ(readings, 1) << "the lock is given up once a call";
+  EXPECT_EQ(found({}, places, readings), "");
+  EXPECT_EQ(readings, 1) << "without a root, not at all";
+}
+
+TEST(CodeLines, AnErrorLeavesWhatCameBeforeItTold) {
+  const models::LinkTree tree;
+  std::string told;
+  CodeLinesHooks hooks;
+  hooks.not_read = [&told](const Text& path, const std::string&) { told += path.utf8() + ";"; };
+  const std::vector<Place> places{{"gone"_t, 1}, {"self"_t, 1}, {"gone2"_t, 1}};
+  EXPECT_THROW(code_lines(tree.root(), places, hooks), LinkLoop);
+  EXPECT_EQ(told, "gone;");
+  EXPECT_THROW(code_lines(std::string("a\0b", 3), {}), NulInPath);
+}
+
+}  // namespace
+}  // namespace mcp_responses

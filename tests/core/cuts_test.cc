@@ -1,0 +1,110 @@
+#include "cuts.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "models/slow_cuts.h"
+#include "models/texts.h"
+#include "values.h"
+
+namespace mcp_responses {
+namespace {
+
+TEST(Cuts, WhiteSpaceIsTheseCodePointsAndNoOthers) {
+  for (std::uint32_t c = 0; c <= 0x10FFFF; ++c)
+    ASSERT_EQ(is_white_space(c), models::is_space(c)) << c;
+}
+
+// White space of all kinds at and around each possible cut, in each width.
+const std::u32string nasty_texts[] = {U"",
+                                      U" ",
+                                      U"alpha  beta\t gamma.\n\x1f delta   \r\n  end  ",
+                                      U"caf\xE9\xA0\xA0 \x85 au lait  ",
+                                      U" \u2003 \u3000x\u200B y \uFEFF\u2028 z\u1680 ",
+                                      U"\U0001F600 \U0001F600\u00A0  \U0001F600  \U0001F600 "};
+
+TEST(Cuts, EveryLengthOfEveryNastyText) {
+  for (const std::u32string& plain : nasty_texts) {
+    const Text text = models::text_of(plain);
+    for (std::int64_t chars = -2; chars <= static_cast<std::int64_t>(plain.size()) + 2; ++chars) {
+      SCOPED_TRACE(testing::Message() << text.utf8() << " to " << chars);
+      const std::u32string hard = models::code_points_of(_cut(text, chars));
+      const std::u32string soft = models::code_points_of(_trimmed(text, chars));
+      EXPECT_EQ(soft, models::trimmed(plain, chars));
+      EXPECT_EQ(hard, chars < 1 ? U"" : models::cut(plain, chars));
+      for (const std::u32string& cut : {hard, soft}) {
+        EXPECT_LE(static_cast<std::int64_t>(cut.size()), std::max<std::int64_t>(0, chars));
+        if (cut == plain || cut.empty()) continue;
+        EXPECT_EQ(cut.back(), U'…');
+        EXPECT_TRUE(plain.starts_with(cut.substr(0, cut.size() - 1)));
+      }
+    }
+  }
+}
+
+TEST(Cuts, Examples) {
+  const std::tuple<Text, std::int64_t, const char*, const char*> rows[] = {
+      {"abc   def"_t, 6, "abc…", "abc…"},
+      {"abc"_t, 1, "…", ""},
+      {"abc"_t, 3, "abc", "abc"},
+      {"ab "_t, 3, "ab ", "ab "},
+      {"alpha beta gamma"_t, 12, "alpha beta…", "alpha beta…"},
+      {"alpha betagammadelta"_t, 12, "alpha betag…", "alpha betag…"},
+      {"abcde fghijkl"_t, 10, "abcde fgh…", "abcde…"},
+      {"abc defgh"_t, 7, "abc de…", "abc…"},
+      {"abcd\tefghijkl"_t, 10, "abcd\tefgh…", "abcd\tefgh…"},
+      {"a b"_t, 2, "a…", "a…"},
+      {" bc"_t, 2, "…", "…"},
+  };
+  for (const auto& [text, chars, hard, soft] : rows) {
+    EXPECT_EQ(_cut(text, chars).utf8(), hard) << text.utf8();
+    EXPECT_EQ(_trimmed(text, chars).utf8(), soft) << text.utf8();
+  }
+  const Text text = "abc"_t;
+  EXPECT_EQ(_cut(text, 3).payload().pointer, text.payload().pointer)
+      << "a text that fits is not copied";
+}
+
+TEST(Cuts, FirstSentences) {
+  const std::string long_word(159, 'w');
+  const std::pair<std::string, std::string> rows[] = {
+      {"", ""},
+      {" \n\t\u3000 ", ""},
+      {"Sum of the line items. Taxes are not included.", "Sum of the line items."},
+      {"\n\n  \n  First.  Second\n\nThird", "First."},
+      {"Line one\nline two.\n\nSecond paragraph.", "Line one line two."},
+      {"Version 1.2 is used. Next.", "Version 1.2 is used."},
+      {"What? Yes.", "What?"},
+      {"Wait... more", "Wait..."},
+      {"Done!Next one.", "Done!Next one."},
+      {"One.\tTwo.", "One."},
+      {"One.\u00a0Two.", "One."},
+      {"One. \u200bTwo", "One."},
+      {"One.\u200b Two", "One.\u200b Two"},
+      {"First line\r\n\r\nsecond line.", "First line second line."},
+      {"First line\n \nsecond line.", "First line second line."},
+      {"First line\n\nsecond line.", "First line"},
+      {".", "."},
+      {". a", "."},
+      // Around the limit: what stands behind the 160th character decides whether a cut is marked.
+      {long_word + "w", long_word + "w"},
+      {long_word + "ww", long_word + "…"},
+      {long_word + ". Next", long_word + "."},
+      {long_word + ".Next", long_word + "…"},
+      {long_word + ".  \n", long_word + "."},
+      {long_word + "w \n\nNext", long_word + "w"},
+      {long_word + " n. Next", long_word + "…"},
+      {long_word.substr(1) + " n. Next", long_word.substr(1) + "…"},
+      {long_word.substr(3) + " n. Next", long_word.substr(3) + " n."},
+  };
+  for (const auto& [docstring, sentence] : rows) {
+    EXPECT_EQ(first_sentence(Text(docstring)).value_or(Text()).utf8(), sentence) << docstring;
+    EXPECT_EQ(first_sentence(Text(docstring)).has_value(), !sentence.empty()) << docstring;
+  }
+  EXPECT_FALSE(first_sentence({}));
+}
+
+}  // namespace
+}  // namespace mcp_responses

@@ -1,0 +1,217 @@
+#include "work_tree.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "models/link_tree.h"
+
+namespace mcp_responses {
+namespace {
+
+namespace fs = std::filesystem;
+using models::outcome;
+
+std::string content_of(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void write(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+class WorkTreeTest : public testing::TestWithParam<WorkTree::Opening> {
+ protected:
+  models::LinkTree files_;
+  const std::string root_ = files_.root();
+  const WorkTree tree_{root_, GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Openings, WorkTreeTest,
+                         testing::Values(WorkTree::Opening::openat2,
+                                         WorkTree::Opening::folder_by_folder),
+                         [](const auto& opening) {
+                           return opening.param == WorkTree::Opening::openat2 ? "openat2"
+                                                                              : "folder_by_folder";
+                         });
+
+TEST_P(WorkTreeTest, EachPathLeadsWhereItsLinksLead) {
+  const std::string base = files_.base();
+  const std::map<std::string, std::vector<std::string>> paths_to{
+      {"root/a.py",
+       {"a.py", "a.py/", "./a.py/.", "sub/../a.py", "file", "chain", "chain2", "back",
+        "up/root/a.py", "dir/top/root/a.py", "whole" + base + "/root/a.py", root_ + "/a.py",
+        base + "/into/a.py", "missing/../a.py", "dangling/../../a.py"}},
+      {"root/sub/b.py", {"./sub//b.py", "dir/b.py", "abs", "../into/dir/b.py", "a.py/../sub/b.py"}},
+      {"root/sub/deep/c.py", {"slashed/c.py", "dir/deep/c.py"}},
+      {"outside",
+       {"../root2/a.py", "up/root2/a.py", base + "/root2/a.py", "out", "absout/s.py", "..", "/",
+        "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
+        std::string(9000, 'x') + "/../../outside/s.py"}},
+      {"circle", {"self", "ping/a.py", "sub/../pong"}},
+      {"unreadable", {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root"}}};
+  for (const auto& [end, paths] : paths_to) {
+    for (const std::string& path : paths) {
+      EXPECT_EQ(outcome(tree_, path), end) << path;
+      EXPECT_EQ(files_.read(path), end) << path << " in the model";
+    }
+  }
+}
+
+TEST_P(WorkTreeTest, TheRootItselfMayBeALinkOrMissingOrNoFolder) {
+  const std::string base = files_.base();
+  const std::tuple<std::string, std::string, const char*> rows[] = {
+      {base + "/into", "a.py", "root/a.py"},
+      {base + "/into/dir/", root_ + "/sub/b.py", "root/sub/b.py"},
+      {base + "/root/../root2", "a.py", "root2/a.py"},
+      {base + "/gone", "a.py", "unreadable"},
+      {base + "/gone", "../root/a.py", "outside"},
+      {root_ + "/a.py", "", "root/a.py"},
+      {root_ + "/a.py", "x", "unreadable"},
+      {"/", base + "/outside/s.py", "outside/s.py"},
+      {"/", "../.." + base + "/outside/s.py", "outside/s.py"}};
+  for (const auto& [root, path, end] : rows) {
+    EXPECT_EQ(outcome(WorkTree(root, GetParam()), path), end) << root << " and " << path;
+  }
+  EXPECT_THROW(WorkTree(root_ + "/self", GetParam()), LinkLoop);
+}
+
+TEST_P(WorkTreeTest, ARelativeRootIsTakenFromTheCurrentFolder) {
+  const fs::path before = fs::current_path();
+  fs::current_path(root_ + "/dir");
+  const WorkTree here("", GetParam());
+  const WorkTree above("..", GetParam());
+  EXPECT_EQ(resolved("deep/../x/./y"), root_ + "/sub/x/y");
+  fs::current_path(before);
+  EXPECT_EQ(outcome(here, "b.py"), "root/sub/b.py");
+  EXPECT_EQ(outcome(here, "../a.py"), "outside");
+  EXPECT_EQ(outcome(above, "a.py"), "root/a.py");
+}
+
+std::string reason(const WorkTree& tree, const std::string& path) {
+  try {
+    tree.read(path);
+    return "read";
+  } catch (const Unreadable& error) {
+    return error.what();
+  }
+}
+
+TEST_P(WorkTreeTest, AFailureNamesItsCauseAndTheResolvedPath) {
+  const std::string long_name(300, 'n');
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+  (root_ + "/socket").copy(address.sun_path, sizeof(address.sun_path) - 1);
+  ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+  ::close(socket);
+  const std::pair<std::string, std::string> rows[] = {
+      {"gone.py", "[Errno 2] No such file or directory: '" + root_ + "/gone.py'"},
+      {"dir/./gone.py", "[Errno 2] No such file or directory: '" + root_ + "/sub/gone.py'"},
+      {"a.py/x", "[Errno 20] Not a directory: '" + root_ + "/a.py/x'"},
+      {"dir", "[Errno 21] Is a directory: '" + root_ + "/sub'"},
+      {"sub/", "[Errno 21] Is a directory: '" + root_ + "/sub'"},
+      {"./sub//deep", "[Errno 21] Is a directory: '" + root_ + "/sub/deep'"},
+      {".", "[Errno 21] Is a directory: '" + root_ + "'"},
+      {"", "[Errno 21] Is a directory: '" + root_ + "'"},
+      {"pipe", "Not a regular file: '" + root_ + "/pipe'"},
+      {"socket", "[Errno 6] No such device or address: '" + root_ + "/socket'"},
+      {long_name, "[Errno 36] File name too long: '" + root_ + "/" + long_name + "'"},
+      {"n\xFF.py", "[Errno 2] No such file or directory: '" + root_ + "/n\xFF.py'"}};
+  for (const auto& [path, text] : rows) EXPECT_EQ(reason(tree_, path), text) << path;
+
+  const WorkTree everything("/", GetParam());
+  for (const char* device : {"/dev/null", "/dev/zero", "/dev/full"}) {
+    EXPECT_EQ(reason(everything, device), std::string("Not a regular file: '") + device + "'");
+  }
+  EXPECT_EQ(reason(everything, "/"), "[Errno 21] Is a directory: '/'");
+  if (::geteuid() == 0) return;  // who may read everything
+  fs::permissions(root_ + "/a.py", fs::perms::none);
+  EXPECT_EQ(reason(tree_, "a.py"), "[Errno 13] Permission denied: '" + root_ + "/a.py'");
+}
+
+TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeSays) {
+  const WorkTree everything("/", GetParam());
+  ASSERT_EQ(fs::file_size("/proc/self/status"), 0U);
+  EXPECT_TRUE(everything.read("/proc/self/status")->starts_with("Name:"));
+  EXPECT_EQ(everything.read("/proc/cpuinfo")->size(), content_of("/proc/cpuinfo").size());
+  for (const std::size_t size : {0U, 1U, 4095U, 4096U, 65537U, 3000000U}) {
+    std::string content(size, 'x');
+    for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 251);
+    write(root_ + "/n\xFF", content);
+    EXPECT_TRUE(tree_.read("n\xFF") == content) << size;
+  }
+}
+
+TEST_P(WorkTreeTest, FailuresLeaveNoDescriptorOpen) {
+  const auto open_descriptors = [] {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+  };
+  const auto before = open_descriptors();
+  const char* failing[] = {"gone", "sub", "sub/deep", "sub/gone/x", "a.py/x",
+                           "pipe", "out", "dangling", "",           "dir/gone"};
+  for (int i = 0; i < 10'000; ++i) {
+    const WorkTree tree(root_, GetParam());
+    const std::string end =
+        outcome(tree, failing[static_cast<std::size_t>(i) % std::size(failing)]);
+    ASSERT_TRUE(end == "unreadable" || end == "outside") << end;
+  }
+  EXPECT_EQ(outcome(tree_, "self"), "circle");
+  EXPECT_EQ(open_descriptors(), before);
+}
+
+// Somebody exchanges a folder, and a file, for links to the outside, over and over, while they are
+// read.
+TEST_P(WorkTreeTest, NothingFromOutsideIsReadWhilePathsAreExchanged) {
+  const std::string base = files_.base();
+  for (const char* folder : {"/root/folder", "/outside/folder"}) {
+    fs::create_directory(base + folder);
+    for (const char* file : {"/x.py", "/y.py"}) write(base + folder + file, folder);
+  }
+  fs::create_symlink("../outside/folder", root_ + "/other");
+  fs::create_symlink("../../outside/s.py", root_ + "/folder/z.py");
+  std::atomic<bool> reading = true;
+  std::atomic<int> exchanges = 0;
+  std::thread exchanger([&] {
+    const std::pair<std::string, std::string> pairs[] = {{"/folder", "/other"},
+                                                         {"/folder/x.py", "/folder/z.py"}};
+    while (reading) {
+      for (const auto& [a, b] : pairs) {
+        exchanges += ::renameat2(AT_FDCWD, (root_ + a).c_str(), AT_FDCWD, (root_ + b).c_str(),
+                                 RENAME_EXCHANGE) == 0;
+      }
+    }
+  });
+  std::map<std::string, int> outcomes;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+  for (int i = 0;
+       i < 6000 || exchanges < 6000 || outcomes["/root/folder"] == 0 || outcomes["outside"] == 0;
+       ++i) {
+    if (std::chrono::steady_clock::now() > deadline) break;
+    ++outcomes[outcome(tree_, i % 2 == 0 ? "folder/x.py" : "folder/y.py")];
+  }
+  reading = false;
+  exchanger.join();
+  EXPECT_GT(exchanges, 5000);
+  EXPECT_GT(outcomes["/root/folder"], 0);
+  EXPECT_GT(outcomes["outside"], 0);
+  for (const auto& [end, count] : outcomes) {
+    EXPECT_TRUE(end == "/root/folder" || end == "outside" || end == "unreadable" || end == "circle")
+        << end << ": " << count;
+  }
+}
+
+}  // namespace
+}  // namespace mcp_responses

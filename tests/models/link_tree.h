@@ -1,0 +1,112 @@
+// A small tree of files and links of all kinds, made on disk from a table, and what a path into it
+// should lead to, told from the table alone.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "work_tree.h"
+
+namespace models {
+
+/// What reading comes to, in the words of `LinkTree::read`.
+inline std::string outcome(const mcp_responses::WorkTree& tree, const std::string& path) {
+  try {
+    return tree.read(path).value_or("outside");
+  } catch (const mcp_responses::Unreadable&) {
+    return "unreadable";
+  } catch (const mcp_responses::LinkLoop&) {
+    return "circle";
+  }
+}
+
+class LinkTree {
+ public:
+  LinkTree() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "link_tree.XXXXXX").string();
+    base_ = std::filesystem::canonical(::mkdtemp(pattern.data())).string();
+    for (const char* folder : {"root", "root/sub", "root/sub/deep", "root2", "outside"}) {
+      std::filesystem::create_directory(base_ + "/" + folder);
+    }
+    for (const char* file :
+         {"root/a.py", "root/sub/b.py", "root/sub/deep/c.py", "root2/a.py", "outside/s.py"}) {
+      files_[base_ + "/" + file] = file;
+      std::ofstream(base_ + "/" + file) << file;
+    }
+    const std::pair<const char*, std::string> links[] = {{"root/file", "a.py"},
+                                                         {"root/dir", "sub"},
+                                                         {"root/abs", base_ + "/root/sub/b.py"},
+                                                         {"root/up", ".."},
+                                                         {"root/out", "../outside/s.py"},
+                                                         {"root/absout", base_ + "/outside"},
+                                                         {"root/self", "self"},
+                                                         {"root/ping", "pong"},
+                                                         {"root/pong", "./ping"},
+                                                         {"root/dangling", "missing/x"},
+                                                         {"root/chain", "file"},
+                                                         {"root/chain2", "up/root/dir/../chain"},
+                                                         {"root/sub/top", "../.."},
+                                                         {"root/whole", "/"},
+                                                         {"root/slashed", "sub//deep/"},
+                                                         {"root/back", "absout/../root/a.py"},
+                                                         {"into", "root"}};
+    for (const auto& [name, target] : links) {
+      links_[base_ + "/" + name] = target;
+      std::filesystem::create_symlink(target, base_ + "/" + name);
+    }
+    ::mkfifo((base_ + "/root/pipe").c_str(), 0600);
+  }
+  ~LinkTree() { std::filesystem::remove_all(base_); }
+  LinkTree(const LinkTree&) = delete;
+  LinkTree& operator=(const LinkTree&) = delete;
+
+  const std::string& base() const { return base_; }
+  std::string root() const { return base_ + "/root"; }
+
+  /// The absolute path without links that `path`, taken from the folder `from`, comes to; "circle"
+  /// for none.
+  std::string resolved(const std::string& from, const std::string& path) const {
+    int links_left = 500;
+    const std::string end = walk(path.starts_with('/') ? "" : from, path, links_left);
+    return links_left < 0 ? "circle" : end.empty() ? "/" : end;
+  }
+
+  /// The content of a file, or "circle", "outside" or "unreadable".
+  std::string read(const std::string& path) const {
+    const std::string target = resolved(root(), path);
+    if (target == "circle") return target;
+    if (target != root() && !target.starts_with(root() + "/")) return "outside";
+    const auto file = files_.find(target);
+    return file == files_.end() ? "unreadable" : file->second;
+  }
+
+ private:
+  std::string walk(std::string at, std::string_view path, int& links_left) const {
+    while (!path.empty() && links_left >= 0) {
+      const std::string part(path.substr(0, path.find('/')));
+      path.remove_prefix(std::min(part.size() + 1, path.size()));
+      if (part.empty() || part == ".") continue;
+      if (part == "..") {
+        at = at.substr(0, at.empty() ? 0 : at.rfind('/'));
+      } else if (const auto link = links_.find(at + "/" + part); link == links_.end()) {
+        at += "/" + part;
+      } else {
+        --links_left;
+        at = walk(link->second.starts_with('/') ? "" : at, link->second, links_left);
+      }
+    }
+    return at;
+  }
+
+  std::string base_;
+  std::map<std::string, std::string> files_;  // content by path
+  std::map<std::string, std::string> links_;  // target by path
+};
+
+}  // namespace models
