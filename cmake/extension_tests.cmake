@@ -15,15 +15,17 @@ if("address" IN_LIST MCP_RESPONSES_SANITIZE)
 endif()
 
 # Found rather than listed: a file that nobody listed would be a test that nobody runs.
-file(GLOB test_files CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/mcp_responses"
-  "${CMAKE_CURRENT_SOURCE_DIR}/mcp_responses/test_*.py")
-foreach(file IN LISTS test_files)
-  cmake_path(GET file STEM stem)
-  add_test(NAME mcp_responses.${stem}
-    COMMAND "${Python_EXECUTABLE}" -m unittest discover
-      --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/mcp_responses" --pattern ${file})
-  set_tests_properties(mcp_responses.${stem} PROPERTIES
-    ENVIRONMENT "${environment}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "Ran 0 tests")
+foreach(folder IN ITEMS mcp_responses schemas docs)
+  file(GLOB test_files CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/${folder}"
+    "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/test_*.py")
+  foreach(file IN LISTS test_files)
+    cmake_path(GET file STEM stem)
+    add_test(NAME ${folder}.${stem}
+      COMMAND "${Python_EXECUTABLE}" -m unittest discover
+        --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" --pattern ${file})
+    set_tests_properties(${folder}.${stem} PROPERTIES
+      ENVIRONMENT "${environment}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "Ran 0 tests")
+  endforeach()
 endforeach()
 
 add_test(NAME mcp_responses.exports

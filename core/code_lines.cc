@@ -36,8 +36,7 @@ std::vector<File> files_of(std::span<const Place> places) {
   }
   for (File& file : files) {
     std::ranges::sort(file.numbers);
-    const auto repeated = std::ranges::unique(file.numbers);
-    file.numbers.erase(repeated.begin(), repeated.end());
+    file.numbers.erase(std::unique(file.numbers.begin(), file.numbers.end()), file.numbers.end());
   }
   return files;
 }

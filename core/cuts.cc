@@ -4,6 +4,7 @@
 #include <array>
 #include <span>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace mcp_responses {
@@ -95,14 +96,14 @@ TextView stripped(TextView view) noexcept {
   return view.slice(start, view.size - start);
 }
 
-Text _cut(const Text& text, std::int64_t chars) {
+Text _cut(Text text, std::int64_t chars) {
   const TextView view = text.view();
   if (chars < 1) return {};
   if (view.size <= static_cast<std::size_t>(chars)) return text;
   return cut_before(view.slice(0, static_cast<std::size_t>(chars) - 1));
 }
 
-Text _trimmed(const Text& text, std::int64_t chars) {
+Text _trimmed(Text text, std::int64_t chars) {
   const TextView view = text.view();
   if (chars >= 0 && view.size <= static_cast<std::size_t>(chars)) return text;
   if (chars <= 1) return {};
@@ -113,12 +114,12 @@ Text _trimmed(const Text& text, std::int64_t chars) {
 
 std::optional<Text> first_sentence(const std::optional<Text>& docstring) {
   if (!docstring) return {};
-  const Text sentence = visit_units(docstring->view(), [](auto units) {
+  Text sentence = visit_units(docstring->view(), [](auto units) {
     using Unit = std::remove_const_t<typename decltype(units)::element_type>;
     return Text::copy_of(Summary<Unit>(units).characters());
   });
   if (sentence.empty()) return {};
-  return _cut(sentence, SUMMARY_CHARS);
+  return _cut(std::move(sentence), SUMMARY_CHARS);
 }
 
 }  // namespace mcp_responses

@@ -19,7 +19,9 @@ constexpr bool is_white_space(std::uint32_t code_point) noexcept {
   const auto in = [code_point](std::uint32_t first, std::uint32_t last) {
     return code_point - first <= last - first;
   };
-  if (code_point < 0x80) return code_point == ' ' || in(0x09, 0x0D) || in(0x1C, 0x1F);
+  if (code_point <= ' ') return code_point == ' ' || in(0x09, 0x0D) || in(0x1C, 0x1F);
+  if (code_point < 0x85) [[likely]]
+    return false;
   return code_point == 0x85 || code_point == 0xA0 || code_point == 0x1680 || in(0x2000, 0x200A) ||
          in(0x2028, 0x2029) || code_point == 0x202F || code_point == 0x205F || code_point == 0x3000;
 }
@@ -31,12 +33,12 @@ TextView stripped(TextView view) noexcept;
 /// `text` cut to at most `chars` characters, hard, the cut marked with an ellipsis: "abc   def" to
 /// 6 is "abc…". White space before the ellipsis goes. A text that fits comes back as it is. Nothing
 /// fits into less than one character: then the result is empty.
-Text _cut(const Text& text, std::int64_t chars);
+Text _cut(Text text, std::int64_t chars);
 
 /// The same at a word boundary where one lies in the second half of the allowed length: "alpha beta
 /// gamma" to 12 is "alpha beta…". Only U+0020 counts as a boundary. With `chars` below 2 a longer
 /// text becomes the empty text.
-Text _trimmed(const Text& text, std::int64_t chars);
+Text _trimmed(Text text, std::int64_t chars);
 
 /// The first sentence of a docstring's first paragraph, white space collapsed, cut to
 /// `SUMMARY_CHARS`. Nothing when there is no docstring or no text in it. A sentence ends at ".",

@@ -34,15 +34,15 @@ struct NamedValue {
 
 template <Name name>
 struct Key {
-  operator Text() const noexcept {
-    return Text(word<name>);
-  }  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor): a key is meant to become a text.
+  operator Text() const noexcept { return Text(word<name>); }
 
+  // NOLINTBEGIN(misc-unconventional-assign-operator): it pairs the key with a value.
   template <class Content>
-  NamedValue<name> operator=(
-      Content&& content) const {  // NOLINT(misc-unconventional-assign-operator)
+  NamedValue<name> operator=(Content&& content) const {
     return {Value(std::forward<Content>(content))};
   }
+  // NOLINTEND(misc-unconventional-assign-operator)
 };
 
 template <Name name>

@@ -33,7 +33,7 @@ class SharedArray {
   /// Requires room; the caller counted.
   template <class... Arguments>
   void add(Arguments&&... arguments) {
-    std::construct_at(items() + size_, std::forward<Arguments>(arguments)...);
+    ::new (static_cast<void*>(items() + size_)) T{std::forward<Arguments>(arguments)...};
     ++size_;
   }
 

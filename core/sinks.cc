@@ -78,21 +78,22 @@ void TextSink::put(std::string_view ascii) {
   }
 }
 
-void TextSink::put_string(const TextView& text) {
+void TextSink::put_any(const TextView& text) {
   if (text.range > range_) widen(text.range);
   switch (unit_size(range_)) {
     case 1:
       return put_quoted<std::uint8_t>(text);
     case 2:
-      return put_quoted<std::uint16_t>(text);
+      return put_short<std::uint16_t>(text) ? void() : put_quoted<std::uint16_t>(text);
     default:
-      return put_quoted<std::uint32_t>(text);
+      return put_short<std::uint32_t>(text) ? void() : put_quoted<std::uint32_t>(text);
   }
 }
 
 template <class Unit>
 void TextSink::put_ascii(std::string_view ascii) {
-  std::ranges::copy(ascii, room_for<Unit>(ascii.size()));
+  Unit* to = room_for<Unit>(ascii.size());
+  for (const char character : ascii) *to++ = static_cast<unsigned char>(character);
   size_ += ascii.size();
 }
 
@@ -100,7 +101,7 @@ template <class Unit>
 void TextSink::put_quoted(const TextView& text) {
   *room_for<Unit>(1) = '"';
   ++size_;
-  visit_units(text, [this](auto units) {
+  visit_units(text, [&](auto units) {
     using From = typename decltype(units)::value_type;
     if constexpr (sizeof(From) <= sizeof(Unit)) put_escaped<Unit>(units);
   });

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "escapes.h"
 #include "text.h"
 
 namespace mcp_responses {
@@ -26,7 +27,10 @@ class TextSink {
   }
   void put(std::string_view ascii);
   /// A string: quotation marks around it, its content escaped where it must be.
-  void put_string(const TextView& text);
+  void put_string(const TextView& text) {
+    // The call for a wide sink is not worth its room here.
+    if (unit_size(range_) > 1 || !put_short<std::uint8_t>(text)) put_any(text);
+  }
 
   /// Valid until the next call.
   TextView view() const noexcept { return {buffer_.get(), size_, range_}; }
@@ -42,6 +46,43 @@ class TextSink {
     if (size_ + more > capacity_ / sizeof(Unit)) [[unlikely]]
       grow((size_ + more) * sizeof(Unit));
     return static_cast<Unit*>(buffer_.get()) + size_;
+  }
+  void put_any(const TextView& text);
+  /// Most strings are short, of one byte a unit, and hold nothing to escape: this writes those, and
+  /// answers whether the text was one. Blocks that may overlap, so that hardly a branch depends on
+  /// the length.
+  template <class Unit>
+  bool put_short(const TextView& text) noexcept {
+    using Bytes = Block<std::uint8_t>;
+    constexpr std::size_t size = Bytes::size;
+    if (text.size > 4 * size || text.range > Range::latin1 || text.range > range_ ||
+        capacity_ / sizeof(Unit) - size_ < 5 * size) {
+      return false;
+    }
+    const auto* const from = static_cast<const std::uint8_t*>(text.data);
+    Unit* const to = static_cast<Unit*>(buffer_.get()) + size_;
+    std::uint32_t found = 0;
+    const auto take = [&](const Bytes& block, std::size_t position) {
+      found |= block.escapes();
+      block.copy_to(to + 1 + position);
+    };
+    if (text.size < size) {
+      take(Bytes(from, text.size), 0);
+      found &= (1U << text.size) - 1;
+    } else {
+      const std::size_t last = text.size - size;
+      take(Bytes(from), 0);
+      if (text.size > 2 * size) {
+        take(Bytes(from + size), size);
+        take(Bytes(from + last - size), last - size);
+      }
+      take(Bytes(from + last), last);
+    }
+    if (found != 0) return false;
+    to[0] = '"';
+    to[text.size + 1] = '"';
+    size_ += text.size + 2;
+    return true;
   }
   template <class Unit>
   void put_ascii(std::string_view ascii);

@@ -34,7 +34,9 @@ void retain_text(Payload payload) noexcept {
 
 void release_text(Payload payload) noexcept {
   const TextStorage& storage = storage_of(payload);
-  if (storage.owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+  // A sole owner needs no locked instruction: nobody else can come.
+  if (storage.owners.load(std::memory_order_acquire) == 1 ||
+      storage.owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     ::operator delete(const_cast<TextStorage*>(&storage));
   }
 }

@@ -1,6 +1,7 @@
 #include "value.h"
 
 #include <cmath>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -65,26 +66,31 @@ struct Pair {
   std::size_t levels = 0;
 };
 
-/// Compares two values of the same container kind by size (and keys), and leaves their contents to
-/// be compared.
-bool compare_outside(const Pair& outside, std::vector<Pair>& contents) {
-  const auto& [a, b, levels] = outside;
-  if (a.size() != b.size()) return false;
-  if (levels == NestingError::most_levels) throw NestingError();
-  if (a.kind() == Kind::list) {
-    const List list_a = *a.list();
-    const List list_b = *b.list();
-    for (std::size_t i = 0; i < list_a.size(); ++i)
-      contents.push_back({list_a[i], list_b[i], levels + 1});
-    return true;
+/// Equal as far as can be told without looking into a list or an object.
+bool same_outside(const Value& a, const Value& b) {
+  if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
+  if (a.kind() != b.kind()) return false;
+  if (a.kind() != Kind::string) return a.size() == b.size();
+  return a.holder().text(a.payload()) == b.holder().text(b.payload());
+}
+
+/// Adds the pairs that two lists or objects of the same size consist of. A key that one of them
+/// lacks is paired with nothing that is equal.
+void add_contents(const Pair& outside, std::vector<Pair>& contents) {
+  if (outside.levels == NestingError::most_levels) throw NestingError();
+  const std::size_t levels = outside.levels + 1;
+  if (outside.a.kind() == Kind::list) {
+    const List a = *outside.a.list();
+    const List b = *outside.b.list();
+    for (std::size_t i = 0; i < a.size(); ++i) contents.push_back({a[i], b[i], levels});
+    return;
   }
-  const Object object_a = *a.object();
-  const Object object_b = *b.object();
-  for (const Member& member : object_a) {
-    if (!object_b.contains(member.key)) return false;
-    contents.push_back({member.value, object_b.get(member.key), levels + 1});
+  const Object a = *outside.a.object();
+  const Object b = *outside.b.object();
+  constexpr double unequal = std::numeric_limits<double>::quiet_NaN();
+  for (const Member& member : a) {
+    contents.push_back({member.value, b.get(member.key, unequal), levels});
   }
-  return true;
 }
 
 }  // namespace
@@ -160,21 +166,16 @@ std::span<const Member> Value::members() const noexcept {
 }
 
 bool operator==(const Value& a, const Value& b) {
+  if (!same_outside(a, b)) return false;
+  if (!a.size()) return true;
   // The pairs still to be compared stand in a list of their own: depth costs no stack.
-  std::vector<Pair> pairs{{a, b}};
+  std::vector<Pair> pairs;
+  add_contents({a, b}, pairs);
   while (!pairs.empty()) {
     const Pair pair = std::move(pairs.back());
-    const auto& [left, right, levels] = pair;
     pairs.pop_back();
-    if (is_number(left.kind()) && is_number(right.kind())) {
-      if (!equal_numbers(left, right)) return false;
-    } else if (left.kind() != right.kind()) {
-      return false;
-    } else if (left.kind() == Kind::string) {
-      if (left.holder().text(left.payload()) != right.holder().text(right.payload())) return false;
-    } else if (left.kind() != Kind::null && !compare_outside(pair, pairs)) {
-      return false;
-    }
+    if (!same_outside(pair.a, pair.b)) return false;
+    if (pair.a.size()) add_contents(pair, pairs);
   }
   return true;
 }

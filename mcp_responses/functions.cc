@@ -24,7 +24,8 @@ bare words. Tuples are written as lists, keys that are int, float, bool or None
 as their text, instances of subclasses as their base type.
 
 Raises TypeError for anything else, saying where it stands, OverflowError for an
-int beyond 64 bits, RecursionError for nesting beyond the interpreter's limit.)"},
+int beyond 64 bits, RecursionError for nesting deeper than the interpreter's recursion
+limit, which counts as at least 400 and at most 1000.)"},
     {.name = "first_sentence",
      .parameters = {{{"docstring", "str | None"}}},
      .positional = 1,
@@ -35,7 +36,9 @@ int beyond 64 bits, RecursionError for nesting beyond the interpreter's limit.)"
 
 Paragraphs are parted by two line feeds; white space inside the paragraph becomes
 single spaces; the sentence ends at the first ".", "!" or "?" before white space.
-None when there is no docstring or no text in it. Lengths are code points.)"},
+None when there is no docstring or no text in it. Lengths are code points.
+
+Raises TypeError for what is neither str nor None.)"},
     {.name = "code_lines",
      .parameters = {{{"root", "Path | None"}, {"places", "Iterable[tuple[str, int]]"}}},
      .positional = 2,
@@ -43,14 +46,15 @@ None when there is no docstring or no text in it. Lengths are code points.)"},
      .target = targets::code_lines,
      .documentation = R"(The lines of code at these places, stripped and cut to ``CODE_LINE_CHARS``.
 
-A place is a path relative to ``root`` and a 1-based line number; the result has
-an entry for each distinct place that has a line. Each file is read once, with
-the interpreter's lock released, as UTF-8 with U+FFFD for what is not. A file
-outside the root, also by way of a link, gives nothing; one that cannot be read is
-logged at info level and gives nothing. Without a root the result is empty and
-``places`` is not read.
+A place is a path relative to ``root`` and a 1-based line number. The result is
+{(path, line): text}, with an entry for each distinct place that has a line. Each
+file is read once, with the interpreter's lock released, as UTF-8 with U+FFFD for
+what is not. A file outside the root, also by way of a link, gives nothing; one that
+cannot be read is logged at info level and gives nothing. Without a root the result
+is empty and ``places`` is not read.
 
-Raises ValueError for a path with a NUL, RuntimeError for a circle of links.)"},
+Raises TypeError for a place that is no pair of str and int, ValueError for a path
+with a NUL, RuntimeError for a circle of links.)"},
     {.name = "_cut",
      .parameters = {{{"text", "str"}, {"chars", "int"}}},
      .positional = 2,
@@ -59,7 +63,8 @@ Raises ValueError for a path with a NUL, RuntimeError for a circle of links.)"},
      .documentation =
          R"(``text`` cut to at most ``chars`` characters, the cut marked with an ellipsis.
 
-A text that fits comes back as it is. White space before the ellipsis goes.)"},
+A text that fits comes back as it is. White space before the ellipsis goes. Below 1
+character a longer text becomes the empty text. Lengths are code points.)"},
     {.name = "without_nulls",
      .parameters = {{{"row", "dict[str, Any]"}}},
      .positional = 1,
@@ -68,7 +73,9 @@ A text that fits comes back as it is. White space before the ellipsis goes.)"},
      .documentation =
          R"(The row without its fields that are None: a list row carries only what it knows.
 
-A new dict with the other fields in their order; False, 0, "", [] and {} stay.)"},
+A new dict with the other fields in their order; False, 0, "", [] and {} stay.
+
+Raises TypeError for what is no dict.)"},
     {.name = "build_index_status_response",
      .parameters = {{{"status",
                       "Literal['ready', 'indexing', 'error', 'stopped', 'not_initialized']"},
@@ -98,7 +105,8 @@ Keys: the first eight parameters' names, in their order, None included; then
 
 Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only when
 it is not None. "line" is the symbol's ``start_line`` (1-based), "summary" the first
-sentence of its docstring. The attributes are read in the order of the keys.)"},
+sentence of its docstring. The attributes are read in the order of the keys; the
+record's AttributeError comes through for one that it lacks.)"},
     {.name = "build_symbol_full_details",
      .parameters = {{{"symbol", "Symbol"}, {"file_path", "str | None", none}}},
      .positional = 2,
@@ -108,7 +116,8 @@ sentence of its docstring. The attributes are read in the order of the keys.)"},
 
 Keys, all always present: "found" (True), "fqn", "name", "kind", "file",
 "start_line", "end_line", "signature", "is_export", "docstring" (whole),
-"docstring_truncated".)"},
+"docstring_truncated". Lines are 1-based. The attributes are read in the order of the
+keys; the record's AttributeError comes through for one that it lacks.)"},
     {.name = "outline_module",
      .parameters = {{{"fqns", "Iterable[str]"}}},
      .positional = 1,
@@ -118,7 +127,9 @@ Keys, all always present: "found" (True), "fqn", "name", "kind", "file",
          R"(The fqn every symbol of a file's outline sits in: the longest dotted prefix they share.
 
 Each fqn counts without its last part, and parts are compared whole. Empty when
-nothing is shared. ``fqns`` is read once.)"},
+nothing is shared. ``fqns`` is read once.
+
+Raises TypeError for an fqn that is no str.)"},
     {.name = "build_file_symbol",
      .parameters = {{{"symbol", "Symbol"}, {"module", "str", empty_string}}},
      .positional = 2,
@@ -128,7 +139,8 @@ nothing is shared. ``fqns`` is read once.)"},
 
 Keys: "name" (the fqn without ``module`` and its dot), "kind", "line", "end_line"
 (only when it differs from the start line), "signature", "summary", each only when
-it is not None.)"},
+it is not None. Lines are 1-based. The record's AttributeError comes through for an
+attribute that it lacks.)"},
     {.name = "build_api_endpoint",
      .parameters = {{{"symbol", "Symbol"},
                      {"file_path", "str | None", none},
@@ -139,7 +151,8 @@ it is not None.)"},
      .documentation = R"(Build dict for API endpoints (get_api_endpoints).
 
 Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "line",
-"signature", "component".)"},
+"signature", "component". "line" is the symbol's ``start_line`` (1-based). The record's
+AttributeError comes through for an attribute that it lacks.)"},
     {.name = "build_reference",
      .parameters = {{{"reference", "Reference"}, {"code", "str | None", none}}},
      .positional = 2,
@@ -148,7 +161,9 @@ Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "li
      .documentation = R"(Build the row of a reference (``symbol references``).
 
 Keys: "file" and "line", None when unknown, then "code", "caller", "caller_kind" and
-"usage_type", each only when known. ``code`` is the line that ``code_lines`` found.)"},
+"usage_type", each only when known. ``code`` is the line that ``code_lines`` found.
+"caller" and "caller_kind" are "fqn" and "kind" of the record's ``caller_symbol``, a
+dict or None. The record's AttributeError comes through for an attribute that it lacks.)"},
     {.name = "build_component",
      .parameters = {{{"component", "ComponentInfo"}}},
      .positional = 1,
@@ -157,7 +172,8 @@ Keys: "file" and "line", None when unknown, then "code", "caller", "caller_kind"
      .documentation = R"(Build dict for component info (get_components).
 
 Keys, all always present: "name", "layer", "path_pattern", "file_count",
-"symbol_count".)"},
+"symbol_count". The record's AttributeError comes through for an attribute that it
+lacks.)"},
     {.name = "build_paginated_response",
      .parameters = {{{"items", "list[Any]"},
                      {"total_count", "int"},
@@ -173,7 +189,10 @@ whether rows remain past this page: ``offset + len(items) < total_count``. The r
 are copied.
 
 Returns: Dict with items, pagination info, and hint if truncated. The hint is the
-work of ``add_pagination_hint``, whose result is returned as it is.)"},
+work of ``add_pagination_hint``, whose result is returned as it is.
+
+Raises TypeError when ``items`` is no list or a count no number, and, saying where, for
+a row with something in it that JSON cannot hold.)"},
     {.name = "build_test_coverage",
      .parameters = {{{"test_file", "str"},
                      {"source_file", "str"},
@@ -223,7 +242,10 @@ Keys, all always present: "built", "branch", "enabled", "configured", "pages",
      .documentation = R"(Build a response for wiki(action='list').
 
 Keys, all always present: "pages", "total_count", "offset", "truncated" (the caller's
-flag), "has_more" (whether pages remain past these).)"},
+flag), "has_more" (whether pages remain past these).
+
+Raises TypeError when ``pages`` is no list or a count no number, and, saying where, for
+a page with something in it that JSON cannot hold.)"},
     {.name = "build_wiki_read_response",
      .parameters = {{{"page_id", "str"},
                      {"title", "str"},
@@ -264,7 +286,10 @@ characters; the citations of all sections stand in one list, each place once.
 With a ``token_budget`` (a token is four bytes of the encoded answer) the answer gives
 way until it fits: the excerpts shrink from the bottom section up, then whole sections
 go from the bottom, then the memories and the code. The answer itself is never cut, so
-that a budget too small for the rest is exceeded.)"},
+that a budget too small for the rest is exceeded.
+
+Raises TypeError, saying where, when a list or dict is something else or holds what JSON
+cannot, and with a budget UnicodeEncodeError for a lone surrogate, which has no size.)"},
     {.name = "_ask_citations",
      .parameters = {{{"sections", "list[dict[str, Any]]"}, {"extra", "list[dict[str, Any]]"}}},
      .positional = 2,
@@ -274,7 +299,10 @@ that a budget too small for the rest is exceeded.)"},
          R"(The first citations of each section, then ``extra``, each once, up to a cap.
 
 Citations with equal "path", "line_start" and "line_end" are the same place; the first
-of them stays, whole. Three a section, 24 in all.)"},
+of them stays, whole. Three a section, 24 in all.
+
+Raises TypeError, saying where, for a section or citation that is no dict, and for a
+place made of a list or dict.)"},
     {.name = "_trimmed",
      .parameters = {{{"text", "str"}, {"chars", "int"}}},
      .positional = 2,

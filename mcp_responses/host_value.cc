@@ -129,9 +129,9 @@ Text text_of(HostRef string) {
   return {host_text, Payload{.pointer = string.release()}};
 }
 
-HostRef to_host_string(const Text& text) {
+HostRef to_host_string(const Handle& text) {
   if (PyObject* object = host_leaf(text)) return HostRef::borrow(object);
-  const TextView view = text.view();
+  const TextView view = text.holder().text(text.payload());
   return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(view.range)), view.data,
                                            static_cast<Py_ssize_t>(view.size)));
 }

@@ -111,7 +111,8 @@ inline PyObject* host_container(const Handle& value) noexcept {
   return holder == &host_list || holder == &host_dict ? object_in(value.payload()) : nullptr;
 }
 
-/// A str with the text's characters: the very one that it came from when there is one.
-HostRef to_host_string(const Text& text);
+/// A str with the characters of a text or of a value that is one: the very one that it came from
+/// when there is one.
+HostRef to_host_string(const Handle& text);
 
 }  // namespace mcp_responses

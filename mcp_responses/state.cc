@@ -10,7 +10,7 @@ namespace {
 
 HostRef interned(const char* name) { return checked(PyUnicode_InternFromString(name)); }
 
-HostRef to_host_key(State& state, const Text& text) {
+HostRef to_host_text(State& state, const Handle& text) {
   if (&text.holder() == &word_holder) {
     return HostRef::borrow(state.word(*static_cast<const Word*>(text.payload().pointer)));
   }
@@ -68,7 +68,7 @@ HostRef to_host(State& state, const Object& object) {
     }
   }
   for (const Member& member : members) {
-    set(state, dict.get(), to_host_key(state, member.key).get(), member.value);
+    set(state, dict.get(), to_host_text(state, member.key).get(), member.value);
   }
   return dict;
 }
@@ -82,7 +82,7 @@ HostRef to_host(State& state, const Value& value) {
     case Kind::real:
       return checked(PyFloat_FromDouble(*value.real()));
     case Kind::string:
-      return to_host_key(state, *value.text());
+      return to_host_text(state, value);
     case Kind::list:
       return to_host_list(state, *value.list());
     default:

@@ -11,8 +11,8 @@ Value summary_of(const Record& symbol) {
   if (docstring.is_null()) return {};
   if (docstring.kind() != Kind::string)
     throw KindError("symbol.docstring", "str or None", docstring.kind());
-  const auto sentence = first_sentence(docstring.text());
-  return sentence ? Value(*sentence) : Value();
+  auto sentence = first_sentence(docstring.text());
+  return sentence ? Value(*std::move(sentence)) : Value();
 }
 
 Object build_symbol_search_result(const Record& symbol, Value file_path) {

@@ -9,6 +9,7 @@ import threading
 from pathlib import Path
 
 import hollin
+from hollin.mcp_responses import tool_result_text
 
 # A locale that cannot write most of what is answered: the protocol is UTF-8 whatever the surroundings.
 ENVIRONMENT = os.environ | {
@@ -97,8 +98,12 @@ class Client:
         return [tool["name"] for tool in self.request("tools/list")["result"]["tools"]]
 
     def call(self, tool: str, **arguments) -> tuple[str, bool]:
+        """An answer comes twice, as text and as an object; what is wrong with a call comes as text alone."""
         result = self.request("tools/call", name=tool, arguments=arguments)["result"]
         (content,) = result["content"]
+        assert ("structuredContent" in result) != result["isError"], result
+        if not result["isError"]:
+            assert tool_result_text(result["structuredContent"]) == content["text"], result
         return content["text"], result["isError"]
 
     def answer(self, tool: str, **arguments) -> dict:

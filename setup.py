@@ -1,0 +1,52 @@
+"""Has CMake build the extension for the interpreter that runs this; what it is called stands in pyproject.toml."""
+
+import os
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+from setuptools import Extension, setup
+from setuptools.command.build_ext import build_ext
+from setuptools.errors import ExecError
+
+ROOT = Path(__file__).resolve().parent
+
+
+def project_version() -> str:
+    (version,) = re.findall(r"^project\(mcp_responses VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text(), re.M)
+    return version
+
+
+def cmake(*arguments: object) -> None:
+    try:
+        subprocess.run(["cmake", *map(str, arguments)], check=True)
+    except FileNotFoundError:
+        raise ExecError("cmake is not on PATH (Debian: cmake ninja-build)") from None
+    except subprocess.CalledProcessError as failed:
+        raise ExecError(f"cmake {arguments[0]} failed, and says above why") from failed
+
+
+class BuildWithCMake(build_ext):
+    def build_extension(self, extension: Extension) -> None:
+        build = Path(self.build_temp).resolve()
+        destination = Path(self.get_ext_fullpath(extension.name)).resolve().parents[1]
+        os.environ.setdefault("CMAKE_GENERATOR", "Ninja")
+        # Fresh, because a folder that is used again may have been another environment's.
+        cmake(
+            *("--fresh", "-S", ROOT, "-B", build, f"-DPython_EXECUTABLE={sys.executable}"),
+            *("-DCMAKE_BUILD_TYPE=Release", "-DMCP_RESPONSES_TESTS=OFF"),
+        )
+        cmake("--build", build, "--target", "mcp_responses_extension")
+        cmake("--install", build, "--component", "extension", "--strip", "--prefix", destination)
+
+
+setup(
+    version=project_version(),
+    # The service's own package, hollin, gets one module more and is otherwise not touched.
+    ext_modules=[Extension("hollin.mcp_responses", sources=[])],
+    packages=["hollin-stubs"],
+    package_data={"hollin-stubs": ["*.pyi", "py.typed"]},
+    include_package_data=False,
+    cmdclass={"build_ext": BuildWithCMake},
+)

@@ -1,0 +1,36 @@
+// Builds an answer, fits it to a budget and prints its text, whole and fitted.
+#include <mcp_responses/ask_response.h>
+#include <mcp_responses/encode.h>
+#include <mcp_responses/keys.h>
+
+#include <initializer_list>
+#include <iostream>
+#include <string>
+
+using namespace mcp_responses;
+
+namespace {
+
+Object section(const char* page, const char* sentence, std::int64_t line) {
+  std::string excerpt;
+  for (int i = 0; i < 10; ++i) excerpt += sentence;
+  const Object place = Shaped{"path"_key = "cart.py", "line_start"_key = line};
+  return Shaped{"page_id"_key = page, "similarity"_key = 0.5, "excerpt"_key = excerpt,
+                "citations"_key = List{place}};
+}
+
+}  // namespace
+
+int main() {
+  const List sections{section("paying", "Pay with “pay”, once. ", 9),
+                      section("carts", "Naïve carts hold 漢字 and 😀. ", 3)};
+  for (const Value& budget : {Value(), Value(220)}) {
+    const Value answer = build_wiki_ask_response({.mode = Value("retrieval"),
+                                                  .query = Value("How do I pay?"),
+                                                  .answer = {},
+                                                  .sections = sections,
+                                                  .note = Value("Taxes are not included."),
+                                                  .token_budget = budget});
+    std::cout << _encoded_size(answer) << ' ' << tool_result_text(answer).utf8() << '\n';
+  }
+}

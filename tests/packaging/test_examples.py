@@ -1,0 +1,20 @@
+"""The two examples say the same, and what stands beside them."""
+
+import sys
+import unittest
+
+from workplace import BUILD, ROOT, run
+
+ANSWER = (ROOT / "examples" / "answer.txt").read_text(encoding="utf-8")
+
+
+class ExamplesTest(unittest.TestCase):
+    def test_python(self):
+        self.assertEqual(run(sys.executable, ROOT / "examples" / "answer.py", PYTHONPATH=BUILD), ANSWER)
+
+    def test_cpp(self):
+        self.assertEqual(run(BUILD / "examples" / "answer"), ANSWER)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,84 @@
+"""The wheel from first to last: sources, sdist, wheel, a clean environment with a service in it, an answer, gone again."""
+
+import platform
+import shutil
+import sys
+import sysconfig
+import unittest
+import zipfile
+from email import message_from_bytes
+from pathlib import Path
+
+from workplace import ROOT, empty_folder, newest_release, run
+
+SERVICE = {
+    "__init__.py": "",
+    "py.typed": "",
+    "utils/__init__.py": "",
+    "utils/pagination.py": "def add_pagination_hint(page, count):\n    return page | {'hint': f'{count} of many'}\n",
+}
+USE = """
+from hollin import mcp_responses as m
+row = m.without_nulls({"name": "naïve", "line": None, "score": 0.5})
+print(m.tool_result_text(m.build_paginated_response([row], 57, 0)))
+"""
+ANSWER = (
+    '{"items":[{"name":"naïve","score":0.5}],"total_count":57,"truncated":true,"has_more":true,"offset":0,'
+    '"hint":"1 of many"}\n'
+)
+NOT_SOURCES = shutil.ignore_patterns("build", "dist", ".*", "__pycache__", "*.egg-info")
+
+
+def make_environment(folder: Path, *options: str) -> Path:
+    """A virtual environment of the interpreter that the tests run in; returns its interpreter."""
+    run(sys.executable, "-m", "venv", *options, folder)
+    return folder / "bin" / "python"
+
+
+def contents(folder: Path) -> dict[str, bytes]:
+    files = (path for path in folder.rglob("*") if path.is_file() and "__pycache__" not in path.parts)
+    return {str(path.relative_to(folder)): path.read_bytes() for path in files}
+
+
+class WheelTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = empty_folder("wheel")
+        shutil.copytree(ROOT, cls.folder / "sources", ignore=NOT_SOURCES)
+        cls.tools = make_environment(cls.folder / "tools")
+        run(cls.tools, "-m", "pip", "install", "setuptools", "wheel")
+        make_sdist = "import os, sys, setuptools.build_meta as b; os.chdir(sys.argv[1]); b.build_sdist(sys.argv[2])"
+        run(cls.tools, "-c", make_sdist, cls.folder / "sources", cls.folder)
+        (sdist,) = cls.folder.glob("*.tar.gz")
+        run(cls.tools, "-m", "pip", "wheel", "--no-build-isolation", "--no-deps", "-w", cls.folder, sdist)
+        (cls.wheel,) = cls.folder.glob("*.whl")
+
+    def test_holds_the_extension_and_its_types_and_nothing_else(self):
+        self.assertTrue(self.wheel.stem.endswith(f"-cp311-cp311-linux_{platform.machine()}"), self.wheel.name)
+        with zipfile.ZipFile(self.wheel) as wheel:
+            (metadata,) = (name for name in wheel.namelist() if name.endswith(".dist-info/METADATA"))
+            self.assertEqual(message_from_bytes(wheel.read(metadata))["Version"], newest_release())
+            about = metadata.removesuffix("METADATA")
+            self.assertEqual(
+                {name for name in wheel.namelist() if not name.startswith(about)},
+                {f"hollin/mcp_responses{sysconfig.get_config_var('EXT_SUFFIX')}"}
+                | {f"hollin-stubs/{name}" for name in ("__init__.pyi", "mcp_responses.pyi", "py.typed")},
+            )
+            self.assertEqual(wheel.read("hollin-stubs/py.typed"), b"partial\n")
+
+    def test_comes_and_goes_beside_a_service(self):
+        clean = make_environment(self.folder / "clean", "--without-pip")
+        (packages,) = self.folder.glob("clean/lib/*/site-packages")
+        for name, text in SERVICE.items():
+            (packages / "hollin" / name).parent.mkdir(parents=True, exist_ok=True)
+            (packages / "hollin" / name).write_text(text)
+        before = contents(packages)
+        run(self.tools, "-m", "pip", "--python", clean, "install", self.wheel)
+        self.assertEqual(before, {name: text for name, text in contents(packages).items() if name in before})
+        self.assertEqual(run(clean, "-I", "-X", "utf8", "-c", USE), ANSWER)
+        run(self.tools, "-m", "pip", "--python", clean, "uninstall", "--yes", "mcp_responses")
+        self.assertEqual(contents(packages), before)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,67 @@
+"""What a service writes, for mypy --strict: it must accept this, and each fault that is marked must be one to it."""
+
+from dataclasses import dataclass
+from pathlib import Path
+from typing import TYPE_CHECKING, Any, NamedTuple
+
+from hollin import mcp_responses
+from hollin.index import ComponentInfo, Reference
+from hollin.source_file import Symbol
+from hollin.utils.pagination import add_pagination_hint
+
+if TYPE_CHECKING:
+    from hollin.mcp_responses import _Symbol
+
+
+@dataclass(frozen=True)
+class FrozenReference:
+    file_path: str
+    line: int
+    caller_symbol: dict[str, str]
+    usage_type: None = None
+
+
+class Named(NamedTuple):
+    name: str
+
+
+def search(symbols: "list[_Symbol]", paths: dict[str, str], total: int) -> str:
+    rows = [mcp_responses.build_symbol_search_result(symbol, paths.get(symbol.fqn)) for symbol in symbols]
+    return mcp_responses.tool_result_text(mcp_responses.build_paginated_response(rows, total, 0, items_key="symbols"))
+
+
+def outline(symbols: list[Symbol]) -> list[dict[str, Any]]:
+    module = mcp_responses.outline_module(symbol.fqn for symbol in symbols)
+    return [mcp_responses.build_file_symbol(symbol, module) for symbol in symbols]
+
+
+def references(root: Path, found: list[Reference | FrozenReference]) -> list[dict[str, Any]]:
+    places = [(one.file_path, one.line) for one in found if one.file_path is not None and one.line is not None]
+    code = mcp_responses.code_lines(root, places)
+    return [mcp_responses.build_reference(one, code.get((one.file_path or "", one.line or 0))) for one in found]
+
+
+def components(found: list[ComponentInfo]) -> list[str]:
+    rows = [mcp_responses.build_component(component) for component in found]
+    return [mcp_responses.first_sentence(row["name"]) or mcp_responses._cut("none", 2) for row in rows]
+
+
+def ask(sections: list[dict[str, Any]], budget: int | None) -> int:
+    answer = mcp_responses.build_wiki_ask_response(
+        mode="retrieval", query="q", answer=None, sections=sections, tokens={"prompt": 1}, token_budget=budget
+    )
+    mcp_responses.logger.info("%d tokens", mcp_responses._encoded_size(answer) // mcp_responses._BYTES_PER_TOKEN)
+    return mcp_responses._encoded_size(mcp_responses.get_empty_response("wiki"))
+
+
+mcp_responses.add_pagination_hint = add_pagination_hint
+search(list[Symbol](), {}, 0)  # type: ignore[arg-type]  # a list of them is no list of the protocol
+mcp_responses.build_component(Named("core"))  # type: ignore[arg-type]
+mcp_responses.build_index_status_response("asleep", "healthy", None, 0)  # type: ignore[arg-type]
+mcp_responses.build_paginated_response([], 0, 0, "rows")  # type: ignore[misc]
+mcp_responses.build_wiki_ask_response(mode="m", query="q", sections=[])  # type: ignore[call-arg]
+mcp_responses.code_lines("/srv/repo", [])  # type: ignore[arg-type]
+mcp_responses.first_sentence(None).upper()  # type: ignore[union-attr]
+mcp_responses.tool_result_text({}) + 1  # type: ignore[operator]
+mcp_responses.get_empty_response("wiki") + mcp_responses.no_such_name  # type: ignore[attr-defined]
+add_pagination_hint({})  # type: ignore[call-arg]
