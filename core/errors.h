@@ -14,7 +14,7 @@ namespace mcp_responses {
 /// "None", "bool", "int", "float", "str", "list" or "dict".
 std::string_view kind_name(Kind kind) noexcept;
 
-/// A value is of the wrong kind: "sections[3] must be a dict, not a str". The host's TypeError.
+/// A value is of the wrong kind: "sections[3] must be dict, not str". The host's TypeError.
 class KindError : public std::invalid_argument {
  public:
   KindError(std::string_view where, std::string_view expected, Kind met);

@@ -125,7 +125,7 @@ void TextSink::grow(std::size_t needed) {
   const std::size_t capacity = std::max({needed, capacity_ * 2, least});
   void* wider = std::realloc(buffer_.get(), capacity);
   if (wider == nullptr) throw std::bad_alloc();
-  buffer_.release();
+  static_cast<void>(buffer_.release());  // it is `wider` now
   buffer_.reset(wider);
   capacity_ = capacity;
 }

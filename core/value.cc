@@ -214,7 +214,8 @@ void List::remove_last() { writable(0).remove_last(); }
 void List::reserve(std::size_t more) { writable(more); }
 
 void List::extend(const List& other) {
-  const List elements = other;  // it may be this very list
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this very list
+  const List elements = other;
   reserve(elements.size());
   for (const Value& element : elements) append(element);
 }
@@ -282,7 +283,8 @@ void Object::add_known(Text key, Value value) {
 }
 
 void Object::update(const Object& other) {
-  const Object members = other;  // it may be this very object
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this very object
+  const Object members = other;
   for (const Member& member : members) set(member.key, member.value);
 }
 

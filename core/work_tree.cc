@@ -88,7 +88,7 @@ std::string current_directory() {
   return resolved_from("", path.data());
 }
 
-std::string rooted(std::string path) { return path.empty() ? "/" : path; }
+std::string rooted(const std::string& path) { return path.empty() ? "/" : path; }
 
 /// True when the kernel may take the path as it stands, and errors may name it so: relative, every
 /// component a name.

@@ -10,6 +10,7 @@
 
 #include "models/texts.h"
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name that a fuzzer calls
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace contract {

@@ -3,11 +3,10 @@
 #include "contract.h"
 #include "models/slow_ask.h"
 
+namespace mcp_responses {
 namespace {
 
-using namespace mcp_responses;
-
-Value or_null(models::Choices& choices, Value value) {
+Value or_null(models::Choices& choices, const Value& value) {
   return choices.below(3) == 0 ? Value() : value;
 }
 
@@ -80,3 +79,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check(std::to_string(budget));
   return 0;
 }
+
+}  // namespace mcp_responses

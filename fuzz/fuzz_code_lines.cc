@@ -3,6 +3,7 @@
 #include "contract.h"
 #include "models/slow_lines.h"
 
+namespace mcp_responses {
 namespace {
 
 /// The bytes as they are, or each as a letter or a line break.
@@ -20,7 +21,6 @@ std::string file_of(std::string_view bytes, bool as_they_are) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace mcp_responses;
   const std::string_view bytes = contract::bytes_of(data, size);
   if (bytes.empty()) return 0;
   // The first byte says what the rest means and which lines are asked for.
@@ -41,3 +41,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   contract::require(!finder.find(count + step), "a line past the last");
   return 0;
 }
+
+}  // namespace mcp_responses

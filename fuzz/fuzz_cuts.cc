@@ -3,8 +3,9 @@
 #include "cuts.h"
 #include "models/slow_cuts.h"
 
+namespace mcp_responses {
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace mcp_responses;
   models::Choices choices(contract::bytes_of(data, size));
   const auto chars = static_cast<std::int64_t>(choices.below(60)) - 2;
   const std::u32string plain = models::any_text(choices, 400, true);
@@ -18,3 +19,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                           "first_sentence");
   return 0;
 }
+
+}  // namespace mcp_responses

@@ -7,10 +7,10 @@
 #include "models/any_value.h"
 #include "models/slow_encode.h"
 
+namespace mcp_responses {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using namespace mcp_responses;
 
 bool reads_as(const Value& value, const Json& json) {
   if (const auto boolean = value.boolean())
@@ -73,3 +73,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                     "reads back otherwise: " + text.utf8());
   return 0;
 }
+
+}  // namespace mcp_responses

@@ -2,6 +2,7 @@
 #include "contract.h"
 #include "models/link_tree.h"
 
+namespace mcp_responses {
 namespace {
 
 std::string any_path(models::Choices& choices, const std::string& base) {
@@ -24,7 +25,6 @@ std::string any_path(models::Choices& choices, const std::string& base) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace mcp_responses;
   static const models::LinkTree tree;
   models::Choices choices(contract::bytes_of(data, size));
   const std::string path = any_path(choices, tree.base());
@@ -39,3 +39,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   contract::require_equal(resolved(whole), tree.resolved("", whole), "resolving " + whole);
   return 0;
 }
+
+}  // namespace mcp_responses

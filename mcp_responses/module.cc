@@ -46,7 +46,7 @@ PyModuleDef definition = {
     .m_base = PyModuleDef_HEAD_INIT,
     .m_name = "mcp_responses",
     .m_doc = documentation,
-    .m_size = sizeof(State*),
+    .m_size = sizeof(void*),  // a State*
     .m_methods = nullptr,
     .m_slots = slots,
     .m_traverse = nullptr,  // the state holds names and dicts of names: no cycle goes through it
@@ -59,6 +59,4 @@ State* state_of(PyObject* module) noexcept { return state_slot(module); }
 
 }  // namespace mcp_responses
 
-extern "C" PyMODINIT_FUNC PyInit_mcp_responses() {
-  return PyModuleDef_Init(&mcp_responses::definition);
-}
+PyMODINIT_FUNC PyInit_mcp_responses() { return PyModuleDef_Init(&mcp_responses::definition); }

@@ -11,8 +11,9 @@ namespace {
 HostRef interned(const char* name) { return checked(PyUnicode_InternFromString(name)); }
 
 HostRef to_host_text(State& state, const Handle& text) {
-  if (&text.holder() == &word_holder) {
-    return HostRef::borrow(state.word(*static_cast<const Word*>(text.payload().pointer)));
+  const auto* const word = static_cast<const Word*>(text.payload().pointer);
+  if (&text.holder() == &word_holder && word != nullptr) {
+    return HostRef::borrow(state.word(*word));
   }
   return to_host_string(text);
 }

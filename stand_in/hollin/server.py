@@ -200,6 +200,7 @@ def _root() -> Path | None:
 def main() -> None:
     root, stop = _root(), threading.Event()
     logging.basicConfig(level=logging.INFO, format="%(name)s: %(message)s")
+    logger.info("MCP on standard input and output, about %s", root or "nothing: without --root every answer is empty")
     server = Server(_own_output())
     indexing = threading.Thread(target=_build, args=(root, server, stop))
     if root:

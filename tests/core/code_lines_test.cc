@@ -18,7 +18,8 @@ TEST(CodeLines, ABreakAtEveryPlaceAroundABlock) {
   for (const std::string_view piece : models::breaks_and_the_like) {
     for (std::size_t before = 55; before <= 140; ++before) {
       for (const std::size_t after : {0U, 1U, 2U, 63U, 64U, 65U, 130U}) {
-        const std::string file = std::string(before, 'a').append(piece).append(after, 'b');
+        const std::string file =
+            std::string(before, 'a').append(piece).append(after, 'b') + "\n1\n2\n3";
         const auto lines = models::split_lines(models::decoded(file));
         for (std::size_t first = 1; first <= lines.size(); ++first) {
           LineFinder finder(file);

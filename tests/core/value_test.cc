@@ -111,7 +111,7 @@ TEST(Value, OfAMovedHandleNothingStays) {
   list = List{3};
   EXPECT_EQ(written(list), "[3]");
   const Value other = std::move(value);
-  EXPECT_TRUE(value.is_null());  // NOLINT(bugprone-use-after-move): that is the question
+  EXPECT_TRUE(value.is_null());  // NOLINT(*-use-after-move,*.Move): that is asked
   EXPECT_EQ(written(other), "[1,2]");
 }
 

@@ -70,6 +70,18 @@ def good_calls():
     }
 
 
+def failing_calls(name):
+    """The arguments of calls that fail as a rule: each wrong in each way, each left out, one too many."""
+    good, circle = good_calls()[name], {}
+    circle["k"] = [circle]
+    for argument in good:
+        for wrong in (object(), 2**63, circle, [circle], [{"excerpt": "\ud800"}], "a\0", "\udfff" * 50, [("\0", 1)]):
+            yield good | {argument: wrong}
+        yield {other: value for other, value in good.items() if other != argument}
+    yield good | {"unknown": 1}
+    yield {"".join(list(argument)): value for argument, value in good.items()} | {"é": 1}
+
+
 def scaled(count):
     return max(1, int(count * SCALE))
 

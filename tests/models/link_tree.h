@@ -79,7 +79,7 @@ class LinkTree {
 
   /// The content of a file, or "circle", "outside" or "unreadable".
   std::string read(const std::string& path) const {
-    const std::string target = resolved(root(), path);
+    std::string target = resolved(root(), path);
     if (target == "circle") return target;
     if (target != root() && !target.starts_with(root() + "/")) return "outside";
     const auto file = files_.find(target);

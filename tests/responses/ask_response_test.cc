@@ -122,9 +122,19 @@ TEST(AskResponse, ABudgetAtTheEndsOfItsRangeDoesNotWrap) {
   }
 }
 
+/// Parts of one another: a later one may hold earlier ones, so the last goes first.
+struct Parts : std::vector<std::unique_ptr<Foreign>> {
+  Parts() = default;
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
+  ~Parts() {
+    while (!empty()) pop_back();
+  }
+};
+
 // What a host holds is opened once and measured once at most, however many steps the fitting takes.
 TEST(AskResponse, EachPartIsMeasuredOnceWhateverTheNumberOfSteps) {
-  std::vector<std::unique_ptr<Foreign>> parts;
+  Parts parts;
   const auto held = [&parts](const Value& content) {
     return parts.emplace_back(std::make_unique<Foreign>(content))->handle();
   };
