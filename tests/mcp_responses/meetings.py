@@ -16,50 +16,26 @@ PLACES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
 FQNS = ["shop.cart.Cart", "shop.cart.pay"]
 
 
-class Record:
+def made(*bases, **methods):
+    return type("Made", bases, methods)
+
+
+def record_of(fields, hook):
     """Has no attributes but those that it is asked for."""
-
-    def __init__(self, fields, hook):
-        vars(self).update(_fields=fields, _hook=hook)
-
-    def __getattr__(self, name):
-        self._hook()
-        return self._fields[name]
+    return made(__getattr__=lambda self, name: hook() or fields[name])()
 
 
-class Root:
-    def __init__(self, hook):
-        self.hook = hook
-
-    def __fspath__(self):
-        self.hook()
-        return str(HERE)
+def root(hook):
+    return made(__fspath__=lambda self: hook() or str(HERE))()
 
 
-class Iterator:
-    def __init__(self, items, hook):
-        self.items, self.hook = iter(items), hook
-
-    def __iter__(self):
-        self.hook()
-        return self
-
-    def __next__(self):
-        self.hook()
-        return next(self.items)
-
-
-class Name(str):
-    __hash__ = str.__hash__
-
-    def __eq__(self, other):
-        self.hook()
-        return str.__eq__(self, other)
+def iterator(items, hook):
+    items = iter(items)
+    return made(__iter__=lambda self: hook() or self, __next__=lambda self: hook() or next(items))()
 
 
 def named(hook):
-    name = Name("text")
-    name.hook = hook
+    name = made(str, __hash__=str.__hash__, __eq__=lambda self, other: hook() or str.__eq__(self, other))("text")
     return real._cut(**{name: "abc", "chars": 2})
 
 
@@ -86,13 +62,13 @@ def hinted(hook):
 
 MEETINGS = {
     **{
-        name: lambda hook, name=name, fields=fields: getattr(real, name)(Record(fields, hook))
+        name: lambda hook, name=name, fields=fields: getattr(real, name)(record_of(fields, hook))
         for name, fields in RECORDS.items()
     },
-    "fqns": lambda hook: real.outline_module(Iterator(FQNS, hook)),
+    "fqns": lambda hook: real.outline_module(iterator(FQNS, hook)),
     "fqns of a generator": lambda hook: real.outline_module(hook() or fqn for fqn in FQNS),
-    "places": lambda hook: real.code_lines(HERE, Iterator(PLACES, hook)),
-    "root": lambda hook: real.code_lines(Root(hook), PLACES),
+    "places": lambda hook: real.code_lines(HERE, iterator(PLACES, hook)),
+    "root": lambda hook: real.code_lines(root(hook), PLACES),
     "a log handler": lambda hook: logged("emit", hook),
     "a log filter": lambda hook: logged("filter", hook),
     "the hint": hinted,
@@ -100,40 +76,28 @@ MEETINGS = {
 }
 
 
-class Dropped(list):
-    def __del__(self):
-        self.hook()
+def giving_away(hook):
+    """A record that holds no reference to its attributes, which have a finalizer."""
+    dropped = made(list, __del__=lambda self: hook())
+    return made(__getattr__=lambda self, name: dropped([1]))()
 
 
-class Fresh:
-    """Gives away the only reference to each of its attributes."""
+def refused(hook):
+    """Each iterator of it yields what is refused everywhere, and runs a finalizer when it is given up."""
 
-    def __init__(self, hook):
-        self.hook = hook
-
-    def __getattr__(self, name):
-        value = Dropped([1])
-        value.hook = self.hook
-        return value
-
-
-class Closing:
-    """Each of its iterators yields what is refused everywhere, and runs a finalizer when it is given up."""
-
-    def __init__(self, hook):
-        self.hook = hook
-
-    def __iter__(self):
+    def iterate(self):
         try:
             yield None
         finally:
-            self.hook()
+            hook()
+
+    return made(__iter__=iterate)()
 
 
 # Calls that fail with a TypeError and drop the last reference to something with a finalizer.
 FINALIZERS = {
-    "refused fqns": lambda hook: real.outline_module(Closing(hook)),
-    "refused places": lambda hook: real.code_lines(HERE, Closing(hook)),
-    "refused attributes": lambda hook: real.build_symbol_search_result(Fresh(hook)),
-    "attributes": lambda hook: real.tool_result_text({real.build_component(Fresh(hook))["name"][0]: hook}),
+    "refused fqns": lambda hook: real.outline_module(refused(hook)),
+    "refused places": lambda hook: real.code_lines(HERE, refused(hook)),
+    "refused attributes": lambda hook: real.build_symbol_search_result(giving_away(hook)),
+    "attributes": lambda hook: real.tool_result_text([real.build_component(giving_away(hook)), hook]),
 }

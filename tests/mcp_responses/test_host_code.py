@@ -9,7 +9,7 @@ import unittest
 from unittest import mock
 
 from differential import exact, real
-from meetings import FINALIZERS, MEETINGS, PLACES, RECORDS, Record
+from meetings import FINALIZERS, MEETINGS, PLACES, RECORDS, record_of
 from samples import HERE, good_calls, run_python, scaled
 
 
@@ -77,7 +77,7 @@ class InTheMiddle(unittest.TestCase):
                     gc.collect(0)
 
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}
-                answer = getattr(real, name)(Record(boxes | texts, hook))
+                answer = getattr(real, name)(record_of(boxes | texts, hook))
                 self.assertEqual(exact(json.loads(real.tool_result_text(answer))), exact(answer), name)
 
     def test_places_and_rows_that_change_once_they_are_taken(self):
