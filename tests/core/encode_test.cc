@@ -82,17 +82,18 @@ TEST(Encode, WidensInTheMiddle) {
 
 TEST(Encode, ASurrogateHasATextButNoSize) {
   for (const std::size_t before : {0U, 31U, 32U, 200U}) {
-    for (const char32_t wide : {U'x', U'\U0001F600'}) {
-      const Text text =
-          models::text_of(std::u32string(before, wide) + std::u32string{0xDC80, U'"', 0xD800});
-      const Value value = Object{{"k"_t, List{text}}};
-      EXPECT_EQ(models::code_points_of(tool_result_text(value)), models::slow_text(value));
-      try {
-        _encoded_size(value);
-        ADD_FAILURE() << "no error";
-      } catch (const SurrogateError& error) {
-        EXPECT_EQ(error.position(), before);
-        EXPECT_EQ(error.text(), text);
+    for (const char32_t surrogate : {0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU}) {
+      for (const char32_t wide : {U'x', U'\U0001F600'}) {
+        const Text text = models::text_of(std::u32string(before, wide) + surrogate + U'"');
+        const Value value = Object{{"k"_t, List{text}}};
+        EXPECT_EQ(models::code_points_of(tool_result_text(value)), models::slow_text(value));
+        try {
+          _encoded_size(value);
+          ADD_FAILURE() << "no error";
+        } catch (const SurrogateError& error) {
+          EXPECT_EQ(error.position(), before);
+          EXPECT_EQ(error.text(), text);
+        }
       }
     }
   }
