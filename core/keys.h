@@ -1,15 +1,18 @@
 // Keys: the fixed names of response objects, written where an object is built.
 //
-//   return Shaped{"built"_key = built, "branch"_key = branch, "pages"_key = pages};
+//   return Shaped{"built"_key = built, "branch"_key = branch, "note"_known = note};
 //
-// builds an object with these three members in this order. The names are part of the type, so all
-// objects built by one such line share one static Shape, and a key costs no allocation, no copy and
-// no look-up.
+// builds an object with these members in this order; one that is `_known` is left out when its
+// value is null. The names are part of the type, so all objects built by one such line share one
+// static Shape, and a key costs no allocation, no copy and no look-up.
 #pragma once
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "value.h"
@@ -27,26 +30,38 @@ struct Name {
 template <Name name>
 inline constexpr Word word{name.chars, sizeof(name.chars) - 1};
 
-template <Name name>
+/// How a value waits for its object: as a Value, or as it is when only a host knows its kind.
+template <class Content>
+using Waiting = std::conditional_t<std::constructible_from<Value, Content>, Value,
+                                   std::remove_cvref_t<Content>>;
+
+template <Name key_name, bool is_optional, class Content>
 struct NamedValue {
-  Value value;
+  static constexpr auto name = key_name;
+  static constexpr bool optional = is_optional;
+  Content value;
 };
 
-template <Name name>
+template <Name name, bool is_optional>
 struct Key {
   // NOLINTNEXTLINE(google-explicit-constructor): a key is meant to become a text.
   operator Text() const noexcept { return Text(word<name>); }
 
   // NOLINTBEGIN(misc-unconventional-assign-operator): it pairs the key with a value.
   template <class Content>
-  NamedValue<name> operator=(Content&& content) const {
-    return {Value(std::forward<Content>(content))};
+  NamedValue<name, is_optional, Waiting<Content>> operator=(Content&& content) const {
+    return {Waiting<Content>(std::forward<Content>(content))};
   }
   // NOLINTEND(misc-unconventional-assign-operator)
 };
 
 template <Name name>
-constexpr Key<name> operator""_key() {
+constexpr Key<name, false> operator""_key() {
+  return {};
+}
+
+template <Name name>
+constexpr Key<name, true> operator""_known() {
   return {};
 }
 
@@ -55,34 +70,38 @@ inline constexpr std::array<const Word*, sizeof...(names)> shape_words{&word<nam
 template <Name... names>
 inline constexpr Shape shape_of{shape_words<names...>};
 
-/// An object of fixed keys. Requires that they differ. Braces, not parentheses: they fix the order
-/// of evaluation.
-class Shaped : public Object {
+/// An object of a shape, while its members are being added in the shape's order.
+class ShapedObject : public Object {
  public:
-  template <Name... names>
-  explicit Shaped(NamedValue<names>&&... members) : Object(shape_of<names...>) {
-    static_assert(sizeof...(names) < 32);
-    started().note.kept = (1U << sizeof...(names)) - 1;
-    (started().add(Text(word<names>), std::move(members.value)), ...);
-  }
-};
+  explicit ShapedObject(const Shape& shape) : Object(shape) {}
 
-/// The same without the members whose value is null: a row carries only what it knows.
-class Known : public Object {
- public:
-  template <Name... names>
-  explicit Known(NamedValue<names>&&... members) : Object(shape_of<names...>) {
-    static_assert(sizeof...(names) < 32);
-    std::uint32_t bit = 1;
-    (keep(word<names>, std::move(members.value), std::exchange(bit, bit << 1)), ...);
-  }
-
- private:
-  void keep(const Word& key, Value&& value, std::uint32_t bit) {
-    if (value.is_null()) return;
-    started().add(Text(key), std::move(value));
+  /// `bit` is that of the member in the shape.
+  template <class Member>
+  void take(Member& member, std::uint32_t bit) {
+    if (Member::optional && member.value.is_null()) return;
+    started().add(Text(word<Member::name>), std::move(member.value));
     started().note.kept |= bit;
   }
 };
+
+/// The members of an object that is not built yet; it becomes an Object where one is due, once. A
+/// host makes an object of its own of it, which spares the one between. No two keys are the same:
+/// each is a base. Write braces, not parentheses: they fix the order of evaluation.
+template <class... Members>
+struct Shaped : Members... {
+  static_assert(sizeof...(Members) < 32);
+  static constexpr const Shape& shape = shape_of<Members::name...>;
+
+  // NOLINTNEXTLINE(google-explicit-constructor): it is one already, but for the storage.
+  operator Object() && {
+    ShapedObject object(shape);
+    std::uint32_t bit = 1;
+    (object.take<Members>(static_cast<Members&>(*this), std::exchange(bit, bit << 1)), ...);
+    return object;
+  }
+};
+
+template <class... Members>
+Shaped(Members...) -> Shaped<Members...>;
 
 }  // namespace mcp_responses

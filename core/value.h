@@ -12,6 +12,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "handle.h"
 #include "shared_array.h"
@@ -43,6 +44,10 @@ class Value : public Handle {
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
   Value(List list) noexcept;
   Value(Object object) noexcept;
+  /// Of what becomes an object (see keys.h).
+  template <class Fields>
+  requires requires { Fields::shape; }
+  Value(Fields&& fields) : Value(static_cast<Object>(std::move(fields))) {}
   /// Takes over one reference to a value held elsewhere.
   Value(const Holder& holder, Payload payload) noexcept : Handle(holder, payload) {}
 

@@ -15,7 +15,8 @@ struct Function {
   PyObject_HEAD vectorcallfunc vectorcall;
   const Signature* signature;
   PyObject* module;  // keeps the state alive; null once the collector has cleared this function
-  PyObject* names;   // of the parameters, interned
+  State* state;
+  PyObject* names;                      // of the parameters, interned
   PyObject* defaults[most_parameters];  // null: the parameter must be given
   PyObject* annotations;
   PyObject* weak_references;
@@ -63,8 +64,7 @@ HostRef make_default(Default fallback) {
 
 HostRef call(const Function& function, const GivenArguments& given) {
   const Signature& signature = *function.signature;
-  State* const state = function.module == nullptr ? nullptr : state_of(function.module);
-  if (state == nullptr) {
+  if (function.module == nullptr) {
     PyErr_Format(PyExc_RuntimeError, "%s() is called after its module has gone", signature.name);
     throw HostError();
   }
@@ -73,10 +73,14 @@ HostRef call(const Function& function, const GivenArguments& given) {
                                   .names = {PySequence_Fast_ITEMS(function.names), count},
                                   .defaults = {function.defaults, count},
                                   .positional = signature.positional};
-  PyObject* arguments[most_parameters];
-  lay_out(parameters, given, {arguments, count});
+  PyObject* laid_out[most_parameters];
+  PyObject* const* arguments = given.values;
+  if (given.names != nullptr || given.by_position != count || count != signature.positional) {
+    lay_out(parameters, given, {laid_out, count});
+    arguments = laid_out;
+  }
   try {
-    return signature.target(Call(function.module, *state, signature, arguments));
+    return signature.target(Call(function.module, *function.state, signature, arguments));
   } catch (const Refused& refused) {
     refuse(refused, signature, arguments);
   }
@@ -286,6 +290,7 @@ HostRef make_function(PyObject* type, PyObject* module, const Signature& signatu
   function.vectorcall = vectorcall;
   function.signature = &signature;
   function.module = Py_NewRef(module);
+  function.state = state_of(module);
   const std::size_t count = signature.count();
   function.names = checked(PyTuple_New(static_cast<Py_ssize_t>(count))).release();
   function.annotations = checked(PyDict_New()).release();

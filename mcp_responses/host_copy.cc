@@ -26,24 +26,6 @@ class CollectorAtRest {
   bool was_enabled_;
 };
 
-/// True for an object that may be shared as it is.
-bool is_plain_leaf(PyObject* object) {
-  switch (host_kind(object)) {
-    case HostKind::null:
-    case HostKind::boolean:
-      return true;
-    case HostKind::string:
-      return PyUnicode_CheckExact(object);
-    case HostKind::real:
-      return PyFloat_CheckExact(object);
-    case HostKind::integer:
-      integer_in(object);
-      return PyLong_CheckExact(object);
-    default:
-      return false;
-  }
-}
-
 HostRef string_of(std::string_view ascii) {
   return checked(PyUnicode_FromStringAndSize(ascii.data(), static_cast<Py_ssize_t>(ascii.size())));
 }

@@ -1,7 +1,10 @@
 // Copies of trees of host objects, from host to host.
 #pragma once
 
+#include <utility>
+
 #include "host_ref.h"
+#include "host_value.h"
 
 namespace mcp_responses {
 
@@ -9,6 +12,12 @@ namespace mcp_responses {
 /// instances of subclasses their base type, keys text. Leaves are shared. Throws `Refused` and
 /// `NestingError`.
 HostRef plain_copy(PyObject* root);
+
+/// What goes into an answer for an object that is only handed on: a plain leaf itself, a copy of
+/// anything else.
+inline HostRef handed_on(HostRef object) {
+  return is_plain_leaf(object.get()) ? std::move(object) : plain_copy(object.get());
+}
 
 /// The dict itself when all its keys are exactly str, else a copy in which every other key has
 /// become the text that the encoding writes for it. Where two keys become the same text, the first

@@ -1,21 +1,70 @@
 #include "host_record.h"
 
 #include <string>
-#include <utility>
 
-#include "host_value.h"
+#include "host_copy.h"
+#include "host_path.h"
 
 namespace mcp_responses {
 
-Value HostRecord::read(Field field) const {
-  PyObject* const name = state_.field_name(field);
-  HostRef attribute = checked(in_host([&] { return PyObject_GetAttr(object_, name); }));
-  try {
-    return to_value(std::move(attribute));
-  } catch (const Refused& refused) {
-    raise_refused(refused, std::string(name_) + "." + field_names[static_cast<std::size_t>(field)]);
-    throw HostError();
+namespace {
+
+/// An AttributeError tells its object and name, which the interpreter suggests other names by.
+void complete_attribute_error(PyObject* object, PyObject* name) {
+  if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) return;
+  PyObject* type = nullptr;
+  PyObject* error = nullptr;
+  PyObject* traceback = nullptr;
+  PyErr_Fetch(&type, &error, &traceback);
+  PyErr_NormalizeException(&type, &error, &traceback);
+  const HostRef told = HostRef::steal(PyObject_GetAttrString(error, "name"));
+  if (told.get() == Py_None) {
+    PyObject_SetAttrString(error, "name", name);
+    PyObject_SetAttrString(error, "obj", object);
   }
+  PyErr_Restore(type, error, traceback);
+}
+
+/// As PyObject_GetAttr, which reads the attributes of most objects through one step more.
+PyObject* get_attribute(PyObject* object, PyObject* name) {
+  if (Py_TYPE(object)->tp_getattro != PyObject_GenericGetAttr)
+    return PyObject_GetAttr(object, name);
+  PyObject* const attribute = PyObject_GenericGetAttr(object, name);
+  if (attribute == nullptr) complete_attribute_error(object, name);
+  return attribute;
+}
+
+}  // namespace
+
+HostRef HostRecord::attribute(Field field) const {
+  PyObject* const name = state_.field_name(field);
+  return checked(in_host([&] { return get_attribute(object_, name); }));
+}
+
+HostRef HostRecord::read(Field field) const {
+  HostRef attribute = this->attribute(field);
+  try {
+    if (is_plain_leaf(attribute.get())) return attribute;
+    return plain_copy(attribute.get());
+  } catch (const Refused& refused) {
+    refuse(refused, field, attribute.get());
+  }
+}
+
+Value HostRecord::value(Field field) const {
+  const HostRef attribute = this->attribute(field);
+  try {
+    return to_value(HostRef::borrow(attribute.get()));
+  } catch (const Refused& refused) {
+    refuse(refused, field, attribute.get());
+  }
+}
+
+void HostRecord::refuse(const Refused& refused, Field field, PyObject* attribute) const {
+  const std::string name = std::string(name_) + "." + field_name(field);
+  const std::string place = path_to(refused.object(), attribute, name);
+  raise_refused(refused, place.empty() ? name : place);
+  throw HostError();
 }
 
 }  // namespace mcp_responses

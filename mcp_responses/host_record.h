@@ -3,22 +3,28 @@
 #pragma once
 
 #include "host_ref.h"
+#include "host_value.h"
 #include "records.h"
 #include "state.h"
 
 namespace mcp_responses {
 
-class HostRecord : public Record {
+class HostRecord {
  public:
   /// `name` is what errors call it. Everything must outlive the record.
   HostRecord(const State& state, PyObject* object, const char* name) noexcept
       : state_(state), object_(object), name_(name) {}
 
-  /// The attribute of the field's name. Throws `HostError`: AttributeError as the host raises it,
-  /// or whatever the attribute's own code raises.
-  Value read(Field field) const override;
+  /// The attribute of the field's name, as an answer takes it. Throws `HostError`: AttributeError
+  /// as the host raises it, or whatever the attribute's own code raises.
+  HostRef read(Field field) const;
+  /// The same, to be looked into.
+  Value value(Field field) const;
 
  private:
+  HostRef attribute(Field field) const;
+  [[noreturn]] void refuse(const Refused& refused, Field field, PyObject* attribute) const;
+
   const State& state_;
   PyObject* object_;
   const char* name_;

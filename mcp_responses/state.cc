@@ -25,10 +25,16 @@ HostRef to_host_list(State& state, const List& elements) {
   return list;
 }
 
-void set(State& state, PyObject* dict, PyObject* key, const Value& value) {
-  PyObject* const leaf = host_leaf(value);
-  check(leaf != nullptr ? PyDict_SetItem(dict, key, leaf)
-                        : PyDict_SetItem(dict, key, to_host(state, value).get()));
+/// So many keys have room in a new dict; for more, a copy of one that has the room is faster.
+constexpr std::size_t fit_in_new_dict = 5;
+
+HostRef started(const LayoutDict& start) {
+  return checked(start.dict ? PyDict_Copy(start.dict.get()) : PyDict_New());
+}
+
+/// Sets one of the keys that a dict started with.
+void fill(const LayoutDict& start, PyObject* dict, PyObject* key, PyObject* object) {
+  if (object != Py_None || !start.dict) check(PyDict_SetItem(dict, key, object));
 }
 
 }  // namespace
@@ -43,16 +49,32 @@ PyObject* State::word(const Word& word) {
   return string.get();
 }
 
-const LayoutDict& State::start_of(const Layout& layout) {
+const LayoutDict& State::found_start(const Layout& layout) {
   const auto found = starts_.find(layout);
   if (found != starts_.end()) return found->second;
-  LayoutDict start{checked(PyDict_New()), {}};
+  LayoutDict start;
   for (std::size_t i = 0; i < layout.shape->size(); ++i) {
-    if ((layout.kept >> i & 1) == 0) continue;
-    start.keys.push_back(word(*(*layout.shape)[i]));
-    check(PyDict_SetItem(start.dict.get(), start.keys.back(), Py_None));
+    if ((layout.kept >> i & 1) != 0) start.keys.push_back(word(*(*layout.shape)[i]));
+  }
+  if (start.keys.size() > fit_in_new_dict) {
+    start.dict = checked(PyDict_New());
+    for (PyObject* key : start.keys) check(PyDict_SetItem(start.dict.get(), key, Py_None));
   }
   return starts_.try_emplace(layout, std::move(start)).first->second;
+}
+
+HostRef to_host(State& state, const Shape& shape, std::span<const HostRef> objects) {
+  std::uint32_t kept = 0;
+  for (std::size_t i = 0; i < objects.size(); ++i) {
+    if (objects[i]) kept |= 1U << i;
+  }
+  const LayoutDict& start = state.start_of({&shape, kept});
+  HostRef dict = started(start);
+  auto key = start.keys.begin();
+  for (const HostRef& object : objects) {
+    if (object) fill(start, dict.get(), *key++, object.get());
+  }
+  return dict;
 }
 
 HostRef to_host(State& state, const Object& object) {
@@ -62,14 +84,15 @@ HostRef to_host(State& state, const Object& object) {
     dict = checked(PyDict_New());
   } else {
     const LayoutDict& start = state.start_of(layout);
-    dict = checked(PyDict_Copy(start.dict.get()));
+    dict = started(start);
     for (PyObject* key : start.keys) {
-      if (!members.front().value.is_null()) set(state, dict.get(), key, members.front().value);
+      fill(start, dict.get(), key, to_host(state, members.front().value).get());
       members = members.subspan(1);
     }
   }
   for (const Member& member : members) {
-    set(state, dict.get(), to_host_text(state, member.key).get(), member.value);
+    check(PyDict_SetItem(dict.get(), to_host_text(state, member.key).get(),
+                         to_host(state, member.value).get()));
   }
   return dict;
 }

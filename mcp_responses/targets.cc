@@ -9,6 +9,7 @@
 #include "cuts.h"
 #include "empty_responses.h"
 #include "errors.h"
+#include "host_copy.h"
 #include "host_encode.h"
 #include "host_record.h"
 #include "host_value.h"
@@ -26,6 +27,11 @@ namespace {
 
 Value value(const Call& call, std::size_t position) {
   return to_value(HostRef::borrow(call[position]));
+}
+
+/// An argument that the answer only hands on.
+HostRef passed(const Call& call, std::size_t position) {
+  return handed_on(HostRef::borrow(call[position]));
 }
 
 HostRecord record(const Call& call) { return {call.state(), call[0], call.name(0)}; }
@@ -53,7 +59,9 @@ List list(const Call& call, std::size_t position) {
   return *list;
 }
 
-HostRef answer(const Call& call, const auto& response) { return to_host(call.state(), response); }
+HostRef answer(const Call& call, auto&& response) {
+  return to_host(call.state(), std::forward<decltype(response)>(response));
+}
 
 }  // namespace
 
@@ -84,18 +92,18 @@ HostRef without_nulls(const Call& call) {
 }
 
 HostRef build_index_status_response(const Call& call) {
-  return answer(
-      call, mcp_responses::build_index_status_response(
-                value(call, 0), value(call, 1), value(call, 2), value(call, 3), value(call, 4),
-                value(call, 5), value(call, 6), value(call, 7), value(call, 8), value(call, 9)));
+  return answer(call,
+                index_status(passed(call, 0), passed(call, 1), passed(call, 2), passed(call, 3),
+                             passed(call, 4), passed(call, 5), passed(call, 6), passed(call, 7),
+                             value(call, 8), value(call, 9)));
 }
 
 HostRef build_symbol_search_result(const Call& call) {
-  return answer(call, mcp_responses::build_symbol_search_result(record(call), value(call, 1)));
+  return answer(call, symbol_search_result(record(call), passed(call, 1)));
 }
 
 HostRef build_symbol_full_details(const Call& call) {
-  return answer(call, mcp_responses::build_symbol_full_details(record(call), value(call, 1)));
+  return answer(call, symbol_full_details(record(call), passed(call, 1)));
 }
 
 HostRef outline_module(const Call& call) {
@@ -113,21 +121,18 @@ HostRef outline_module(const Call& call) {
 }
 
 HostRef build_file_symbol(const Call& call) {
-  return answer(call, mcp_responses::build_file_symbol(record(call), value(call, 1)));
+  return answer(call, file_symbol(record(call), value(call, 1)));
 }
 
 HostRef build_api_endpoint(const Call& call) {
-  return answer(call,
-                mcp_responses::build_api_endpoint(record(call), value(call, 1), value(call, 2)));
+  return answer(call, api_endpoint(record(call), value(call, 1), passed(call, 2)));
 }
 
 HostRef build_reference(const Call& call) {
-  return answer(call, mcp_responses::build_reference(record(call), value(call, 1)));
+  return answer(call, reference_row(record(call), passed(call, 1)));
 }
 
-HostRef build_component(const Call& call) {
-  return answer(call, mcp_responses::build_component(record(call)));
-}
+HostRef build_component(const Call& call) { return answer(call, component_row(record(call))); }
 
 HostRef build_paginated_response(const Call& call) {
   HostRef hinted;
@@ -155,17 +160,17 @@ HostRef build_empty_paginated_response(const Call& call) {
 }
 
 HostRef build_wiki_status_response(const Call& call) {
-  return answer(call, mcp_responses::build_wiki_status_response({.built = value(call, 0),
-                                                                 .branch = value(call, 1),
-                                                                 .pages = value(call, 2),
-                                                                 .files_covered = value(call, 3),
-                                                                 .total_sources = value(call, 4),
-                                                                 .coverage_pct = value(call, 5),
-                                                                 .last_built = value(call, 6),
-                                                                 .model = value(call, 7),
-                                                                 .stale_pages = value(call, 8),
-                                                                 .enabled = value(call, 9),
-                                                                 .configured = value(call, 10)}));
+  return answer(call, wiki_status(WikiStatusOf<HostRef>{.built = passed(call, 0),
+                                                        .branch = passed(call, 1),
+                                                        .pages = passed(call, 2),
+                                                        .files_covered = passed(call, 3),
+                                                        .total_sources = passed(call, 4),
+                                                        .coverage_pct = passed(call, 5),
+                                                        .last_built = passed(call, 6),
+                                                        .model = passed(call, 7),
+                                                        .stale_pages = value(call, 8),
+                                                        .enabled = passed(call, 9),
+                                                        .configured = passed(call, 10)}));
 }
 
 HostRef build_wiki_list_response(const Call& call) {

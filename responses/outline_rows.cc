@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "errors.h"
-#include "keys.h"
-#include "symbol_rows.h"
 
 namespace mcp_responses {
 namespace {
@@ -37,23 +35,6 @@ bool starts_with_module(const TextView& fqn, const TextView& module) {
          common_length(fqn, module) >= module.size;
 }
 
-Value name_in(const Value& module, Value fqn) {
-  if (!module.truthy()) return fqn;
-  const auto module_text = module.text();
-  if (!module_text) throw KindError("module", "str", module.kind());
-  const auto fqn_text = fqn.text();
-  if (!fqn_text) throw AttributeMissing(kind_name(fqn.kind()), "startswith");
-  const TextView whole = fqn_text->view();
-  const TextView prefix = module_text->view();
-  if (!starts_with_module(whole, prefix)) return fqn;
-  return slice(whole, prefix.size + 1, whole.size - prefix.size - 1);
-}
-
-Value end_line_unless(const Value& start_line, const Record& symbol) {
-  Value end_line = symbol.read(Field::end_line);
-  return end_line == start_line ? Value() : end_line;
-}
-
 }  // namespace
 
 Text outline_module(std::span<const Text> fqns) {
@@ -69,18 +50,20 @@ Text outline_module(std::span<const Text> fqns) {
   return slice(first, 0, shared == 0 ? 0 : shared - 1);
 }
 
+Value name_in_module(const Value& module, Value fqn) {
+  if (!module.truthy()) return fqn;
+  const auto module_text = module.text();
+  if (!module_text) throw KindError("module", "str", module.kind());
+  const auto fqn_text = fqn.text();
+  if (!fqn_text) throw AttributeMissing(kind_name(fqn.kind()), "startswith");
+  const TextView whole = fqn_text->view();
+  const TextView prefix = module_text->view();
+  if (!starts_with_module(whole, prefix)) return fqn;
+  return slice(whole, prefix.size + 1, whole.size - prefix.size - 1);
+}
+
 Object build_file_symbol(const Record& symbol, const Value& module) {
-  Value name = name_in(module, symbol.read(Field::fqn));
-  Value kind = symbol.read(Field::kind);
-  const Value line = symbol.read(Field::start_line);
-  return Known{
-      "name"_key = std::move(name),
-      "kind"_key = std::move(kind),
-      "line"_key = line,
-      "end_line"_key = end_line_unless(line, symbol),
-      "signature"_key = symbol.read(Field::signature),
-      "summary"_key = summary_of(symbol),
-  };
+  return file_symbol(symbol, module);
 }
 
 }  // namespace mcp_responses

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <span>
+#include <utility>
 
+#include "keys.h"
 #include "records.h"
+#include "symbol_rows.h"
 #include "text.h"
 #include "value.h"
 
@@ -19,5 +22,25 @@ Text outline_module(std::span<const Text> fqns);
 /// not null. A falsy `module` strips nothing. Throws `AttributeMissing` when there is a module to
 /// strip and the fqn is not a string.
 Object build_file_symbol(const Record& symbol, const Value& module = Text());
+
+/// `fqn` without `module` and the dot in front, for a truthy module.
+Value name_in_module(const Value& module, Value fqn);
+
+template <RecordSource Source>
+auto file_symbol(const Source& symbol, const Value& module) {
+  Value name = name_in_module(module, symbol.value(Field::fqn));
+  auto kind = symbol.read(Field::kind);
+  Value line = symbol.value(Field::start_line);
+  Value end_line = symbol.value(Field::end_line);
+  if (end_line == line) end_line = {};
+  return Shaped{
+      "name"_known = std::move(name),
+      "kind"_known = std::move(kind),
+      "line"_known = std::move(line),
+      "end_line"_known = std::move(end_line),
+      "signature"_known = symbol.read(Field::signature),
+      "summary"_known = summary_of(symbol.value(Field::docstring)),
+  };
+}
 
 }  // namespace mcp_responses

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -57,6 +58,15 @@ class Record {
   /// The value of a field. Throws `AttributeMissing`, or the host's own error, when the record does
   /// not have it.
   virtual Value read(Field field) const = 0;
+  Value value(Field field) const { return read(field); }
+};
+
+/// What a row is read from: `read` gives a field that the row only hands on, of whatever kind the
+/// host has for it, `value` one that it looks into.
+template <class Source>
+concept RecordSource = requires(const Source& source, Field field) {
+  source.read(field);
+  { source.value(field) } -> std::same_as<Value>;
 };
 
 /// A record made of the fields it is given.

@@ -1,6 +1,9 @@
 // The two shapes in which a single symbol is answered: the row of a search, and its full details.
 #pragma once
 
+#include <utility>
+
+#include "keys.h"
 #include "records.h"
 #include "value.h"
 
@@ -16,8 +19,38 @@ Object build_symbol_search_result(const Record& symbol, Value file_path = {});
 /// uncut.
 Object build_symbol_full_details(const Record& symbol, Value file_path = {});
 
-/// The first sentence of the symbol's docstring, or null. Throws `KindError` when it is neither a
-/// string nor null.
-Value summary_of(const Record& symbol);
+/// The first sentence of a docstring, or null. Throws `KindError` when it is neither a string nor
+/// null.
+Value summary_of(const Value& docstring);
+
+template <RecordSource Source, class Passed>
+auto symbol_search_result(const Source& symbol, Passed file_path) {
+  return Shaped{
+      "fqn"_known = symbol.read(Field::fqn),
+      "name"_known = symbol.read(Field::name),
+      "kind"_known = symbol.read(Field::kind),
+      "file"_known = std::move(file_path),
+      "line"_known = symbol.read(Field::start_line),
+      "signature"_known = symbol.read(Field::signature),
+      "summary"_known = summary_of(symbol.value(Field::docstring)),
+  };
+}
+
+template <RecordSource Source, class Passed>
+auto symbol_full_details(const Source& symbol, Passed file_path) {
+  return Shaped{
+      "found"_key = true,
+      "fqn"_key = symbol.read(Field::fqn),
+      "name"_key = symbol.read(Field::name),
+      "kind"_key = symbol.read(Field::kind),
+      "file"_key = std::move(file_path),
+      "start_line"_key = symbol.read(Field::start_line),
+      "end_line"_key = symbol.read(Field::end_line),
+      "signature"_key = symbol.read(Field::signature),
+      "is_export"_key = symbol.read(Field::is_export),
+      "docstring"_key = symbol.read(Field::docstring),
+      "docstring_truncated"_key = symbol.read(Field::docstring_truncated),
+  };
+}
 
 }  // namespace mcp_responses

@@ -1,30 +1,10 @@
 #include "wiki_pages.h"
 
-#include "keys.h"
 #include "pagination.h"
 
 namespace mcp_responses {
-namespace {
 
-Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
-
-}  // namespace
-
-Object build_wiki_status_response(WikiStatus status) {
-  return Shaped{
-      "built"_key = std::move(status.built),
-      "branch"_key = std::move(status.branch),
-      "enabled"_key = std::move(status.enabled),
-      "configured"_key = std::move(status.configured),
-      "pages"_key = std::move(status.pages),
-      "files_covered"_key = std::move(status.files_covered),
-      "total_sources"_key = std::move(status.total_sources),
-      "coverage_pct"_key = std::move(status.coverage_pct),
-      "last_built"_key = std::move(status.last_built),
-      "model"_key = std::move(status.model),
-      "stale_pages"_key = or_empty_list(std::move(status.stale_pages)),
-  };
-}
+Object build_wiki_status_response(WikiStatus status) { return wiki_status(std::move(status)); }
 
 Object build_wiki_list_response(Value pages, Value total, Value offset, Value truncated) {
   const bool has_more = rows_remain(offset, row_count(pages, "pages"), total, "total");

@@ -2,25 +2,31 @@
 // a missing list is an empty list, a null stays null. Contents are passed through unseen.
 #pragma once
 
+#include <utility>
+
+#include "keys.h"
 #include "text.h"
 #include "value.h"
 
 namespace mcp_responses {
 
-/// Arguments of `build_wiki_status_response`. `coverage_pct` is a percentage, as a float.
-struct WikiStatus {
-  Value built;
-  Value branch;
-  Value pages = 0;
-  Value files_covered = 0;
-  Value total_sources = 0;
-  Value coverage_pct = 0.0;
-  Value last_built;
-  Value model;
+/// Arguments of `build_wiki_status_response`. `coverage_pct` is a percentage, as a float. All but
+/// the stale pages are only handed on, whatever a host's own kind of value is.
+template <class Passed>
+struct WikiStatusOf {
+  Passed built;
+  Passed branch;
+  Passed pages = 0;
+  Passed files_covered = 0;
+  Passed total_sources = 0;
+  Passed coverage_pct = 0.0;
+  Passed last_built;
+  Passed model;
   Value stale_pages;
-  Value enabled = false;
-  Value configured = false;
+  Passed enabled = false;
+  Passed configured = false;
 };
+using WikiStatus = WikiStatusOf<Value>;
 
 /// "built", "branch", "enabled", "configured", "pages", "files_covered", "total_sources",
 /// "coverage_pct", "last_built", "model", "stale_pages".
@@ -44,5 +50,24 @@ struct WikiPage {
 
 /// "page_id", "title", "content", "citations", "source_files", "related_pages".
 Object build_wiki_read_response(WikiPage page);
+
+inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
+
+template <class Passed>
+auto wiki_status(WikiStatusOf<Passed> status) {
+  return Shaped{
+      "built"_key = std::move(status.built),
+      "branch"_key = std::move(status.branch),
+      "enabled"_key = std::move(status.enabled),
+      "configured"_key = std::move(status.configured),
+      "pages"_key = std::move(status.pages),
+      "files_covered"_key = std::move(status.files_covered),
+      "total_sources"_key = std::move(status.total_sources),
+      "coverage_pct"_key = std::move(status.coverage_pct),
+      "last_built"_key = std::move(status.last_built),
+      "model"_key = std::move(status.model),
+      "stale_pages"_key = or_empty_list(std::move(status.stale_pages)),
+  };
+}
 
 }  // namespace mcp_responses

@@ -156,7 +156,7 @@ TEST(Value, EqualityIsByContentAndNumbersByValue) {
       {List{1}, List{1.0}, List{true}, list.handle()},
       {List{1, 1}},
       {List{Value()}},
-      {Object(), Shaped()},
+      {Object(), Shaped{}},
       {Object{{"a"_t, 1}, {"b"_t, List{2}}}, Shaped{"b"_key = List{2.0}, "a"_key = true}},
       {Object{{"a"_t, 1}, {"b"_t, List{3}}}},
       {Object{{"a"_t, 1}}},
@@ -194,7 +194,7 @@ TEST(Value, ALayoutTellsTheFirstKeysWhateverHappensLater) {
   const Object row = Shaped{"a"_key = 1, "b"_key = Value()};
   Object changed = row;
   changed.update(Object{{"c"_t, 3}, {"a"_t, 4}});
-  Object known = Known{"a"_key = Value(), "b"_key = 0, "c"_key = Value(), "d"_key = ""_t};
+  Object known = Shaped{"a"_known = Value(), "b"_known = 0, "c"_known = Value(), "d"_known = ""_t};
   known.set("c"_t, 1);
   EXPECT_EQ(written(known), R"({"b":0,"d":"","c":1})");
   for (const Object& object : {row, changed, known}) {

@@ -218,8 +218,26 @@ class RecordReads(unittest.TestCase):
                     getattr(real, function)(noting, *more)
                 self.assertEqual(noting._read, order[: at + 1], function)
                 text = f"^'types.SimpleNamespace' object has no attribute '{missing}'$"
-                with self.assertRaisesRegex(AttributeError, text):
-                    getattr(real, function)(SimpleNamespace(**lacking), *more)
+                plain = SimpleNamespace(**lacking)
+                with self.assertRaisesRegex(AttributeError, text) as raised:
+                    getattr(real, function)(plain, *more)
+                self.assertEqual((raised.exception.name, raised.exception.obj), (missing, plain))
+
+    def test_an_attribute_error_of_the_records_own_keeps_what_it_tells(self):
+        class Own:
+            @property
+            def name(self):
+                raise AttributeError("mine", name="another", obj=3)
+
+            @property
+            def fqn(self):
+                return 1 if self is inner else inner.name
+
+        inner = Own()
+        for of in (inner, Own()):
+            with self.assertRaisesRegex(AttributeError, "^mine$") as raised:
+                real.build_symbol_search_result(of)
+            self.assertEqual((raised.exception.name, raised.exception.obj), ("another", 3))
 
 
 class RandomRecords(DifferentialTest):
