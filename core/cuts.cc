@@ -1,7 +1,6 @@
 #include "cuts.h"
 
 #include <algorithm>
-#include <array>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -36,47 +35,16 @@ constexpr bool ends_sentence(std::uint32_t code_point) {
   return code_point == '.' || code_point == '!' || code_point == '?';
 }
 
-/// The start of the first sentence of `units`, white space collapsed: one character more than a
-/// summary may have when there is more.
+/// Moves on to what is no white space. True when two line feeds in a row stood there: a paragraph
+/// ends.
 template <class Unit>
-class Summary {
- public:
-  explicit Summary(std::span<const Unit> units) : at_(units.data()), end_(at_ + units.size()) {
-    skip_space();
-    while (at_ != end_ && size_ <= SUMMARY_CHARS) {
-      take_word();
-      const bool at_sentence_end = ends_sentence(characters_[size_ - 1]);
-      if (skip_space() || at_sentence_end || at_ == end_ || size_ > SUMMARY_CHARS) return;
-      characters_[size_++] = ' ';
-    }
+bool skip_space(const Unit*& at, const Unit* end) noexcept {
+  bool ends_paragraph = false;
+  for (; at != end && is_white_space(*at); ++at) {
+    ends_paragraph |= *at == '\n' && at + 1 != end && at[1] == '\n';
   }
-
-  std::span<const Unit> characters() const { return std::span(characters_).first(size_); }
-
- private:
-  static constexpr std::ptrdiff_t room =
-      SUMMARY_CHARS + 2;  // one too many, and the space before it
-
-  /// Requires a character that is not white space.
-  void take_word() {
-    const Unit* const last = at_ + std::min(end_ - at_, room - static_cast<std::ptrdiff_t>(size_));
-    while (at_ != last && !is_white_space(*at_)) characters_[size_++] = *at_++;
-  }
-
-  /// True when the white space holds two line feeds in a row: the paragraph ends there.
-  bool skip_space() {
-    bool ends_paragraph = false;
-    for (; at_ != end_ && is_white_space(*at_); ++at_) {
-      ends_paragraph |= *at_ == '\n' && at_ + 1 != end_ && at_[1] == '\n';
-    }
-    return ends_paragraph;
-  }
-
-  const Unit* at_;
-  const Unit* end_;
-  std::array<Unit, room> characters_;
-  std::size_t size_ = 0;
-};
+  return ends_paragraph;
+}
 
 }  // namespace
 
@@ -112,14 +80,46 @@ Text _trimmed(Text text, std::int64_t chars) {
   return cut_before(view.slice(0, static_cast<std::size_t>(end)));
 }
 
+template <class Unit>
+void FirstSentence::take(std::span<const Unit> docstring) noexcept {
+  auto* const first = reinterpret_cast<Unit*>(characters_.data());
+  Unit* to = first;
+  const Unit* at = docstring.data();
+  const Unit* const end = at + docstring.size();
+  skip_space(at, end);
+  while (at != end && to - first <= SUMMARY_CHARS) {
+    const Unit* const last =
+        at + std::min(end - at, static_cast<std::ptrdiff_t>(room) - (to - first));
+    while (at != last && !is_white_space(*at)) *to++ = *at++;
+    const bool at_sentence_end = ends_sentence(to[-1]);
+    if (skip_space(at, end) || at_sentence_end || at == end) break;
+    *to++ = ' ';
+  }
+  size_ = static_cast<std::size_t>(to - first);
+  if (size_ > SUMMARY_CHARS) mark_cut<Unit>();
+}
+
+/// Keeps what fits before an ellipsis, white space at its end removed.
+template <class Unit>
+void FirstSentence::mark_cut() noexcept {
+  using Wide = std::conditional_t<sizeof(Unit) < sizeof(ellipsis), std::uint16_t, Unit>;
+  const auto* const from = reinterpret_cast<const Unit*>(characters_.data());
+  auto* const to = reinterpret_cast<Wide*>(characters_.data());
+  size_ = without_trailing_space(view().slice(0, SUMMARY_CHARS - 1)).size;
+  for (std::size_t i = size_; i-- > 0;) to[i] = from[i];
+  to[size_++] = ellipsis;
+  range_ = std::max(range_, Range::bmp);
+}
+
+FirstSentence::FirstSentence(const TextView& docstring) noexcept : range_(docstring.range) {
+  visit_units(docstring, [this](auto units) { take(units); });
+}
+
 std::optional<Text> first_sentence(const std::optional<Text>& docstring) {
   if (!docstring) return {};
-  Text sentence = visit_units(docstring->view(), [](auto units) {
-    using Unit = std::remove_const_t<typename decltype(units)::element_type>;
-    return Text::copy_of(Summary<Unit>(units).characters());
-  });
-  if (sentence.empty()) return {};
-  return _cut(std::move(sentence), SUMMARY_CHARS);
+  const FirstSentence sentence(docstring->view());
+  if (sentence.view().size == 0) return {};
+  return visit_units(sentence.view(), [](auto units) { return Text::copy_of(units); });
 }
 
 }  // namespace mcp_responses

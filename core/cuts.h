@@ -2,8 +2,11 @@
 // points.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "text.h"
 
@@ -44,5 +47,28 @@ Text _trimmed(Text text, std::int64_t chars);
 /// `SUMMARY_CHARS`. Nothing when there is no docstring or no text in it. A sentence ends at ".",
 /// "!" or "?" before white space.
 std::optional<Text> first_sentence(const std::optional<Text>& docstring);
+
+/// The same for callers that make a text of their own kind of it: the characters stay in place.
+class FirstSentence {
+ public:
+  explicit FirstSentence(const TextView& docstring) noexcept;
+
+  /// Empty when there is no text. Its range may be wider than what is left of the docstring needs.
+  /// Valid while this object lives.
+  TextView view() const noexcept { return {characters_.data(), size_, range_}; }
+
+ private:
+  // Two more than a summary may have: one that shows that it is too long, and the space before it.
+  static constexpr std::size_t room = SUMMARY_CHARS + 2;
+
+  template <class Unit>
+  void take(std::span<const Unit> docstring) noexcept;
+  template <class Unit>
+  void mark_cut() noexcept;
+
+  std::size_t size_ = 0;
+  Range range_;
+  alignas(std::uint32_t) std::array<unsigned char, room * sizeof(std::uint32_t)> characters_;
+};
 
 }  // namespace mcp_responses

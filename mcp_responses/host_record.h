@@ -20,6 +20,7 @@ class HostRecord {
   HostRef read(Field field) const;
   /// The same, to be looked into.
   Value value(Field field) const;
+  static HostRef made(const TextView& characters) { return to_host_string_or_none(characters); }
 
  private:
   HostRef attribute(Field field) const;

@@ -59,6 +59,11 @@ Value integer_value(HostRef object) {
   return static_cast<std::int64_t>(content);
 }
 
+HostRef string_of(const TextView& view) {
+  return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(view.range)), view.data,
+                                           static_cast<Py_ssize_t>(view.size)));
+}
+
 }  // namespace
 
 const Holder host_text{.kind = Kind::string, .retain = retain, .release = release, .text = text};
@@ -131,9 +136,11 @@ Text text_of(HostRef string) {
 
 HostRef to_host_string(const Handle& text) {
   if (PyObject* object = host_leaf(text)) return HostRef::borrow(object);
-  const TextView view = text.holder().text(text.payload());
-  return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(view.range)), view.data,
-                                           static_cast<Py_ssize_t>(view.size)));
+  return string_of(text.holder().text(text.payload()));
+}
+
+HostRef to_host_string_or_none(const TextView& characters) {
+  return characters.size == 0 ? HostRef::borrow(Py_None) : string_of(characters);
 }
 
 }  // namespace mcp_responses

@@ -126,4 +126,7 @@ inline PyObject* host_container(const Handle& value) noexcept {
 /// when there is one.
 HostRef to_host_string(const Handle& text);
 
+/// A new str of these characters, or None without any.
+HostRef to_host_string_or_none(const TextView& characters);
+
 }  // namespace mcp_responses

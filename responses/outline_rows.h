@@ -39,7 +39,7 @@ auto file_symbol(const Source& symbol, const Value& module) {
       "line"_known = std::move(line),
       "end_line"_known = std::move(end_line),
       "signature"_known = symbol.read(Field::signature),
-      "summary"_known = summary_of(symbol.value(Field::docstring)),
+      "summary"_known = summary_of(symbol),
   };
 }
 

@@ -59,13 +59,16 @@ class Record {
   /// not have it.
   virtual Value read(Field field) const = 0;
   Value value(Field field) const { return read(field); }
+  /// A field that is made of these characters; null without any.
+  static Value made(const TextView& characters);
 };
 
 /// What a row is read from: `read` gives a field that the row only hands on, of whatever kind the
-/// host has for it, `value` one that it looks into.
+/// host has for it, `value` one that it looks into, `made` one that the row makes itself.
 template <class Source>
 concept RecordSource = requires(const Source& source, Field field) {
   source.read(field);
+  source.made(TextView());
   { source.value(field) } -> std::same_as<Value>;
 };
 

@@ -1,16 +1,13 @@
 #include "symbol_rows.h"
 
-#include "cuts.h"
 #include "errors.h"
 
 namespace mcp_responses {
 
-Value summary_of(const Value& docstring) {
-  if (docstring.is_null()) return {};
-  if (docstring.kind() != Kind::string)
+FirstSentence sentence_of(const Value& docstring) {
+  if (!docstring.is_null() && docstring.kind() != Kind::string)
     throw KindError("symbol.docstring", "str or None", docstring.kind());
-  auto sentence = first_sentence(docstring.text());
-  return sentence ? Value(*std::move(sentence)) : Value();
+  return FirstSentence(docstring.text().value_or(Text()).view());
 }
 
 Object build_symbol_search_result(const Record& symbol, Value file_path) {

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "cuts.h"
 #include "keys.h"
 #include "records.h"
 #include "value.h"
@@ -19,9 +20,14 @@ Object build_symbol_search_result(const Record& symbol, Value file_path = {});
 /// uncut.
 Object build_symbol_full_details(const Record& symbol, Value file_path = {});
 
-/// The first sentence of a docstring, or null. Throws `KindError` when it is neither a string nor
-/// null.
-Value summary_of(const Value& docstring);
+/// The first sentence of a docstring; no text for null. Throws `KindError` when it is neither a
+/// string nor null.
+FirstSentence sentence_of(const Value& docstring);
+
+template <RecordSource Source>
+auto summary_of(const Source& symbol) {
+  return symbol.made(sentence_of(symbol.value(Field::docstring)).view());
+}
 
 template <RecordSource Source, class Passed>
 auto symbol_search_result(const Source& symbol, Passed file_path) {
@@ -32,7 +38,7 @@ auto symbol_search_result(const Source& symbol, Passed file_path) {
       "file"_known = std::move(file_path),
       "line"_known = symbol.read(Field::start_line),
       "signature"_known = symbol.read(Field::signature),
-      "summary"_known = summary_of(symbol.value(Field::docstring)),
+      "summary"_known = summary_of(symbol),
   };
 }
 

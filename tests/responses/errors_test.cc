@@ -76,7 +76,7 @@ TEST(Errors, SayWhatWasMetAndWhere) {
       {"TypeError: total must be int, not None", [] { build_wiki_list_response(List(), {}); }},
       {"TypeError: symbol.docstring must be str or None, not int",
        [] {
-         summary_of(1);
+         sentence_of(1);
        }},
       {"TypeError: module must be str, not int",
        [] {
