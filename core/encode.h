@@ -79,12 +79,12 @@ void encode(Tree& tree, typename Tree::Node node, Sink& sink) {
       first = false;
     }
     if (open.empty()) return;
-    if (!first) sink.put(',');
-    first = false;
     if (open.back().is_object()) {
-      sink.put_string(open.back().key());
-      sink.put(':');
+      sink.put_key(open.back().key(), first);
+    } else if (!first) {
+      sink.put(',');
     }
+    first = false;
     node = open.back().value();
   }
 }

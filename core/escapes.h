@@ -87,22 +87,35 @@ class Block {
   /// A bit for each unit that needs an escape, `position * sizeof(Unit)` counted from the lowest. A
   /// zero needs one.
   std::uint32_t escapes() const noexcept {
-    const auto found = (units_ < 0x20) | (units_ == '"') | (units_ == '\\');
     constexpr std::uint32_t one_a_unit = 0xFFFF / ((1U << sizeof(Unit)) - 1);
-#if defined(__SSE2__)
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(found))) &
-           one_a_unit;
-#else
-    std::uint32_t bits = 0;
-    for (std::size_t i = 0; i < size; ++i) bits |= (found[i] == 0 ? 0U : 1U) << (i * sizeof(Unit));
-    return bits & one_a_unit;
-#endif
+    return bits_of(found()) & one_a_unit;
+  }
+
+  /// True when none of 16 units, however many blocks they take, needs an escape.
+  static bool none_in_16(const Unit* units) noexcept {
+    auto found = Block(units).found();
+    for (std::size_t i = size; i < 16; i += size) found |= Block(units + i).found();
+    return bits_of(found) == 0;
   }
 
  private:
   static_assert(std::endian::native == std::endian::little);
   using Vector [[gnu::vector_size(16)]] = Unit;
   using Halves [[gnu::vector_size(16)]] = std::uint64_t;
+
+  auto found() const noexcept { return (units_ < 0x20) | (units_ == '"') | (units_ == '\\'); }
+
+  /// A bit for each unit where `found` is set, as `escapes` has it, and perhaps more beside it.
+  template <class Found>
+  static std::uint32_t bits_of(const Found& found) noexcept {
+#if defined(__SSE2__)
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(found)));
+#else
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < size; ++i) bits |= (found[i] == 0 ? 0U : 1U) << (i * sizeof(Unit));
+    return bits;
+#endif
+  }
 
   template <class Loaded>
   static Loaded load(const void* bytes) noexcept {
@@ -134,6 +147,14 @@ To* write_escaped(std::span<const From> units, To* to) noexcept {
   // With two blocks left, a block can be read from anywhere within the first: what stands between
   // two escapes is copied without asking how long it is.
   while (end - from >= static_cast<std::ptrdiff_t>(2 * size)) {
+    if constexpr (sizeof(From) > 1) {
+      if (end - from >= 16 && Block<From>::none_in_16(from)) {
+        for (std::size_t i = 0; i < 16; i += size) Block<From>(from + i).copy_to(to + i);
+        from += 16;
+        to += 16;
+        continue;
+      }
+    }
     const Block<From> block(from);
     block.copy_to(to);
     std::size_t done = 0;

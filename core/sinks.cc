@@ -21,37 +21,46 @@ std::size_t escape_bytes(std::span<const Unit> units) {
     }
   };
   constexpr std::size_t size = Block<Unit>::size;
-  for (; units.size() >= size; units = units.subspan(size)) {
-    take(units.data(), Block<Unit>(units.data()).escapes());
+  while (units.size() >= size) {
+    if (sizeof(Unit) > 1 && units.size() >= 16 && Block<Unit>::none_in_16(units.data())) {
+      units = units.subspan(16);
+    } else {
+      take(units.data(), Block<Unit>(units.data()).escapes());
+      units = units.subspan(size);
+    }
   }
   const std::uint32_t there = (1U << (units.size() * sizeof(Unit))) - 1;
   take(units.data(), Block<Unit>(units.data(), units.size()).escapes() & there);
   return bytes;
 }
 
-/// Bytes that UTF-8 adds to the one that each unit takes. A fixed number of units at a time and no
-/// branch: the compiler makes vector instructions of it.
-template <class Unit>
-std::size_t utf8_bytes(std::span<const Unit> units, bool& has_surrogate) {
-  constexpr std::size_t size = 32;  // few enough that the sum fits a byte
-  std::size_t bytes = 0;
-  while (!units.empty()) {
-    const auto block = units.first(std::min(size, units.size()));
-    Unit beyond = 0;
-    Unit surrogates = 0;
-    for (const Unit unit : block) {
-      beyond = static_cast<Unit>(beyond + (unit >= 0x80));
-      if constexpr (sizeof(Unit) > 1) {
-        beyond = static_cast<Unit>(beyond + (unit >= 0x800));
-        surrogates |= static_cast<Unit>((unit & 0xFFFFF800U) == 0xD800);
-      }
-      if constexpr (sizeof(Unit) > 2) beyond = static_cast<Unit>(beyond + (unit >= 0x10000));
+/// Bytes that UTF-8 adds to the one that each unit takes. No branch: the compiler makes vector
+/// instructions of it when the number of units, few enough that the sum fits a byte, is fixed.
+template <class Unit, std::size_t count>
+std::size_t utf8_bytes(std::span<const Unit, count> units, bool& has_surrogate) {
+  constexpr auto surrogate_mask = static_cast<Unit>(0xFFFFF800U);
+  Unit beyond = 0;
+  Unit surrogates = 0;
+  for (const Unit unit : units) {
+    beyond = static_cast<Unit>(beyond + (unit >= 0x80));
+    if constexpr (sizeof(Unit) > 1) {
+      beyond = static_cast<Unit>(beyond + (unit >= 0x800));
+      surrogates |= static_cast<Unit>(static_cast<Unit>(unit & surrogate_mask) == 0xD800);
     }
-    bytes += beyond;
-    has_surrogate |= surrogates != 0;
-    units = units.subspan(block.size());
+    if constexpr (sizeof(Unit) > 2) beyond = static_cast<Unit>(beyond + (unit >= 0x10000));
   }
-  return bytes;
+  has_surrogate |= surrogates != 0;
+  return beyond;
+}
+
+template <class Unit>
+std::size_t utf8_bytes_of_any(std::span<const Unit> units, bool& has_surrogate) {
+  constexpr std::size_t size = 128;
+  std::size_t bytes = 0;
+  for (; units.size() >= size; units = units.subspan(size)) {
+    bytes += utf8_bytes(units.template first<size>(), has_surrogate);
+  }
+  return bytes + utf8_bytes(units, has_surrogate);
 }
 
 /// Room is made for a chunk of a string at a time, as if each of its characters were to be escaped.
@@ -78,15 +87,21 @@ void TextSink::put(std::string_view ascii) {
   }
 }
 
-void TextSink::put_any(const TextView& text) {
+void TextSink::put_any(unsigned commas, const TextView& text, unsigned colons) {
   if (text.range > range_) widen(text.range);
+  const auto put_as = [&]<class Unit>(Unit) {
+    if (sizeof(Unit) > 1 && put_short<Unit>(commas, text, colons)) return;
+    if (commas > 0) put(',');
+    put_quoted<Unit>(text);
+    if (colons > 0) put(':');
+  };
   switch (unit_size(range_)) {
     case 1:
-      return put_quoted<std::uint8_t>(text);
+      return put_as(std::uint8_t{});
     case 2:
-      return put_short<std::uint16_t>(text) ? void() : put_quoted<std::uint16_t>(text);
+      return put_as(std::uint16_t{});
     default:
-      return put_short<std::uint32_t>(text) ? void() : put_quoted<std::uint32_t>(text);
+      return put_as(std::uint32_t{});
   }
 }
 
@@ -160,7 +175,7 @@ void CountSink::put_string(const TextView& text) {
   bytes_ += 2 + text.size;
   visit_units(text, [&](auto units) {
     bytes_ += escape_bytes(units);
-    if (text.range != Range::ascii) bytes_ += utf8_bytes(units, has_surrogate);
+    if (text.range != Range::ascii) bytes_ += utf8_bytes_of_any(units, has_surrogate);
   });
   if (has_surrogate) refuse_surrogate(text);
 }

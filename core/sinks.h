@@ -27,10 +27,9 @@ class TextSink {
   }
   void put(std::string_view ascii);
   /// A string: quotation marks around it, its content escaped where it must be.
-  void put_string(const TextView& text) {
-    // The call for a wide sink is not worth its room here.
-    if (unit_size(range_) > 1 || !put_short<std::uint8_t>(text)) put_any(text);
-  }
+  void put_string(const TextView& text) { put_between(0, text, 0); }
+  /// A member's key and the colon, after a comma for any but the first member.
+  void put_key(const TextView& text, bool is_first) { put_between(is_first ? 0 : 1, text, 1); }
 
   /// Valid until the next call.
   TextView view() const noexcept { return {buffer_.get(), size_, range_}; }
@@ -47,12 +46,18 @@ class TextSink {
       grow((size_ + more) * sizeof(Unit));
     return static_cast<Unit*>(buffer_.get()) + size_;
   }
-  void put_any(const TextView& text);
+  /// A string after so many commas and before so many colons, none or one.
+  void put_between(unsigned commas, const TextView& text, unsigned colons) {
+    // The call for a wide sink is not worth its room here.
+    if (unit_size(range_) > 1 || !put_short<std::uint8_t>(commas, text, colons))
+      put_any(commas, text, colons);
+  }
+  void put_any(unsigned commas, const TextView& text, unsigned colons);
   /// Most strings are short, of one byte a unit, and hold nothing to escape: this writes those, and
   /// answers whether the text was one. Blocks that may overlap, so that hardly a branch depends on
   /// the length.
   template <class Unit>
-  bool put_short(const TextView& text) noexcept {
+  bool put_short(unsigned commas, const TextView& text, unsigned colons) noexcept {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t size = Bytes::size;
     if (text.size > 4 * size || text.range > Range::latin1 || text.range > range_ ||
@@ -60,7 +65,9 @@ class TextSink {
       return false;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
-    Unit* const to = static_cast<Unit*>(buffer_.get()) + size_;
+    Unit* to = static_cast<Unit*>(buffer_.get()) + size_;
+    *to = ',';
+    to += commas;
     std::uint32_t found = 0;
     const auto take = [&](const Bytes& block, std::size_t position) {
       found |= block.escapes();
@@ -81,7 +88,8 @@ class TextSink {
     if (found != 0) return false;
     to[0] = '"';
     to[text.size + 1] = '"';
-    size_ += text.size + 2;
+    to[text.size + 2] = ':';
+    size_ += commas + text.size + 2 + colons;
     return true;
   }
   template <class Unit>
@@ -107,6 +115,10 @@ class CountSink {
   void put(char) noexcept { ++bytes_; }
   void put(std::string_view ascii) noexcept { bytes_ += ascii.size(); }
   void put_string(const TextView& text);
+  void put_key(const TextView& text, bool is_first) {
+    bytes_ += is_first ? 1 : 2;
+    put_string(text);
+  }
 
   std::size_t bytes() const noexcept { return bytes_; }
 

@@ -140,9 +140,11 @@ class Level {
 
   PyObject* element() const noexcept { return element_; }
 
+  /// Requires that somebody else holds the element.
   void replace(PyObject* copy) {
     if (PyList_Check(container_.get())) {
-      check(PyList_SetItem(container_.get(), position_ - 1, Py_NewRef(copy)));
+      PyList_SET_ITEM(container_.get(), position_ - 1, Py_NewRef(copy));
+      Py_DECREF(element_);  // not the last reference: the caller of this copies from it
     } else {
       const HostRef key = HostRef::borrow(key_);
       check(PyDict_SetItem(container_.get(), key.get(), copy));

@@ -5,9 +5,10 @@
 namespace mcp_responses {
 
 FirstSentence sentence_of(const Value& docstring) {
-  if (!docstring.is_null() && docstring.kind() != Kind::string)
+  if (docstring.is_null()) return FirstSentence({});
+  if (docstring.kind() != Kind::string)
     throw KindError("symbol.docstring", "str or None", docstring.kind());
-  return FirstSentence(docstring.text().value_or(Text()).view());
+  return FirstSentence(docstring.holder().text(docstring.payload()));
 }
 
 Object build_symbol_search_result(const Record& symbol, Value file_path) {
