@@ -92,6 +92,9 @@ struct Shaped : Members... {
   static_assert(sizeof...(Members) < 32);
   static constexpr const Shape& shape = shape_of<Members::name...>;
 
+  // Were this an aggregate, GCC 12 would leak the members made so far when one of them throws.
+  explicit Shaped(Members&&... members) noexcept : Members(std::move(members))... {}
+
   // NOLINTNEXTLINE(google-explicit-constructor): it is one already, but for the storage.
   operator Object() && {
     ShapedObject object(shape);

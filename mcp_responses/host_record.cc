@@ -17,10 +17,15 @@ void complete_attribute_error(PyObject* object, PyObject* name) {
   PyObject* traceback = nullptr;
   PyErr_Fetch(&type, &error, &traceback);
   PyErr_NormalizeException(&type, &error, &traceback);
-  const HostRef told = HostRef::steal(PyObject_GetAttrString(error, "name"));
-  if (told.get() == Py_None) {
-    PyObject_SetAttrString(error, "name", name);
-    PyObject_SetAttrString(error, "obj", object);
+  // Interned, as attributes are looked up by: the interpreter remembers each name it meets.
+  const HostRef name_key = HostRef::steal(PyUnicode_InternFromString("name"));
+  const HostRef object_key = HostRef::steal(PyUnicode_InternFromString("obj"));
+  if (name_key && object_key) {
+    const HostRef told = HostRef::steal(PyObject_GetAttr(error, name_key.get()));
+    if (told.get() == Py_None) {
+      PyObject_SetAttr(error, name_key.get(), name);
+      PyObject_SetAttr(error, object_key.get(), object);
+    }
   }
   PyErr_Restore(type, error, traceback);
 }
