@@ -184,4 +184,8 @@ class Object : public Handle {
   Storage& writable(std::size_t more);
 };
 
+template <class Fields>
+requires requires { Fields::shape; }
+Value::Value(Fields fields) : Value(static_cast<Object>(std::move(fields))) {}
+
 }  // namespace mcp_responses

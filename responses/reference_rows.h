@@ -18,7 +18,8 @@ Object build_reference(const Record& reference, Value code = {});
 
 /// "fqn", "name", "kind", "file" ("" when no path is given), "line", "signature", "component";
 /// nulls included.
-Object build_api_endpoint(const Record& symbol, Value file_path = {}, Value component_name = {});
+Object build_api_endpoint(const Record& symbol, const Value& file_path = {},
+                          Value component_name = {});
 
 /// "name", "layer", "path_pattern", "file_count", "symbol_count", as the record gives them.
 Object build_component(const Record& component);
