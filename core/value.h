@@ -47,7 +47,7 @@ class Value : public Handle {
   /// Of what becomes an object (see keys.h).
   template <class Fields>
   requires requires { Fields::shape; }
-  Value(Fields&& fields) : Value(static_cast<Object>(std::move(fields))) {}
+  Value(Fields fields);
   /// Takes over one reference to a value held elsewhere.
   Value(const Holder& holder, Payload payload) noexcept : Handle(holder, payload) {}
 
