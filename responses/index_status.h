@@ -18,6 +18,7 @@ Object build_index_status_response(Value status, Value health, Value branch, Val
                                    Value last_updated = {}, Value errors_count = 0,
                                    Value phase = {}, Value phase_detail = {});
 
+/// The members of `build_index_status_response`; what is only handed on may be of any kind.
 template <class Passed>
 auto index_status(Passed status, Passed health, Passed branch, Passed progress,
                   Passed files_indexed, Passed symbols_indexed, Passed last_updated,

@@ -26,6 +26,7 @@ Object build_file_symbol(const Record& symbol, const Value& module = Text());
 /// `fqn` without `module` and the dot in front, for a truthy module.
 Value name_in_module(const Value& module, Value fqn);
 
+/// The members of `build_file_symbol`, over any kind of value that a source gives.
 template <RecordSource Source>
 auto file_symbol(const Source& symbol, const Value& module) {
   Value name = name_in_module(module, symbol.value(Field::fqn));

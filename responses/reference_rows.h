@@ -30,6 +30,7 @@ Object build_test_coverage(Value test_file, Value source_file, Value symbols_imp
 /// The caller of a reference, for its keys to be read; empty when it is falsy.
 Object caller_of(const Value& caller_symbol);
 
+/// The members of these rows, over any kind of value that a source gives.
 template <RecordSource Source, class Passed>
 auto reference_row(const Source& reference, Passed code) {
   const Object caller = caller_of(reference.value(Field::caller_symbol));

@@ -24,11 +24,13 @@ Object build_symbol_full_details(const Record& symbol, Value file_path = {});
 /// string nor null.
 FirstSentence sentence_of(const Value& docstring);
 
+/// The "summary" of a symbol, of the kind that its source makes.
 template <RecordSource Source>
 auto summary_of(const Source& symbol) {
   return symbol.made(sentence_of(symbol.value(Field::docstring)).view());
 }
 
+/// The members of these answers, over any kind of value that a source gives.
 template <RecordSource Source, class Passed>
 auto symbol_search_result(const Source& symbol, Passed file_path) {
   return Shaped{

@@ -53,6 +53,7 @@ Object build_wiki_read_response(WikiPage page);
 
 inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
 
+/// The members of `build_wiki_status_response`.
 template <class Passed>
 auto wiki_status(WikiStatusOf<Passed> status) {
   return Shaped{
