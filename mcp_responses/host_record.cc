@@ -30,29 +30,18 @@ void complete_attribute_error(PyObject* object, PyObject* name) {
   PyErr_Restore(type, error, traceback);
 }
 
-/// As PyObject_GetAttr, which reads the attributes of most objects through one step more.
-PyObject* get_attribute(PyObject* object, PyObject* name) {
-  if (Py_TYPE(object)->tp_getattro != PyObject_GenericGetAttr)
-    return PyObject_GetAttr(object, name);
-  PyObject* const attribute = PyObject_GenericGetAttr(object, name);
-  if (attribute == nullptr) complete_attribute_error(object, name);
-  return attribute;
-}
-
 }  // namespace
 
-HostRef HostRecord::attribute(Field field) const {
-  PyObject* const name = state_.field_name(field);
-  return checked(in_host([&] { return get_attribute(object_, name); }));
+void HostRecord::fail(PyObject* name, bool is_generic) const {
+  if (is_generic) complete_attribute_error(object_, name);  // the others have done so
+  throw HostError();
 }
 
-HostRef HostRecord::read(Field field) const {
-  HostRef attribute = this->attribute(field);
+HostRef HostRecord::copied(PyObject* attribute, Field field) const {
   try {
-    if (is_plain_leaf(attribute.get())) return attribute;
-    return plain_copy(attribute.get());
+    return plain_copy(attribute);
   } catch (const Refused& refused) {
-    refuse(refused, field, attribute.get());
+    refuse(refused, field, attribute);
   }
 }
 

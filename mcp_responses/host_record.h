@@ -2,6 +2,7 @@
 // looked at.
 #pragma once
 
+#include "host_copy.h"
 #include "host_ref.h"
 #include "host_value.h"
 #include "records.h"
@@ -17,13 +18,27 @@ class HostRecord {
 
   /// The attribute of the field's name, as an answer takes it. Throws `HostError`: AttributeError
   /// as the host raises it, or whatever the attribute's own code raises.
-  HostRef read(Field field) const;
+  HostRef read(Field field) const {
+    HostRef attribute = this->attribute(field);
+    return is_plain_leaf(attribute.get()) ? std::move(attribute) : copied(attribute.get(), field);
+  }
   /// The same, to be looked into.
   Value value(Field field) const;
   static HostRef made(const TextView& characters) { return to_host_string_or_none(characters); }
 
  private:
-  HostRef attribute(Field field) const;
+  HostRef attribute(Field field) const {
+    PyObject* const name = state_.field_name(field);
+    // PyObject_GetAttr is one step more to where the attributes of most objects are.
+    const bool is_generic = Py_TYPE(object_)->tp_getattro == PyObject_GenericGetAttr;
+    HostRef attribute = HostRef::steal(in_host([&] {
+      return is_generic ? PyObject_GenericGetAttr(object_, name) : PyObject_GetAttr(object_, name);
+    }));
+    if (!attribute) fail(name, is_generic);
+    return attribute;
+  }
+  [[noreturn]] void fail(PyObject* name, bool is_generic) const;
+  HostRef copied(PyObject* attribute, Field field) const;
   [[noreturn]] void refuse(const Refused& refused, Field field, PyObject* attribute) const;
 
   const State& state_;

@@ -34,9 +34,15 @@ __attribute__((no_sanitize("undefined"))) auto in_host(Body&& body) {
   }
 }
 
-/// Gives up a reference, perhaps the last one: then a finalizer runs.
+/// Gives up a reference. Only the last one can run host code, a finalizer, and only that one pays
+/// for it.
 inline void give_up(PyObject* object) noexcept {
-  in_host([object] { Py_XDECREF(object); });
+  if (object == nullptr) return;
+  if (Py_REFCNT(object) > 1) {
+    Py_DECREF(object);
+  } else {
+    in_host([object] { Py_DECREF(object); });
+  }
 }
 
 class HostRef {

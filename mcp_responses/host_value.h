@@ -72,13 +72,14 @@ Value to_value(HostRef object);
 /// The 64-bit content of an int, or of a subclass. Throws `Refused` beyond that.
 long long integer_in(PyObject* object);
 
-/// True for a leaf that an answer shares with the caller as it is: of exactly the host's own type.
-/// Throws `Refused` for an int beyond 64 bits.
-inline bool is_plain_leaf(PyObject* object) {
+/// True for a leaf that an answer shares with the caller as it is: of exactly the host's own type,
+/// and no int beyond 64 bits.
+inline bool is_plain_leaf(PyObject* object) noexcept {
   if (PyUnicode_CheckExact(object) || object == Py_None) return true;
   if (PyLong_CheckExact(object)) {
-    integer_in(object);
-    return true;
+    int overflow = 0;
+    PyLong_AsLongLongAndOverflow(object, &overflow);
+    return overflow == 0;
   }
   return PyBool_Check(object) || PyFloat_CheckExact(object);
 }

@@ -28,15 +28,6 @@ HostRef to_host_list(State& state, const List& elements) {
 /// So many keys have room in a new dict; for more, a copy of one that has the room is faster.
 constexpr std::size_t fit_in_new_dict = 5;
 
-HostRef started(const LayoutDict& start) {
-  return checked(start.dict ? PyDict_Copy(start.dict.get()) : PyDict_New());
-}
-
-/// Sets one of the keys that a dict started with.
-void fill(const LayoutDict& start, PyObject* dict, PyObject* key, PyObject* object) {
-  if (object != Py_None || !start.dict) check(PyDict_SetItem(dict, key, object));
-}
-
 }  // namespace
 
 State::State() {
@@ -63,19 +54,10 @@ const LayoutDict& State::found_start(const Layout& layout) {
   return starts_.try_emplace(layout, std::move(start)).first->second;
 }
 
-HostRef to_host(State& state, const Shape& shape, std::span<const HostRef> objects) {
-  std::uint32_t kept = 0;
-  for (std::size_t i = 0; i < objects.size(); ++i) {
-    if (objects[i]) kept |= 1U << i;
-  }
-  const LayoutDict& start = state.start_of({&shape, kept});
-  HostRef dict = started(start);
-  auto key = start.keys.begin();
-  for (const HostRef& object : objects) {
-    if (object) fill(start, dict.get(), *key++, object.get());
-  }
-  return dict;
-}
+StartedDict::StartedDict(const LayoutDict& start)
+    : next_key_(start.keys.data()),
+      has_nulls_(static_cast<bool>(start.dict)),
+      dict_(checked(has_nulls_ ? PyDict_Copy(start.dict.get()) : PyDict_New())) {}
 
 HostRef to_host(State& state, const Object& object) {
   HostRef dict;
@@ -84,11 +66,11 @@ HostRef to_host(State& state, const Object& object) {
     dict = checked(PyDict_New());
   } else {
     const LayoutDict& start = state.start_of(layout);
-    dict = started(start);
-    for (PyObject* key : start.keys) {
-      fill(start, dict.get(), key, to_host(state, members.front().value).get());
-      members = members.subspan(1);
-    }
+    StartedDict shaped(start);
+    for (const Member& member : members.first(start.keys.size()))
+      shaped.set_next(to_host(state, member.value).get());
+    members = members.subspan(start.keys.size());
+    dict = std::move(shaped).finished();
   }
   for (const Member& member : members) {
     check(PyDict_SetItem(dict.get(), to_host_text(state, member.key).get(),

@@ -4,8 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <span>
-#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -63,28 +61,40 @@ class State {
 HostRef to_host(State& state, const Value& value);
 HostRef to_host(State& state, const Object& object);
 
-/// A dict of the keys of a shape, without those whose object is null. It takes the objects as they
-/// are.
-HostRef to_host(State& state, const Shape& shape, std::span<const HostRef> objects);
-
-/// The host's object for a member; null for one that is left out.
-template <class Member>
-HostRef to_host_member(State& state, Member& member) {
-  HostRef object;
-  if constexpr (std::is_same_v<decltype(member.value), HostRef>) {
-    object = std::move(member.value);
-  } else {
-    object = to_host(state, member.value);
+/// A dict of one layout, while its members are being set in the layout's order.
+class StartedDict {
+ public:
+  explicit StartedDict(const LayoutDict& start);
+  void set_next(PyObject* object) {
+    PyObject* const key = *next_key_++;
+    if (object != Py_None || !has_nulls_) check(PyDict_SetItem(dict_.get(), key, object));
   }
-  if (Member::optional && object.get() == Py_None) return {};
-  return object;
-}
+  HostRef finished() && { return std::move(dict_); }
+
+ private:
+  PyObject* const* next_key_;
+  bool has_nulls_;  // under every key that is not set yet
+  HostRef dict_;
+};
+
+inline bool is_null(const HostRef& object) { return object.get() == Py_None; }
+inline bool is_null(const Value& value) { return value.is_null(); }
+
+inline const HostRef& to_host(State&, const HostRef& object) { return object; }
 
 /// A dict of members that are host objects already, or values.
 template <class... Members>
-HostRef to_host(State& state, Shaped<Members...> fields) {
-  const HostRef objects[] = {to_host_member(state, static_cast<Members&>(fields))...};
-  return to_host(state, fields.shape, objects);
+HostRef to_host(State& state, const Shaped<Members...>& fields) {
+  std::uint32_t kept = 0;
+  std::uint32_t bit = 1;
+  ((kept |= Members::optional && is_null(fields.Members::value) ? 0 : bit, bit <<= 1), ...);
+  StartedDict dict(state.start_of({&fields.shape, kept}));
+  const auto set = [&]<class Member>(const Member& member) {
+    if (Member::optional && is_null(member.value)) return;
+    dict.set_next(to_host(state, member.value).get());
+  };
+  (set(static_cast<const Members&>(fields)), ...);
+  return std::move(dict).finished();
 }
 
 }  // namespace mcp_responses
