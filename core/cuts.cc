@@ -1,10 +1,13 @@
 #include "cuts.h"
 
 #include <algorithm>
+#include <bit>
 #include <span>
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "block.h"
 
 namespace mcp_responses {
 namespace {
@@ -44,6 +47,35 @@ bool skip_space(const Unit*& at, const Unit* end) noexcept {
     ends_paragraph |= *at == '\n' && at + 1 != end && at[1] == '\n';
   }
   return ends_paragraph;
+}
+
+/// Copies what is the same in a summary, a block at a time: words with a single space between them,
+/// up to where a sentence may end. Returns how much that is; it ends with a word. Writes up to a
+/// block more. Requires that no white space stands at the front.
+std::size_t copy_plain_words(std::span<const std::uint8_t> from, std::uint8_t* to) noexcept {
+  using Bytes = Block<std::uint8_t>;
+  const auto is_space = [](auto units) { return units == ' '; };
+  const auto is_end = [](auto units) { return (units == '.') | (units == '!') | (units == '?'); };
+  // Also what stands behind the text in its last block, which is zero.
+  const auto is_other = [](auto units) {
+    return (units < 0x20) | (units == 0x85) | (units == 0xA0);
+  };
+  std::size_t done = 0;
+  std::uint32_t before = 0;  // a bit for each unit that follows a space or an end
+  for (;;) {
+    const Bytes block(from.data() + done, std::min(Bytes::size, from.size() - done));
+    block.copy_to(to + done);
+    const std::uint32_t spaces = block.where(is_space);
+    before = (spaces | block.where(is_end)) << 1 | before >> Bytes::size;
+    const std::uint32_t stops = (spaces & before) | block.where(is_other);
+    if (stops != 0) {
+      done += static_cast<std::size_t>(std::countr_zero(stops));
+      break;
+    }
+    done += Bytes::size;
+  }
+  if (done > 0 && from[done - 1] == ' ') --done;
+  return done;
 }
 
 }  // namespace
@@ -87,6 +119,12 @@ void FirstSentence::take(std::span<const Unit> docstring) noexcept {
   const Unit* at = docstring.data();
   const Unit* const end = at + docstring.size();
   skip_space(at, end);
+  if constexpr (sizeof(Unit) == 1) {
+    const auto most = std::min(end - at, static_cast<std::ptrdiff_t>(SUMMARY_CHARS));
+    const std::size_t plain = copy_plain_words({at, at + most}, to);
+    at += plain;
+    to += plain;
+  }
   while (at != end && to - first <= SUMMARY_CHARS) {
     const Unit* const last =
         at + std::min(end - at, static_cast<std::ptrdiff_t>(room) - (to - first));

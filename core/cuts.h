@@ -68,7 +68,7 @@ class FirstSentence {
 
   std::size_t size_ = 0;
   Range range_;
-  alignas(std::uint32_t) std::array<unsigned char, room * sizeof(std::uint32_t)> characters_;
+  alignas(16) std::array<unsigned char, room * sizeof(std::uint32_t)> characters_;
 };
 
 }  // namespace mcp_responses

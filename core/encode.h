@@ -65,6 +65,7 @@ bool encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink) {
 template <class Tree, class Sink>
 void encode(Tree& tree, typename Tree::Node node, Sink& sink) {
   std::vector<typename Tree::Cursor> open;
+  open.reserve(8);    // deeper answers are rare
   bool first = true;  // nothing stands in the innermost container yet
   for (;;) {
     const Kind kind = tree.kind(node, open);

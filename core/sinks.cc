@@ -5,6 +5,7 @@
 #include <span>
 #include <type_traits>
 
+#include "block.h"
 #include "escapes.h"
 
 namespace mcp_responses {
@@ -22,15 +23,16 @@ std::size_t escape_bytes(std::span<const Unit> units) {
   };
   constexpr std::size_t size = Block<Unit>::size;
   while (units.size() >= size) {
-    if (sizeof(Unit) > 1 && units.size() >= 16 && Block<Unit>::none_in_16(units.data())) {
+    if (sizeof(Unit) > 1 && units.size() >= 16 &&
+        Block<Unit>::none_in_16(units.data(), needs_escape)) {
       units = units.subspan(16);
     } else {
-      take(units.data(), Block<Unit>(units.data()).escapes());
+      take(units.data(), Block<Unit>(units.data()).where(needs_escape));
       units = units.subspan(size);
     }
   }
   const std::uint32_t there = (1U << (units.size() * sizeof(Unit))) - 1;
-  take(units.data(), Block<Unit>(units.data(), units.size()).escapes() & there);
+  take(units.data(), Block<Unit>(units.data(), units.size()).where(needs_escape) & there);
   return bytes;
 }
 
@@ -136,7 +138,7 @@ void TextSink::put_escaped(std::span<const From> units) {
 }
 
 void TextSink::grow(std::size_t needed) {
-  constexpr std::size_t least = 4096;
+  constexpr std::size_t least = 16384;  // most answers are shorter
   const std::size_t capacity = std::max({needed, capacity_ * 2, least});
   void* wider = std::realloc(buffer_.get(), capacity);
   if (wider == nullptr) throw std::bad_alloc();

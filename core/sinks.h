@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "block.h"
 #include "escapes.h"
 #include "text.h"
 
@@ -70,7 +71,7 @@ class TextSink {
     to += commas;
     std::uint32_t found = 0;
     const auto take = [&](const Bytes& block, std::size_t position) {
-      found |= block.escapes();
+      found |= block.where(needs_escape);
       block.copy_to(to + 1 + position);
     };
     if (text.size < size) {

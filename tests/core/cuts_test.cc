@@ -12,6 +12,8 @@
 namespace mcp_responses {
 namespace {
 
+using namespace std::string_literals;
+
 TEST(Cuts, WhiteSpaceIsTheseCodePointsAndNoOthers) {
   for (std::uint32_t c = 0; c <= 0x10FFFF; ++c)
     ASSERT_EQ(is_white_space(c), models::is_space(c)) << c;
@@ -104,6 +106,28 @@ TEST(Cuts, FirstSentences) {
     EXPECT_EQ(first_sentence(Text(docstring)).has_value(), !sentence.empty()) << docstring;
   }
   EXPECT_FALSE(first_sentence({}));
+}
+
+// Words are copied in blocks of 16: whatever two characters follow each other, wherever they stand
+// in the blocks and in the text, the summary is that of the rules.
+TEST(Cuts, FirstSentencesEndAtEveryPosition) {
+  const std::u32string words = U"ab cdefg hi jklmnop qrs tuvw xyz abc def";
+  const std::u32string specials = U" .?\n\0\x1c\x85\xA0\u2003x"s;
+  for (std::size_t size = 2; size <= words.size(); ++size) {
+    for (std::size_t at = 0; at + 1 < size; ++at) {
+      std::u32string docstring = words.substr(0, size);
+      for (const char32_t first : specials) {
+        for (const char32_t second : specials) {
+          docstring[at] = first;
+          docstring[at + 1] = second;
+          const Text text = models::text_of(docstring);
+          ASSERT_EQ(models::code_points_of(first_sentence(text).value_or(Text())),
+                    models::first_sentence(docstring))
+              << text.utf8();
+        }
+      }
+    }
+  }
 }
 
 }  // namespace

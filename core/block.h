@@ -1,0 +1,98 @@
+// 16 bytes of code points in a vector register: what looks for something in a text looks at a block
+// at a time.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace mcp_responses {
+
+template <class Unit>
+class Block {
+ public:
+  static constexpr std::size_t size = 16 / sizeof(Unit);
+
+  /// A whole block.
+  explicit Block(const Unit* units) noexcept : units_(load<Vector>(units)) {}
+
+  /// At most a block, zeros behind it. Nothing else is read: two overlapping halves make up what is
+  /// there.
+  Block(const Unit* units, std::size_t count) noexcept {
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(units);
+    const std::size_t byte_count = count * sizeof(Unit);
+    Halves halves{};
+    if (byte_count > 8) {
+      halves[0] = load<std::uint64_t>(bytes);
+      halves[1] = load<std::uint64_t>(bytes + byte_count - 8) >> (8 * (16 - byte_count));
+    } else if (byte_count == 8) {
+      halves[0] = load<std::uint64_t>(bytes);
+    } else if (byte_count >= 4) {
+      const std::uint64_t last = load<std::uint32_t>(bytes + byte_count - 4);
+      halves[0] = load<std::uint32_t>(bytes) | last << (8 * (byte_count - 4));
+    } else if (byte_count > 0) {
+      const std::size_t middle = byte_count / 2;
+      const std::size_t last = byte_count - 1;
+      halves[0] = bytes[0] | std::uint64_t{bytes[middle]} << (8 * middle) |
+                  std::uint64_t{bytes[last]} << (8 * last);
+    }
+    units_ = std::bit_cast<Vector>(halves);
+  }
+
+  /// Writes a whole block, each unit as a `To`.
+  template <class To>
+  void copy_to(To* to) const noexcept {
+    using Wide [[gnu::vector_size(size * sizeof(To))]] = To;
+    const Wide wide = __builtin_convertvector(units_, Wide);
+    std::memcpy(to, &wide, sizeof(wide));
+  }
+
+  /// A bit for each unit that is found, `position * sizeof(Unit)` counted from the lowest. `find`
+  /// takes a vector of units and compares it: `[](auto units) { return units == ' '; }`.
+  template <class Find>
+  std::uint32_t where(Find find) const noexcept {
+    constexpr std::uint32_t one_a_unit = 0xFFFF / ((1U << sizeof(Unit)) - 1);
+    return bits_of(find(units_)) & one_a_unit;
+  }
+
+  /// True when none of 16 units, however many blocks they take, is found.
+  template <class Find>
+  static bool none_in_16(const Unit* units, Find find) noexcept {
+    auto found = find(Block(units).units_);
+    for (std::size_t i = size; i < 16; i += size) found |= find(Block(units + i).units_);
+    return bits_of(found) == 0;
+  }
+
+ private:
+  static_assert(std::endian::native == std::endian::little);
+  using Vector [[gnu::vector_size(16)]] = Unit;
+  using Halves [[gnu::vector_size(16)]] = std::uint64_t;
+
+  /// A bit for each unit where `found` is set, as `where` has it, and perhaps more beside it.
+  template <class Found>
+  static std::uint32_t bits_of(const Found& found) noexcept {
+#if defined(__SSE2__)
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(found)));
+#else
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < size; ++i) bits |= (found[i] == 0 ? 0U : 1U) << (i * sizeof(Unit));
+    return bits;
+#endif
+  }
+
+  template <class Loaded>
+  static Loaded load(const void* bytes) noexcept {
+    Loaded loaded;
+    std::memcpy(&loaded, bytes, sizeof(loaded));
+    return loaded;
+  }
+
+  Vector units_;
+};
+
+}  // namespace mcp_responses
