@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -87,9 +88,12 @@ void add_contents(const Pair& outside, std::vector<Pair>& contents) {
   }
   const Object a = *outside.a.object();
   const Object b = *outside.b.object();
-  constexpr double unequal = std::numeric_limits<double>::quiet_NaN();
+  std::unordered_map<TextView, const Value*, decltype(&hash_of)> by_key(b.size(), hash_of);
+  for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
+  const Value unequal = std::numeric_limits<double>::quiet_NaN();
   for (const Member& member : a) {
-    contents.push_back({member.value, b.get(member.key, unequal), levels});
+    const auto found = by_key.find(member.key.view());
+    contents.push_back({member.value, found == by_key.end() ? unequal : *found->second, levels});
   }
 }
 
