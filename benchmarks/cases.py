@@ -58,8 +58,12 @@ def _text(name: str, data: str, at_least: float) -> Case:
     return Case("tool_result_text", f"{name}, {size}", f"tool_result_text({data})", at_least, is_text=True)
 
 
+_DETAILS = "build_symbol_full_details(symbol, 'shop/cart.py')"
+_ENDPOINT = "build_api_endpoint(symbol, 'shop/cart.py', 'orders')"
+_COMPONENT = "build_component(component)"
 _STATUS = "build_index_status_response('ready', 'healthy', 'main', 100, 812, 10231, '2024-05-01T12:00:00Z', 2)"
 _WIKI_STATUS = "build_wiki_status_response(built=True, branch='main', pages=31, files_covered=700, total_sources=812)"
+_COPIES = (_DETAILS, _ENDPOINT, _COMPONENT, _STATUS)
 _ASK_FLOORS = {8: 15, 64: 60, 512: 300}
 _WHOLE_FLOORS = {"search": 6, "references": 4, "ask": 15, "outline": 6}
 _ASK = "build_wiki_ask_response(**questions[{0}], token_budget=budgets[{0}])"
@@ -80,13 +84,14 @@ CASES = [
     Case("first_sentence", "all of these", "list(map(first_sentence, docstrings))", 12),
     Case("rows", "symbol search row", "build_symbol_search_result(symbol, 'shop/cart.py')", 5),
     Case("rows", "outline row", "build_file_symbol(symbol, 'shop.orders')", 5),
-    Case("rows", "full details", "build_symbol_full_details(symbol, 'shop/cart.py')", 0.8),
-    Case("rows", "endpoint", "build_api_endpoint(symbol, 'shop/cart.py', 'orders')", 0.8),
-    Case("rows", "component", "build_component(component)", 0.8),
-    Case("rows", "index status", _STATUS, 0.8),
-    Case("rows", "wiki status", _WIKI_STATUS, 0.8),
     Case("rows", "reference", "build_reference(reference, 'total = cart.total()')", 0.8),
-    Case("rows", "page of 20 rows, which plain Python shares", "build_paginated_response(rows, 57, 0)", 0.25),
+    Case("rows", "page of 20 rows, which plain Python shares", "build_paginated_response(rows, 57, 0)"),
+    Case("rows that only copy", "details, endpoint, component, status", f"({', '.join(_COPIES)})", 0.8),
+    Case("rows that only copy", "full details", _DETAILS),
+    Case("rows that only copy", "endpoint", _ENDPOINT),
+    Case("rows that only copy", "component", _COMPONENT),
+    Case("rows that only copy", "index status", _STATUS, 0.8),
+    Case("rows that only copy", "wiki status", _WIKI_STATUS, 0.8),
     *(Case("ask with a budget", f"{n} sections", _ASK.format(n), floor) for n, floor in _ASK_FLOORS.items()),
     Case("code_lines", "20 files of 20 KB, 3 lines each", "code_lines(root, places)", 4),
     *(Case("records to text", name, f"{name}(api)", floor) for name, floor in _WHOLE_FLOORS.items()),

@@ -23,7 +23,7 @@ struct LayoutDict {
 
 struct LayoutHash {
   std::size_t operator()(const Layout& layout) const noexcept {
-    return reinterpret_cast<std::uintptr_t>(layout.shape) ^ layout.kept;
+    return (reinterpret_cast<std::uintptr_t>(layout.shape) / sizeof(Shape)) ^ layout.kept;
   }
 };
 
@@ -39,11 +39,12 @@ class State {
   PyObject* word(const Word& word);
   /// Requires a layout with a shape.
   const LayoutDict& start_of(const Layout& layout) {
-    if (layout != last_) {
-      last_start_ = &found_start(layout);
-      last_ = layout;
+    auto& [recent, start] = recent_[LayoutHash()(layout) % recent_.size()];
+    if (layout != recent) {
+      start = &found_start(layout);
+      recent = layout;
     }
-    return *last_start_;
+    return *start;
   }
 
  private:
@@ -52,8 +53,7 @@ class State {
   std::array<HostRef, field_names.size()> field_names_;
   std::unordered_map<const Word*, HostRef> words_;
   std::unordered_map<Layout, LayoutDict, LayoutHash> starts_;
-  Layout last_;  // the rows of a page are alike as a rule
-  const LayoutDict* last_start_ = nullptr;
+  std::array<std::pair<Layout, const LayoutDict*>, 16> recent_;  // by hash
 };
 
 /// A new host object for a value that a builder made: lists and dicts are new at every depth,
