@@ -15,8 +15,8 @@ Object build_reference(const Record& reference, Value code) {
   return reference_row(reference, std::move(code));
 }
 
-Object build_api_endpoint(const Record& symbol, const Value& file_path, Value component_name) {
-  return api_endpoint(symbol, file_path, std::move(component_name));
+Object build_api_endpoint(const Record& symbol, Value file_path, Value component_name) {
+  return api_endpoint(symbol, std::move(file_path), std::move(component_name));
 }
 
 Object build_component(const Record& component) { return component_row(component); }

@@ -18,8 +18,7 @@ Object build_reference(const Record& reference, Value code = {});
 
 /// "fqn", "name", "kind", "file" ("" when no path is given), "line", "signature", "component";
 /// nulls included.
-Object build_api_endpoint(const Record& symbol, const Value& file_path = {},
-                          Value component_name = {});
+Object build_api_endpoint(const Record& symbol, Value file_path = {}, Value component_name = {});
 
 /// "name", "layer", "path_pattern", "file_count", "symbol_count", as the record gives them.
 Object build_component(const Record& component);
@@ -46,14 +45,12 @@ auto reference_row(const Source& reference, Passed code) {
 }
 
 template <RecordSource Source, class Passed>
-auto api_endpoint(const Source& symbol, const Value& file_path, Passed component_name) {
+auto api_endpoint(const Source& symbol, Value file_path, Passed component_name) {
+  if (!file_path.truthy()) file_path = Text();
   return Shaped{
-      "fqn"_key = symbol.read(Field::fqn),
-      "name"_key = symbol.read(Field::name),
-      "kind"_key = symbol.read(Field::kind),
-      "file"_key = file_path.truthy() ? file_path : Value(Text()),
-      "line"_key = symbol.read(Field::start_line),
-      "signature"_key = symbol.read(Field::signature),
+      "fqn"_key = symbol.read(Field::fqn),         "name"_key = symbol.read(Field::name),
+      "kind"_key = symbol.read(Field::kind),       "file"_key = std::move(file_path),
+      "line"_key = symbol.read(Field::start_line), "signature"_key = symbol.read(Field::signature),
       "component"_key = std::move(component_name),
   };
 }
