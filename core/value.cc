@@ -247,8 +247,9 @@ std::span<const Member> Object::items() const noexcept {
 }
 
 const Member* Object::find(const Text& key) const noexcept {
+  const TextView wanted = key.view();
   for (const Member& member : items()) {
-    if (member.key == key) return &member;
+    if (member.key.view() == wanted) return &member;
   }
   return nullptr;
 }

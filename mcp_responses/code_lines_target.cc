@@ -6,6 +6,7 @@
 
 #include "code_lines.h"
 #include "host_value.h"
+#include "keys.h"
 #include "targets.h"
 
 namespace mcp_responses::targets {
@@ -77,7 +78,7 @@ std::vector<Place> places_of(PyObject* iterable) {
 }
 
 void log_not_read(const Call& call, const Text& path, const std::string& reason) {
-  const HostRef logger = call.global("logger");
+  const HostRef logger = call.global(word<"logger">);
   const HostRef reason_text = checked(PyUnicode_DecodeFSDefault(reason.c_str()));
   checked(in_host([&] {
     return PyObject_CallMethod(logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",

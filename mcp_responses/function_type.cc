@@ -7,6 +7,7 @@
 #include "host_path.h"
 #include "host_value.h"
 #include "parameters.h"
+#include "state.h"
 
 namespace mcp_responses {
 namespace {
@@ -255,11 +256,11 @@ void* slot(Slot* function) {
 
 }  // namespace
 
-HostRef Call::global(const char* name) const {
-  const HostRef key = text(name);
-  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), key.get());
+HostRef Call::global(const Word& name) const {
+  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), state_.word(name));
   if (found != nullptr) return HostRef::borrow(found);
-  if (PyErr_Occurred() == nullptr) PyErr_Format(PyExc_NameError, "name '%s' is not defined", name);
+  if (PyErr_Occurred() == nullptr)
+    PyErr_Format(PyExc_NameError, "name '%s' is not defined", name.data);
   throw HostError();
 }
 

@@ -5,6 +5,7 @@
 
 #include "host_ref.h"
 #include "signature.h"
+#include "text.h"
 
 namespace mcp_responses {
 
@@ -26,7 +27,7 @@ class Call {
 
   /// A name of the module's namespace as it is now. Throws `HostError` (NameError) when it is not
   /// there.
-  HostRef global(const char* name) const;
+  HostRef global(const Word& name) const;
 
  private:
   PyObject* module_;

@@ -1,6 +1,5 @@
 #include "host_encode.h"
 
-#include <cstring>
 #include <vector>
 
 #include "encode.h"
@@ -105,28 +104,10 @@ Sink encoded(PyObject* root) {
   }
 }
 
-Py_UCS4 highest_in(Range range) noexcept {
-  switch (range) {
-    case Range::ascii:
-      return 0x7F;
-    case Range::latin1:
-      return 0xFF;
-    case Range::bmp:
-      return 0xFFFF;
-    default:
-      return 0x10FFFF;
-  }
-}
-
 }  // namespace
 
 HostRef encoded_host_text(PyObject* root) {
-  const auto sink = encoded<TextSink>(root);
-  const TextView view = sink.view();
-  HostRef string =
-      checked(PyUnicode_New(static_cast<Py_ssize_t>(view.size), highest_in(view.range)));
-  std::memcpy(PyUnicode_DATA(string.get()), view.data, view.size * unit_size(view.range));
-  return string;
+  return exact_host_string(encoded<TextSink>(root).view());
 }
 
 std::size_t encoded_host_size(PyObject* root) { return encoded<CountSink>(root).bytes(); }

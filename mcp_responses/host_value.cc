@@ -1,6 +1,7 @@
 #include "host_value.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "host_copy.h"
 #include "host_encode.h"
@@ -59,7 +60,21 @@ Value integer_value(HostRef object) {
   return static_cast<std::int64_t>(content);
 }
 
+Py_UCS4 highest_in(Range range) noexcept {
+  switch (range) {
+    case Range::ascii:
+      return 0x7F;
+    case Range::latin1:
+      return 0xFF;
+    case Range::bmp:
+      return 0xFFFF;
+    default:
+      return 0x10FFFF;
+  }
+}
+
 HostRef string_of(const TextView& view) {
+  if (view.range == Range::ascii) return exact_host_string(view);
   return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(view.range)), view.data,
                                            static_cast<Py_ssize_t>(view.size)));
 }
@@ -132,6 +147,16 @@ Text text_of(HostRef string) {
   check(PyUnicode_READY(string.get()));
   if (!PyUnicode_CheckExact(string.get())) string = checked(PyUnicode_FromObject(string.get()));
   return {host_text, Payload{.pointer = string.release()}};
+}
+
+HostRef exact_host_string(const TextView& characters) {
+  HostRef string = checked(
+      PyUnicode_New(static_cast<Py_ssize_t>(characters.size), highest_in(characters.range)));
+  if (characters.size > 0) {
+    std::memcpy(PyUnicode_DATA(string.get()), characters.data,
+                characters.size * unit_size(characters.range));
+  }
+  return string;
 }
 
 HostRef to_host_string(const Handle& text) {

@@ -127,6 +127,9 @@ inline PyObject* host_container(const Handle& value) noexcept {
 /// when there is one.
 HostRef to_host_string(const Handle& text);
 
+/// A new str of these characters. Requires that their range is the narrowest that fits.
+HostRef exact_host_string(const TextView& characters);
+
 /// A new str of these characters, or None without any.
 HostRef to_host_string_or_none(const TextView& characters);
 

@@ -139,7 +139,7 @@ HostRef build_paginated_response(const Call& call) {
   const auto add_pagination_hint = [&](const Object& response, std::int64_t item_count) -> Value {
     const HostRef page = answer(call, response);
     const HostRef count = checked(PyLong_FromLongLong(item_count));
-    const HostRef function = call.global("add_pagination_hint");
+    const HostRef function = call.global(word<"add_pagination_hint">);
     PyObject* const arguments[] = {page.get(), count.get()};
     hinted = checked(
         in_host([&] { return PyObject_Vectorcall(function.get(), arguments, 2, nullptr); }));
