@@ -72,7 +72,3 @@ class AnswersPageTest(unittest.TestCase):
             called |= {node.id for node in ast.walk(ast.parse(expression)) if isinstance(node, ast.Name)}
         builders = {name for name in vars(mcp_responses) if name.startswith(("build_", "get_"))}
         self.assertEqual(builders - called, set(), "every builder has an example")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -47,7 +47,3 @@ class DocumentsTest(unittest.TestCase):
                 self.assertRegex(tests, rf"TEST(_P)?\({group}, {test}\)", name)
             else:
                 self.assertTrue((ROOT / "fuzz" / f"{name}.cc").exists(), name)
-
-
-if __name__ == "__main__":
-    unittest.main()

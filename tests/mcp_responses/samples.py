@@ -3,6 +3,7 @@
 import os
 import subprocess
 import sys
+import tempfile
 from pathlib import Path
 from types import SimpleNamespace
 
@@ -80,6 +81,12 @@ def failing_calls(name):
         yield {other: value for other, value in good.items() if other != argument}
     yield good | {"unknown": 1}
     yield {"".join(list(argument)): value for argument, value in good.items()} | {"é": 1}
+
+
+def make_folder(add_cleanup):
+    folder = tempfile.TemporaryDirectory()
+    add_cleanup(folder.cleanup)
+    return Path(folder.name).resolve()
 
 
 def scaled(count):

@@ -6,10 +6,13 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
+import unittest
 from pathlib import Path
 
 import hollin
 from hollin.mcp_responses import tool_result_text
+from samples import make_folder
 
 # A locale that cannot write most of what is answered: the protocol is UTF-8 whatever the surroundings.
 ENVIRONMENT = os.environ | {
@@ -43,12 +46,6 @@ async def pay(cart):
     "deep.py": "x = " + "-" * 100000 + "1",
 }
 TEST_CALL = '"file":"tests/test_cart.py","line":5,"code":"pay(Cart().total())","caller":"tests.test_cart.test_pay"'
-
-
-def make_folder(add_cleanup) -> Path:
-    folder = tempfile.TemporaryDirectory()
-    add_cleanup(folder.cleanup)
-    return Path(folder.name)
 
 
 def make_tree(add_cleanup) -> Path:
@@ -94,8 +91,9 @@ class Client:
         self.send(b'{"jsonrpc":"2.0","method":"notifications/initialized"}')
         return result["result"]
 
-    def tools(self) -> list[str]:
-        return [tool["name"] for tool in self.request("tools/list")["result"]["tools"]]
+    def tools(self) -> dict[str, dict]:
+        """The schema of each tool's answers."""
+        return {tool["name"]: tool["outputSchema"] for tool in self.request("tools/list")["result"]["tools"]}
 
     def call(self, tool: str, **arguments) -> tuple[str, bool]:
         """An answer comes twice, as text and as an object; what is wrong with a call comes as text alone."""
@@ -120,3 +118,18 @@ class Client:
             log = self.log.read().decode()
         if self.process.returncode or rest or "Traceback" in log:
             raise AssertionError(f"{self.process.returncode} {rest} {log}")
+
+
+class ServiceTest(unittest.TestCase):
+    def start(self, *options: str) -> Client:
+        client = Client(*options)
+        self.addCleanup(client.close)
+        return client
+
+    def start_with_tree(self, folder: Path) -> Client:
+        """A server that has read the tree."""
+        client = self.start("--root", str(folder))
+        client.initialize()
+        while client.answer("status")["status"] != "ready":
+            time.sleep(0.05)
+        return client

@@ -11,8 +11,7 @@ from pathlib import Path
 
 import generators
 from differential import plain, real
-from samples import scaled
-from service import make_folder
+from samples import make_folder, scaled
 
 BREAKS = ["\n", "\r", "\r\n", "\v", "\f", "\x1c", "\x1d", "\x1e", "\x85", "\u2028", "\u2029", "\n\r", "\n\n"]
 NAMES = ["a.py", "é.py", "b c", "n\udcff.py", "漢", "-", "...", "🦉.py", "it's", "q\"'", "N" * 255]
@@ -99,7 +98,7 @@ def is_circle(path):
 
 class BesidePlainPython(unittest.TestCase):
     def setUp(self):
-        self.base = make_folder(self.addCleanup).resolve()
+        self.base = make_folder(self.addCleanup)
         self.addCleanup(os.chdir, os.getcwd())
 
     def assert_alike(self, root, places):
@@ -164,7 +163,3 @@ class BesidePlainPython(unittest.TestCase):
         self.assertEqual(real.code_lines(self.base, places), {("a.py", 2): "two"})
         self.assertEqual([*places], [])
         self.assertEqual(real.code_lines(None, 5), {})
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -4,7 +4,8 @@ import subprocess
 import sys
 import unittest
 
-from service import ENVIRONMENT, TEST_CALL, make_folder, make_tree
+from samples import make_folder
+from service import ENVIRONMENT, TEST_CALL, make_tree
 
 
 class DemoTest(unittest.TestCase):
@@ -40,7 +41,3 @@ class DemoTest(unittest.TestCase):
             status, screen, log = self.run_demo(*options)
             self.assertEqual((status, screen, log.count("\n")), (2, "", 1), log)
             self.assertIn(why, log)
-
-
-if __name__ == "__main__":
-    unittest.main()

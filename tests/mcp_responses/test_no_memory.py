@@ -6,8 +6,7 @@ import shutil
 import subprocess
 import unittest
 
-from samples import good_calls, run_python
-from service import make_folder
+from samples import good_calls, make_folder, run_python
 
 NAMES = [*good_calls()]
 SANITIZED = "libasan" in os.environ.get("LD_PRELOAD", "")
@@ -118,6 +117,3 @@ extern "C" void* realloc(void* memory, std::size_t size) {
   return is_librarys && fails() ? nullptr : next(memory, size);
 }
 """
-
-if __name__ == "__main__":
-    unittest.main()

@@ -11,14 +11,13 @@ import threading
 import unittest
 
 from differential import real
-from samples import run_python, scaled
-from service import make_folder
+from samples import make_folder, run_python, scaled
 from test_code_lines import logged
 
 
 class WorkTrees(unittest.TestCase):
     def setUp(self):
-        self.base = make_folder(self.addCleanup).resolve()
+        self.base = make_folder(self.addCleanup)
         (self.base / "root").mkdir()
         (self.base / "outside").mkdir()
         self.root = self.base / "root"
@@ -141,6 +140,3 @@ libc = ctypes.CDLL(None, use_errno=True)
 assert libc.prctl(38, 1, 0, 0, 0) == 0 and libc.prctl(22, 2, program, 0, 0) == 0
 assert libc.syscall(437, -100, b".", None, 0) == -1 and ctypes.get_errno() == 38
 """
-
-if __name__ == "__main__":
-    unittest.main()

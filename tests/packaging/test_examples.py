@@ -14,7 +14,3 @@ class ExamplesTest(unittest.TestCase):
 
     def test_cpp(self):
         self.assertEqual(run(BUILD / "examples" / "answer"), ANSWER)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -41,7 +41,3 @@ class LibraryTest(unittest.TestCase):
         source.write_text("".join(includes) + "int main() {}\n")
         self.compile(source, self.folder / "all")
         self.assertEqual(len(headers), len([*ROOT.glob("core/*.h"), *ROOT.glob("responses/*.h")]))
-
-
-if __name__ == "__main__":
-    unittest.main()

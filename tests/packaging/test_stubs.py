@@ -26,7 +26,3 @@ class StubsTest(unittest.TestCase):
         functions.pop("add_pagination_hint")
         self.assertEqual(in_stub, {name: one.__annotations__ for name, one in functions.items()})
         self.assertEqual(list(in_stub), list(functions))
-
-
-if __name__ == "__main__":
-    unittest.main()

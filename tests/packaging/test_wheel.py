@@ -78,7 +78,3 @@ class WheelTest(unittest.TestCase):
         self.assertEqual(run(clean, "-I", "-X", "utf8", "-c", USE), ANSWER)
         run(self.tools, "-m", "pip", "--python", clean, "uninstall", "--yes", "mcp_responses")
         self.assertEqual(contents(packages), before)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -5,18 +5,17 @@ import json
 import os
 import subprocess
 import sys
-import time
 import unittest
 from collections.abc import Iterator
 from pathlib import Path
-from types import SimpleNamespace
 from typing import Any
 
 import hollin.mcp_responses as library
 
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "mcp_responses"))
-from service import Client, make_tree  # noqa: E402
+from samples import CITATION, COMPONENT, REFERENCE, SECTION, SYMBOL, good_calls, record  # noqa: E402
+from service import ServiceTest, make_tree  # noqa: E402
 from test_server import ANSWERS as CALLS  # noqa: E402
 from test_server import LISTS  # noqa: E402
 
@@ -24,68 +23,42 @@ SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (HERE.pare
 EMPTY = SCHEMAS["empty_answers"]["$defs"]
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 
-FULL = SimpleNamespace(
-    fqn="shop.Cart.total", name="total", kind="method", start_line=12, end_line=20, signature="def total(self)",
-    docstring="Sum. " + "More. " * 99, is_export=True, docstring_truncated=False,
-    file_path="shop.py", line=41, caller_symbol={"fqn": "shop.pay", "kind": "function"}, usage_type="call",
-    layer="api", path_pattern="shop/**", file_count=3, symbol_count=9,
-)  # fmt: skip
-UNKNOWN = "end_line signature docstring file_path line caller_symbol usage_type layer path_pattern".split()
-BARE = SimpleNamespace(**vars(FULL) | dict.fromkeys(UNKNOWN))
-CITATION = {"path": "shop.py", "line_start": 1, "line_end": None, "quote": ["é"]}
-SECTION = {"page_id": "p", "title": "t", "heading": "h", "similarity": 0.5, "stale": 1, "excerpt": "two words " * 300}
+BARE_SYMBOL = record(SYMBOL, **dict.fromkeys(("end_line", "signature", "docstring")))
+BARE_COMPONENT = record(COMPONENT, **dict.fromkeys(("layer", "path_pattern")))
 MANY = [CITATION | {"line_start": line} for line in range(99)]
-OPTIONAL = {"model": "m", "tokens": {"in": 7}, "note": "n", "decisions": {"calls": 1}, "code": {}, "memories": {}}
-STATUS = {"pages": 3, "files_covered": 2, "total_sources": 3, "coverage_pct": 66.7, "last_built": "now", "model": "m"}
+
+# The function that makes an answer of each schema, and the arguments of the one that tells least: it has no key that
+# may be absent, and null wherever null may be. The one that tells most is a good call's and has every key there is.
+LEAST = {
+    "index_status": ("build_index_status_response", ["ready", "healthy", None, 100]),
+    "symbol_search_row": ("build_symbol_search_result", [BARE_SYMBOL]),
+    "symbol_details": ("build_symbol_full_details", [BARE_SYMBOL]),
+    "symbol_not_found": ("get_empty_response", ["symbol"]),
+    "file_outline_row": ("build_file_symbol", [BARE_SYMBOL]),
+    "reference_row": ("build_reference", [record(dict.fromkeys(REFERENCE))]),
+    "api_endpoint": ("build_api_endpoint", [BARE_SYMBOL]),
+    "component": ("build_component", [BARE_COMPONENT]),
+    "test_coverage": ("build_test_coverage", ["t.py", "s.py"]),
+    "paginated_page": ("build_paginated_response", [[1, "two", None], 3, 0], {"items_key": "rows"}),
+    "wiki_status": ("build_wiki_status_response", [], {"built": False, "branch": "main"}),
+    "wiki_list": ("build_wiki_list_response", [[], 0]),
+    "wiki_read": ("build_wiki_read_response", [], {"page_id": "p", "title": "t", "content": "c"}),
+    "wiki_ask": ("build_wiki_ask_response", [], {"mode": "m", "query": "q", "answer": None, "sections": [{}]}),
+}
+# Good calls are changed where a schema sets a limit, and where they tell less than there is.
+SECTIONS = [SECTION | {"heading": "h", "stale": 1, "excerpt": "two words " * 300}]
+CHANGED = {
+    "symbol_not_found": {"tool_name": "symbol"},
+    "wiki_ask": {"sections": SECTIONS, "citations": MANY, "token_budget": None},
+}
 
 
-def page(total: int) -> dict[str, Any]:
-    return library.build_paginated_response([1, "two", None], total, 0, items_key="rows")
+def most_and_least(name: str, function: str, args: list[Any], named: dict[str, Any] = {}) -> tuple[Any, Any]:
+    build = getattr(library, function)
+    return build(**good_calls()[function] | CHANGED.get(name, {})), build(*args, **named)
 
 
-# The answer that tells most and the one that tells least, of each builder: the first has every key there is, the
-# second no key that may be absent, and null wherever null may be.
-ANSWERS = {
-    "index_status": (
-        library.build_index_status_response("indexing", "degraded", "main", 40, 12, 99, "now", 1, "edges", "12/30"),
-        library.build_index_status_response("ready", "healthy", None, 100),
-    ),
-    "symbol_search_row": (
-        library.build_symbol_search_result(FULL, "shop.py"),
-        library.build_symbol_search_result(BARE),
-    ),
-    "symbol_details": (library.build_symbol_full_details(FULL, "shop.py"), library.build_symbol_full_details(BARE)),
-    "symbol_not_found": (library.get_empty_response("symbol"),) * 2,
-    "file_outline_row": (library.build_file_symbol(FULL, "shop"), library.build_file_symbol(BARE)),
-    "reference_row": (library.build_reference(FULL, "pay()"), library.build_reference(BARE)),
-    "api_endpoint": (library.build_api_endpoint(FULL, "shop.py", "shop"), library.build_api_endpoint(BARE)),
-    "component": (library.build_component(FULL), library.build_component(BARE)),
-    "test_coverage": (
-        library.build_test_coverage("t.py", "s.py", ["Cart"]),
-        library.build_test_coverage("t.py", "s.py"),
-    ),
-    "paginated_page": (page(57), page(3)),
-    "wiki_status": (
-        library.build_wiki_status_response(built=True, branch="main", **STATUS, stale_pages=["p"], enabled=True),
-        library.build_wiki_status_response(built=False, branch="main"),
-    ),
-    "wiki_list": (
-        library.build_wiki_list_response([{"page_id": "p"}], 9, 3, True),
-        library.build_wiki_list_response([], 0),
-    ),
-    "wiki_read": (
-        library.build_wiki_read_response(
-            page_id="p", title="t", content="c", citations=[CITATION], source_files=["shop.py"], related_pages=["q"]
-        ),
-        library.build_wiki_read_response(page_id="p", title="t", content="c"),
-    ),
-    "wiki_ask": (
-        library.build_wiki_ask_response(
-            mode="m", query="q", answer="a", sections=[SECTION], citations=MANY, **OPTIONAL
-        ),
-        library.build_wiki_ask_response(mode="m", query="q", answer=None, sections=[{}]),
-    ),
-}  # fmt: skip
+ANSWERS = {name: most_and_least(name, *least) for name, least in LEAST.items()}
 EMPTY_ANSWERS = {tool: library.get_empty_response(tool) for tool in (*library.EMPTY_TOOL_RESPONSES, "other")}
 
 
@@ -152,66 +125,43 @@ class SchemaTest(Judge):
             self.assertEqual(list(EMPTY[tool]["const"]), list(answer), tool)
 
     def test_answers_with_one_key_changed(self):
-        cases = []
-        for name, pair in ANSWERS.items():
-            for label, answer, admitted in changes(*map(as_sent, pair)):
-                cases.append((f"{name} {label}", SCHEMAS[name], answer, admitted))
+        pairs = {name: [*map(as_sent, pair)] for name, pair in ANSWERS.items()}
+        cases = [
+            (f"{name} {label}", SCHEMAS[name], answer, admitted)
+            for name, pair in pairs.items()
+            for label, answer, admitted in changes(*pair)
+        ]
         for tool, answer in EMPTY_ANSWERS.items():
             cases += [(f"{tool} {label}", EMPTY[tool], *case) for label, *case in changes(answer, answer)]
-        self.judge(cases)
-
-    def test_section_rows_with_one_key_changed(self):
-        most, least = map(as_sent, ANSWERS["wiki_ask"])
-        cases = [
-            (f"section {label}", SCHEMAS["wiki_ask"], most | {"sections": [row]}, admitted)
-            for label, row, admitted in changes(most["sections"][0], least["sections"][0])
-        ]
+        most, least = pairs["wiki_ask"]
+        for label, row, admitted in changes(most["sections"][0], least["sections"][0]):
+            cases.append((f"section {label}", SCHEMAS["wiki_ask"], most | {"sections": [row]}, admitted))
         self.judge(cases)
 
 
-class ToolSchemaTest(Judge):
+class ToolSchemaTest(ServiceTest, Judge):
     """What a client is told of a tool's answers, and the answers that it gets."""
-
-    def tools(self, client: Client) -> dict[str, dict[str, Any]]:
-        listed = client.request("tools/list")["result"]["tools"]
-        return {tool["name"]: tool["outputSchema"] for tool in listed}
-
-    def structured(self, client: Client, tool: str, arguments: dict[str, Any]) -> Any:
-        return client.request("tools/call", name=tool, arguments=arguments)["result"]["structuredContent"]
-
-    def start(self, *options: str) -> Client:
-        client = Client(*options)
-        self.addCleanup(client.close)
-        client.initialize()
-        return client
 
     def test_before_there_is_an_index(self):
         client = self.start()
-        schemas = self.tools(client)
-        self.assertEqual(list(schemas), list(library.EMPTY_TOOL_RESPONSES))
-        self.judge([(tool, schema, self.structured(client, tool, {}), True) for tool, schema in schemas.items()])
+        client.initialize()
+        schemas = client.tools()
+        self.assertEqual([*schemas], [*library.EMPTY_TOOL_RESPONSES])
+        for tool, schema in schemas.items():
+            self.assertEqual(schema["type"], "object", tool)
+            self.assertNotIn("$ref", json.dumps(schema), tool)
+        self.judge([(tool, schema, client.answer(tool), True) for tool, schema in schemas.items()])
 
     def test_of_an_index(self):
-        client = self.start("--root", str(make_tree(self.addCleanup)))
-        while client.answer("status")["status"] != "ready":
-            time.sleep(0.05)
-        schemas = self.tools(client)
+        client = self.start_with_tree(make_tree(self.addCleanup))
+        schemas = client.tools()
         calls = [(tool, arguments) for tool, arguments, _ in [*CALLS, *LISTS]]
         asked = {"action": "ask", "query": "How do I pay a cart?"}
         calls += [("wiki", asked), ("wiki", asked | {"token_budget": 0})]
-        self.assertEqual({tool for tool, _ in calls}, set(schemas))
-        answers = [(tool, arguments, self.structured(client, tool, arguments)) for tool, arguments in calls]
+        self.assertEqual({tool for tool, _ in calls}, {*schemas})
+        answers = [(tool, arguments, client.answer(tool, **arguments)) for tool, arguments in calls]
         self.judge([
             (f"{tool} {arguments} as {other}", schema, answer, tool == other)
             for tool, arguments, answer in answers
             for other, schema in schemas.items()
         ])  # fmt: skip
-
-    def test_schemas_say_that_an_answer_is_an_object(self):
-        for tool, schema in self.tools(self.start()).items():
-            self.assertEqual(schema["type"], "object", tool)
-            self.assertNotIn("$ref", json.dumps(schema), tool)
-
-
-if __name__ == "__main__":
-    unittest.main()
