@@ -1,6 +1,7 @@
 """Places among the arguments of all functions that may hold anything, and what to put there."""
 
 import json
+from types import SimpleNamespace
 from typing import Any, Callable, NamedTuple
 
 from differential import real
@@ -77,7 +78,7 @@ def rebuilt(value, make, make_key=lambda key: key):
         value = {make_key(key): rebuilt(member, make, make_key) for key, member in value.items()}
     elif isinstance(value, (list, tuple)):
         value = type(value)(rebuilt(element, make, make_key) for element in value)
-    elif isinstance(value, type(record({}))):
+    elif isinstance(value, SimpleNamespace):
         value = record({name: rebuilt(member, make, make_key) for name, member in vars(value).items()})
     return make(value)
 
@@ -114,7 +115,9 @@ def disguised(value):
 
 
 def parts(value):
+    """The value and all that it holds, keys and a record's attributes too."""
     yield value
+    value = vars(value) if isinstance(value, SimpleNamespace) else value
     for part in value.items() if isinstance(value, dict) else value if isinstance(value, (list, tuple)) else ():
         yield from parts(part)
 

@@ -1,7 +1,6 @@
 """The ask answer: citations, and the budget, which plain Python fits by encoding the whole answer at every step."""
 
 import random
-import unittest
 
 import generators
 from differential import DifferentialTest, plain, real
@@ -10,13 +9,8 @@ WORDS = [f"w{number:03}" for number in range(100)]
 E = " ".join(WORDS)
 CITED = [{"path": "f1.py", "line_start": 1, "line_end": 1}, {"path": "f1.py", "line_start": 2, "line_end": 2}]
 SECTION_1 = {"page_id": "p1", "title": "T1", "heading": "H1", "excerpt": E, "citations": CITED}
-SECTION_2 = {
-    "page_id": "p2",
-    "title": "T2",
-    "heading": "H2",
-    "excerpt": E,
-    "citations": [{"path": "f2.py", "line_start": 3, "line_end": 3}],
-}
+CITED_2 = [{"path": "f2.py", "line_start": 3, "line_end": 3}]
+SECTION_2 = {"page_id": "p2", "title": "T2", "heading": "H2", "excerpt": E, "citations": CITED_2}
 CITATION_TEXTS = [
     '{"path":"f1.py","line_start":1,"line_end":1},{"path":"f1.py","line_start":2,"line_end":2}',
     '{"path":"f2.py","line_start":3,"line_end":3}',
@@ -25,20 +19,12 @@ CITATION_TEXTS = [
 # Excerpt of section 2, then: token budget, words that each kept section shows, bytes of the answer.
 BUDGETS = [
     (E, None, [100, 100], 1377),
-    (E, 400, [100, 100], 1377),
     (E, 344, [100, 97], 1365),
-    (E, 300, [100, 62], 1190),
     (E, 250, [82, 40], 993),
     (E, 150, [69], 591),
-    (E, 110, [], 66),
     (E, 16, [], 66),
-    (E, 1, [], 66),
-    (E, 0, [], 66),
-    (E, -1, [], 66),
     (E, -(2**63), [], 66),
-    (E, 2**63 - 1, [100, 100], 1377),
     (E, 2**61, [100, 100], 1377),
-    ("x", None, [100, "x"], 879),
     ("x", 320, [100, "x"], 879),
     ("x", 220, [58, "x"], 672),
 ]
@@ -80,24 +66,6 @@ class KnownAnswers(DifferentialTest):
             self.assert_exactly(answer, text, budget)
             self.assertEqual(real._encoded_size(answer), size, budget)
 
-    def test_only_null_leaves_a_key_out(self):
-        given = {"memories": {}, "code": {}, "decisions": {}, "note": "", "tokens": {}, "model": ""}
-        fixed = '{"mode":"m","query":"q","answer":null,"sections":[],"citations":[]'
-        text = fixed + ',"model":"","tokens":{},"note":"","decisions":{},"code":{},"memories":{}}'
-        self.assert_exactly(ask(answer=None, **given), text, "empty")
-        self.assert_exactly(ask(answer=None, **dict.fromkeys(given)), fixed + "}", "null")
-        # What the budget may not drop stays, over the limit.
-        text = fixed + ',"model":"","tokens":{},"note":"","decisions":{}}'
-        self.assert_exactly(ask(answer=None, token_budget=1, **given), text, "over")
-
-    def test_a_section_without_entries(self):
-        row = '{"page_id":null,"title":null,"heading":null,"similarity":null,"stale":%s,"excerpt":""}'
-        for section, stale in [({}, "false"), ({"stale": " "}, "true"), ({"stale": 0.0, "excerpt": None}, "false")]:
-            for budget in (None, 1000):
-                answer = ask(sections=(section,), token_budget=budget)
-                text = f'{{"mode":"m","query":"q","answer":"a","sections":[{row % stale}],"citations":[]}}'
-                self.assert_exactly(answer, text, (section, budget))
-
 
 class Citations(DifferentialTest):
     def assert_cited(self, sections, extra, numbers):
@@ -105,14 +73,10 @@ class Citations(DifferentialTest):
         self.assertEqual([citation["line_start"] for citation in cited], numbers)
 
     def test_known_lists(self):
-        self.assert_cited([], [], [])
-        self.assert_cited([None, [], False], [place(1), place(2), place(1)], [1, 2])
-        self.assert_cited([[place(n) for n in range(5)]], (), [0, 1, 2])
         # The limit of a section counts its repeats: the fourth citation is never taken.
         repeats = [place(2), place(0), place(1, why="other"), place(7)]
-        self.assert_cited([[place(n) for n in range(3)], repeats], [place(8), place(2)], [0, 1, 2, 8])
+        self.assert_cited([[place(n) for n in range(4)], repeats, None], [place(8), place(2)], [0, 1, 2, 8])
         self.assert_cited([[place(3 * n + i) for i in range(3)] for n in range(9)], [place(99)], [*range(24)])
-        self.assert_cited([], [place(n) for n in range(40)], [*range(24)])
         first = {"path": "a", "line_start": 10, "why": [None]}
         same = [{"line_start": 10.0, "path": "a"}, {"path": "a", "line_start": 10, "line_end": None}]
         self.assertEqual(real._ask_citations([{"citations": [first]}, {}], same), [first])
@@ -169,7 +133,3 @@ class BudgetProperty(DifferentialTest):
         rng = random.Random(24)
         for budget in (3000, 9000, 15000):
             self.assert_same("build_wiki_ask_response", **generators.question(rng, 40), token_budget=budget)
-
-
-if __name__ == "__main__":
-    unittest.main()

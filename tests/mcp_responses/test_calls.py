@@ -162,7 +162,3 @@ class Identity(unittest.TestCase):
         self.assertEqual(str(inspect.signature(text.cut)), "(chars: 'int') -> 'str'")
         with self.assertRaisesRegex(TypeError, r"^first_sentence\(\) takes 1 positional argument but 2 were given$"):
             text.first(1)
-
-
-if __name__ == "__main__":
-    unittest.main()

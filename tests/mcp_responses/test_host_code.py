@@ -22,12 +22,6 @@ class InTheMiddle(unittest.TestCase):
         self.expected = {name: exact(meet(lambda: None)) for name, meet in MEETINGS.items()}
         self.good = all_good_calls()
 
-    def assert_meets(self, hook):
-        for name, meet in MEETINGS.items():
-            hooks = iter([hook])
-            self.assertEqual(exact(meet(lambda: next(hooks, int)() and None)), self.expected[name], name)
-            self.assertIsNone(next(hooks, None), name)
-
     def test_what_it_raises_arrives_as_it_is(self):
         for name, meet in MEETINGS.items():
             for error in (ValueError("x"), AttributeError("y"), MemoryError(), KeyboardInterrupt(), SystemExit(3)):
@@ -42,8 +36,24 @@ class InTheMiddle(unittest.TestCase):
                 self.assertGreater(before, 0, name)
             self.assertEqual(exact(meet(lambda: None)), self.expected[name], name)
 
-    def test_it_calls_the_library_again(self):
-        self.assert_meets(lambda: self.assertEqual(all_good_calls(), self.good))
+    def test_it_calls_the_library_again_itself_or_in_another_thread(self):
+        def call_again():
+            self.assertEqual(all_good_calls(), self.good)
+
+        def let_another_thread_call():
+            answers = []
+            thread = threading.Thread(target=lambda: answers.append(all_good_calls()))
+            thread.start()
+            thread.join()
+            self.assertEqual(answers, [self.good])
+
+        for hook in (call_again, let_another_thread_call):
+            for name, meet in MEETINGS.items():
+                hooks = iter([hook])
+                self.assertEqual(exact(meet(lambda: next(hooks, int)() and None)), self.expected[name], name)
+                self.assertIsNone(next(hooks, None), name)
+
+    def test_it_comes_to_the_same_call_again(self):
         for name, meet in MEETINGS.items():
             depth = iter(range(30))
 
@@ -52,16 +62,6 @@ class InTheMiddle(unittest.TestCase):
                     self.assertEqual(exact(meet(deeper)), self.expected[name], name)
 
             deeper()
-
-    def test_it_lets_another_thread_call(self):
-        def hook():
-            answers = []
-            thread = threading.Thread(target=lambda: answers.append(all_good_calls()))
-            thread.start()
-            thread.join()
-            self.assertEqual(answers, [self.good])
-
-        self.assert_meets(hook)
 
     def test_it_replaces_what_was_given_already(self):
         rng = random.Random(41)
@@ -182,6 +182,3 @@ meet = (meetings.MEETINGS | meetings.FINALIZERS)["{name}"]
 threading.Thread(target=meet, args=[hook], daemon=True).start()
 inside.wait()
 """
-
-if __name__ == "__main__":
-    unittest.main()

@@ -169,7 +169,3 @@ class Values(DifferentialTest):
         ]:
             answer = getattr(real, function)(*arguments)
             self.assertTrue(answer == getattr(plain, function)(*arguments), function)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,53 +6,24 @@ import logging
 import re
 import sys
 import types
-import typing
 import unittest
 import weakref
 from unittest import mock
 
 import hollin
-import hollin.mcp_responses as real
-from hollin.utils.pagination import add_pagination_hint
+from differential import plain, real
 from samples import run_python, scaled
 
 NAME = "hollin.mcp_responses"
 PAGINATION = "hollin.utils.pagination"
-NAMESPACE = """
-    __annotations__ annotations json logging re TYPE_CHECKING Any Literal add_pagination_hint logger SUMMARY_CHARS
-    CODE_LINE_CHARS _SENTENCE_END tool_result_text first_sentence code_lines _cut without_nulls
-    build_index_status_response build_symbol_search_result build_symbol_full_details outline_module build_file_symbol
-    build_api_endpoint build_reference build_component build_paginated_response build_test_coverage
-    build_empty_paginated_response build_wiki_status_response build_wiki_list_response build_wiki_read_response
-    _ASK_EXCERPT_CHARS _ASK_MIN_EXCERPT_CHARS _ASK_CITATIONS_PER_SECTION _ASK_MAX_CITATIONS _BYTES_PER_TOKEN
-    build_wiki_ask_response _ask_citations _trimmed _encoded_size EMPTY_TOOL_RESPONSES get_empty_response
-""".split()
-CONTENTS = {
-    "annotations": __import__("__future__").annotations,
-    **{name: importlib.import_module(name) for name in ("json", "logging", "re")},
-    **{name: getattr(typing, name) for name in ("TYPE_CHECKING", "Any", "Literal")},
-    "add_pagination_hint": add_pagination_hint,
-    "logger": logging.getLogger(NAME),
-    "SUMMARY_CHARS": 160,
-    "CODE_LINE_CHARS": 200,
-    "_SENTENCE_END": re.compile(r"(?<=[.!?])\s"),
-    "_ASK_EXCERPT_CHARS": 1200,
-    "_ASK_MIN_EXCERPT_CHARS": 200,
-    "_ASK_CITATIONS_PER_SECTION": 3,
-    "_ASK_MAX_CITATIONS": 24,
-    "_BYTES_PER_TOKEN": 4,
-    "__annotations__": {"EMPTY_TOOL_RESPONSES": "dict[str, dict[str, Any]]"},
-    "__package__": "hollin",
-    "__doc__": """Shared MCP response builders for consistent response structures.
+IMPORTED = ("json", "logging", "re", "typing", PAGINATION)
+PLAIN_ALONE = {"copy", "_lines_inside", "_section_row", "_fitted"}
 
-This module provides the SINGLE SOURCE OF TRUTH for ALL MCP tool response structures.
-The tool handlers and daemon/worker MUST use these builders to ensure consistency.
 
-MAINTENANCE:
-- When adding NEW FIELDS to any MCP tool response, add them HERE FIRST
-- Then use the builder where the response is made
-""",
-}
+def own_names(module):
+    """The names that the module's code defines, in order: what the interpreter puts there comes before."""
+    names = list(vars(module))
+    return names[names.index("__annotations__") :]
 
 
 class Failing(types.ModuleType):
@@ -70,8 +41,7 @@ def failing(owner, name):
 
 # What stands in the way of each step, and the error of the import.
 OBSTACLES = [
-    *((instead(name, None), ModuleNotFoundError, f"^import of {name} halted") for name in ("json", "re", PAGINATION)),
-    *((instead(name, None), ModuleNotFoundError, f"^import of {name} halted") for name in ("logging", "typing")),
+    *((instead(name, None), ModuleNotFoundError, f"^import of {name} halted") for name in IMPORTED),
     (instead("typing", types.ModuleType("typing")), ImportError, "^cannot import name 'TYPE_CHECKING' from 'typing'"),
     (instead(PAGINATION, types.ModuleType("p")), ImportError, f"'add_pagination_hint' from '{PAGINATION}'"),
     (instead(PAGINATION, Failing("p")), ZeroDivisionError, "^add_pagination_hint$"),
@@ -98,13 +68,15 @@ class Loading(unittest.TestCase):
 
     def test_the_namespace_in_its_order(self):
         module = self.import_anew()
-        names = list(vars(module))
-        start = names.index("__annotations__")
-        self.assertEqual(names[start:], NAMESPACE)
-        self.assertLessEqual({*names[:start]}, {*vars(types.ModuleType("m"))} | {"__file__", "__cached__"})
-        for name, expected in CONTENTS.items():
-            self.assertEqual(getattr(module, name), expected, name)
-            self.assertIs(type(getattr(module, name)), type(expected), name)
+        expected = {name: getattr(plain, name) for name in own_names(plain) if name not in PLAIN_ALONE}
+        self.assertEqual(own_names(module), [*expected])
+        self.assertLessEqual({*vars(module)} - {*expected}, {*vars(types.ModuleType("m"))} | {"__file__", "__cached__"})
+        for name, value in expected.items():
+            if not isinstance(value, types.FunctionType) or name == "add_pagination_hint":
+                self.assertEqual(getattr(module, name), value, name)
+                self.assertIs(type(getattr(module, name)), type(value), name)
+        self.assertEqual(module.__package__, "hollin")
+        self.assertRegex(module.__doc__, r"(?s)^Shared MCP response builders .+\n- Then use the builder where .+\n$")
 
     def test_a_step_that_fails_ends_the_import_and_a_later_one_starts_afresh(self):
         for obstacle, error, text in OBSTACLES:
@@ -183,6 +155,3 @@ for _ in range({rounds}):
         interpreters.destroy(one)
     exec(use)
 """
-
-if __name__ == "__main__":
-    unittest.main()

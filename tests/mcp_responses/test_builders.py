@@ -1,0 +1,166 @@
+"""Each builder beside plain Python: answers of random arguments, the fields it reads of a record, pages, empty answers.
+docs/answers.md shows a whole answer of each, and is a test of its own."""
+
+import inspect
+import random
+import unittest
+from types import SimpleNamespace
+from unittest import mock
+
+import generators
+from differential import DifferentialTest, plain, real, spoil
+from meetings import RECORDS
+from samples import REFERENCE, SYMBOL, record
+
+BARE = SYMBOL | dict.fromkeys(("end_line", "signature", "docstring"))
+
+# Answers next to a rule's edge: function, arguments, text of the whole.
+ANSWERS = [
+    ("without_nulls", [{"a": 1, "b": None, "c": False, "d": "", "e": 0, "f": [None], "g": None, "h": -0.0, "i": {}}],
+     '{"a":1,"c":false,"d":"","e":0,"f":[null],"h":-0.0,"i":{}}'),
+    ("without_nulls", [{"a": None, "b": None}], "{}"),
+    ("without_nulls", [{1: (2, [3]), None: {2.5: True}}], '{"1":[2,[3]],"null":{"2.5":true}}'),
+    ("build_symbol_search_result", [record(BARE, start_line=0, signature="")],
+     '{"fqn":"shop.cart.Cart.total","name":"total","kind":"method","line":0,"signature":""}'),
+    ("build_file_symbol", [record(BARE, fqn="shop.cartography.Map", end_line=12), "shop.cart"],
+     '{"name":"shop.cartography.Map","kind":"method","line":12}'),
+    ("build_file_symbol", [record(BARE, fqn="a.b", end_line=9), "a.b"],
+     '{"name":"a.b","kind":"method","line":12,"end_line":9}'),
+    ("build_file_symbol", [record(BARE, fqn=7, end_line=12.0), None], '{"name":7,"kind":"method","line":12}'),
+    ("build_file_symbol", [record(BARE, fqn="a", start_line=2**53 + 1, end_line=2.0**53)],
+     '{"name":"a","kind":"method","line":9007199254740993,"end_line":9007199254740992.0}'),
+    ("build_reference", [record(dict.fromkeys(REFERENCE), caller_symbol={"fqn": "p"}), ""],
+     '{"file":null,"line":null,"code":"","caller":"p"}'),
+    ("build_test_coverage", ["t", None, ("C",)], '{"test_file":"t","source_file":null,"symbols_imported":["C"]}'),
+    ("build_empty_paginated_response", ["has_more"], '{"has_more":false,"total_count":0,"truncated":false,"offset":0}'),
+    ("build_wiki_list_response", [[1, 2], 22, 20, True],
+     '{"pages":[1,2],"total_count":22,"offset":20,"truncated":true,"has_more":false}'),
+    ("outline_module", [["shop.cart.a", "shop.carts.b"]], '"shop"'),
+    ("outline_module", [["shop.cart.Cart.total", "shop.cart.Cart"]], '"shop.cart"'),
+    ("outline_module", [["shop.cart.add", "main", "shop.cart.remove"]], '""'),
+    ("outline_module", [["a..b", "a..c", "a..d.e"]], '"a."'),
+    ("outline_module", [()], '""'),
+]  # fmt: skip
+
+# Arguments that cannot be anything.
+MAKERS = {
+    "symbol": lambda rng: record(generators.symbol(rng)),
+    "reference": lambda rng: record(generators.reference(rng)),
+    "component": lambda rng: record(generators.component(rng)),
+    "module": lambda rng: rng.choice((None, "", "shop", generators.fqn(rng))),
+    "fqns": lambda rng: [generators.fqn(rng) for _ in range(rng.choice((1, 2, 2, 5)))],
+    "row": generators.mapping,
+}
+FUNCTIONS = [*RECORDS, "outline_module", "without_nulls", "build_test_coverage", "build_index_status_response"]
+FUNCTIONS += ["build_wiki_status_response", "build_wiki_read_response"]
+
+
+def random_arguments(rng, function):
+    """Those that have to be given, and some of the others."""
+    parameters = inspect.signature(getattr(plain, function)).parameters.values()
+    names = [one.name for one in parameters if one.default is one.empty or rng.random() < 0.5]
+    return {name: MAKERS.get(name, generators.tree)(rng) for name in names}
+
+
+class Answers(DifferentialTest):
+    def test_next_to_an_edge(self):
+        for function, args, text in ANSWERS:
+            self.assert_exactly(getattr(real, function)(*args), text, function)
+
+    def test_random_arguments(self):
+        rng = random.Random(11)
+        for _ in range(300):
+            for function in FUNCTIONS:
+                self.assert_same(function, **random_arguments(rng, function))
+
+    def test_each_empty_answer_is_the_callers_own(self):
+        for tool in [*plain.EMPTY_TOOL_RESPONSES, "", "Status", "wiki ", "état"]:
+            expected = plain.tool_result_text(plain.get_empty_response(tool))
+            for _ in range(2):
+                answer = real.get_empty_response(tool)
+                self.assert_exactly(answer, expected, tool)
+                spoil(answer)
+        table = plain.tool_result_text(plain.EMPTY_TOOL_RESPONSES)
+        self.assert_exactly(real.EMPTY_TOOL_RESPONSES, table, "the table")
+
+
+class Noting(SimpleNamespace):
+    """Notes which of its attributes are read."""
+
+    noted = []
+
+    def __getattribute__(self, name):
+        Noting.noted.append(name)
+        return super().__getattribute__(name)
+
+
+def reads(function, kind, fields):
+    """The names that a function asks a record for, in order, and the error of the first that is not there."""
+    Noting.noted, one, failed = [], kind(**fields), None
+    try:
+        function(one)
+    except AttributeError as error:
+        failed = str(error), error.name, error.obj is one
+    return Noting.noted, failed
+
+
+class RecordReads(unittest.TestCase):
+    def test_each_field_is_read_once_in_order_up_to_the_first_that_is_missing(self):
+        for function, fields in RECORDS.items():
+            for missing in [None, *fields]:
+                there = {name: value for name, value in fields.items() if name != missing}
+                for kind in (Noting, SimpleNamespace):
+                    expected = reads(getattr(plain, function), kind, there)
+                    self.assertEqual(reads(getattr(real, function), kind, there), expected, (function, missing))
+
+    def test_an_attribute_error_of_the_records_own_keeps_what_it_tells(self):
+        def own(self):
+            raise AttributeError("mine", name="another", obj=3)
+
+        with self.assertRaisesRegex(AttributeError, "^mine$") as raised:
+            real.build_symbol_search_result(type("Own", (), {"fqn": property(own)})())
+        self.assertEqual((raised.exception.name, raised.exception.obj), ("another", 3))
+
+    def test_contents_of_the_wrong_kind_are_refused(self):
+        for function, args in [
+            (real.build_file_symbol, [record(SYMBOL, fqn=None), "shop"]),
+            (real.build_reference, [record(REFERENCE, caller_symbol="shop.pay")]),
+            (real.build_reference, [record(REFERENCE, caller_symbol=[1])]),
+        ]:
+            self.assertRaises(AttributeError, function, *args)
+        self.assertRaises(TypeError, real.outline_module, ["a.b", 7])
+
+
+class Pages(DifferentialTest):
+    def test_near_their_end_and_near_the_ends_of_64_bits(self):
+        rng = random.Random(14)
+        for _ in range(1000):
+            rows = [generators.tree(rng) for _ in range(rng.randint(0, 4))]
+            offset = rng.choice((0, 40, -3, 2**63 - 1, 2**63 - 3, -(2**63), generators.integer(rng)))
+            total = max(-(2**63), min(2**63 - 1, offset + len(rows) + rng.choice((-1, 0, 1, 5))))
+            self.assert_same("build_wiki_list_response", rows, total, offset, generators.leaf(rng))
+            key = rng.choice(("items", "total_count", "truncated", "has_more", "offset", generators.text(rng)))
+            self.assert_same("build_empty_paginated_response", key)
+            # The hint is the service's own and may be anything; without it the pages are compared, not the hint.
+            with mock.patch.object(real, "add_pagination_hint", lambda response, count: response):
+                with mock.patch.object(plain, "add_pagination_hint", lambda response, count: response):
+                    self.assert_same("build_paginated_response", rows, total, offset, items_key=key)
+            self.assert_same("build_paginated_response", tuple(rows), total, offset)
+
+    def test_the_hint_is_looked_up_at_each_call_and_has_the_last_word(self):
+        for offset, rows, more in [(0, 20, "true"), (40, 17, "false"), (57, 0, "false")]:
+            hint = mock.Mock()
+            with mock.patch.object(real, "add_pagination_hint", hint):
+                answer = real.build_paginated_response(("r",) * rows, 57, offset, items_key="symbols")
+            self.assertIs(answer, hint.return_value)
+            ((response, count),) = [call.args for call in hint.mock_calls]
+            self.assertEqual((type(count), count), (int, rows))
+            items = ",".join(['"r"'] * rows)
+            text = f'{{"symbols":[{items}],"total_count":57,"truncated":{more},"has_more":{more},"offset":{offset}}}'
+            self.assert_exactly(response, text, offset)
+
+    def test_a_missing_hint_fails_the_call(self):
+        with mock.patch.dict(vars(real)):
+            del real.add_pagination_hint
+            with self.assertRaisesRegex(NameError, "^name 'add_pagination_hint' is not defined$"):
+                real.build_paginated_response([], 0, 0)
