@@ -7,14 +7,7 @@ import random
 import struct
 from typing import Any
 
-WHITE_SPACE = "".join(
-    map(
-        chr,
-        [*range(0x09, 0x0E), *range(0x1C, 0x21), 0x85, 0xA0, 0x1680, *range(0x2000, 0x200B)]
-        + [0x2028, 0x2029, 0x202F, 0x205F, 0x3000],
-    )
-)
-ESCAPED = '"\\' + "".join(map(chr, range(0x20)))
+WHITE_SPACE = "".join(char for char in map(chr, range(0x110000)) if char.isspace())
 
 # One alphabet for each width of a host string, and one for each thing that text rules look at.
 ALPHABETS = {
@@ -22,7 +15,7 @@ ALPHABETS = {
     "accents": "aeiou àéîõüßÿ¡©",
     "cjk": "漢字かな한글，。ab \u2028\ufeff\u200b",
     "emoji": "😀🦉🌍𝔘\U0010ffff ok",
-    "escaped": ESCAPED + "ab",
+    "escaped": '"\\ab' + "".join(map(chr, range(0x20))),
     "spaces": WHITE_SPACE + "x.",
 }
 SIZES = [0, 1, 2, *(block + by for block in (8, 16, 32, 64) for by in (-1, 0, 1))]
@@ -59,23 +52,10 @@ def floating(rng: random.Random) -> float:
     return rng.choice((rng.choice(edges), round(rng.uniform(-100, 100), 2), float(rng.randint(-1000, 1000))))
 
 
-class Name(str, enum.Enum):
-    METHOD = "method"
-    QUOTED = 'q"é'
-
-
-class Level(enum.IntEnum):
-    LOW = 1
-    HIGH = 2**40
-
-
-class Ratio(float):
-    def __repr__(self) -> str:
-        return "not the number"
-
-
-class Rows(list):
-    pass
+Name = enum.Enum("Name", {"METHOD": "method", "QUOTED": 'q"é'}, type=str)
+Level = enum.IntEnum("Level", {"LOW": 1, "HIGH": 2**40})
+Ratio = type("Ratio", (float,), {"__repr__": lambda self: "not the number"})
+Rows = type("Rows", (list,), {})
 
 
 def leaf(rng: random.Random) -> Any:

@@ -6,13 +6,10 @@ from unittest import mock
 from differential import real
 from samples import COMPONENT, HERE, REFERENCE, SYMBOL
 
-RECORDS = {
-    **dict.fromkeys(("build_symbol_search_result", "build_symbol_full_details", "build_file_symbol"), SYMBOL),
-    "build_api_endpoint": SYMBOL,
-    "build_reference": REFERENCE,
-    "build_component": COMPONENT,
-}
+RECORDS = dict.fromkeys(("build_symbol_search_result", "build_symbol_full_details", "build_file_symbol"), SYMBOL)
+RECORDS |= {"build_api_endpoint": SYMBOL, "build_reference": REFERENCE, "build_component": COMPONENT}
 PLACES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
+real.logger.setLevel(logging.INFO)  # which goes to no handler but the ones that are put there
 FQNS = ["shop.cart.Cart", "shop.cart.pay"]
 
 
@@ -45,13 +42,8 @@ def logged(place, hook):
     handler.lock = None  # or another thread that logs would have to wait
     handler.emit = handler.filter = lambda record: True
     setattr(handler, place, lambda record: hook() or True)
-    level = real.logger.level
-    real.logger.setLevel(logging.INFO)
-    try:
-        with mock.patch.object(real.logger, "handlers", [handler]):
-            return real.code_lines(HERE, PLACES)
-    finally:
-        real.logger.setLevel(level)
+    with mock.patch.object(real.logger, "handlers", [handler]):
+        return real.code_lines(HERE, PLACES)
 
 
 def hinted(hook):

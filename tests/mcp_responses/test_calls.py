@@ -31,17 +31,13 @@ def twin_of(name):
 TWINS = {name: twin_of(name) for name in good_calls()}
 
 
-def failing(self, other):
-    raise ValueError(f"compared with {other}")
-
-
 def odd(hash_of=object.__hash__, **methods):
     """A kind of names that are equal to a name, but not identical with it, and not quite a str."""
     return type("Odd", (str,), {"__hash__": hash_of, "__str__": lambda self: f"<{self[:]}>"} | methods)
 
 
 # Made of a name: another object, odd ones, and what is no name at all.
-KEYS = [lambda name: "".join(list(name)), odd(str.__hash__), odd(__eq__=failing), len, tuple]
+KEYS = [lambda name: "".join(list(name)), odd(str.__hash__), odd(__eq__=lambda self, other: 1 / 0), len, tuple]
 KEYS += [odd(__eq__=lambda self, other: "yes"), odd(__eq__=lambda self, other: ())]
 
 
@@ -74,22 +70,12 @@ class WrongCalls(unittest.TestCase):
     def test_random_calls(self):
         rng = random.Random(21)
         calls = list(good_calls().items())
-        for _ in range(scaled(15000)):
+        for _ in range(scaled(20000)):
             name, good = rng.choice(calls)
             names = [*good, *rng.sample(UNKNOWN, rng.choice((0, 0, 0, 1, 2)))]
             given = rng.sample(names, rng.randint(0, len(names)))
-            named = {rng.choice(KEYS)(key) if rng.random() < 0.1 else key: good.get(key) for key in given}
+            named = {rng.choice(KEYS)(key) if rng.random() < 0.2 else key: good.get(key) for key in given}
             self.assert_alike(name, (list(good.values()) * 2)[: rng.randint(0, rng.choice((1, len(good) + 2)))], named)
-
-    def test_names_that_are_equal_but_not_identical_or_no_names(self):
-        for name, good in good_calls().items():
-            for kind in KEYS:
-                self.assert_alike(name, [], {kind(key): value for key, value in good.items()})
-                for key, value in good.items():
-                    others = {other: value for other, value in good.items() if other != key}
-                    self.assert_alike(name, [], others | {kind(key): value})
-                    self.assert_alike(name, [], {kind(key): value} | others)
-                    self.assert_alike(name, list(good.values())[:1], {kind("x" + key): value})
 
     def test_what_cannot_be_unpacked(self):
         for name, twin in TWINS.items():

@@ -2,12 +2,12 @@
 
 import contextlib
 import errno
-import logging
 import os
 import random
 import socket
 import unittest
 from pathlib import Path
+from unittest import mock
 
 import generators
 from differential import plain, real
@@ -17,31 +17,19 @@ BREAKS = ["\n", "\r", "\r\n", "\v", "\f", "\x1c", "\x1d", "\x1e", "\x85", "\u202
 NAMES = ["a.py", "é.py", "b c", "n\udcff.py", "漢", "-", "...", "🦉.py", "it's", "q\"'", "N" * 255]
 
 
-@contextlib.contextmanager
-def logged():
-    """What the library logs, as it hands it over."""
-    lines, handler, level = [], logging.Handler(), real.logger.level
-    handler.emit = lambda record: lines.append((record.levelno, record.msg, *record.args))
-    real.logger.addHandler(handler)
-    real.logger.setLevel(logging.INFO)
-    try:
-        yield lines
-    finally:
-        real.logger.setLevel(level)
-        real.logger.removeHandler(handler)
-
-
 def outcome(function, root, places):
+    """What it answers, or the kind of its error, and what it logs."""
+
     def reason_text(reason):
         error = isinstance(reason, OSError)
         return f"[Errno {reason.errno}] {reason.strerror}: '{reason.filename}'" if error else reason
 
-    with logged() as lines:
+    with mock.patch.object(real.logger, "info") as info:
         try:
             result = list(function(root, places).items())
         except (OSError, RuntimeError, ValueError) as error:
             result = type(error)
-    return result, [(*line[:3], reason_text(line[3])) for line in lines]
+    return result, [(text, path, reason_text(reason)) for text, path, reason in (call.args for call in info.mock_calls)]
 
 
 def content(rng):

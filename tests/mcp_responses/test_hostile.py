@@ -3,7 +3,7 @@
 import random
 import sys
 import threading
-import unittest
+from concurrent.futures import ThreadPoolExecutor
 
 import generators
 from differential import DifferentialTest, exact, plain, real
@@ -132,23 +132,12 @@ class Values(DifferentialTest):
         deep[1]["k"] = [deep[1]]
         deep += [nested(list, scaled(10**6)), nested(tuple, scaled(10**6)), nested(dict, scaled(10**5))]
         self.check_nesting(deep)
-        done = []
-        limit, size = sys.getrecursionlimit(), threading.stack_size(256 * 1024)
-
-        def check(limit):
-            sys.setrecursionlimit(limit)
-            self.check_nesting(deep)
-            done.append(limit)
-
-        try:
-            for other_limit in (limit, 10**6, 200):
-                thread = threading.Thread(target=check, args=[other_limit])
-                thread.start()
-                thread.join()
-        finally:
-            sys.setrecursionlimit(limit)
-            threading.stack_size(size)
-        self.assertEqual(done, [limit, 10**6, 200])
+        self.addCleanup(sys.setrecursionlimit, sys.getrecursionlimit())
+        self.addCleanup(threading.stack_size, threading.stack_size(256 * 1024))
+        with ThreadPoolExecutor(1) as small_thread:
+            for limit in (sys.getrecursionlimit(), 10**6, 200):
+                small_thread.submit(sys.setrecursionlimit, limit).result()
+                small_thread.submit(self.check_nesting, deep).result()
 
     def test_tens_of_megabytes(self):
         size = scaled(10**7)

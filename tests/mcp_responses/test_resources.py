@@ -1,12 +1,13 @@
 """What the library takes it gives back, call after call; many threads, the end of the process, odd surroundings."""
 
+import contextlib
 import copy
 import ctypes
 import gc
 import os
 import sys
-import threading
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from differential import real
@@ -15,8 +16,8 @@ from samples import HERE, SYMBOL, failing_calls, good_calls, make_folder, record
 
 
 class Mallinfo(ctypes.Structure):
-    _names_ = "arena ordblks smblks hblks hblkhd usmblks fsmblks uordblks fordblks keepcost".split()
-    _fields_ = [(name, ctypes.c_size_t) for name in _names_]
+    _names = "arena ordblks smblks hblks hblkhd usmblks fsmblks uordblks fordblks keepcost".split()
+    _fields_ = [(name, ctypes.c_size_t) for name in _names]
 
 
 def in_use():
@@ -84,26 +85,18 @@ class Threads(unittest.TestCase):
             lambda: real.outline_module(str(key) for row in rows for key in row),
             lambda: real._encoded_size(rows),
         ]
-        left, failures = [8], []
 
         def work(call):
-            try:
-                for _ in range(scaled(2000)):
-                    try:
-                        real.tool_result_text({"answer": str(call())})
-                    except (IndexError, RuntimeError):  # rows[0], or a dict that changes under a generator
-                        pass
-            except BaseException as error:
-                failures.append(error)
-            left[0] -= 1
+            for _ in range(scaled(2000)):
+                with contextlib.suppress(IndexError, RuntimeError):  # rows[0], or a dict that changes under a generator
+                    real.tool_result_text({"answer": str(call())})
 
-        interval = sys.getswitchinterval()
+        self.addCleanup(sys.setswitchinterval, sys.getswitchinterval())
         sys.setswitchinterval(1e-6)
-        try:
-            threads = [threading.Thread(target=work, args=[call]) for call in calls]
-            [thread.start() for thread in threads]
+        with ThreadPoolExecutor(len(calls)) as pool:
+            working = [pool.submit(work, call) for call in calls]
             number = 0
-            while left[0]:
+            while not all(one.done() for one in working):
                 number += 1
                 row = {"a": [number, {str(number): rows[:1]}], number: "é" * (number % 50)}
                 rows[number % 20 :] = [row] * (number % 7)
@@ -111,10 +104,7 @@ class Threads(unittest.TestCase):
                     row.clear()
                     row.update({str(i): [i] for i in range(number % 40)})
                 rows.extend({"b": None} for _ in range(20 - len(rows)))
-            [thread.join() for thread in threads]
-        finally:
-            sys.setswitchinterval(interval)
-        self.assertEqual(failures, [])
+        self.assertEqual([one.exception() for one in working], [None] * 8)
 
     def test_calls_at_the_end_of_the_process(self):
         for _ in range(scaled(20)):
