@@ -3,9 +3,13 @@
 from __future__ import annotations
 
 import enum
+import inspect
 import random
 import struct
+from collections.abc import Callable, Iterable
 from typing import Any
+
+from samples import CITATION, COMPONENT, REFERENCE, SECTION, SYMBOL, record
 
 WHITE_SPACE = "".join(char for char in map(chr, range(0x110000)) if char.isspace())
 
@@ -96,50 +100,6 @@ def fqn(rng: random.Random) -> str:
     return ".".join(rng.choices(["shop", "cart", "Cart", "carts", "é", "漢", "🦉", ""], k=rng.randint(1, 4)))
 
 
-def symbol(rng: random.Random) -> dict[str, Any]:
-    return {
-        "fqn": fqn(rng),
-        "name": text(rng, 20),
-        "kind": rng.choice(("function", Name.METHOD, None)),
-        "start_line": line(rng),
-        "end_line": line(rng),
-        "signature": rng.choice((None, "", text(rng))),
-        "docstring": rng.choice((None, "", prose(rng, rng.choice((1, 5, 40))))),
-        "is_export": rng.choice((True, False, None, 0)),
-        "docstring_truncated": tree(rng, 1),
-    }
-
-
-def reference(rng: random.Random) -> dict[str, Any]:
-    caller = {"fqn": leaf(rng), "kind": tree(rng, 1), "more": tree(rng, 1)}
-    some = {key: caller[key] for key in rng.sample(sorted(caller), rng.randint(0, 3))}
-    return {
-        "file_path": rng.choice((None, text(rng))),
-        "line": line(rng),
-        "caller_symbol": rng.choice((None, some)),
-        "usage_type": rng.choice((None, "call", "", tree(rng, 1))),
-    }
-
-
-def component(rng: random.Random) -> dict[str, Any]:
-    return {name: tree(rng, 1) for name in ("name", "layer", "path_pattern", "file_count", "symbol_count")}
-
-
-def citation(rng: random.Random) -> dict[str, Any]:
-    """A citation of one of few places, so that repeats are common; entries may be missing."""
-    entries = {
-        "path": rng.choice(("a.py", "é.py", "漢.py", None)),
-        "line_start": rng.choice((1, 1.0, True, 2, None, 2**53 + 1, 2.0**53)),
-        "line_end": rng.choice((3, 4, "4", None)),
-        "why": tree(rng, 1),
-    }
-    return {key: entries[key] for key in rng.sample(sorted(entries), rng.randint(2, 4))}
-
-
-def citations(rng: random.Random, most: int) -> Any:
-    return rng.choice((None, [], [citation(rng) for _ in range(rng.randint(1, most))]))
-
-
 def excerpt(rng: random.Random) -> Any:
     """Text of one alphabet that is cut by a budget at every length, or at the 1200 characters of every excerpt."""
     letters = rng.choice(sorted(ALPHABETS.values())) + " " * rng.choice((0, 1, 5))
@@ -147,33 +107,56 @@ def excerpt(rng: random.Random) -> Any:
     return rng.choice((None, "", *["".join(rng.choices(letters, k=length))] * 8))
 
 
-def section(rng: random.Random) -> dict[str, Any]:
-    entries = {
-        "page_id": text(rng, 12),
-        "title": text(rng, 30),
-        "heading": rng.choice((None, text(rng, 30))),
-        "similarity": floating(rng),
-        "stale": tree(rng, 1),
-        "excerpt": excerpt(rng),
-        "citations": citations(rng, 5),
-        "unread": 1,
-    }
-    missing = rng.sample(sorted(entries), rng.choice((0, 0, 1, 2)))
-    return {key: value for key, value in entries.items() if key not in missing}
+def among(*choices: Any) -> Callable[[random.Random], Any]:
+    return lambda rng: rng.choice(choices)
 
 
-def question(rng: random.Random, sections: int) -> dict[str, Any]:
-    """The arguments of an ask answer, without a budget."""
-    return {
-        "mode": text(rng, 8),
-        "query": text(rng, 40),
-        "answer": rng.choice((None, "", text(rng), prose(rng, 60))),
-        "sections": [section(rng) for _ in range(sections)],
-        "citations": citations(rng, 30),
-        "model": rng.choice((None, "", "m")),
-        "tokens": rng.choice((None, {}, {"in": 7})),
-        "note": rng.choice((None, "", text(rng))),
-        "decisions": rng.choice((None, {}, mapping(rng))),
-        "code": rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
-        "memories": rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
-    }
+def some(rng: random.Random, names: Iterable[str], missing: int) -> dict[str, Any]:
+    """A dict that holds something under all these names but so many."""
+    return anything(rng, rng.sample(sorted(names), len([*names]) - missing))
+
+
+def citations(rng: random.Random, most: int = 30) -> Any:
+    made = [some(rng, CITATION, rng.randint(0, 2)) for _ in range(rng.randint(1, most))]
+    return rng.choice((None, [], made))
+
+
+def sections(rng: random.Random, count: int) -> list[dict[str, Any]]:
+    made = [some(rng, SECTION.keys() - {"citations"}, rng.choice((0, 0, 1, 2))) for _ in range(count)]
+    return [section | {"citations": citations(rng, 5)} for section in made]
+
+
+# What an argument, a field or an entry of this name holds; one of any other name holds anything. A citation's places
+# are few, so that repeats are common.
+MAKERS: dict[str, Callable[[random.Random], Any]] = {
+    "symbol": lambda rng: record(anything(rng, SYMBOL)),
+    "reference": lambda rng: record(anything(rng, REFERENCE)),
+    "component": lambda rng: record(anything(rng, COMPONENT)),
+    "caller_symbol": lambda rng: rng.choice((None, some(rng, ("fqn", "kind", "more"), rng.randint(0, 3)))),
+    "fqn": fqn,
+    "fqns": lambda rng: [fqn(rng) for _ in range(rng.choice((1, 2, 2, 5)))],
+    "module": lambda rng: rng.choice((None, "", "shop", fqn(rng))),
+    "start_line": line,
+    "end_line": line,
+    "docstring": lambda rng: rng.choice((None, "", prose(rng, rng.choice((1, 5, 40))))),
+    "row": mapping,
+    "path": among("a.py", "é.py", "漢.py", None),
+    "line_start": among(1, 1.0, True, 2, None, 2**53 + 1, 2.0**53),
+    "line_end": among(3, 4, "4", None),
+    "excerpt": excerpt,
+    "answer": lambda rng: rng.choice((None, "", text(rng), prose(rng, 60))),
+    "citations": citations,
+    "sections": lambda rng: sections(rng, rng.choice((0, 1, 2, 3, 5))),
+    "code": lambda rng: rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
+    "memories": lambda rng: rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
+}
+
+
+def anything(rng: random.Random, names: Iterable[str]) -> dict[str, Any]:
+    return {name: MAKERS.get(name, tree)(rng) for name in names}
+
+
+def arguments(rng: random.Random, function: Callable[..., Any]) -> dict[str, Any]:
+    """Those that have to be given, and some of the others."""
+    parameters = inspect.signature(function).parameters.values()
+    return anything(rng, [one.name for one in parameters if one.default is one.empty or rng.random() < 0.5])

@@ -25,7 +25,8 @@ PAY = {"fqn": "shop.pay", "kind": "function"}
 REFERENCE = {"file_path": "a.py", "line": 41, "caller_symbol": PAY, "usage_type": "call"}
 COMPONENT = {"name": "shop", "layer": None, "path_pattern": "shop/**", "file_count": 3, "symbol_count": 0}
 CITATION = {"path": "a.py", "line_start": 1, "line_end": 2, "why": ["é", {"deep": (1.5, None)}]}
-SECTION = {"page_id": "p", "title": "Été", "similarity": 0.5, "excerpt": "漢 words " * 90, "citations": [CITATION]}
+SECTION = {"page_id": "p", "title": "Été", "heading": "h", "similarity": 0.5, "stale": 1, "excerpt": "漢 words " * 90}
+SECTION |= {"citations": [CITATION], "unread": 0}
 ROW = {"fqn": "shop.cart", "line": 12, "lost": None, 7: ("x", {2.5: [True]})}
 
 

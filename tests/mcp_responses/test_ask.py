@@ -91,7 +91,7 @@ class Citations(DifferentialTest):
     def test_random_lists(self):
         rng = random.Random(21)
         for _ in range(1500):
-            sections = [{"citations": generators.citations(rng, 5)} for _ in range(rng.choice((0, 1, 3, 12)))]
+            sections = generators.sections(rng, rng.choice((0, 1, 3, 12)))
             self.assert_same("_ask_citations", sections, generators.citations(rng, 40) or ())
 
 
@@ -107,29 +107,35 @@ def sizes_at_decisions(arguments):
         yield plain._encoded_size(plain.build_wiki_ask_response(**arguments | {"sections": []} | dropped))
 
 
+def question(rng):
+    """The arguments of an ask answer, without a budget."""
+    return generators.arguments(rng, plain.build_wiki_ask_response) | {"query": generators.text(rng), "token_budget": None}
+
+
 class BudgetProperty(DifferentialTest):
     def test_any_budget(self):
         rng = random.Random(22)
         far = [0, 1, -1, 2**61 - 1, 2**61, 2**62, 2**63 - 1, -(2**61), -(2**61) - 1, -(2**63)]
         for _ in range(250):
-            arguments = generators.question(rng, rng.choice((0, 1, 2, 3, 5)))
+            arguments = question(rng)
             size = plain._encoded_size(plain.build_wiki_ask_response(**arguments))
             for budget in [None, rng.choice(far), *(rng.randint(0, size // 3) for _ in range(4))]:
-                self.assert_same("build_wiki_ask_response", **arguments, token_budget=budget)
+                self.assert_same("build_wiki_ask_response", **arguments | {"token_budget": budget})
 
     def test_budgets_that_a_decision_meets_exactly_or_misses_by_one_byte(self):
         rng = random.Random(23)
         for _ in range(150):
-            arguments = generators.question(rng, rng.choice((0, 1, 2, 3, 5)))
+            arguments = question(rng)
             sizes = sorted(set(sizes_at_decisions(arguments)))
             for size in rng.sample(sizes, min(4, len(sizes))):
                 # A budget is a multiple of four bytes: a longer query brings the size to it, and to one byte past it.
                 for past in (0, 1):
                     query = arguments["query"] + "q" * (-size % 4 + past)
                     budget = (size + 3) // 4
-                    self.assert_same("build_wiki_ask_response", **arguments | {"query": query}, token_budget=budget)
+                    self.assert_same("build_wiki_ask_response", **arguments | {"query": query, "token_budget": budget})
 
     def test_many_sections(self):
         rng = random.Random(24)
         for budget in (3000, 9000, 15000):
-            self.assert_same("build_wiki_ask_response", **generators.question(rng, 40), token_budget=budget)
+            arguments = question(rng) | {"sections": generators.sections(rng, 40), "token_budget": budget}
+            self.assert_same("build_wiki_ask_response", **arguments)

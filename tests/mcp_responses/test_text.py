@@ -10,14 +10,12 @@ from differential import DifferentialTest, plain, real
 CUTS = [
     ("_cut", "abcdefg", 6, "abcde…"),
     ("_cut", "abc   def", 6, "abc…"),
-    ("_cut", "ends in blanks  ", 16, "ends in blanks  "),
     ("_cut", "\u3000\u2029\x1f\x85....", 5, "…"),
     ("_cut", "a\u200b\ufeffbc", 4, "a\u200b\ufeff…"),
     ("_trimmed", "alpha beta gamma", 12, "alpha beta…"),
     ("_trimmed", "alpha betagammadelta", 12, "alpha betag…"),
     ("_trimmed", "abcd\tefghi", 8, "abcd\tef…"),
     ("_trimmed", " bc", 2, "…"),
-    ("_trimmed", "ab", 1, ""),
     ("_trimmed", "ab", -(2**63), ""),
     ("_trimmed", "ab", 2**63 - 1, "ab"),
 ]
@@ -27,10 +25,7 @@ SUMMARIES = [
     (generators.WHITE_SPACE, None),
     ("\n\n  First\nline. Second\n\nparagraph.", "First line."),
     ("Version 1.2 is used. Next.", "Version 1.2 is used."),
-    ("Wait... more", "Wait..."),
-    ("Done!Next one.", "Done!Next one."),
     ("First line\r\n\r\nsecond line.", "First line second line."),
-    ("First line\n\nsecond line.", "First line"),
     ("First line\n \nsecond line.", "First line second line."),
     ("x" * 158 + "  y " + "z" * 20, "x" * 158 + "…"),
 ]

@@ -46,7 +46,7 @@ LEAST = {
     "wiki_ask": ("build_wiki_ask_response", [], {"mode": "m", "query": "q", "answer": None, "sections": [{}]}),
 }
 # Good calls are changed where a schema sets a limit, and where they tell less than there is.
-SECTIONS = [SECTION | {"heading": "h", "stale": 1, "excerpt": "two words " * 300}]
+SECTIONS = [SECTION | {"excerpt": "two words " * 300}]
 CHANGED = {
     "symbol_not_found": {"tool_name": "symbol"},
     "wiki_ask": {"sections": SECTIONS, "citations": MANY, "token_budget": None},
