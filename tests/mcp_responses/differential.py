@@ -1,12 +1,9 @@
 """Holds the extension against the same contract in plain Python, which stands in benchmarks/."""
 
-from __future__ import annotations
-
 import json
 import sys
 import unittest
 from pathlib import Path
-from typing import Any
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "benchmarks"))
 
@@ -15,7 +12,7 @@ import plain_python as plain  # noqa: E402
 import hollin.mcp_responses as real  # noqa: E402
 
 
-def exact(value: Any) -> Any:
+def exact(value):
     """The value in a form in which == sees kinds and key order: 1, 1.0 and True differ, and a NaN equals itself."""
     if isinstance(value, dict):
         return type(value).__name__, [(exact(key), exact(member)) for key, member in value.items()]
@@ -24,7 +21,7 @@ def exact(value: Any) -> Any:
     return type(value).__name__, repr(value)
 
 
-def spoil(value: Any) -> None:
+def spoil(value):
     """Adds to every list and dict of an answer, the empty ones too."""
     if isinstance(value, dict):
         for member in value.values():
@@ -39,12 +36,12 @@ def spoil(value: Any) -> None:
 class DifferentialTest(unittest.TestCase):
     maxDiff = 2000
 
-    def assert_exactly(self, answer: Any, text: str, label: Any) -> None:
+    def assert_exactly(self, answer, text, label):
         """The answer is encoded as this text, and is exactly the value that the text reads back as."""
         self.assertEqual(real.tool_result_text(answer), text, label)
         self.assertEqual(exact(answer), exact(json.loads(text)), label)
 
-    def assert_same(self, function: str, *args: Any, **named: Any) -> None:
+    def assert_same(self, function, *args, **named):
         """Both sides answer alike, and nothing in the extension's answer is one of the caller's own containers."""
         # A tuple, a subclass and a key that is no string come back as what their text says; so does the plain answer.
         expected = plain.tool_result_text(getattr(plain, function)(*args, **named))

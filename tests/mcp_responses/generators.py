@@ -1,13 +1,9 @@
 """Random inputs for the differential tests. Each maker takes its own random.Random, so that every run is the same."""
 
-from __future__ import annotations
-
 import enum
 import inspect
 import random
 import struct
-from collections.abc import Callable, Iterable
-from typing import Any
 
 from samples import CITATION, COMPONENT, REFERENCE, SECTION, SYMBOL, record
 
@@ -25,14 +21,14 @@ ALPHABETS = {
 SIZES = [0, 1, 2, *(block + by for block in (8, 16, 32, 64) for by in (-1, 0, 1))]
 
 
-def text(rng: random.Random, longest: int = 70) -> str:
+def text(rng, longest=70):
     """A string of one to three alphabets, its length often next to the size of a block."""
     letters = "".join(rng.sample(sorted(ALPHABETS.values()), rng.choice((1, 1, 2, 3))))
     length = rng.choice(SIZES) if rng.random() < 0.5 else rng.randint(0, longest)
     return "".join(rng.choices(letters, k=min(length, longest)))
 
 
-def prose(rng: random.Random, words: int) -> str:
+def prose(rng, words):
     """Words with blanks of every kind, sentence ends and paragraph breaks between them."""
     breaks = [" "] * 12 + [". ", "! ", "?\t", ".\u00a0", "...", ".", "  ", "\u2029"]
     breaks += ["\n", "\r\n", "\n\n", "\r\n\r\n", "\n \n"]
@@ -43,12 +39,12 @@ def prose(rng: random.Random, words: int) -> str:
     return rng.choice(["", "", "\n\n", " \u3000"]) + "".join(pieces)
 
 
-def integer(rng: random.Random) -> int:
+def integer(rng):
     edges = (0, 1, -1, 10, 99, 100, 2**31, 2**53 + 1, 2**63 - 1, -(2**63))
     return rng.choice(edges) if rng.random() < 0.3 else rng.getrandbits(rng.randint(1, 63)) * rng.choice((1, -1))
 
 
-def floating(rng: random.Random) -> float:
+def floating(rng):
     """Any double at all, by its bits; or one that people write, which are a negligible part of those."""
     if rng.random() < 0.5:
         return struct.unpack("<d", rng.randbytes(8))[0]
@@ -62,7 +58,7 @@ Ratio = type("Ratio", (float,), {"__repr__": lambda self: "not the number"})
 Rows = type("Rows", (list,), {})
 
 
-def leaf(rng: random.Random) -> Any:
+def leaf(rng):
     kind = rng.randrange(10)
     if kind < 4:
         return text(rng)
@@ -73,7 +69,7 @@ def leaf(rng: random.Random) -> Any:
     return rng.choice((None, True, False, Name.QUOTED, Level.HIGH, Ratio(0.1)))
 
 
-def tree(rng: random.Random, depth: int = 3) -> Any:
+def tree(rng, depth=3):
     """A value of any kind, its containers at most `depth` deep."""
     kind = rng.randrange(10) if depth else 0
     if kind < 5:
@@ -83,7 +79,7 @@ def tree(rng: random.Random, depth: int = 3) -> Any:
     return mapping(rng, depth)
 
 
-def mapping(rng: random.Random, depth: int = 2) -> dict[Any, Any]:
+def mapping(rng, depth=2):
     """A dict of any kinds of keys, of which no two become the same text."""
     keys = [text(rng, 20) + "_" for _ in range(rng.randint(0, 4))]
     others = [None, True, False, 12, -7, 2.5, float("inf"), Name.METHOD, Level.HIGH]
@@ -91,44 +87,44 @@ def mapping(rng: random.Random, depth: int = 2) -> dict[Any, Any]:
     return {key: tree(rng, depth - 1) for key in keys}
 
 
-def line(rng: random.Random) -> Any:
+def line(rng):
     """A line number, from so few that two are often equal, also across kinds; 2**53 + 1 is no double."""
     return rng.choice((None, 0, 1, 12, 12, 12.0, True, 40, 2**53 + 1, 2.0**53, "12", [12], [12.0]))
 
 
-def fqn(rng: random.Random) -> str:
+def fqn(rng):
     return ".".join(rng.choices(["shop", "cart", "Cart", "carts", "é", "漢", "🦉", ""], k=rng.randint(1, 4)))
 
 
-def excerpt(rng: random.Random) -> Any:
+def excerpt(rng):
     """Text of one alphabet that is cut by a budget at every length, or at the 1200 characters of every excerpt."""
     letters = rng.choice(sorted(ALPHABETS.values())) + " " * rng.choice((0, 1, 5))
     length = rng.choice((rng.randint(1, 60), rng.randint(100, 500), rng.randint(1190, 1300)))
     return rng.choice((None, "", *["".join(rng.choices(letters, k=length))] * 8))
 
 
-def among(*choices: Any) -> Callable[[random.Random], Any]:
+def among(*choices):
     return lambda rng: rng.choice(choices)
 
 
-def some(rng: random.Random, names: Iterable[str], missing: int) -> dict[str, Any]:
+def some(rng, names, missing):
     """A dict that holds something under all these names but so many."""
     return anything(rng, rng.sample(sorted(names), len([*names]) - missing))
 
 
-def citations(rng: random.Random, most: int = 30) -> Any:
+def citations(rng, most=30):
     made = [some(rng, CITATION, rng.randint(0, 2)) for _ in range(rng.randint(1, most))]
     return rng.choice((None, [], made))
 
 
-def sections(rng: random.Random, count: int) -> list[dict[str, Any]]:
+def sections(rng, count):
     made = [some(rng, SECTION.keys() - {"citations"}, rng.choice((0, 0, 1, 2))) for _ in range(count)]
     return [section | {"citations": citations(rng, 5)} for section in made]
 
 
 # What an argument, a field or an entry of this name holds; one of any other name holds anything. A citation's places
 # are few, so that repeats are common.
-MAKERS: dict[str, Callable[[random.Random], Any]] = {
+MAKERS = {
     "symbol": lambda rng: record(anything(rng, SYMBOL)),
     "reference": lambda rng: record(anything(rng, REFERENCE)),
     "component": lambda rng: record(anything(rng, COMPONENT)),
@@ -152,11 +148,11 @@ MAKERS: dict[str, Callable[[random.Random], Any]] = {
 }
 
 
-def anything(rng: random.Random, names: Iterable[str]) -> dict[str, Any]:
+def anything(rng, names):
     return {name: MAKERS.get(name, tree)(rng) for name in names}
 
 
-def arguments(rng: random.Random, function: Callable[..., Any]) -> dict[str, Any]:
+def arguments(rng, function):
     """Those that have to be given, and some of the others."""
     parameters = inspect.signature(function).parameters.values()
     return anything(rng, [one.name for one in parameters if one.default is one.empty or rng.random() < 0.5])

@@ -8,16 +8,18 @@ import unittest
 
 from samples import good_calls, make_folder, run_python
 
-NAMES = [*good_calls()]
 SANITIZED = "libasan" in os.environ.get("LD_PRELOAD", "")
 
 
 class NoMemory(unittest.TestCase):
+    def assert_survived(self, code, **environment):
+        for name in good_calls():
+            failed = int(run_python(code.format(name=name), **environment))
+            self.assertGreater(failed, 1, name)
+
     @unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter has no _testcapi")
     def test_the_interpreters_allocations_fail(self):
-        for name in NAMES:
-            failed = int(run_python(NO_MEMORY.format(name=name)))
-            self.assertGreater(failed, 1, name)
+        self.assert_survived(NO_MEMORY)
 
     @unittest.skipIf(SANITIZED, "the sanitizer has an operator new of its own")
     def test_the_librarys_allocations_fail(self):
@@ -25,11 +27,8 @@ class NoMemory(unittest.TestCase):
         self.assertIsNotNone(compiler, "what built the extension is not there")
         folder = make_folder(self.addCleanup)
         (folder / "fail.cc").write_text(FAILING_NEW)
-        command = [compiler, "-shared", "-fPIC", "-o", folder / "fail.so", folder / "fail.cc"]
-        subprocess.run(command, check=True)
-        for name in NAMES:
-            failed = int(run_python(NO_NEW.format(name=name), LD_PRELOAD=str(folder / "fail.so")))
-            self.assertGreater(failed, 1, name)
+        subprocess.run([compiler, "-shared", "-fPIC", "-o", folder / "fail.so", folder / "fail.cc"], check=True)
+        self.assert_survived(NO_NEW, LD_PRELOAD=str(folder / "fail.so"))
 
 
 # Fails the first allocation, the second, and so on, each alone and with all that come after it, until none is left.

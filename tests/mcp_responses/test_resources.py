@@ -125,16 +125,15 @@ class Surroundings(unittest.TestCase):
 LAST_CALLS = """
 import threading, samples
 import hollin.mcp_responses as real
-started = threading.Semaphore(0)
+started = threading.Barrier(5)
 def forever():
-    started.release()
+    started.wait()
     while True:
         real.code_lines(samples.HERE, [("samples.py", 1), ("missing.py", 1), ("test_text.py", 3)])
         real.build_paginated_response([samples.ROW], 9, 0)
 for _ in range(4):
     threading.Thread(target=forever, daemon=True).start()
-for _ in range(4):
-    started.acquire()
+started.wait()
 """
 
 TESTS = """
@@ -147,15 +146,14 @@ sys.exit(not result.wasSuccessful() or result.testsRun < 10)
 """
 
 ASCII = """
-import logging, sys
+import sys
+from unittest import mock
 import hollin.mcp_responses as real
 assert sys.getfilesystemencoding() == "ascii" or sys.flags.utf8_mode == 0
-lines = []
-real.logger.addHandler(handler := logging.Handler())
-real.logger.setLevel("INFO")
-handler.emit = lambda record: lines.append(record.args)
 places = [("\\xe9.py", 1), ("\\udcc3\\udca9.py", 1), ("\\xe8.py", 1)]
-assert real.code_lines({folder!r}, places) == dict.fromkeys(places[:2], "one")
-assert [line[0] for line in lines] == ["\\xe8.py"] and lines[0][1].startswith("[Errno 2] No such file"), lines
+with mock.patch.object(real.logger, "info") as info:
+    assert real.code_lines({folder!r}, places) == dict.fromkeys(places[:2], "one")
+((_, path, reason),) = [call.args for call in info.mock_calls]
+assert path == "\\xe8.py" and reason.startswith("[Errno 2] No such file"), reason
 assert real.tool_result_text(["\\xe9\\U0001f600"]) == '["\\xe9\\U0001f600"]'
 """
