@@ -93,7 +93,8 @@ def line(rng):
 
 
 def fqn(rng):
-    return ".".join(rng.choices(["shop", "cart", "Cart", "carts", "é", "漢", "🦉", ""], k=rng.randint(1, 4)))
+    words = rng.choices(["shop", "cart", "Cart", "carts", "é", "漢", "🦉", ""], k=rng.randint(1, 4))
+    return rng.choice(("", "", "shop.", "shop.cart", "shop.cart.")) + ".".join(words)
 
 
 def excerpt(rng):
@@ -112,14 +113,13 @@ def some(rng, names, missing):
     return anything(rng, rng.sample(sorted(names), len([*names]) - missing))
 
 
-def citations(rng, most=30):
-    made = [some(rng, CITATION, rng.randint(0, 2)) for _ in range(rng.randint(1, most))]
+def citations(rng):
+    made = [some(rng, CITATION, rng.randint(0, 2)) for _ in range(rng.randint(1, rng.choice((5, 40))))]
     return rng.choice((None, [], made))
 
 
 def sections(rng, count):
-    made = [some(rng, SECTION.keys() - {"citations"}, rng.choice((0, 0, 1, 2))) for _ in range(count)]
-    return [section | {"citations": citations(rng, 5)} for section in made]
+    return [some(rng, SECTION, rng.choice((0, 0, 1, 2))) for _ in range(count)]
 
 
 # What an argument, a field or an entry of this name holds; one of any other name holds anything. A citation's places
@@ -130,8 +130,8 @@ MAKERS = {
     "component": lambda rng: record(anything(rng, COMPONENT)),
     "caller_symbol": lambda rng: rng.choice((None, some(rng, ("fqn", "kind", "more"), rng.randint(0, 3)))),
     "fqn": fqn,
-    "fqns": lambda rng: [fqn(rng) for _ in range(rng.choice((1, 2, 2, 5)))],
-    "module": lambda rng: rng.choice((None, "", "shop", fqn(rng))),
+    "fqns": lambda rng: [fqn(rng) for _ in range(rng.choice((0, 1, 2, 2, 5)))],
+    "module": lambda rng: rng.choice((None, "", "shop", "shop.cart", fqn(rng))),
     "start_line": line,
     "end_line": line,
     "docstring": lambda rng: rng.choice((None, "", prose(rng, rng.choice((1, 5, 40))))),

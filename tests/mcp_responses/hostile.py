@@ -105,13 +105,13 @@ def overriding_everything(base):
 OVERRIDING = {base: overriding_everything(base) for base in (str, int, float, list, tuple, dict)}
 
 
-def disguised(value):
+def disguised(value, keys_too):
     """The same content, every part of it an instance of a subclass that overrides all it can."""
 
     def make(part):
         return OVERRIDING[type(part)](part) if type(part) in OVERRIDING else part
 
-    return rebuilt(value, make, make)
+    return rebuilt(value, make, make if keys_too else str)
 
 
 def parts(value):

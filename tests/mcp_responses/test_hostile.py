@@ -1,5 +1,6 @@
 """Values nobody should hand in, in every argument of every function: the answer is right or the error says where."""
 
+import itertools
 import random
 import sys
 import threading
@@ -12,6 +13,9 @@ from samples import SYMBOL, good_calls, record, scaled
 
 ANYTHING = "None, bool, int, float, str, list, tuple or dict"
 KINDS = {"None": None, "bool": True, "int": 7, "float": 0.5, "str": "t", "list": [[]], "dict": {"k": 1}, "set": {1}}
+
+
+UnequalName = type("UnequalName", (str,), {"__eq__": object.__eq__, "__hash__": object.__hash__})
 
 
 def outcome(function, arguments):
@@ -28,8 +32,8 @@ class Values(DifferentialTest):
         self.assertEqual(str(raised.exception), text)
 
     def test_subclasses_that_override_everything(self):
-        for function, good in good_calls().items():
-            hostile = {name: disguised(value) for name, value in good.items()}
+        for (function, good), keys_too in itertools.product(good_calls().items(), (True, False)):
+            hostile = {name: disguised(value, keys_too) for name, value in good.items()}
             hostile |= {name: list.copy(hostile[name]) for name in {"places", "fqns"} & {*good}}  # these are iterated
             answer = getattr(real, function)(**hostile)
             self.assertEqual(exact(answer), exact(getattr(real, function)(**good)), function)
@@ -72,7 +76,7 @@ class Values(DifferentialTest):
         rng = random.Random(31)
         keys = [1, "1", 1.5, "1.5", None, "null", True, "true", False, "false", 0, "0", -0.0, "-0.0", "é", 2**63 - 1]
         keys += [float("nan"), float("nan"), "NaN", float("inf"), "Infinity", generators.Name.METHOD, "method"]
-        keys += [generators.Level.LOW, generators.Ratio(0.5), "0.5", 7, "7"]
+        keys += [generators.Level.LOW, generators.Ratio(0.5), "0.5", 7, "7", UnequalName("é")]
         for _ in range(scaled(60)):
             for slot in SLOTS:
                 value = {key: generators.leaf(rng) for key in rng.sample(keys, rng.randint(2, len(keys)))}
@@ -109,11 +113,14 @@ class Values(DifferentialTest):
                 self.assertIs([*real.build_empty_paginated_response(text)][0], text)
 
     def check_nesting(self, deep):
+        most = min(max(sys.getrecursionlimit(), 400), 1000)
         for kind in (list, tuple, dict):
             opening, closing = ('{"k":', "}") if kind is dict else ("[", "]")
-            text = opening * 399 + opening[0] + closing * 400
-            self.assertEqual(real.tool_result_text(nested(kind, 400)), text)
-            self.assertEqual(real._encoded_size(nested(kind, 400)), len(text))
+            text = opening * (most - 1) + opening[0] + closing * most
+            self.assertEqual(real.tool_result_text(nested(kind, most)), text)
+            self.assertEqual(real._encoded_size(nested(kind, most)), len(text))
+            for function in (real.tool_result_text, real._encoded_size):
+                self.assertRaises(RecursionError, function, nested(kind, most + 1))
             for slot in SLOTS:
                 slot.call(nested(kind, 390))
         for value in deep:
