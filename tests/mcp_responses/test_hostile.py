@@ -53,6 +53,8 @@ class Values(DifferentialTest):
             where = slot.where + "[1]['é\\n'][7][0.5][...][0]"
             value = [["before"], {"é\n": {7: {0.5: {None: (object(), 1)}}}}]
             self.assert_refused(slot, value, TypeError, f"{where} must be {ANYTHING}, not object")
+        with self.assertRaisesRegex(OverflowError, r"^result\[\.\.\.\] is an int beyond 64 bits"):
+            real.tool_result_text({10**5000: 2**64})  # a key with more digits than the interpreter writes
 
     def test_arguments_that_cannot_be_anything(self):
         for function, good in good_calls().items():

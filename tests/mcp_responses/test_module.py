@@ -88,18 +88,18 @@ class Loading(unittest.TestCase):
             self.assertEqual(list(vars(self.import_anew()))[-1], "get_empty_response")
 
     def test_a_module_that_is_dropped_goes_with_all_that_it_held(self):
-        modules = []
+        held = []
         for _ in range(scaled(20)):
             module = self.import_anew()
             cut = module._cut
-            modules.append(weakref.ref(module))
+            held += [weakref.ref(cut), weakref.ref(module)]
             del module
             self.forget()
             gc.collect()
-            self.assertEqual((cut("abc", 2), modules[-1]() is None), ("a…", False), "a function keeps its module")
+            self.assertEqual((cut("abc", 2), held[-1]() is None), ("a…", False), "a function keeps its module")
             del cut
         gc.collect()
-        self.assertEqual([module() for module in modules], [None] * len(modules))
+        self.assertEqual([one() for one in held], [None] * len(held))
 
     def test_one_import_does_not_see_what_is_done_to_another(self):
         first, second = self.import_anew(), self.import_anew()
