@@ -92,7 +92,8 @@ def sizes_at_decisions(arguments):
 
 def question(rng):
     """The arguments of an ask answer, without a budget."""
-    return generators.arguments(rng, plain.build_wiki_ask_response) | {"query": generators.text(rng), "token_budget": None}
+    some = generators.arguments(rng, plain.build_wiki_ask_response)
+    return some | {"query": generators.text(rng), "token_budget": None}
 
 
 class BudgetProperty(DifferentialTest):

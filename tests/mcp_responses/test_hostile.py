@@ -85,6 +85,7 @@ class Values(DifferentialTest):
                 value = rng.choice((value, [value], (1, {"in": value}), {None: value, "null": value, "x": value}))
                 self.assertEqual(exact(slot.call(value)), exact(slot.call(merged(value))), slot)
             self.assertEqual(real.tool_result_text(value), plain.tool_result_text(merged(value)))
+        self.assertEqual(real.tool_result_text({"é": 1, UnequalName("é"): 2}), '{"é":2}')
 
     def test_lone_surrogates_everywhere(self):
         rng = random.Random(32)

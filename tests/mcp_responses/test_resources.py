@@ -125,15 +125,16 @@ class Surroundings(unittest.TestCase):
 LAST_CALLS = """
 import threading, samples
 import hollin.mcp_responses as real
-started = threading.Barrier(5)
+started = threading.Semaphore(0)
 def forever():
-    started.wait()
+    started.release()
     while True:
         real.code_lines(samples.HERE, [("samples.py", 1), ("missing.py", 1), ("test_text.py", 3)])
         real.build_paginated_response([samples.ROW], 9, 0)
 for _ in range(4):
     threading.Thread(target=forever, daemon=True).start()
-started.wait()
+for _ in range(4):
+    started.acquire()
 """
 
 TESTS = """

@@ -30,7 +30,8 @@ class LibraryTest(unittest.TestCase):
 
     def test_found_by_pkg_config(self):
         (found,) = self.prefix.glob("lib*/**/pkgconfig")
-        self.assertEqual(run("pkg-config", "--modversion", "mcp_responses", PKG_CONFIG_LIBDIR=found).strip(), newest_release())
+        version = run("pkg-config", "--modversion", "mcp_responses", PKG_CONFIG_LIBDIR=found)
+        self.assertEqual(version.strip(), newest_release())
         self.compile(CONSUMER / "main.cc", self.folder / "consumer")
         self.assertEqual(run(self.folder / "consumer"), ANSWERS)
 
