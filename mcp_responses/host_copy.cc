@@ -125,6 +125,9 @@ struct ShallowCopy {
   }
 };
 
+/// For what a copy consists of: the host's own types.
+bool is_leaf(PyObject* copy) { return !PyList_CheckExact(copy) && !PyDict_CheckExact(copy); }
+
 /// A container of the copy, and how far its elements have been copied.
 class Level {
  public:
@@ -183,9 +186,8 @@ HostRef plain_copy(PyObject* root) {
     const HostRef original = HostRef::borrow(levels.back().element());
     const ShallowCopy inner(original.get());
     levels.back().replace(inner.object.get());
-    if (inner.is_whole) continue;
-    if (levels.size() >= most) throw NestingError();
-    levels.emplace_back(inner.object.get());
+    if (levels.size() >= most && !is_leaf(inner.object.get())) throw NestingError();
+    if (!inner.is_whole) levels.emplace_back(inner.object.get());
   }
   return std::move(copy.object);
 }

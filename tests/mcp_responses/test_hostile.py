@@ -53,8 +53,9 @@ class Values(DifferentialTest):
             where = slot.where + "[1]['é\\n'][7][0.5][...][0]"
             value = [["before"], {"é\n": {7: {0.5: {None: (object(), 1)}}}}]
             self.assert_refused(slot, value, TypeError, f"{where} must be {ANYTHING}, not object")
-        with self.assertRaisesRegex(OverflowError, r"^result\[\.\.\.\] is an int beyond 64 bits"):
-            real.tool_result_text({10**5000: 2**64})  # a key with more digits than the interpreter writes
+        thing = object()
+        with self.assertRaisesRegex(TypeError, r"^test_file\[\.\.\.\] must be"):
+            real.build_test_coverage({10**5000: thing}, thing)  # a key with more digits than the interpreter writes
 
     def test_arguments_that_cannot_be_anything(self):
         for function, good in good_calls().items():
@@ -122,7 +123,8 @@ class Values(DifferentialTest):
             text = opening * (most - 1) + opening[0] + closing * most
             self.assertEqual(real.tool_result_text(nested(kind, most)), text)
             self.assertEqual(real._encoded_size(nested(kind, most)), len(text))
-            for function in (real.tool_result_text, real._encoded_size):
+            real.build_test_coverage(nested(kind, most), "")
+            for function in (real.tool_result_text, real._encoded_size, lambda x: real.build_test_coverage(x, "")):
                 self.assertRaises(RecursionError, function, nested(kind, most + 1))
             for slot in SLOTS:
                 slot.call(nested(kind, 390))
