@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "models/slow_cuts.h"
 #include "models/texts.h"
@@ -17,33 +16,6 @@ using namespace std::string_literals;
 TEST(Cuts, WhiteSpaceIsTheseCodePointsAndNoOthers) {
   for (std::uint32_t c = 0; c <= 0x10FFFF; ++c)
     ASSERT_EQ(is_white_space(c), models::is_space(c)) << c;
-}
-
-// White space of all kinds at and around each possible cut, in each width.
-const std::u32string nasty_texts[] = {U"",
-                                      U" ",
-                                      U"alpha  beta\t gamma.\n\x1f delta   \r\n  end  ",
-                                      U"caf\xE9\xA0\xA0 \x85 au lait  ",
-                                      U" \u2003 \u3000x\u200B y \uFEFF\u2028 z\u1680 ",
-                                      U"\U0001F600 \U0001F600\u00A0  \U0001F600  \U0001F600 "};
-
-TEST(Cuts, EveryLengthOfEveryNastyText) {
-  for (const std::u32string& plain : nasty_texts) {
-    const Text text = models::text_of(plain);
-    for (std::int64_t chars = -2; chars <= static_cast<std::int64_t>(plain.size()) + 2; ++chars) {
-      SCOPED_TRACE(testing::Message() << text.utf8() << " to " << chars);
-      const std::u32string hard = models::code_points_of(_cut(text, chars));
-      const std::u32string soft = models::code_points_of(_trimmed(text, chars));
-      EXPECT_EQ(soft, models::trimmed(plain, chars));
-      EXPECT_EQ(hard, chars < 1 ? U"" : models::cut(plain, chars));
-      for (const std::u32string& cut : {hard, soft}) {
-        EXPECT_LE(static_cast<std::int64_t>(cut.size()), std::max<std::int64_t>(0, chars));
-        if (cut == plain || cut.empty()) continue;
-        EXPECT_EQ(cut.back(), U'…');
-        EXPECT_TRUE(plain.starts_with(cut.substr(0, cut.size() - 1)));
-      }
-    }
-  }
 }
 
 TEST(Cuts, Examples) {

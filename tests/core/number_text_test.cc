@@ -2,14 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <random>
 #include <string>
-
-#include "models/slow_encode.h"
 
 namespace mcp_responses {
 namespace {
@@ -52,32 +48,6 @@ TEST(NumberText, Integers) {
        {std::int64_t{0}, std::int64_t{-42}, std::numeric_limits<std::int64_t>::min(),
         std::numeric_limits<std::int64_t>::max()}) {
     EXPECT_EQ(NumberText(integer).view(), std::to_string(integer));
-  }
-}
-
-void expect_shortest(double real) {
-  const std::string text = text_of(real);
-  ASSERT_EQ(std::bit_cast<std::uint64_t>(std::strtod(text.c_str(), nullptr)),
-            std::bit_cast<std::uint64_t>(real))
-      << text;
-  ASSERT_EQ(text, models::slow_number(real)) << std::hexfloat << real;
-}
-
-TEST(NumberText, ReadsBackAndIsTheShortestThatDoes) {
-  for (int exponent = -1074; exponent < 1024; ++exponent) {
-    const double power = std::ldexp(1.0, exponent);
-    for (const double real : {power, std::nextafter(power, 0.0), std::nextafter(power, 1e308)})
-      expect_shortest(real);
-  }
-  for (int exponent = -323; exponent <= 308; ++exponent) {
-    expect_shortest(std::strtod(("1e" + std::to_string(exponent)).c_str(), nullptr));
-  }
-  std::mt19937_64 random;
-  for (int i = 0; i < 10000; ++i) {
-    const auto real = std::bit_cast<double>(random());
-    if (std::isfinite(real)) expect_shortest(real);
-    expect_shortest(static_cast<double>(static_cast<std::int64_t>(random()) >> (random() % 64)) /
-                    1000);
   }
 }
 
