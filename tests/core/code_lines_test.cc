@@ -95,16 +95,5 @@ TEST(CodeLines, ComeFileByFileAndLineByLine) {
   EXPECT_EQ(readings, 1) << "without a root, not at all";
 }
 
-TEST(CodeLines, AnErrorLeavesWhatCameBeforeItTold) {
-  const models::LinkTree tree;
-  std::string told;
-  CodeLinesHooks hooks;
-  hooks.not_read = [&told](const Text& path, const std::string&) { told += path.utf8() + ";"; };
-  const std::vector<Place> places{{"gone"_t, 1}, {"self"_t, 1}, {"gone2"_t, 1}};
-  EXPECT_THROW(code_lines(tree.root(), places, hooks), LinkLoop);
-  EXPECT_EQ(told, "gone;");
-  EXPECT_THROW(code_lines(std::string("a\0b", 3), {}), NulInPath);
-}
-
 }  // namespace
 }  // namespace mcp_responses

@@ -13,7 +13,6 @@
 #include <map>
 #include <string>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 #include "models/link_tree.h"
@@ -69,36 +68,6 @@ TEST_P(WorkTreeTest, EachPathLeadsWhereItsLinksLead) {
       EXPECT_EQ(files_.read(path), end) << path << " in the model";
     }
   }
-}
-
-TEST_P(WorkTreeTest, TheRootItselfMayBeALinkOrMissingOrNoFolder) {
-  const std::string base = files_.base();
-  const std::tuple<std::string, std::string, const char*> rows[] = {
-      {base + "/into", "a.py", "root/a.py"},
-      {base + "/into/dir/", root_ + "/sub/b.py", "root/sub/b.py"},
-      {base + "/root/../root2", "a.py", "root2/a.py"},
-      {base + "/gone", "a.py", "unreadable"},
-      {base + "/gone", "../root/a.py", "outside"},
-      {root_ + "/a.py", "", "root/a.py"},
-      {root_ + "/a.py", "x", "unreadable"},
-      {"/", base + "/outside/s.py", "outside/s.py"},
-      {"/", "../.." + base + "/outside/s.py", "outside/s.py"}};
-  for (const auto& [root, path, end] : rows) {
-    EXPECT_EQ(outcome(WorkTree(root, GetParam()), path), end) << root << " and " << path;
-  }
-  EXPECT_THROW(WorkTree(root_ + "/self", GetParam()), LinkLoop);
-}
-
-TEST_P(WorkTreeTest, ARelativeRootIsTakenFromTheCurrentFolder) {
-  const fs::path before = fs::current_path();
-  fs::current_path(root_ + "/dir");
-  const WorkTree here("", GetParam());
-  const WorkTree above("..", GetParam());
-  EXPECT_EQ(resolved("deep/../x/./y"), root_ + "/sub/x/y");
-  fs::current_path(before);
-  EXPECT_EQ(outcome(here, "b.py"), "root/sub/b.py");
-  EXPECT_EQ(outcome(here, "../a.py"), "outside");
-  EXPECT_EQ(outcome(above, "a.py"), "root/a.py");
 }
 
 std::string reason(const WorkTree& tree, const std::string& path) {
