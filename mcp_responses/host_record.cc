@@ -41,24 +41,36 @@ HostRef HostRecord::copied(PyObject* attribute, Field field) const {
   try {
     return plain_copy(attribute);
   } catch (const Refused& refused) {
-    refuse(refused, field, attribute);
+    refuse(refused, place_in(field, attribute, refused));
   }
 }
 
 Value HostRecord::value(Field field) const {
-  const HostRef attribute = this->attribute(field);
+  HostRef attribute = this->attribute(field);
   try {
-    return to_value(HostRef::borrow(attribute.get()));
+    Value value = to_value(HostRef::borrow(attribute.get()));
+    if (looked_into_ != nullptr && host_container(value) != nullptr)
+      looked_into_->emplace_back(field, std::move(attribute));
+    return value;
   } catch (const Refused& refused) {
-    refuse(refused, field, attribute.get());
+    refuse(refused, place_in(field, attribute.get(), refused));
   }
 }
 
-void HostRecord::refuse(const Refused& refused, Field field, PyObject* attribute) const {
-  const std::string name = std::string(name_) + "." + field_name(field);
-  const std::string place = path_to(refused.object(), attribute, name);
-  raise_refused(refused, place.empty() ? name : place);
+std::string HostRecord::place_in(Field field, PyObject* attribute, const Refused& refused) const {
+  return path_to(refused.object(), attribute, std::string(name_) + "." + field_name(field));
+}
+
+void HostRecord::refuse(const Refused& refused, const std::string& place) {
+  raise_refused(refused, place);
   throw HostError();
+}
+
+void HostRecord::refuse_inside(const LookedInto& looked_into, const Refused& refused) const {
+  for (const auto& [field, attribute] : looked_into) {
+    const std::string place = place_in(field, attribute.get(), refused);
+    if (!place.empty()) refuse(refused, place);
+  }
 }
 
 }  // namespace mcp_responses

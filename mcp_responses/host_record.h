@@ -2,6 +2,10 @@
 // looked at.
 #pragma once
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "host_copy.h"
 #include "host_ref.h"
 #include "host_value.h"
@@ -22,11 +26,27 @@ class HostRecord {
     HostRef attribute = this->attribute(field);
     return is_plain_leaf(attribute.get()) ? std::move(attribute) : copied(attribute.get(), field);
   }
-  /// The same, to be looked into.
+  /// The same, to be looked into, which has to happen in `answered`.
   Value value(Field field) const;
   static HostRef made(const TextView& characters) { return to_host_string_or_none(characters); }
 
+  /// Calls `answer`, which builds one of this record; its errors say where in the record a value is
+  /// that cannot be part of it.
+  template <class Answer>
+  HostRef answered(Answer&& answer) const {
+    LookedInto looked_into;
+    looked_into_ = &looked_into;
+    try {
+      return std::forward<Answer>(answer)();
+    } catch (const Refused& refused) {
+      refuse_inside(looked_into, refused);
+      throw;
+    }
+  }
+
  private:
+  using LookedInto = std::vector<std::pair<Field, HostRef>>;  // lists and dicts
+
   HostRef attribute(Field field) const {
     PyObject* const name = state_.field_name(field);
     // PyObject_GetAttr is one step more to where the attributes of most objects are.
@@ -39,11 +59,14 @@ class HostRecord {
   }
   [[noreturn]] void fail(PyObject* name, bool is_generic) const;
   HostRef copied(PyObject* attribute, Field field) const;
-  [[noreturn]] void refuse(const Refused& refused, Field field, PyObject* attribute) const;
+  std::string place_in(Field field, PyObject* attribute, const Refused& refused) const;
+  [[noreturn]] static void refuse(const Refused& refused, const std::string& place);
+  void refuse_inside(const LookedInto& looked_into, const Refused& refused) const;
 
   const State& state_;
   PyObject* object_;
   const char* name_;
+  mutable LookedInto* looked_into_ = nullptr;
 };
 
 }  // namespace mcp_responses

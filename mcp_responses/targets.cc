@@ -121,7 +121,8 @@ HostRef outline_module(const Call& call) {
 }
 
 HostRef build_file_symbol(const Call& call) {
-  return answer(call, file_symbol(record(call), value(call, 1)));
+  const HostRecord symbol = record(call);
+  return symbol.answered([&] { return answer(call, file_symbol(symbol, value(call, 1))); });
 }
 
 HostRef build_api_endpoint(const Call& call) {
@@ -129,7 +130,10 @@ HostRef build_api_endpoint(const Call& call) {
 }
 
 HostRef build_reference(const Call& call) {
-  return answer(call, reference_row(record(call), passed(call, 1)));
+  const HostRecord reference = record(call);
+  HostRef code = passed(call, 1);
+  return reference.answered(
+      [&] { return answer(call, reference_row(reference, std::move(code))); });
 }
 
 HostRef build_component(const Call& call) { return answer(call, component_row(record(call))); }

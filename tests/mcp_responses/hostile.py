@@ -67,6 +67,9 @@ def slots():
     for name, (function, fields) in RECORDS.items():
         for field in {*fields} - {"caller_symbol"}:
             yield slot(function, name, f".{field}", lambda value, b=fields, field=field: record(b, **{field: value}))
+    yield slot("build_file_symbol", "symbol", ".start_line", lambda value: record(SYMBOL, start_line=value))
+    called = ".caller_symbol['fqn']"
+    yield slot("build_reference", "reference", called, lambda value: record(REFERENCE, caller_symbol={"fqn": value}))
 
 
 SLOTS = [*slots()]
