@@ -45,8 +45,17 @@ HostRef HostRecord::copied(PyObject* attribute, Field field) const {
   }
 }
 
-Value HostRecord::value(Field field) const {
-  HostRef attribute = this->attribute(field);
+Value HostRecord::value(Field field) const { return opened(attribute(field), field); }
+
+HostRef HostRecord::summary(Field field) const {
+  HostRef docstring = attribute(field);
+  if (docstring.get() == Py_None) return docstring;
+  if (PyUnicode_Check(docstring.get())) return host_first_sentence(docstring.get());
+  sentence_of(opened(std::move(docstring), field));  // which says what it should be
+  return {};
+}
+
+Value HostRecord::opened(HostRef attribute, Field field) const {
   try {
     Value value = to_value(HostRef::borrow(attribute.get()));
     if (looked_into_ != nullptr && host_container(value) != nullptr)

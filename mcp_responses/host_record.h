@@ -28,7 +28,8 @@ class HostRecord {
   }
   /// The same, to be looked into, which has to happen in `answered`.
   Value value(Field field) const;
-  static HostRef made(const TextView& characters) { return to_host_string_or_none(characters); }
+  /// The first sentence of the docstring in a field, or None.
+  HostRef summary(Field field) const;
 
   /// Calls `answer`, which builds one of this record; its errors say where in the record a value is
   /// that cannot be part of it.
@@ -59,6 +60,7 @@ class HostRecord {
   }
   [[noreturn]] void fail(PyObject* name, bool is_generic) const;
   HostRef copied(PyObject* attribute, Field field) const;
+  Value opened(HostRef attribute, Field field) const;
   std::string place_in(Field field, PyObject* attribute, const Refused& refused) const;
   [[noreturn]] static void refuse(const Refused& refused, const std::string& place);
   void refuse_inside(const LookedInto& looked_into, const Refused& refused) const;

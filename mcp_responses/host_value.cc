@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "cuts.h"
 #include "host_copy.h"
 #include "host_encode.h"
 
@@ -164,8 +165,10 @@ HostRef to_host_string(const Handle& text) {
   return string_of(text.holder().text(text.payload()));
 }
 
-HostRef to_host_string_or_none(const TextView& characters) {
-  return characters.size == 0 ? HostRef::borrow(Py_None) : string_of(characters);
+HostRef host_first_sentence(PyObject* docstring) {
+  check(PyUnicode_READY(docstring));
+  const FirstSentence sentence(view_of(docstring));
+  return sentence.view().size == 0 ? HostRef::borrow(Py_None) : string_of(sentence.view());
 }
 
 }  // namespace mcp_responses

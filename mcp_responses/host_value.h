@@ -130,7 +130,7 @@ HostRef to_host_string(const Handle& text);
 /// A new str of these characters. Requires that their range is the narrowest that fits.
 HostRef exact_host_string(const TextView& characters);
 
-/// A new str of these characters, or None without any.
-HostRef to_host_string_or_none(const TextView& characters);
+/// The first sentence of a str, or None.
+HostRef host_first_sentence(PyObject* docstring);
 
 }  // namespace mcp_responses

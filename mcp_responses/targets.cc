@@ -74,8 +74,7 @@ HostRef encoded_size(const Call& call) {
 HostRef first_sentence(const Call& call) {
   if (call[0] == Py_None) return HostRef::borrow(Py_None);
   if (!PyUnicode_Check(call[0])) refuse_type("docstring", "str or None", call[0]);
-  check(PyUnicode_READY(call[0]));
-  return to_host_string_or_none(FirstSentence(view_of(call[0])).view());
+  return host_first_sentence(call[0]);
 }
 
 HostRef cut(const Call& call) { return to_host_string(_cut(text(call, 0), integer(call, 1))); }

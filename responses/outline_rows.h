@@ -6,7 +6,6 @@
 
 #include "keys.h"
 #include "records.h"
-#include "symbol_rows.h"
 #include "text.h"
 #include "value.h"
 
@@ -40,7 +39,7 @@ auto file_symbol(const Source& symbol, const Value& module) {
       "line"_known = std::move(line),
       "end_line"_known = std::move(end_line),
       "signature"_known = symbol.read(Field::signature),
-      "summary"_known = summary_of(symbol),
+      "summary"_known = symbol.summary(Field::docstring),
   };
 }
 

@@ -6,9 +6,17 @@
 
 namespace mcp_responses {
 
-Value Record::made(const TextView& characters) {
-  if (characters.size == 0) return {};
-  return visit_units(characters, [](auto units) { return Text::copy_of(units); });
+Value Record::summary(Field field) const {
+  const FirstSentence sentence = sentence_of(read(field));
+  if (sentence.view().size == 0) return {};
+  return visit_units(sentence.view(), [](auto units) { return Text::copy_of(units); });
+}
+
+FirstSentence sentence_of(const Value& docstring) {
+  if (docstring.is_null()) return FirstSentence({});
+  if (docstring.kind() != Kind::string)
+    throw KindError("symbol.docstring", "str or None", docstring.kind());
+  return FirstSentence(docstring.holder().text(docstring.payload()));
 }
 
 Value PlainRecord::read(Field field) const {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "cuts.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -59,18 +60,23 @@ class Record {
   /// not have it.
   virtual Value read(Field field) const = 0;
   Value value(Field field) const { return read(field); }
-  /// A field that is made of these characters; null without any.
-  static Value made(const TextView& characters);
+  /// The first sentence of the docstring in a field; null where there is none. Throws `KindError`
+  /// when the field is neither a string nor null.
+  Value summary(Field field) const;
 };
 
 /// What a row is read from: `read` gives a field that the row only hands on, of whatever kind the
-/// host has for it, `value` one that it looks into, `made` one that the row makes itself.
+/// host has for it, `value` one that it looks into, `summary` what it shows of one.
 template <class Source>
 concept RecordSource = requires(const Source& source, Field field) {
   source.read(field);
-  source.made(TextView());
+  source.summary(field);
   { source.value(field) } -> std::same_as<Value>;
 };
+
+/// The first sentence of a docstring; no text for null. Throws `KindError` when it is neither a
+/// string nor null.
+FirstSentence sentence_of(const Value& docstring);
 
 /// A record made of the fields it is given.
 class PlainRecord : public Record {

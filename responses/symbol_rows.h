@@ -3,7 +3,6 @@
 
 #include <utility>
 
-#include "cuts.h"
 #include "keys.h"
 #include "records.h"
 #include "value.h"
@@ -20,16 +19,6 @@ Object build_symbol_search_result(const Record& symbol, Value file_path = {});
 /// uncut.
 Object build_symbol_full_details(const Record& symbol, Value file_path = {});
 
-/// The first sentence of a docstring; no text for null. Throws `KindError` when it is neither a
-/// string nor null.
-FirstSentence sentence_of(const Value& docstring);
-
-/// The "summary" of a symbol, of the kind that its source makes.
-template <RecordSource Source>
-auto summary_of(const Source& symbol) {
-  return symbol.made(sentence_of(symbol.value(Field::docstring)).view());
-}
-
 /// The members of these answers, over any kind of value that a source gives.
 template <RecordSource Source, class Passed>
 auto symbol_search_result(const Source& symbol, Passed file_path) {
@@ -40,7 +29,7 @@ auto symbol_search_result(const Source& symbol, Passed file_path) {
       "file"_known = std::move(file_path),
       "line"_known = symbol.read(Field::start_line),
       "signature"_known = symbol.read(Field::signature),
-      "summary"_known = summary_of(symbol),
+      "summary"_known = symbol.summary(Field::docstring),
   };
 }
 
