@@ -64,6 +64,18 @@ _COMPONENT = "build_component(component)"
 _STATUS = "build_index_status_response('ready', 'healthy', 'main', 100, 812, 10231, '2024-05-01T12:00:00Z', 2)"
 _WIKI_STATUS = "build_wiki_status_response(built=True, branch='main', pages=31, files_covered=700, total_sources=812)"
 _COPIES = (_DETAILS, _ENDPOINT, _COMPONENT, _STATUS)
+_OTHERS = {
+    "without_nulls": "without_nulls(rows[0])",
+    "outline_module, 20 symbols": "outline_module(fqns)",
+    "test coverage": "build_test_coverage('tests/test_cart.py', 'shop/cart.py', ['Cart', 'total'])",
+    "empty page": "build_empty_paginated_response()",
+    "answer before a repository is initialised": "get_empty_response('status')",
+    "list of 90 wiki pages, which plain Python shares": "build_wiki_list_response(wiki_page['pages'], 90)",
+    "wiki page": "build_wiki_read_response(page_id='p', title='Cart', content='text', source_files=FILES)",
+    "_ask_citations, 8 sections": "_ask_citations(questions[8]['sections'], questions[8]['citations'])",
+    "_cut": "_cut(docstrings[1], 200)",
+    "_trimmed": "_trimmed(docstrings[1], 200)",
+}
 _ASK_FLOORS = {8: 15, 64: 60, 512: 300}
 _WHOLE_FLOORS = {"search": 6, "references": 4, "ask": 15, "outline": 6}
 _ASK = "build_wiki_ask_response(**questions[{0}], token_budget=budgets[{0}])"
@@ -92,6 +104,7 @@ CASES = [
     Case("rows that only copy", "component", _COMPONENT),
     Case("rows that only copy", "index status", _STATUS),
     Case("rows that only copy", "wiki status", _WIKI_STATUS, 0.8),
+    *(Case("other functions", name, statement) for name, statement in _OTHERS.items()),
     *(Case("ask with a budget", f"{n} sections", _ASK.format(n), floor) for n, floor in _ASK_FLOORS.items()),
     Case("code_lines", "20 files of 20 KB, 3 lines each", "code_lines(root, places)", 4),
     *(Case("records to text", name, f"{name}(api)", floor) for name, floor in _WHOLE_FLOORS.items()),

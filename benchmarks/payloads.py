@@ -128,6 +128,7 @@ def make_symbol(number: int) -> Symbol:
 
 symbols = [make_symbol(number) for number in range(20)]
 symbol = symbols[0]
+fqns = [each.fqn for each in symbols]
 hits = [(each, f"shop/orders/{each.name}.py") for each in symbols]
 component = ComponentInfo("orders", "domain", "shop/orders/**", 42, 731)
 
