@@ -11,14 +11,17 @@ target_compile_features(mcp_responses PUBLIC cxx_std_20)
 target_include_directories(mcp_responses INTERFACE
   $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
-get_target_property(core_headers mcp_responses_core HEADER_SET)
-get_target_property(responses_headers mcp_responses_responses HEADER_SET)
-# Links in the layout of an installation: a project that takes this one in with add_subdirectory writes the same
-# #include <mcp_responses/...> as one that finds it installed.
-file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/include/mcp_responses")
-foreach(header IN LISTS core_headers responses_headers)
-  cmake_path(GET header FILENAME name)
-  file(CREATE_LINK "${header}" "${PROJECT_BINARY_DIR}/include/mcp_responses/${name}" SYMBOLIC)
+# Both layers' public headers lie in one folder of an installation, and in the same layout in the build folder, as
+# links: a project that takes this one in with add_subdirectory writes the same #include <mcp_responses/...>.
+foreach(layer IN ITEMS core responses)
+  get_target_property(headers mcp_responses_${layer} HEADER_SET)
+  foreach(header IN LISTS headers)
+    cmake_path(RELATIVE_PATH header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}/${layer}" OUTPUT_VARIABLE name)
+    cmake_path(GET name PARENT_PATH folder)
+    file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/include/mcp_responses/${folder}")
+    file(CREATE_LINK "${header}" "${PROJECT_BINARY_DIR}/include/mcp_responses/${name}" SYMBOLIC)
+    install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/mcp_responses/${folder}" COMPONENT library)
+  endforeach()
 endforeach()
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/mcp_responses")
@@ -33,8 +36,6 @@ string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
 configure_file(packaging/mcp_responses.pc.in mcp_responses.pc @ONLY)
 
 install(TARGETS mcp_responses EXPORT mcp_responses COMPONENT library)
-install(FILES ${core_headers} ${responses_headers}
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/mcp_responses" COMPONENT library)
 install(EXPORT mcp_responses FILE mcp_responsesTargets.cmake NAMESPACE mcp_responses::
   DESTINATION "${package_folder}" COMPONENT library)
 install(

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "cuts.h"
-#include "utf8.h"
+#include "detail/utf8.h"
 #include "work_tree.h"
 
 namespace mcp_responses {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "block.h"
+#include "detail/block.h"
 
 namespace mcp_responses {
 namespace {
@@ -146,10 +146,11 @@ void FirstSentence::mark_cut() noexcept {
   size_ = without_trailing_space(view().slice(0, SUMMARY_CHARS - 1)).size;
   for (std::size_t i = size_; i-- > 0;) to[i] = from[i];
   to[size_++] = ellipsis;
-  range_ = std::max(range_, Range::bmp);
+  repertoire_ = std::max(repertoire_, Repertoire::bmp);
 }
 
-FirstSentence::FirstSentence(const TextView& docstring) noexcept : range_(docstring.range) {
+FirstSentence::FirstSentence(const TextView& docstring) noexcept
+    : repertoire_(docstring.repertoire) {
   visit_units(docstring, [this](auto units) { take(units); });
 }
 
@@ -157,7 +158,7 @@ std::optional<Text> first_sentence(const std::optional<Text>& docstring) {
   if (!docstring) return {};
   const FirstSentence sentence(docstring->view());
   if (sentence.view().size == 0) return {};
-  return visit_units(sentence.view(), [](auto units) { return Text::copy_of(units); });
+  return Text::copy_of(sentence.view());
 }
 
 }  // namespace mcp_responses

@@ -53,9 +53,9 @@ class FirstSentence {
  public:
   explicit FirstSentence(const TextView& docstring) noexcept;
 
-  /// Empty when there is no text. Its range may be wider than what is left of the docstring needs.
+  /// Empty when there is no text. Its repertoire may be larger than what is left of the docstring needs.
   /// Valid while this object lives.
-  TextView view() const noexcept { return {characters_.data(), size_, range_}; }
+  TextView view() const noexcept { return {characters_.data(), size_, repertoire_}; }
 
  private:
   // Two more than a summary may have: one that shows that it is too long, and the space before it.
@@ -67,7 +67,7 @@ class FirstSentence {
   void mark_cut() noexcept;
 
   std::size_t size_ = 0;
-  Range range_;
+  Repertoire repertoire_;
   alignas(16) std::array<unsigned char, room * sizeof(std::uint32_t)> characters_;
 };
 

@@ -1,39 +1,34 @@
 #include "encode.h"
 
-#include <span>
+#include <vector>
 
+#include "detail/encoder.h"
+#include "detail/sinks.h"
 #include "errors.h"
 
 namespace mcp_responses {
 namespace {
 
-/// A Value as the encoder walks it.
+/// A Value as the encoder walks it. A list or object held elsewhere is opened when it is met.
 class ValueTree {
  public:
   using Node = const Value*;
 
   class Cursor {
    public:
-    Cursor(const Value& container, Kind kind) : is_object_(kind == Kind::object) {
-      const Holder& holder = container.holder();
-      if (holder.opened != nullptr) opened_ = holder.opened(container.payload());
-      const Value& own = holder.opened == nullptr ? container : opened_;
-      elements_ = own.elements();
-      members_ = own.members();
-    }
+    explicit Cursor(const Value& container)
+        : list_(container.list()), object_(container.object()) {}
 
-    bool is_object() const noexcept { return is_object_; }
-    bool next() noexcept { return ++past_ <= (is_object_ ? members_.size() : elements_.size()); }
-    TextView key() const noexcept { return members_[past_ - 1].key.view(); }
-    Node value() const noexcept {
-      return is_object_ ? &members_[past_ - 1].value : &elements_[past_ - 1];
-    }
+    bool is_object() const noexcept { return object_.has_value(); }
+    bool next() noexcept { return ++past_ <= (is_object() ? object_->size() : list_->size()); }
+    TextView key() const noexcept { return member().key.view(); }
+    Node value() const noexcept { return is_object() ? &member().value : &(*list_)[past_ - 1]; }
 
    private:
-    bool is_object_;
-    Value opened_;  // of a container that is held elsewhere: keeps what the spans show alive
-    std::span<const Value> elements_;
-    std::span<const Member> members_;
+    const Member& member() const noexcept { return object_->items()[past_ - 1]; }
+
+    std::optional<List> list_;
+    std::optional<Object> object_;
     std::size_t past_ = 0;
   };
 
@@ -48,8 +43,8 @@ class ValueTree {
   static bool boolean(Node node) noexcept { return *node->boolean(); }
   static std::int64_t integer(Node node) noexcept { return *node->integer(); }
   static double real(Node node) noexcept { return *node->real(); }
-  static TextView text(Node node) noexcept { return node->holder().text(node->payload()); }
-  static Cursor open(Node node, Kind kind) { return {*node, kind}; }
+  static TextView text(Node node) noexcept { return *node->view(); }
+  static Cursor open(Node node, Kind) { return Cursor(*node); }
 };
 
 }  // namespace
@@ -58,12 +53,10 @@ Text tool_result_text(const Value& result) {
   TextSink sink;
   ValueTree tree;
   encode(tree, &result, sink);
-  return visit_units(sink.view(), [](auto units) { return Text::copy_of(units); });
+  return Text::copy_of(sink.view());
 }
 
 std::size_t _encoded_size(const Value& result) {
-  if (result.holder().encoded_size != nullptr)
-    return result.holder().encoded_size(result.payload());
   CountSink sink;
   ValueTree tree;
   encode(tree, &result, sink);

@@ -1,19 +1,9 @@
-// The one encoder: compact JSON (RFC 8259) without any white space, non-ASCII characters as
-// themselves, and NaN, Infinity and -Infinity as bare words. It walks any tree (a Value, a host's
-// own objects) into any sink (see sinks.h).
-//
-//   value  = "null" | "true" | "false" | integer | float | string | list | object
-//   list   = "[" [value *("," value)] "]"
-//   object = "{" [string ":" value *("," string ":" value)] "}"        members in insertion order
+// The text of a tool's result, and its size: compact JSON (RFC 8259) without any white space,
+// non-ASCII characters as themselves, and NaN, Infinity and -Infinity as bare words.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
 
-#include "number_text.h"
-#include "sinks.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -25,69 +15,7 @@ Text tool_result_text(const Value& result);
 /// none, and `NestingError`.
 std::size_t _encoded_size(const Value& result);
 
-/// Bytes of a string in the text, quotation marks and escapes included.
+/// Bytes of a string in the text, quotation marks and escapes included. Throws `SurrogateError`.
 std::size_t encoded_string_size(const TextView& string);
-
-/// Writes a value that holds no others; false for a list or an object.
-template <class Tree, class Sink>
-bool encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink) {
-  switch (kind) {
-    case Kind::null:
-      sink.put("null");
-      return true;
-    case Kind::boolean:
-      sink.put(tree.boolean(node) ? "true" : "false");
-      return true;
-    case Kind::integer:
-      sink.put(NumberText(tree.integer(node)).view());
-      return true;
-    case Kind::real:
-      sink.put(NumberText(tree.real(node)).view());
-      return true;
-    case Kind::string:
-      sink.put_string(tree.text(node));
-      return true;
-    default:
-      return false;
-  }
-}
-
-/// Writes the tree at `node` into the sink, depth first. The containers that are open stand in a
-/// list of their own, so that depth costs no stack.
-///
-/// A Tree has types Node and Cursor, and
-///   kind(node, open)    the node's kind; `open` are the cursors of the containers around it, which
-///   an error can name boolean(node), integer(node), real(node), text(node)    the content of a
-///   leaf of that kind open(node, kind)    a Cursor before the first element of a list or member of
-///   an object
-/// A Cursor has next() (on to an element or member; false past the end), value(), is_object() and,
-/// if so, key().
-template <class Tree, class Sink>
-void encode(Tree& tree, typename Tree::Node node, Sink& sink) {
-  std::vector<typename Tree::Cursor> open;
-  open.reserve(8);    // deeper answers are rare
-  bool first = true;  // nothing stands in the innermost container yet
-  for (;;) {
-    const Kind kind = tree.kind(node, open);
-    if (!encode_leaf(tree, kind, node, sink)) {
-      sink.put(kind == Kind::object ? '{' : '[');
-      open.push_back(tree.open(node, kind));
-      first = true;
-    }
-    while (!open.empty() && !open.back().next()) {
-      sink.put(open.back().is_object() ? '}' : ']');
-      open.pop_back();
-      first = false;
-    }
-    if (open.empty()) return;
-    if (open.back().is_object()) {
-      sink.put_key(open.back().key(), first);
-    } else if (!first) {
-      sink.put(',');
-    }
-    first = false;
-    node = open.back().value();
-  }
-}
 
 }  // namespace mcp_responses

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "handle.h"
+#include "detail/handle.h"
 
 namespace mcp_responses {
 

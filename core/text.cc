@@ -7,7 +7,7 @@
 #include <new>
 #include <vector>
 
-#include "utf8.h"
+#include "detail/utf8.h"
 
 namespace mcp_responses {
 namespace {
@@ -16,10 +16,10 @@ namespace {
 struct TextStorage {
   mutable std::atomic<std::size_t> owners = 1;
   std::size_t size;
-  Range range;
+  Repertoire repertoire;
 
-  TextStorage(std::size_t code_points, Range highest) noexcept
-      : size(code_points), range(highest) {}
+  TextStorage(std::size_t code_points, Repertoire highest) noexcept
+      : size(code_points), repertoire(highest) {}
   void* units() noexcept { return this + 1; }
   const void* units() const noexcept { return this + 1; }
 };
@@ -43,7 +43,7 @@ void release_text(Payload payload) noexcept {
 
 TextView view_text(Payload payload) noexcept {
   const TextStorage& storage = storage_of(payload);
-  return {storage.units(), storage.size, storage.range};
+  return {storage.units(), storage.size, storage.repertoire};
 }
 
 TextView view_word(Payload payload) noexcept {
@@ -52,15 +52,15 @@ TextView view_word(Payload payload) noexcept {
 
 constexpr Word no_characters{"", 0};
 
-/// The bits of all units together are enough to tell the range of the highest.
+/// The bits of all units together are enough to tell the repertoire.
 template <class Unit>
-Range range_of(std::span<const Unit> units) noexcept {
+Repertoire repertoire_of(std::span<const Unit> units) noexcept {
   std::uint32_t bits = 0;
   for (const Unit unit : units) bits |= unit;
-  return bits < 0x80      ? Range::ascii
-         : bits < 0x100   ? Range::latin1
-         : bits < 0x10000 ? Range::bmp
-                          : Range::full;
+  return bits < 0x80      ? Repertoire::ascii
+         : bits < 0x100   ? Repertoire::latin1
+         : bits < 0x10000 ? Repertoire::bmp
+                          : Repertoire::full;
 }
 
 template <class Unit, class To>
@@ -72,11 +72,11 @@ void copy_units(std::span<const Unit> units, void* to) noexcept {
 template <class Unit>
 Text narrowest_copy(std::span<const Unit> units) {
   if (units.empty()) return {};
-  const Range range = range_of(units);
-  const std::size_t size = unit_size(range);
+  const Repertoire repertoire = repertoire_of(units);
+  const std::size_t size = unit_size(repertoire);
   if (units.size() > (SIZE_MAX / 2 - sizeof(TextStorage)) / size) throw std::bad_alloc();
   auto* storage = ::new (::operator new(sizeof(TextStorage) + units.size() * size))
-      TextStorage(units.size(), range);
+      TextStorage(units.size(), repertoire);
   switch (size) {
     case 1:
       copy_units<Unit, std::uint8_t>(units, storage->units());
@@ -112,7 +112,7 @@ char32_t TextView::operator[](std::size_t position) const {
 }
 
 TextView TextView::slice(std::size_t position, std::size_t count) const {
-  return {static_cast<const char*>(data) + position * unit_size(range), count, range};
+  return {static_cast<const char*>(data) + position * unit_size(repertoire), count, repertoire};
 }
 
 Text::Text() noexcept : Text(no_characters) {}
@@ -122,6 +122,9 @@ Text::Text(std::string_view utf8) : Text(decoded(utf8)) {}
 Text Text::copy_of(std::span<const std::uint8_t> units) { return narrowest_copy(units); }
 Text Text::copy_of(std::span<const std::uint16_t> units) { return narrowest_copy(units); }
 Text Text::copy_of(std::span<const std::uint32_t> units) { return narrowest_copy(units); }
+Text Text::copy_of(const TextView& view) {
+  return visit_units(view, [](auto units) { return narrowest_copy(units); });
+}
 
 std::string Text::utf8() const {
   return visit_units(view(), [this](auto units) {
@@ -137,15 +140,15 @@ std::string Text::utf8() const {
 }
 
 bool operator==(const TextView& a, const TextView& b) noexcept {
-  if (a.size != b.size || a.range != b.range) return false;
-  return a.size == 0 || std::memcmp(a.data, b.data, a.size * unit_size(a.range)) == 0;
+  if (a.size != b.size || a.repertoire != b.repertoire) return false;
+  return a.size == 0 || std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) == 0;
 }
 
 bool operator==(const Text& a, const Text& b) noexcept { return a.view() == b.view(); }
 
 std::size_t hash_of(const TextView& view) noexcept {
   return std::hash<std::string_view>()(
-      {static_cast<const char*>(view.data), view.size * unit_size(view.range)});
+      {static_cast<const char*>(view.data), view.size * unit_size(view.repertoire)});
 }
 
 SurrogateError::SurrogateError(Text text, std::size_t position)

@@ -17,35 +17,35 @@
 #include <string_view>
 #include <type_traits>
 
-#include "handle.h"
+#include "detail/handle.h"
 
 namespace mcp_responses {
 
-/// The highest code point that a run of code points holds, in the four steps that decide how it is
-/// stored.
-enum class Range : std::uint8_t { ascii, latin1, bmp, full };
+/// The smallest of the four sets that holds every code point of a text: up to U+007F, U+00FF, U+FFFF
+/// or U+10FFFF. It decides how the text is stored.
+enum class Repertoire : std::uint8_t { ascii, latin1, bmp, full };
 
-/// Bytes a code point takes in storage: 1, 1, 2 or 4.
-constexpr std::size_t unit_size(Range range) {
-  return range == Range::full ? 4 : range == Range::bmp ? 2 : 1;
+/// Bytes that a code point takes in storage: 1, 1, 2 or 4.
+constexpr std::size_t unit_size(Repertoire repertoire) {
+  return repertoire == Repertoire::full ? 4 : repertoire == Repertoire::bmp ? 2 : 1;
 }
 
-/// A view of code points that somebody else owns. `range` is exact: the narrowest that fits.
+/// A view of code points that somebody else owns. `repertoire` is exact, but for a slice's.
 struct TextView {
   const void* data = nullptr;
   std::size_t size = 0;  // in code points
-  Range range = Range::ascii;
+  Repertoire repertoire = Repertoire::ascii;
 
   char32_t operator[](std::size_t position) const;
-  /// `count` code points from `position`; the range stays this view's, so it may be wider than they
-  /// need.
+  /// `count` code points from `position`. The repertoire stays this view's, so it may be larger than
+  /// they need.
   TextView slice(std::size_t position, std::size_t count) const;
 };
 
 /// Calls `visitor` with the view's units as a span of std::uint8_t, std::uint16_t or std::uint32_t.
 template <class Visitor>
 decltype(auto) visit_units(const TextView& view, Visitor&& visitor) {
-  switch (unit_size(view.range)) {
+  switch (unit_size(view.repertoire)) {
     case 1:
       return visitor(std::span(static_cast<const std::uint8_t*>(view.data), view.size));
     case 2:
@@ -60,7 +60,7 @@ struct Word {
   const char* data;
   std::size_t size;
 
-  constexpr TextView view() const { return {data, size, Range::ascii}; }
+  constexpr TextView view() const { return {data, size, Repertoire::ascii}; }
 };
 
 /// How texts are held that this library allocates, and those that are part of the program.
@@ -84,6 +84,7 @@ class Text : public Handle {
   static Text copy_of(std::span<const std::uint8_t> units);
   static Text copy_of(std::span<const std::uint16_t> units);
   static Text copy_of(std::span<const std::uint32_t> units);
+  static Text copy_of(const TextView& view);
 
   /// Valid while this text, or a copy of it, lives.
   TextView view() const noexcept { return holder().text(payload()); }

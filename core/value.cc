@@ -2,46 +2,110 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "detail/shared_array.h"
 #include "errors.h"
 
 namespace mcp_responses {
 namespace {
+
+using Elements = SharedArray<Value>;
+using Members = SharedArray<Member>;
 
 template <class Storage>
 Storage* storage_in(Payload payload) noexcept {
   return static_cast<Storage*>(const_cast<void*>(payload.pointer));
 }
 
+/// A list or an object of this library's own, by how it is held.
+struct Container {
+  const Holder* holder;
+  Payload payload;
+};
+void remove(Container doomed) noexcept;
+
 /// How this library holds its own lists and objects.
-template <class Storage>
+template <class Storage, const Holder& self>
 constexpr Holder holder_of(Kind kind) {
-  return {
-      .kind = kind,
-      .retain = [](Payload payload) noexcept { Storage::retain(storage_in<Storage>(payload)); },
-      .release = [](Payload payload) noexcept { Storage::release(storage_in<Storage>(payload)); },
-      .size = [](Payload payload) noexcept -> std::size_t {
-        return payload.pointer == nullptr ? 0 : storage_in<Storage>(payload)->size();
-      }};
+  return {.kind = kind,
+          .retain = [](Payload payload) noexcept { Storage::retain(storage_in<Storage>(payload)); },
+          .release =
+              [](Payload payload) noexcept {
+                if (Storage::give_up(storage_in<Storage>(payload))) remove({&self, payload});
+              },
+          .size = [](Payload payload) noexcept -> std::size_t {
+            return payload.pointer == nullptr ? 0 : storage_in<Storage>(payload)->size();
+          }};
 }
 
-using Elements = SharedArray<Value>;
-using Members = SharedArray<Member, Layout>;
+extern const Holder list_holder;
+extern const Holder object_holder;
+constinit const Holder list_holder = holder_of<Elements, list_holder>(Kind::list);
+constinit const Holder object_holder = holder_of<Members, object_holder>(Kind::object);
 
-constexpr Holder list_holder = holder_of<Elements>(Kind::list);
-constexpr Holder object_holder = holder_of<Members>(Kind::object);
+Value& value_in(Value& element) noexcept { return element; }
+Value& value_in(Member& member) noexcept { return member.value; }
+
+bool is_container(const Value& value) noexcept {
+  return &value.holder() == &list_holder || &value.holder() == &object_holder;
+}
+
+/// Calls `visitor` with the container's storage.
+template <class Visitor>
+auto visit_storage(const Container& container, Visitor visitor) noexcept {
+  return container.holder == &list_holder ? visitor(storage_in<Elements>(container.payload))
+                                          : visitor(storage_in<Members>(container.payload));
+}
+
+/// Destroys what stands behind the last container in this one, which it returns, or everything and
+/// the storage: then it returns null.
+Value* removed_to_last_container(const Container& doomed) noexcept {
+  return visit_storage(doomed, [](auto* storage) -> Value* {
+    for (; storage->size() > 0; storage->remove_last()) {
+      Value& last = value_in(storage->last());
+      if (is_container(last)) return &last;
+    }
+    storage->free();
+    return nullptr;
+  });
+}
+
+/// Gives up a container's share in one that stands in it; true when that was the last.
+bool give_up(const Container& container) noexcept {
+  return visit_storage(container, [](auto* storage) { return storage->give_up(storage); });
+}
+
+/// Frees a container that has lost its last owner, and those inside it that lose theirs by that.
+/// Depth costs no stack: on the way down, the place of a container in the one around it remembers
+/// the way back up.
+void remove(Container doomed) noexcept {
+  Container around{&null_holder, {.pointer = nullptr}};
+  for (;;) {
+    if (Value* const last = removed_to_last_container(doomed)) {
+      const Container inside{&last->holder(), last->payload()};
+      if (give_up(inside)) {
+        std::construct_at(last, *around.holder, around.payload);
+        around = std::exchange(doomed, inside);
+      } else {
+        std::construct_at(last);
+      }
+    } else {
+      if (around.holder == &null_holder) return;
+      doomed = around;
+      Value* const place =
+          visit_storage(doomed, [](auto* storage) -> Value* { return &value_in(storage->last()); });
+      around = {&place->holder(), place->payload()};
+      std::construct_at(place);
+    }
+  }
+}
 
 bool is_number(Kind kind) {
   return kind == Kind::boolean || kind == Kind::integer || kind == Kind::real;
-}
-
-/// Of a boolean (0 or 1) or an integer.
-std::int64_t whole(const Value& value) {
-  const auto boolean = value.boolean();
-  return boolean ? static_cast<std::int64_t>(*boolean) : *value.integer();
 }
 
 /// Exact: the integer is never rounded to a float.
@@ -55,9 +119,9 @@ bool equal_numbers(const Value& a, const Value& b) {
   const auto real_a = a.real();
   const auto real_b = b.real();
   if (real_a && real_b) return *real_a == *real_b;
-  if (real_a) return equal(whole(b), *real_a);
-  if (real_b) return equal(whole(a), *real_b);
-  return whole(a) == whole(b);
+  if (real_a) return equal(*b.whole(), *real_a);
+  if (real_b) return equal(*a.whole(), *real_b);
+  return *a.whole() == *b.whole();
 }
 
 /// Two values still to be compared, and how many containers stand around each.
@@ -72,7 +136,7 @@ bool same_outside(const Value& a, const Value& b) {
   if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
   if (a.kind() != b.kind()) return false;
   if (a.kind() != Kind::string) return a.size() == b.size();
-  return a.holder().text(a.payload()) == b.holder().text(b.payload());
+  return *a.view() == *b.view();
 }
 
 /// Adds the pairs that two lists or objects of the same size consist of. A key that one of them
@@ -131,6 +195,11 @@ std::optional<std::int64_t> Value::integer() const noexcept {
   return holder().integer(payload());
 }
 
+std::optional<std::int64_t> Value::whole() const noexcept {
+  const auto truth = boolean();
+  return truth ? std::optional<std::int64_t>(*truth) : integer();
+}
+
 std::optional<double> Value::real() const noexcept {
   if (kind() != Kind::real) return {};
   return payload().real;
@@ -142,31 +211,24 @@ std::optional<Text> Value::text() const noexcept {
   return Text(holder(), payload());
 }
 
+std::optional<TextView> Value::view() const noexcept {
+  if (kind() != Kind::string) return {};
+  return holder().text(payload());
+}
+
 std::optional<List> Value::list() const {
   if (kind() != Kind::list) return {};
-  return List(holder().opened == nullptr ? *this : holder().opened(payload()));
+  return holder().opened == nullptr ? List(*this) : List(holder().opened(payload()));
 }
 
 std::optional<Object> Value::object() const {
   if (kind() != Kind::object) return {};
-  return Object(holder().opened == nullptr ? *this : holder().opened(payload()));
+  return holder().opened == nullptr ? Object(*this) : Object(holder().opened(payload()));
 }
 
 std::optional<std::size_t> Value::size() const noexcept {
   if (kind() != Kind::list && kind() != Kind::object) return {};
   return holder().size(payload());
-}
-
-std::span<const Value> Value::elements() const noexcept {
-  const auto* storage = &holder() == &list_holder ? storage_in<Elements>(payload()) : nullptr;
-  if (storage == nullptr) return {};
-  return {storage->items(), storage->size()};
-}
-
-std::span<const Member> Value::members() const noexcept {
-  const auto* storage = &holder() == &object_holder ? storage_in<Members>(payload()) : nullptr;
-  if (storage == nullptr) return {};
-  return {storage->items(), storage->size()};
 }
 
 bool operator==(const Value& a, const Value& b) {
@@ -238,8 +300,6 @@ Object::Object(std::initializer_list<Member> members) : Object() {
   for (const Member& member : members) set(member.key, member.value);
 }
 
-Object::Object(const Shape& shape) : Object() { writable(shape.size()).note = {.shape = &shape}; }
-
 std::span<const Member> Object::items() const noexcept {
   const auto* storage = storage_in<Storage>(payload());
   if (storage == nullptr) return {};
@@ -294,10 +354,5 @@ void Object::update(const Object& other) {
 }
 
 void Object::reserve(std::size_t more) { writable(more); }
-
-Layout Object::layout() const noexcept {
-  const auto* storage = storage_in<Storage>(payload());
-  return storage == nullptr ? Layout{} : storage->note;
-}
 
 }  // namespace mcp_responses

@@ -14,8 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "handle.h"
-#include "shared_array.h"
+#include "detail/handle.h"
 #include "text.h"
 
 namespace mcp_responses {
@@ -23,6 +22,10 @@ namespace mcp_responses {
 class List;
 class Object;
 struct Member;
+template <class... Members>
+struct Shaped;
+template <class T>
+class SharedArray;
 
 /// How numbers and truth values are held: in place.
 inline constexpr Holder boolean_holder{.kind = Kind::boolean};
@@ -44,10 +47,9 @@ class Value : public Handle {
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
   Value(List list) noexcept;
   Value(Object object) noexcept;
-  /// Of what becomes an object (see keys.h).
-  template <class Fields>
-  requires requires { Fields::shape; }
-  Value(Fields fields);
+  /// An object of these members (see shaped.h).
+  template <class... Members>
+  Value(Shaped<Members...> members);
   /// Takes over one reference to a value held elsewhere.
   Value(const Holder& holder, Payload payload) noexcept : Handle(holder, payload) {}
 
@@ -61,14 +63,14 @@ class Value : public Handle {
   /// elsewhere is opened one level deep, which may throw std::bad_alloc.
   std::optional<bool> boolean() const noexcept;
   std::optional<std::int64_t> integer() const noexcept;
+  /// An integer, or a boolean as 0 or 1: what counts as a whole number.
+  std::optional<std::int64_t> whole() const noexcept;
   std::optional<double> real() const noexcept;
   std::optional<Text> text() const noexcept;
+  /// The characters of a string where they lie. Valid while this value, or a copy of it, lives.
+  std::optional<TextView> view() const noexcept;
   std::optional<List> list() const;
   std::optional<Object> object() const;
-  /// What a list or an object of this library's own holds, in order; nothing for every other value.
-  /// Valid while this value, or a copy of it, lives unchanged.
-  std::span<const Value> elements() const noexcept;
-  std::span<const Member> members() const noexcept;
   /// Elements of a list or members of an object, without opening it; nothing for the other kinds.
   std::optional<std::size_t> size() const noexcept;
 
@@ -116,20 +118,6 @@ struct Member {
   Value value;
 };
 
-/// The keys that objects built alike start with, in order: one static table for all of them (see
-/// keys.h).
-using Shape = std::span<const Word* const>;
-
-/// Which keys an object is known to start with: those of a shape whose bit, counted from the
-/// lowest, is set. A host can recognise by it the objects that were built by one line of the
-/// program.
-struct Layout {
-  const Shape* shape = nullptr;
-  std::uint32_t kept = 0;
-
-  bool operator==(const Layout&) const = default;
-};
-
 /// An ordered map from texts to values. Meant for the dozen keys of a response: a look-up is a
 /// scan.
 class Object : public Handle {
@@ -163,29 +151,13 @@ class Object : public Handle {
   /// Appends unless the value is null. Requires a key that is not there yet.
   void add_known(Text key, Value value);
 
-  /// Of the members that the object was built with; without a shape when nothing is known.
-  Layout layout() const noexcept;
-
- protected:
-  using Storage = SharedArray<Member, Layout>;
-
-  /// Starts an object of a known shape, with room for its members.
-  explicit Object(const Shape& shape);
-  /// The storage of an object that nobody shares yet, for its members to be added in order.
-  Storage& started() noexcept {
-    return *static_cast<Storage*>(const_cast<void*>(payload().pointer));
-  }
-
  private:
   friend class Value;
+  using Storage = SharedArray<Member>;
   explicit Object(const Handle& object) noexcept : Handle(object) {}
 
   const Member* find(const Text& key) const noexcept;
   Storage& writable(std::size_t more);
 };
-
-template <class Fields>
-requires requires { Fields::shape; }
-Value::Value(Fields fields) : Value(static_cast<Object>(std::move(fields))) {}
 
 }  // namespace mcp_responses

@@ -28,9 +28,8 @@ class Descriptor {
 };
 
 /// A file could not be read. The text names the failure as the operating system does, and the
-/// resolved path:
-/// "[Errno 2] No such file or directory: '/srv/repo/missing.py'". Bytes as the file system has
-/// them.
+/// resolved path, in the bytes that the file system has:
+/// "[Errno 2] No such file or directory: '/srv/repo/missing.py'".
 class Unreadable : public std::runtime_error {
  public:
   Unreadable(int error_number, const std::string& path);

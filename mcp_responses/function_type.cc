@@ -2,18 +2,16 @@
 
 #include <structmember.h>
 
-#include <string>
-
-#include "host_path.h"
-#include "host_value.h"
-#include "parameters.h"
+#include "call.h"
+#include "host_errors.h"
 #include "state.h"
 
 namespace mcp_responses {
 namespace {
 
 struct Function {
-  PyObject_HEAD vectorcallfunc vectorcall;
+  PyObject_HEAD
+  vectorcallfunc vectorcall;
   const Signature* signature;
   PyObject* module;  // keeps the state alive; null once the collector has cleared this function
   State* state;
@@ -51,24 +49,12 @@ HostRef make_default(Default fallback) {
 
 // The call.
 
-/// Says which part of which argument it is that no value can stand for.
-[[noreturn]] void refuse(const Refused& refused, const Signature& signature,
-                         PyObject* const* arguments) {
-  std::string where;
-  for (std::size_t i = 0; where.empty() && i < signature.count(); ++i) {
-    where = path_to(refused.object(), arguments[i], signature.parameters[i].name);
-  }
-  if (where.empty()) where = refused.is_key() ? "a key in the answer" : "a value in the answer";
-  raise_refused(refused, where);
-  throw HostError();
-}
-
-HostRef call(const Function& function, const GivenArguments& given) {
+/// Runs the body on the arguments, laid out; the error for what no value can stand for says where
+/// that is.
+HostRef run(const Function& function, const GivenArguments& given) {
   const Signature& signature = *function.signature;
-  if (function.module == nullptr) {
-    PyErr_Format(PyExc_RuntimeError, "%s() is called after its module has gone", signature.name);
-    throw HostError();
-  }
+  if (function.module == nullptr)
+    raise(PyExc_RuntimeError, "%s() is called after its module has gone", signature.name);
   const auto count = static_cast<std::size_t>(PyTuple_GET_SIZE(function.names));
   const HostParameters parameters{.function = signature.name,
                                   .names = {PySequence_Fast_ITEMS(function.names), count},
@@ -80,10 +66,11 @@ HostRef call(const Function& function, const GivenArguments& given) {
     lay_out(parameters, given, {laid_out, count});
     arguments = laid_out;
   }
+  Call call(function.module, *function.state, {signature.parameters.data(), count}, arguments);
   try {
-    return signature.target(Call(function.module, *function.state, signature, arguments));
+    return signature.body(call);
   } catch (const Refused& refused) {
-    refuse(refused, signature, arguments);
+    raise_refused(refused, call.place_of(refused));
   }
 }
 
@@ -91,7 +78,7 @@ PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagge
                      PyObject* names) {
   return crossing([&] {
     const auto by_position = static_cast<std::size_t>(PyVectorcall_NARGS(flagged_count));
-    return call(*as_function(self), {.values = values, .by_position = by_position, .names = names});
+    return run(*as_function(self), {.values = values, .by_position = by_position, .names = names});
   });
 }
 
@@ -255,14 +242,6 @@ void* slot(Slot* function) {
 }
 
 }  // namespace
-
-HostRef Call::global(const Word& name) const {
-  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), state_.word(name));
-  if (found != nullptr) return HostRef::borrow(found);
-  if (PyErr_Occurred() == nullptr)
-    PyErr_Format(PyExc_NameError, "name '%s' is not defined", name.data);
-  throw HostError();
-}
 
 HostRef make_function_type(PyObject* module) {
   PyType_Slot slots[] = {{Py_tp_call, slot(PyVectorcall_Call)},

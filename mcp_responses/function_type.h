@@ -3,47 +3,40 @@
 // method, pickling and copying by name.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <span>
+
 #include "host_ref.h"
-#include "signature.h"
-#include "text.h"
+#include "parameters.h"
 
 namespace mcp_responses {
 
-class State;
+class Call;
 
-/// One call of a function: its arguments in the order of the parameters, all given or filled in,
-/// all borrowed.
-class Call {
- public:
-  Call(PyObject* module, State& state, const Signature& signature,
-       PyObject* const* arguments) noexcept
-      : module_(module), state_(state), signature_(signature), arguments_(arguments) {}
+/// What a function is to its callers, and what it does.
+struct Signature {
+  const char* name;
+  /// Those before `positional` may be given by position or by name, the others only by name. A null
+  /// name ends them.
+  std::array<Parameter, most_parameters + 1> parameters;
+  std::size_t positional;
+  const char* returns;  // as the host's annotations hold it: text
+  HostRef (*body)(Call& call);
+  const char* documentation;
 
-  PyObject* operator[](std::size_t position) const noexcept { return arguments_[position]; }
-  const char* name(std::size_t position) const noexcept {
-    return signature_.parameters[position].name;
+  constexpr std::size_t count() const {
+    std::size_t count = 0;
+    while (parameters[count].name != nullptr) ++count;
+    return count;
   }
-  State& state() const noexcept { return state_; }
-
-  /// A name of the module's namespace as it is now. Throws `HostError` (NameError) when it is not
-  /// there.
-  HostRef global(const Word& name) const;
-
- private:
-  PyObject* module_;
-  State& state_;
-  const Signature& signature_;
-  PyObject* const* arguments_;
 };
 
 /// The type, made for one module object. Throws `HostError`.
 HostRef make_function_type(PyObject* module);
 
-/// A function of that type. Requires that the module keeps a `State*` and the signature lives as
-/// long as the program.
+/// A function of that type. Requires that the module keeps a `State*` and that the signature lives
+/// as long as the program. Throws `HostError`.
 HostRef make_function(PyObject* type, PyObject* module, const Signature& signature);
-
-/// The state that a module object keeps; null before it is loaded.
-State* state_of(PyObject* module) noexcept;
 
 }  // namespace mcp_responses

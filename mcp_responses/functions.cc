@@ -1,336 +1,163 @@
 #include "functions.h"
 
-#include "targets.h"
+#include <string>
+#include <utility>
+#include <vector>
 
-namespace mcp_responses {
-namespace {
+#include "ask_citations.h"
+#include "ask_response.h"
+#include "cuts.h"
+#include "empty_responses.h"
+#include "host_encode.h"
+#include "host_errors.h"
+#include "host_value.h"
+#include "index_status.h"
+#include "outline_rows.h"
+#include "pagination.h"
+#include "reference_rows.h"
+#include "row_pruning.h"
+#include "symbol_rows.h"
+#include "wiki_pages.h"
 
-using enum Default;
+namespace mcp_responses::functions {
 
-}  // namespace
+HostRef tool_result_text(Call& call) { return encoded_host_text(call[0]); }
 
-const std::array<Signature, 24> functions{{
-    {.name = "tool_result_text",
-     .parameters = {{{"result", "Any"}}},
-     .positional = 1,
-     .returns = "str",
-     .target = targets::tool_result_text,
-     .documentation = R"(Encode a tool's result as the ``text`` of an MCP content block.
+HostRef encoded_size(Call& call) { return checked(PyLong_FromSize_t(encoded_host_size(call[0]))); }
 
-Compact JSON (RFC 8259): no white space, members in insertion order, non-ASCII
-characters as themselves. Floats have the shortest form that reads back as the
-same number, always with a point or an exponent; NaN, Infinity and -Infinity are
-bare words. Tuples are written as lists, keys that are int, float, bool or None
-as their text, instances of subclasses as their base type.
+HostRef first_sentence(Call& call) {
+  if (call[0] == Py_None) return HostRef::borrow(Py_None);
+  if (!PyUnicode_Check(call[0])) raise_wrong_type("docstring", "str or None", call[0]);
+  return first_sentence_of(call[0]);
+}
 
-Raises TypeError for anything else, saying where it stands, OverflowError for an
-int beyond 64 bits, RecursionError for nesting deeper than the interpreter's recursion
-limit, which counts as at least 400 and at most 1000.)"},
-    {.name = "first_sentence",
-     .parameters = {{{"docstring", "str | None"}}},
-     .positional = 1,
-     .returns = "str | None",
-     .target = targets::first_sentence,
-     .documentation =
-         R"(The first sentence of a docstring's first paragraph, cut to ``SUMMARY_CHARS``.
+HostRef cut(Call& call) { return string_of(_cut(call.text(0), call.integer(1))); }
 
-Paragraphs are parted by two line feeds; white space inside the paragraph becomes
-single spaces; the sentence ends at the first ".", "!" or "?" before white space.
-None when there is no docstring or no text in it. Lengths are code points.
+HostRef trimmed(Call& call) { return string_of(_trimmed(call.text(0), call.integer(1))); }
 
-Raises TypeError for what is neither str nor None.)"},
-    {.name = "code_lines",
-     .parameters = {{{"root", "Path | None"}, {"places", "Iterable[tuple[str, int]]"}}},
-     .positional = 2,
-     .returns = "dict[tuple[str, int], str]",
-     .target = targets::code_lines,
-     .documentation = R"(The lines of code at these places, stripped and cut to ``CODE_LINE_CHARS``.
+HostRef without_nulls(Call& call) {
+  return call.answer(mcp_responses::without_nulls(call.dict(0)));
+}
 
-A place is a path relative to ``root`` and a 1-based line number. The result is
-{(path, line): text}, with an entry for each distinct place that has a line. Each
-file is read once, with the interpreter's lock released, as UTF-8 with U+FFFD for
-what is not. A file outside the root, also by way of a link, gives nothing; one that
-cannot be read is logged at info level and gives nothing. Without a root the result
-is empty and ``places`` is not read.
+HostRef build_index_status_response(Call& call) {
+  return call.answer(index_status(IndexStatusOf<HostRef>{.status = call.handed_on(0),
+                                                         .health = call.handed_on(1),
+                                                         .branch = call.handed_on(2),
+                                                         .progress = call.handed_on(3),
+                                                         .files_indexed = call.handed_on(4),
+                                                         .symbols_indexed = call.handed_on(5),
+                                                         .last_updated = call.handed_on(6),
+                                                         .errors_count = call.handed_on(7),
+                                                         .phase = call.looked_into(8),
+                                                         .phase_detail = call.looked_into(9)}));
+}
 
-Raises TypeError for a place that is no pair of str and int, ValueError for a path
-with a NUL, RuntimeError for a circle of links.)"},
-    {.name = "_cut",
-     .parameters = {{{"text", "str"}, {"chars", "int"}}},
-     .positional = 2,
-     .returns = "str",
-     .target = targets::cut,
-     .documentation =
-         R"(``text`` cut to at most ``chars`` characters, the cut marked with an ellipsis.
+HostRef build_symbol_search_result(Call& call) {
+  return call.answer(symbol_search_result(call.record(), call.handed_on(1)));
+}
 
-A text that fits comes back as it is. White space before the ellipsis goes. Below 1
-character a longer text becomes the empty text. Lengths are code points.)"},
-    {.name = "without_nulls",
-     .parameters = {{{"row", "dict[str, Any]"}}},
-     .positional = 1,
-     .returns = "dict[str, Any]",
-     .target = targets::without_nulls,
-     .documentation =
-         R"(The row without its fields that are None: a list row carries only what it knows.
+HostRef build_symbol_full_details(Call& call) {
+  return call.answer(symbol_full_details(call.record(), call.handed_on(1)));
+}
 
-A new dict with the other fields in their order; False, 0, "", [] and {} stay.
+HostRef outline_module(Call& call) {
+  std::vector<Text> fqns;
+  call.for_each_in(0, [&fqns](HostRef fqn) {
+    if (!PyUnicode_Check(fqn.get()))
+      raise_wrong_type("fqns[" + std::to_string(fqns.size()) + "]", "str", fqn.get());
+    fqns.push_back(to_text(std::move(fqn)));
+  });
+  return string_of(mcp_responses::outline_module(fqns));
+}
 
-Raises TypeError for what is no dict.)"},
-    {.name = "build_index_status_response",
-     .parameters = {{{"status",
-                      "Literal['ready', 'indexing', 'error', 'stopped', 'not_initialized']"},
-                     {"health", "Literal['healthy', 'degraded', 'unhealthy', 'unknown']"},
-                     {"branch", "str | None"},
-                     {"progress", "int"},
-                     {"files_indexed", "int", zero},
-                     {"symbols_indexed", "int", zero},
-                     {"last_updated", "str | None", none},
-                     {"errors_count", "int", zero},
-                     {"phase", "str | None", none},
-                     {"phase_detail", "str | None", none}}},
-     .positional = 10,
-     .returns = "dict[str, Any]",
-     .target = targets::build_index_status_response,
-     .documentation = R"(Build dict for index_status response.
+HostRef build_file_symbol(Call& call) {
+  return call.answer(file_symbol(call.record(), call.looked_into(1)));
+}
 
-Keys: the first eight parameters' names, in their order, None included; then
-"phase" and "phase_detail", each only when truthy. ``progress`` is meant to be 0 to
-100. No value is checked or clamped.)"},
-    {.name = "build_symbol_search_result",
-     .parameters = {{{"symbol", "Symbol"}, {"file_path", "str | None", none}}},
-     .positional = 2,
-     .returns = "dict[str, Any]",
-     .target = targets::build_symbol_search_result,
-     .documentation = R"(Build the row of a symbol a search lists.
+HostRef build_api_endpoint(Call& call) {
+  return call.answer(api_endpoint(call.record(), call.looked_into(1), call.handed_on(2)));
+}
 
-Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only when
-it is not None. "line" is the symbol's ``start_line`` (1-based), "summary" the first
-sentence of its docstring. The attributes are read in the order of the keys; the
-record's AttributeError comes through for one that it lacks.)"},
-    {.name = "build_symbol_full_details",
-     .parameters = {{{"symbol", "Symbol"}, {"file_path", "str | None", none}}},
-     .positional = 2,
-     .returns = "dict[str, Any]",
-     .target = targets::build_symbol_full_details,
-     .documentation = R"(Build dict for full symbol details (get_symbol).
+HostRef build_reference(Call& call) {
+  return call.answer(reference_row(call.record(), call.handed_on(1)));
+}
 
-Keys, all always present: "found" (True), "fqn", "name", "kind", "file",
-"start_line", "end_line", "signature", "is_export", "docstring" (whole),
-"docstring_truncated". Lines are 1-based. The attributes are read in the order of the
-keys; the record's AttributeError comes through for one that it lacks.)"},
-    {.name = "outline_module",
-     .parameters = {{{"fqns", "Iterable[str]"}}},
-     .positional = 1,
-     .returns = "str",
-     .target = targets::outline_module,
-     .documentation =
-         R"(The fqn every symbol of a file's outline sits in: the longest dotted prefix they share.
+HostRef build_component(Call& call) { return call.answer(component_row(call.record())); }
 
-Each fqn counts without its last part, and parts are compared whole. Empty when
-nothing is shared. ``fqns`` is read once.
+HostRef build_paginated_response(Call& call) {
+  HostRef hinted;
+  const auto add_pagination_hint = [&](const Object& response, std::int64_t item_count) -> Value {
+    const HostRef page = call.answer(response);
+    const HostRef count = checked(PyLong_FromLongLong(item_count));
+    const HostRef function = call.global(word<"add_pagination_hint">);
+    PyObject* const arguments[] = {page.get(), count.get()};
+    hinted = checked(
+        in_host([&] { return PyObject_Vectorcall(function.get(), arguments, 2, nullptr); }));
+    return {};  // the host's answer goes to the caller as it is, whatever it is
+  };
+  mcp_responses::build_paginated_response(call.looked_into(0), call.looked_into(1),
+                                          call.looked_into(2), call.text(3), add_pagination_hint);
+  return hinted;
+}
 
-Raises TypeError for an fqn that is no str.)"},
-    {.name = "build_file_symbol",
-     .parameters = {{{"symbol", "Symbol"}, {"module", "str", empty_string}}},
-     .positional = 2,
-     .returns = "dict[str, Any]",
-     .target = targets::build_file_symbol,
-     .documentation = R"(Build the compact row of a symbol in a file's outline (``file symbols``).
+HostRef build_test_coverage(Call& call) {
+  return call.answer(test_coverage(call.handed_on(0), call.handed_on(1), call.looked_into(2)));
+}
 
-Keys: "name" (the fqn without ``module`` and its dot), "kind", "line", "end_line"
-(only when it differs from the start line), "signature", "summary", each only when
-it is not None. Lines are 1-based. The record's AttributeError comes through for an
-attribute that it lacks.)"},
-    {.name = "build_api_endpoint",
-     .parameters = {{{"symbol", "Symbol"},
-                     {"file_path", "str | None", none},
-                     {"component_name", "str | None", none}}},
-     .positional = 3,
-     .returns = "dict[str, Any]",
-     .target = targets::build_api_endpoint,
-     .documentation = R"(Build dict for API endpoints (get_api_endpoints).
+HostRef build_empty_paginated_response(Call& call) {
+  return call.answer(mcp_responses::build_empty_paginated_response(call.text(0)));
+}
 
-Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "line",
-"signature", "component". "line" is the symbol's ``start_line`` (1-based). The record's
-AttributeError comes through for an attribute that it lacks.)"},
-    {.name = "build_reference",
-     .parameters = {{{"reference", "Reference"}, {"code", "str | None", none}}},
-     .positional = 2,
-     .returns = "dict[str, Any]",
-     .target = targets::build_reference,
-     .documentation = R"(Build the row of a reference (``symbol references``).
+HostRef build_wiki_status_response(Call& call) {
+  return call.answer(wiki_status(WikiStatusOf<HostRef>{.built = call.handed_on(0),
+                                                       .branch = call.handed_on(1),
+                                                       .pages = call.handed_on(2),
+                                                       .files_covered = call.handed_on(3),
+                                                       .total_sources = call.handed_on(4),
+                                                       .coverage_pct = call.handed_on(5),
+                                                       .last_built = call.handed_on(6),
+                                                       .model = call.handed_on(7),
+                                                       .stale_pages = call.looked_into(8),
+                                                       .enabled = call.handed_on(9),
+                                                       .configured = call.handed_on(10)}));
+}
 
-Keys: "file" and "line", None when unknown, then "code", "caller", "caller_kind" and
-"usage_type", each only when known. ``code`` is the line that ``code_lines`` found.
-"caller" and "caller_kind" are "fqn" and "kind" of the record's ``caller_symbol``, a
-dict or None. The record's AttributeError comes through for an attribute that it lacks.)"},
-    {.name = "build_component",
-     .parameters = {{{"component", "ComponentInfo"}}},
-     .positional = 1,
-     .returns = "dict[str, Any]",
-     .target = targets::build_component,
-     .documentation = R"(Build dict for component info (get_components).
+HostRef build_wiki_list_response(Call& call) {
+  return call.answer(
+      wiki_list(call.looked_into(0), call.looked_into(1), call.looked_into(2), call.handed_on(3)));
+}
 
-Keys, all always present: "name", "layer", "path_pattern", "file_count",
-"symbol_count". The record's AttributeError comes through for an attribute that it
-lacks.)"},
-    {.name = "build_paginated_response",
-     .parameters = {{{"items", "list[Any]"},
-                     {"total_count", "int"},
-                     {"offset", "int"},
-                     {"items_key", "str", items}}},
-     .positional = 3,
-     .returns = "dict[str, Any]",
-     .target = targets::build_paginated_response,
-     .documentation = R"(Build paginated response wrapper.
+HostRef build_wiki_read_response(Call& call) {
+  return call.answer(wiki_page(WikiPageOf<HostRef>{.page_id = call.handed_on(0),
+                                                   .title = call.handed_on(1),
+                                                   .content = call.handed_on(2),
+                                                   .citations = call.looked_into(3),
+                                                   .source_files = call.looked_into(4),
+                                                   .related_pages = call.looked_into(5)}));
+}
 
-Keys: ``items_key``, "total_count", "truncated", "has_more", "offset". Both flags tell
-whether rows remain past this page: ``offset + len(items) < total_count``. The rows
-are copied.
+HostRef build_wiki_ask_response(Call& call) {
+  return call.answer(
+      mcp_responses::build_wiki_ask_response({.mode = call.looked_into(0),
+                                              .query = call.looked_into(1),
+                                              .answer = call.looked_into(2),
+                                              .sections = call.looked_into(3),
+                                              .citations = call.looked_into(4),
+                                              .model = call.looked_into(5),
+                                              .tokens = call.looked_into(6),
+                                              .note = call.looked_into(7),
+                                              .decisions = call.looked_into(8),
+                                              .code = call.looked_into(9),
+                                              .memories = call.looked_into(10),
+                                              .token_budget = call.looked_into(11)}));
+}
 
-Returns: Dict with items, pagination info, and hint if truncated. The hint is the
-work of ``add_pagination_hint``, whose result is returned as it is.
+HostRef ask_citations(Call& call) {
+  return call.answer(Value(mcp_responses::_ask_citations(call.list(0), call.list(1))));
+}
 
-Raises TypeError when ``items`` is no list or a count no number, and, saying where, for
-a row with something in it that JSON cannot hold.)"},
-    {.name = "build_test_coverage",
-     .parameters = {{{"test_file", "str"},
-                     {"source_file", "str"},
-                     {"symbols_imported", "list[str] | None", none}}},
-     .positional = 3,
-     .returns = "dict[str, Any]",
-     .target = targets::build_test_coverage,
-     .documentation = R"(Build dict for test coverage (get_tests_for, get_code_for_test).
+HostRef get_empty_response(Call& call) {
+  return call.answer(mcp_responses::get_empty_response(call.text(0)));
+}
 
-Keys: "test_file", "source_file", then "symbols_imported" when it is not empty.)"},
-    {.name = "build_empty_paginated_response",
-     .parameters = {{{"items_key", "str", items}}},
-     .positional = 1,
-     .returns = "dict[str, Any]",
-     .target = targets::build_empty_paginated_response,
-     .documentation = R"(Build empty paginated response.
-
-The keys of ``build_paginated_response`` without rows: [], 0, False, False, 0.)"},
-    {.name = "build_wiki_status_response",
-     .parameters = {{{"built", "bool"},
-                     {"branch", "str"},
-                     {"pages", "int", zero},
-                     {"files_covered", "int", zero},
-                     {"total_sources", "int", zero},
-                     {"coverage_pct", "float", zero_real},
-                     {"last_built", "str | None", none},
-                     {"model", "str | None", none},
-                     {"stale_pages", "list[str] | None", none},
-                     {"enabled", "bool", no},
-                     {"configured", "bool", no}}},
-     .positional = 0,
-     .returns = "dict[str, Any]",
-     .target = targets::build_wiki_status_response,
-     .documentation = R"(Build a response for wiki(action='status').
-
-Keys, all always present: "built", "branch", "enabled", "configured", "pages",
-"files_covered", "total_sources", "coverage_pct" (a percentage), "last_built",
-"model", "stale_pages" ([] for None).)"},
-    {.name = "build_wiki_list_response",
-     .parameters = {{{"pages", "list[dict[str, Any]]"},
-                     {"total", "int"},
-                     {"offset", "int", zero},
-                     {"truncated", "bool", no}}},
-     .positional = 4,
-     .returns = "dict[str, Any]",
-     .target = targets::build_wiki_list_response,
-     .documentation = R"(Build a response for wiki(action='list').
-
-Keys, all always present: "pages", "total_count", "offset", "truncated" (the caller's
-flag), "has_more" (whether pages remain past these).
-
-Raises TypeError when ``pages`` is no list or a count no number, and, saying where, for
-a page with something in it that JSON cannot hold.)"},
-    {.name = "build_wiki_read_response",
-     .parameters = {{{"page_id", "str"},
-                     {"title", "str"},
-                     {"content", "str"},
-                     {"citations", "list[dict[str, Any]] | None", none},
-                     {"source_files", "list[str] | None", none},
-                     {"related_pages", "list[str] | None", none}}},
-     .positional = 0,
-     .returns = "dict[str, Any]",
-     .target = targets::build_wiki_read_response,
-     .documentation = R"(Build a response for wiki(action='read').
-
-Keys, all always present: the parameters' names, in their order; the three lists are
-[] for None.)"},
-    {.name = "build_wiki_ask_response",
-     .parameters = {{{"mode", "str"},
-                     {"query", "str"},
-                     {"answer", "str | None"},
-                     {"sections", "list[dict[str, Any]]"},
-                     {"citations", "list[dict[str, Any]] | None", none},
-                     {"model", "str | None", none},
-                     {"tokens", "dict[str, int] | None", none},
-                     {"note", "str | None", none},
-                     {"decisions", "dict[str, Any] | None", none},
-                     {"code", "dict[str, Any] | None", none},
-                     {"memories", "dict[str, Any] | None", none},
-                     {"token_budget", "int | None", none}}},
-     .positional = 0,
-     .returns = "dict[str, Any]",
-     .target = targets::build_wiki_ask_response,
-     .documentation = R"(Build a response for wiki(action='ask').
-
-Keys: "mode", "query", "answer", "sections", "citations", then those of "model",
-"tokens", "note", "decisions", "code" and "memories" that are not None. A section row
-has "page_id", "title", "heading", "similarity", "stale" and "excerpt", cut to 1200
-characters; the citations of all sections stand in one list, each place once.
-
-With a ``token_budget`` (a token is four bytes of the encoded answer) the answer gives
-way until it fits: the excerpts shrink from the bottom section up, then whole sections
-go from the bottom, then the memories and the code. The answer itself is never cut, so
-that a budget too small for the rest is exceeded.
-
-Raises TypeError, saying where, when a list or dict is something else or holds what JSON
-cannot, and with a budget UnicodeEncodeError for a lone surrogate, which has no size.)"},
-    {.name = "_ask_citations",
-     .parameters = {{{"sections", "list[dict[str, Any]]"}, {"extra", "list[dict[str, Any]]"}}},
-     .positional = 2,
-     .returns = "list[dict[str, Any]]",
-     .target = targets::ask_citations,
-     .documentation =
-         R"(The first citations of each section, then ``extra``, each once, up to a cap.
-
-Citations with equal "path", "line_start" and "line_end" are the same place; the first
-of them stays, whole. Three a section, 24 in all.
-
-Raises TypeError, saying where, for a section or citation that is no dict, and for a
-place made of a list or dict.)"},
-    {.name = "_trimmed",
-     .parameters = {{{"text", "str"}, {"chars", "int"}}},
-     .positional = 2,
-     .returns = "str",
-     .target = targets::trimmed,
-     .documentation =
-         R"(``text`` cut to at most ``chars`` characters at a word boundary, marked with an ellipsis.
-
-The boundary is the last space in the second half of that length; without one the cut
-is hard. Below 2 characters a longer text becomes the empty text.)"},
-    {.name = "_encoded_size",
-     .parameters = {{{"result", "dict[str, Any]"}}},
-     .positional = 1,
-     .returns = "int",
-     .target = targets::encoded_size,
-     .documentation = R"(Bytes of ``result`` as the MCP text a model reads.
-
-The length of ``tool_result_text(result)`` in UTF-8, without making it. Raises
-UnicodeEncodeError for a lone surrogate, which has no UTF-8.)"},
-    {.name = "get_empty_response",
-     .parameters = {{{"tool_name", "str"}}},
-     .positional = 1,
-     .returns = "dict[str, Any]",
-     .target = targets::get_empty_response,
-     .documentation = R"(Get empty response for a tool when repository is not initialized.
-
-Returns: Empty response dict appropriate for the tool, the caller's own; for a name
-that is no tool, {"error": "Repository not initialized"}.)"},
-}};
-
-}  // namespace mcp_responses
+}  // namespace mcp_responses::functions

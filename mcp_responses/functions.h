@@ -1,18 +1,36 @@
-// The module's functions as one table: their parameters, what they are declared to take and give,
-// and what they say of themselves. A further function is one more row, and its target.
+// The bodies of the module's functions: each takes its arguments from the call, calls one function
+// of the library and gives the answer as a host object. They throw what crosses to the host as its
+// error (see host_errors.h).
 #pragma once
 
-#include <array>
+#include "call.h"
+#include "host_ref.h"
 
-#include "signature.h"
+namespace mcp_responses::functions {
 
-namespace mcp_responses {
+HostRef tool_result_text(Call& call);
+HostRef first_sentence(Call& call);
+HostRef code_lines(Call& call);
+HostRef cut(Call& call);
+HostRef without_nulls(Call& call);
+HostRef build_index_status_response(Call& call);
+HostRef build_symbol_search_result(Call& call);
+HostRef build_symbol_full_details(Call& call);
+HostRef outline_module(Call& call);
+HostRef build_file_symbol(Call& call);
+HostRef build_api_endpoint(Call& call);
+HostRef build_reference(Call& call);
+HostRef build_component(Call& call);
+HostRef build_paginated_response(Call& call);
+HostRef build_test_coverage(Call& call);
+HostRef build_empty_paginated_response(Call& call);
+HostRef build_wiki_status_response(Call& call);
+HostRef build_wiki_list_response(Call& call);
+HostRef build_wiki_read_response(Call& call);
+HostRef build_wiki_ask_response(Call& call);
+HostRef ask_citations(Call& call);
+HostRef trimmed(Call& call);
+HostRef encoded_size(Call& call);
+HostRef get_empty_response(Call& call);
 
-/// In the order in which the module defines them.
-extern const std::array<Signature, 24> functions;
-
-/// Functions before this position are defined before the settings of the ask answer, those from it
-/// on behind them; the last one after the table of empty answers.
-inline constexpr std::size_t first_ask_function = 19;
-
-}  // namespace mcp_responses
+}  // namespace mcp_responses::functions

@@ -1,14 +1,14 @@
 // A container is copied in two steps: first as a whole, its elements still the caller's own, then
-// those of its elements that are not plain leaves are replaced by their copies. The garbage
-// collector rests meanwhile: no finalizer changes what is being copied, not even between the moment
-// in which the interpreter makes room for a copy and the one in which it fills it.
+// those of its elements that cannot be shared are replaced by their copies. The garbage collector
+// rests meanwhile: no finalizer changes what is being copied, not even between the moment in which
+// the interpreter makes room for a copy and the one in which it fills it.
 #include "host_copy.h"
 
 #include <string_view>
 #include <vector>
 
-#include "host_value.h"
-#include "number_text.h"
+#include "detail/number_text.h"
+#include "errors.h"
 
 namespace mcp_responses {
 namespace {
@@ -26,7 +26,7 @@ class CollectorAtRest {
   bool was_enabled_;
 };
 
-HostRef string_of(std::string_view ascii) {
+HostRef string_of_ascii(std::string_view ascii) {
   return checked(PyUnicode_FromStringAndSize(ascii.data(), static_cast<Py_ssize_t>(ascii.size())));
 }
 
@@ -35,42 +35,38 @@ HostRef key_text(PyObject* key) {
     case HostKind::string:
       return checked(PyUnicode_FromObject(key));
     case HostKind::integer:
-      return string_of(NumberText(static_cast<std::int64_t>(integer_in(key))).view());
+      return string_of_ascii(NumberText(integer_in(key)).view());
     case HostKind::real:
-      return string_of(NumberText(PyFloat_AS_DOUBLE(key)).view());
+      return string_of_ascii(NumberText(PyFloat_AS_DOUBLE(key)).view());
     case HostKind::boolean:
-      return string_of(key == Py_True ? "true" : "false");
+      return string_of_ascii(key == Py_True ? "true" : "false");
     case HostKind::null:
-      return string_of("null");
+      return string_of_ascii("null");
     default:
       throw Refused(key, Refused::As::key);
   }
 }
 
-/// Whether every key is exactly a str; and whether every value is a plain leaf, so that there is
+/// Whether every key is exactly a str; and whether every value can be shared, so that there is
 /// nothing left to copy.
 struct DictContent {
   bool has_plain_keys = true;
-  bool has_plain_values = true;
+  bool has_shareable_values = true;
 
   explicit DictContent(PyObject* dict) {
-    PyObject* key = nullptr;
-    PyObject* value = nullptr;
-    for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, &value) != 0;) {
-      has_plain_keys = has_plain_keys && PyUnicode_CheckExact(key);
-      has_plain_values = has_plain_values && is_plain_leaf(value);
+    for (HostCursor at(dict, true); at.next();) {
+      has_plain_keys = has_plain_keys && PyUnicode_CheckExact(at.key());
+      has_shareable_values = has_shareable_values && is_shareable(at.value());
     }
   }
 };
 
 HostRef rekeyed(PyObject* dict) {
   HostRef copy = checked(PyDict_New());
-  PyObject* key = nullptr;
-  PyObject* value = nullptr;
-  for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, &value) != 0;) {
-    const HostRef held_value = HostRef::borrow(value);
-    const HostRef held_key = HostRef::borrow(key);
-    check(PyDict_SetItem(copy.get(), key_text(key).get(), value));
+  for (HostCursor at(dict, true); at.next();) {
+    const HostRef value = HostRef::borrow(at.value());
+    const HostRef key = HostRef::borrow(at.key());
+    check(PyDict_SetItem(copy.get(), key_text(key.get()).get(), value.get()));
   }
   return copy;
 }
@@ -115,7 +111,7 @@ struct ShallowCopy {
         const DictContent content(original);
         const bool is_plain = content.has_plain_keys && PyDict_CheckExact(original);
         object = is_plain ? checked(PyDict_Copy(original)) : rekeyed(original);
-        is_whole = content.has_plain_values;
+        is_whole = content.has_shareable_values;
         return;
       }
       case HostKind::other:
@@ -131,43 +127,34 @@ bool is_leaf(PyObject* copy) { return !PyList_CheckExact(copy) && !PyDict_CheckE
 /// A container of the copy, and how far its elements have been copied.
 class Level {
  public:
-  explicit Level(PyObject* container) noexcept : container_(HostRef::borrow(container)) {}
+  explicit Level(PyObject* container) noexcept
+      : container_(HostRef::borrow(container)), at_(container) {}
 
-  /// On to the next element that is no plain leaf; false when there is none.
-  bool next() {
-    while (advance()) {
-      if (!is_plain_leaf(element_)) return true;
+  /// On to the next element that cannot be shared; false when there is none.
+  bool next() noexcept {
+    while (at_.next()) {
+      if (!is_shareable(at_.value())) return true;
     }
     return false;
   }
 
-  PyObject* element() const noexcept { return element_; }
+  PyObject* element() const noexcept { return at_.value(); }
 
   /// Requires that somebody else holds the element.
   void replace(PyObject* copy) {
-    if (PyList_Check(container_.get())) {
-      PyList_SET_ITEM(container_.get(), position_ - 1, Py_NewRef(copy));
-      Py_DECREF(element_);  // not the last reference: the caller of this copies from it
-    } else {
-      const HostRef key = HostRef::borrow(key_);
+    if (at_.is_dict()) {
+      const HostRef key = HostRef::borrow(at_.key());
       check(PyDict_SetItem(container_.get(), key.get(), copy));
+    } else {
+      PyObject* const element = at_.value();
+      PyList_SET_ITEM(container_.get(), at_.index(), Py_NewRef(copy));
+      Py_DECREF(element);  // not the last reference: the caller of this copies from it
     }
   }
 
  private:
-  bool advance() noexcept {
-    if (PyList_Check(container_.get())) {
-      if (position_ >= PyList_GET_SIZE(container_.get())) return false;
-      element_ = PyList_GET_ITEM(container_.get(), position_++);
-      return true;
-    }
-    return PyDict_Next(container_.get(), &position_, &key_, &element_) != 0;
-  }
-
   HostRef container_;
-  PyObject* key_ = nullptr;
-  PyObject* element_ = nullptr;
-  Py_ssize_t position_ = 0;
+  HostCursor at_;
 };
 
 }  // namespace
@@ -194,9 +181,8 @@ HostRef plain_copy(PyObject* root) {
 
 HostRef with_text_keys(PyObject* dict) {
   const CollectorAtRest at_rest;
-  PyObject* key = nullptr;
-  for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, nullptr) != 0;) {
-    if (!PyUnicode_CheckExact(key)) return rekeyed(dict);
+  for (HostCursor at(dict, true); at.next();) {
+    if (!PyUnicode_CheckExact(at.key())) return rekeyed(dict);
   }
   return HostRef::borrow(dict);
 }

@@ -3,8 +3,8 @@
 
 #include <utility>
 
+#include "host_object.h"
 #include "host_ref.h"
-#include "host_value.h"
 
 namespace mcp_responses {
 
@@ -13,10 +13,10 @@ namespace mcp_responses {
 /// `NestingError`.
 HostRef plain_copy(PyObject* root);
 
-/// What goes into an answer for an object that is only handed on: a plain leaf itself, a copy of
-/// anything else.
+/// What goes into an answer for an object that is only handed on: a leaf itself where it can be
+/// shared, a copy of anything else.
 inline HostRef handed_on(HostRef object) {
-  return is_plain_leaf(object.get()) ? std::move(object) : plain_copy(object.get());
+  return is_shareable(object.get()) ? std::move(object) : plain_copy(object.get());
 }
 
 /// The dict itself when all its keys are exactly str, else a copy in which every other key has

@@ -2,15 +2,17 @@
 
 #include <vector>
 
-#include "encode.h"
+#include "detail/encoder.h"
+#include "detail/sinks.h"
+#include "errors.h"
 #include "host_copy.h"
-#include "host_value.h"
+#include "host_object.h"
 
 namespace mcp_responses {
 namespace {
 
-/// A dict has a key that is not exactly a str: its text may be another key's too, so a plain copy
-/// is encoded instead.
+/// A dict has a key that is not exactly a str. Another key may have the same text, so a plain copy
+/// is encoded instead, in which each text is there once.
 class OtherKey {};
 
 /// A host object as the encoder walks it. No host code runs during the walk, so borrowed references
@@ -21,29 +23,19 @@ class HostTree {
 
   class Cursor {
    public:
-    Cursor(PyObject* container, bool is_object) noexcept
-        : container_(container), is_object_(is_object) {}
+    Cursor(PyObject* container, bool is_object) noexcept : at_(container, is_object) {}
 
-    bool is_object() const noexcept { return is_object_; }
+    bool is_object() const noexcept { return at_.is_dict(); }
     bool next() {
-      if (!is_object_) {
-        if (position_ == PySequence_Fast_GET_SIZE(container_)) return false;
-        value_ = PySequence_Fast_GET_ITEM(container_, position_++);
-        return true;
-      }
-      if (PyDict_Next(container_, &position_, &key_, &value_) == 0) return false;
-      if (!PyUnicode_CheckExact(key_)) throw OtherKey();
+      if (!at_.next()) return false;
+      if (at_.is_dict() && !PyUnicode_CheckExact(at_.key())) throw OtherKey();
       return true;
     }
-    PyObject* value() const noexcept { return value_; }
-    TextView key() const { return text(key_); }
+    PyObject* value() const noexcept { return at_.value(); }
+    TextView key() const { return text(at_.key()); }
 
    private:
-    PyObject* container_;
-    PyObject* key_ = nullptr;
-    PyObject* value_ = nullptr;
-    Py_ssize_t position_ = 0;
-    bool is_object_;
+    HostCursor at_;
   };
 
   Kind kind(PyObject* node, const std::vector<Cursor>& open) const {
@@ -107,7 +99,7 @@ Sink encoded(PyObject* root) {
 }  // namespace
 
 HostRef encoded_host_text(PyObject* root) {
-  return exact_host_string(encoded<TextSink>(root).view());
+  return exact_string_of(encoded<TextSink>(root).view());
 }
 
 std::size_t encoded_host_size(PyObject* root) { return encoded<CountSink>(root).bytes(); }

@@ -1,12 +1,12 @@
 #include "host_record.h"
 
-#include <string>
+#include <ranges>
+#include <utility>
 
-#include "host_copy.h"
-#include "host_path.h"
+#include "host_place.h"
+#include "host_value.h"
 
 namespace mcp_responses {
-
 namespace {
 
 /// An AttributeError tells its object and name, which the interpreter suggests other names by.
@@ -32,54 +32,37 @@ void complete_attribute_error(PyObject* object, PyObject* name) {
 
 }  // namespace
 
-void HostRecord::fail(PyObject* name, bool is_generic) const {
-  if (is_generic) complete_attribute_error(object_, name);  // the others have done so
-  throw HostError();
+PyObject* ReadAttributes::hold(const char* record, Field field, HostRef attribute) {
+  attributes_.push_back({record, field, std::move(attribute)});
+  return attributes_.back().object.get();
 }
 
-HostRef HostRecord::copied(PyObject* attribute, Field field) const {
-  try {
-    return plain_copy(attribute);
-  } catch (const Refused& refused) {
-    refuse(refused, place_in(field, attribute, refused));
+std::string ReadAttributes::place_of(PyObject* object) const {
+  // The one read last is the one at work.
+  for (const Attribute& attribute : std::views::reverse(attributes_)) {
+    const std::string name = std::string(attribute.record) + "." + field_name(attribute.field);
+    std::string place = place_in(attribute.object.get(), name, object);
+    if (!place.empty()) return place;
   }
+  return {};
 }
 
-Value HostRecord::value(Field field) const { return opened(attribute(field), field); }
+Value HostRecord::looked_into(Field field) const {
+  HostRef attribute = this->attribute(field);
+  if (is_shareable(attribute.get())) return to_value(std::move(attribute));
+  return to_value(HostRef::borrow(read_.hold(name_, field, std::move(attribute))));
+}
 
 HostRef HostRecord::summary(Field field) const {
   HostRef docstring = attribute(field);
   if (docstring.get() == Py_None) return docstring;
-  if (PyUnicode_Check(docstring.get())) return host_first_sentence(docstring.get());
-  sentence_of(opened(std::move(docstring), field));  // which says what it should be
-  return {};
+  if (PyUnicode_Check(docstring.get())) return first_sentence_of(docstring.get());
+  refuse_docstring(to_value(HostRef::borrow(read_.hold(name_, field, std::move(docstring)))));
 }
 
-Value HostRecord::opened(HostRef attribute, Field field) const {
-  try {
-    Value value = to_value(HostRef::borrow(attribute.get()));
-    if (looked_into_ != nullptr && host_container(value) != nullptr)
-      looked_into_->emplace_back(field, std::move(attribute));
-    return value;
-  } catch (const Refused& refused) {
-    refuse(refused, place_in(field, attribute.get(), refused));
-  }
-}
-
-std::string HostRecord::place_in(Field field, PyObject* attribute, const Refused& refused) const {
-  return path_to(refused.object(), attribute, std::string(name_) + "." + field_name(field));
-}
-
-void HostRecord::refuse(const Refused& refused, const std::string& place) {
-  raise_refused(refused, place);
+void HostRecord::fail(PyObject* name, bool is_generic) const {
+  if (is_generic) complete_attribute_error(object_, name);  // the others have done so
   throw HostError();
-}
-
-void HostRecord::refuse_inside(const LookedInto& looked_into, const Refused& refused) const {
-  for (const auto& [field, attribute] : looked_into) {
-    const std::string place = place_in(field, attribute.get(), refused);
-    if (!place.empty()) refuse(refused, place);
-  }
 }
 
 }  // namespace mcp_responses

@@ -7,49 +7,53 @@
 #include <vector>
 
 #include "host_copy.h"
+#include "host_errors.h"
+#include "host_names.h"
+#include "host_object.h"
 #include "host_ref.h"
-#include "host_value.h"
 #include "records.h"
-#include "state.h"
 
 namespace mcp_responses {
 
+/// The attributes that a call has copied or looked into. They are held until it ends, so that a
+/// value in one of them that no answer can carry is found again for the error's text.
+class ReadAttributes {
+ public:
+  /// Holds the attribute, which the record called `record` gave for `field`; borrowed.
+  PyObject* hold(const char* record, Field field, HostRef attribute);
+
+  /// Where the object stands in them: "symbol.docstring[0]". Empty when it does not.
+  std::string place_of(PyObject* object) const;
+
+ private:
+  struct Attribute {
+    const char* record;
+    Field field;
+    HostRef object;
+  };
+  std::vector<Attribute> attributes_;
+};
+
+/// See the concept `Record`. An attribute that cannot be read throws `HostError`: AttributeError as
+/// the interpreter raises it, or whatever the attribute's own code raises.
 class HostRecord {
  public:
   /// `name` is what errors call it. Everything must outlive the record.
-  HostRecord(const State& state, PyObject* object, const char* name) noexcept
-      : state_(state), object_(object), name_(name) {}
+  HostRecord(const HostNames& names, PyObject* object, const char* name,
+             ReadAttributes& read) noexcept
+      : names_(names), object_(object), name_(name), read_(read) {}
 
-  /// The attribute of the field's name, as an answer takes it. Throws `HostError`: AttributeError
-  /// as the host raises it, or whatever the attribute's own code raises.
-  HostRef read(Field field) const {
+  HostRef handed_on(Field field) const {
     HostRef attribute = this->attribute(field);
-    return is_plain_leaf(attribute.get()) ? std::move(attribute) : copied(attribute.get(), field);
+    if (is_shareable(attribute.get())) return attribute;
+    return plain_copy(read_.hold(name_, field, std::move(attribute)));
   }
-  /// The same, to be looked into, which has to happen in `answered`.
-  Value value(Field field) const;
-  /// The first sentence of the docstring in a field, or None.
+  Value looked_into(Field field) const;
   HostRef summary(Field field) const;
 
-  /// Calls `answer`, which builds one of this record; its errors say where in the record a value is
-  /// that cannot be part of it.
-  template <class Answer>
-  HostRef answered(Answer&& answer) const {
-    LookedInto looked_into;
-    looked_into_ = &looked_into;
-    try {
-      return std::forward<Answer>(answer)();
-    } catch (const Refused& refused) {
-      refuse_inside(looked_into, refused);
-      throw;
-    }
-  }
-
  private:
-  using LookedInto = std::vector<std::pair<Field, HostRef>>;  // lists and dicts
-
   HostRef attribute(Field field) const {
-    PyObject* const name = state_.field_name(field);
+    PyObject* const name = names_.of(field);
     // PyObject_GetAttr is one step more to where the attributes of most objects are.
     const bool is_generic = Py_TYPE(object_)->tp_getattro == PyObject_GenericGetAttr;
     HostRef attribute = HostRef::steal(in_host([&] {
@@ -59,16 +63,12 @@ class HostRecord {
     return attribute;
   }
   [[noreturn]] void fail(PyObject* name, bool is_generic) const;
-  HostRef copied(PyObject* attribute, Field field) const;
-  Value opened(HostRef attribute, Field field) const;
-  std::string place_in(Field field, PyObject* attribute, const Refused& refused) const;
-  [[noreturn]] static void refuse(const Refused& refused, const std::string& place);
-  void refuse_inside(const LookedInto& looked_into, const Refused& refused) const;
 
-  const State& state_;
+  const HostNames& names_;
   PyObject* object_;
   const char* name_;
-  mutable LookedInto* looked_into_ = nullptr;
+  ReadAttributes& read_;
 };
+static_assert(Record<HostRecord>);
 
 }  // namespace mcp_responses

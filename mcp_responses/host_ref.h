@@ -1,12 +1,8 @@
-// References to host objects, and the two ways an error crosses between the host and C++.
+// References to host objects: two types, two verbs.
 //
-// Two types, two verbs. A HostRef owns one reference; it is made by `steal` (takes over a reference
-// somebody gives away, such as a new one) or `borrow` (adds one of its own), and given away by
-// `release`. A raw PyObject* is always borrowed.
-//
-// Inwards, a null or negative answer of the interpreter becomes a HostError: the interpreter's own
-// error is set already. Outwards, `crossing` turns any C++ exception into the host's. Nothing else
-// catches.
+// A HostRef owns one reference. It is made by `steal` (takes over a reference that somebody gives
+// away, such as a new one) or `borrow` (adds one of its own), and given away by `release`. A raw
+// PyObject* is always borrowed.
 #pragma once
 
 #define PY_SSIZE_T_CLEAN
@@ -70,34 +66,5 @@ class HostRef {
   explicit HostRef(PyObject* object) noexcept : object_(object) {}
   PyObject* object_ = nullptr;
 };
-
-/// The interpreter has set its error.
-class HostError {};
-
-/// Takes over a new reference; throws `HostError` for null.
-inline HostRef checked(PyObject* object) {
-  if (object == nullptr) throw HostError();
-  return HostRef::steal(object);
-}
-
-/// Throws `HostError` for a negative answer.
-inline void check(int answer) {
-  if (answer < 0) throw HostError();
-}
-
-/// Sets the interpreter's error to what is being thrown. Requires to be called from a catch block.
-void raise_in_host() noexcept;
-
-/// Calls `body` and gives its result away; on any exception sets the interpreter's error and gives
-/// null.
-template <class Body>
-PyObject* crossing(Body&& body) noexcept {
-  try {
-    return in_host(std::forward<Body>(body)).release();
-  } catch (...) {
-    raise_in_host();
-    return nullptr;
-  }
-}
 
 }  // namespace mcp_responses

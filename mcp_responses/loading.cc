@@ -1,7 +1,7 @@
 #include "loading.h"
 
 #include <initializer_list>
-#include <span>
+#include <string_view>
 #include <utility>
 
 #include "ask_citations.h"
@@ -10,7 +10,8 @@
 #include "cuts.h"
 #include "empty_responses.h"
 #include "function_type.h"
-#include "functions.h"
+#include "host_errors.h"
+#include "signatures.h"
 #include "state.h"
 
 namespace mcp_responses {
@@ -28,10 +29,9 @@ void import_module(PyObject* module, const char* name) {
 HostRef imported_name(const char* source, const char* name) {
   const HostRef from = checked(PyImport_ImportModule(source));
   HostRef object = HostRef::steal(PyObject_GetAttrString(from.get(), name));
-  if (!object && PyErr_ExceptionMatches(PyExc_AttributeError) != 0) {
-    PyErr_Format(PyExc_ImportError, "cannot import name '%s' from '%s'", name, source);
-  }
-  return checked(object.release());
+  if (object) return object;
+  if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) throw HostError();
+  raise(PyExc_ImportError, "cannot import name '%s' from '%s'", name, source);
 }
 
 void import_name(PyObject* module, const char* source, const char* name) {
@@ -68,14 +68,28 @@ void define_sentence_end(PyObject* module) {
          checked(PyObject_CallMethod(re.get(), "compile", "s", R"((?<=[.!?])\s)")));
 }
 
-void define_functions(PyObject* module, PyObject* type, std::span<const Signature> signatures) {
-  for (const Signature& signature : signatures)
-    define(module, signature.name, make_function(type, module, signature));
-}
+/// Defines the module's functions, in the order of their table, in more than one go.
+class FunctionDefinitions {
+ public:
+  explicit FunctionDefinitions(PyObject* module)
+      : module_(module), type_(make_function_type(module)) {}
+
+  /// Those that are not defined yet, up to the one of this name but for itself; without a name, all.
+  void define_before(std::string_view name) {
+    for (; next_ != signatures.end() && next_->name != name; ++next_)
+      define(module_, next_->name, make_function(type_.get(), module_, *next_));
+  }
+  void define_the_rest() { define_before({}); }
+
+ private:
+  PyObject* module_;
+  HostRef type_;
+  decltype(signatures)::const_iterator next_ = signatures.begin();
+};
 
 void define_empty_responses(PyObject* module) {
   constexpr const char* name = "EMPTY_TOOL_RESPONSES";
-  define(module, name, to_host(*state_of(module), EMPTY_TOOL_RESPONSES()));
+  define(module, name, state_of(module)->dicts.of(EMPTY_TOOL_RESPONSES()));
   const HostRef annotations = checked(PyObject_GetAttrString(module, "__annotations__"));
   const HostRef type = checked(PyUnicode_FromString("dict[str, dict[str, Any]]"));
   check(PyDict_SetItemString(annotations.get(), name, type.get()));
@@ -84,24 +98,22 @@ void define_empty_responses(PyObject* module) {
 }  // namespace
 
 void load(PyObject* module) {
-  const std::span<const Signature> table(functions);
   define_annotations(module);
   import_host_modules(module);
   import_name(module, "hollin.utils.pagination", "add_pagination_hint");
   define_logger(module);
   define_integers(module, {{"SUMMARY_CHARS", SUMMARY_CHARS}, {"CODE_LINE_CHARS", CODE_LINE_CHARS}});
   define_sentence_end(module);
-  const HostRef type = make_function_type(module);
-  define_functions(module, type.get(), table.first(first_ask_function));
+  FunctionDefinitions functions(module);
+  functions.define_before("build_wiki_ask_response");
   define_integers(module, {{"_ASK_EXCERPT_CHARS", _ASK_EXCERPT_CHARS},
                            {"_ASK_MIN_EXCERPT_CHARS", _ASK_MIN_EXCERPT_CHARS},
                            {"_ASK_CITATIONS_PER_SECTION", _ASK_CITATIONS_PER_SECTION},
                            {"_ASK_MAX_CITATIONS", _ASK_MAX_CITATIONS},
                            {"_BYTES_PER_TOKEN", _BYTES_PER_TOKEN}});
-  define_functions(module, type.get(),
-                   table.subspan(first_ask_function, table.size() - first_ask_function - 1));
+  functions.define_before("get_empty_response");
   define_empty_responses(module);
-  define_functions(module, type.get(), table.last(1));
+  functions.define_the_rest();
 }
 
 }  // namespace mcp_responses

@@ -1,8 +1,7 @@
 // The extension module hollin.mcp_responses: its definition, and what an import of it goes through.
-#include <new>
+#include <utility>
 
-#include "function_type.h"
-#include "host_ref.h"
+#include "host_errors.h"
 #include "loading.h"
 #include "state.h"
 
@@ -25,14 +24,10 @@ MAINTENANCE:
 State*& state_slot(PyObject* module) { return *static_cast<State**>(PyModule_GetState(module)); }
 
 int execute(PyObject* module) {
-  try {
+  return crossing_status([module] {
     state_slot(module) = new State();
     load(module);
-    return 0;
-  } catch (...) {
-    raise_in_host();
-    return -1;
-  }
+  });
 }
 
 void release(void* module) {

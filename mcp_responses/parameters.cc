@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host_errors.h"
+
 namespace mcp_responses {
 namespace {
 
@@ -43,19 +45,15 @@ std::size_t position_of(std::span<PyObject* const> names, PyObject* name) {
 void take_named(const HostParameters& parameters, PyObject* name, PyObject* value,
                 std::span<PyObject*> arguments) {
   if (!PyUnicode_Check(name)) {
-    PyErr_Format(PyExc_TypeError, "%s() keywords must be strings", parameters.function);
-    throw HostError();
+    raise(PyExc_TypeError, "%s() keywords must be strings", parameters.function);
   }
   const std::size_t position = position_of(parameters.names, name);
   if (position == parameters.names.size()) {
-    PyErr_Format(PyExc_TypeError, "%s() got an unexpected keyword argument '%S'",
-                 parameters.function, name);
-    throw HostError();
+    raise(PyExc_TypeError, "%s() got an unexpected keyword argument '%S'", parameters.function,
+          name);
   }
   if (arguments[position] != nullptr) {
-    PyErr_Format(PyExc_TypeError, "%s() got multiple values for argument '%S'", parameters.function,
-                 name);
-    throw HostError();
+    raise(PyExc_TypeError, "%s() got multiple values for argument '%S'", parameters.function, name);
   }
   arguments[position] = value;
 }
@@ -76,10 +74,9 @@ void take_named(const HostParameters& parameters, PyObject* name, PyObject* valu
     and_by_name = std::string(" positional argument") + plural(given) + " (and " +
                   std::to_string(by_name) + " keyword-only argument" + plural(by_name) + ")";
   }
-  PyErr_Format(PyExc_TypeError, "%s() takes %s positional argument%s but %zu%s %s given",
-               parameters.function, takes.c_str(), least < most ? "s" : plural(most), given,
-               and_by_name.c_str(), given == 1 && by_name == 0 ? "was" : "were");
-  throw HostError();
+  raise(PyExc_TypeError, "%s() takes %s positional argument%s but %zu%s %s given",
+        parameters.function, takes.c_str(), least < most ? "s" : plural(most), given,
+        and_by_name.c_str(), given == 1 && by_name == 0 ? "was" : "were");
 }
 
 /// Fills what was left out of the parameters from `first` to `last` with their defaults.
@@ -91,9 +88,8 @@ void fill(const HostParameters& parameters, std::size_t first, std::size_t last,
     if (arguments[i] == nullptr) missing.push_back(parameters.names[i]);
   }
   if (missing.empty()) return;
-  PyErr_Format(PyExc_TypeError, "%s() missing %zu required %s argument%s: %s", parameters.function,
-               missing.size(), kind, plural(missing.size()), listed(missing).c_str());
-  throw HostError();
+  raise(PyExc_TypeError, "%s() missing %zu required %s argument%s: %s", parameters.function,
+        missing.size(), kind, plural(missing.size()), listed(missing).c_str());
 }
 
 }  // namespace

@@ -1,13 +1,25 @@
-// Lays a call's arguments out in the order of a function's parameters, as the interpreter does for
-// a function defined in its own language: the same errors, the same texts, the same one first when
-// several apply.
+// A function's parameters, and a call's arguments laid out in their order, as the interpreter does
+// it for a function defined in its own language: the same errors, the same texts, the same one first
+// when several apply.
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 #include "host_ref.h"
 
 namespace mcp_responses {
+
+/// What a parameter is when it is left out.
+enum class Default : unsigned char { required, none, no, zero, zero_real, empty_string, items };
+
+struct Parameter {
+  const char* name = nullptr;
+  const char* type = nullptr;  // as the host's annotations hold it: text
+  Default fallback = Default::required;
+};
+
+inline constexpr std::size_t most_parameters = 12;
 
 /// A function's parameters as the host knows them. All pointers are borrowed from the function
 /// object.

@@ -7,7 +7,7 @@
 
 #include "encode.h"
 #include "errors.h"
-#include "keys.h"
+#include "shaped.h"
 
 namespace mcp_responses {
 namespace {

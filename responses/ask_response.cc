@@ -5,7 +5,6 @@
 #include "ask_response.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,7 +13,7 @@
 #include "cuts.h"
 #include "encode.h"
 #include "errors.h"
-#include "keys.h"
+#include "shaped.h"
 
 namespace mcp_responses {
 namespace {
@@ -85,8 +84,8 @@ class Draft {
     measure();
     settle_count(limit);
     place_excerpts(limit);
-    drop(memories_, limit);
-    drop(code_, limit);
+    drop(answer_.memories, memories_size_, limit);
+    drop(answer_.code, code_size_, limit);
   }
 
   Object assembled() {
@@ -94,18 +93,16 @@ class Draft {
     rows.reserve(kept_);
     for (std::size_t i = 0; i < kept_; ++i) rows.append(row_of(sections_[i], excerpts_[i]));
     Object response = required(std::move(rows), citations_.for_first(kept_));
-    for (const Optional& member : optional_) response.add_known(member.key, member.value);
+    response.add_known("model"_key, answer_.model);
+    response.add_known("tokens"_key, answer_.tokens);
+    response.add_known("note"_key, answer_.note);
+    response.add_known("decisions"_key, answer_.decisions);
+    response.add_known("code"_key, answer_.code);
+    response.add_known("memories"_key, answer_.memories);
     return response;
   }
 
  private:
-  /// A member that is there only when its value is not null.
-  struct Optional {
-    Text key;
-    Value value;
-    std::int64_t size = 0;  // of its text and the comma before it, once measured
-  };
-
   Object required(List rows, List citations) const {
     return Shaped{
         "mode"_key = answer_.mode,
@@ -118,16 +115,25 @@ class Draft {
 
   void measure() {
     head_size_ = size_of(required({}, {}));
-    for (Optional& member : optional_) {
-      if (member.value.is_null()) continue;
-      member.size = size_of(member.key) + size_of(member.value) + 2;  // "," and ":"
-      head_size_ += member.size;
-    }
+    add_to_head("model"_key, answer_.model);
+    add_to_head("tokens"_key, answer_.tokens);
+    add_to_head("note"_key, answer_.note);
+    add_to_head("decisions"_key, answer_.decisions);
+    code_size_ = add_to_head("code"_key, answer_.code);
+    memories_size_ = add_to_head("memories"_key, answer_.memories);
     rows_size_.assign(1, 0);
     for (const Object& section : sections_) {
       const std::int64_t comma = rows_size_.size() == 1 ? 0 : 1;
       rows_size_.push_back(rows_size_.back() + comma + size_of(row_of(section, {})));
     }
+  }
+
+  /// Measures a member that is there only when it is not null, and the comma before it.
+  std::int64_t add_to_head(const Text& key, const Value& value) {
+    if (value.is_null()) return 0;
+    const std::int64_t size = size_of(key) + size_of(value) + 2;  // "," and ":"
+    head_size_ += size;
+    return size;
   }
 
   /// Of the answer with these sections, every excerpt empty.
@@ -161,38 +167,31 @@ class Draft {
     }
   }
 
-  void drop(Optional& member, std::int64_t limit) {
+  void drop(Value& member, std::int64_t size, std::int64_t limit) {
     if (size_ <= limit) return;
-    size_ -= member.size;
-    member.value = {};
+    size_ -= size;
+    member = {};
   }
 
   AskAnswer answer_;
-  std::array<Optional, 6> optional_{{{"model"_key, answer_.model},
-                                     {"tokens"_key, answer_.tokens},
-                                     {"note"_key, answer_.note},
-                                     {"decisions"_key, answer_.decisions},
-                                     {"code"_key, answer_.code},
-                                     {"memories"_key, answer_.memories}}};
-  Optional& code_ = optional_[4];
-  Optional& memories_ = optional_[5];
   std::vector<Object> sections_;
   CitationLists citations_;
   std::vector<Text> excerpts_;
   std::size_t kept_;  // sections, the first ones
 
-  std::int64_t head_size_ = 0;  // of the answer with both lists empty
-  std::vector<std::int64_t>
-      rows_size_;          // of the first n rows with empty excerpts, and their commas
-  std::int64_t size_ = 0;  // of the answer as far as excerpts are placed
+  // In bytes of text:
+  std::int64_t head_size_ = 0;  // the answer with both lists empty
+  std::int64_t code_size_ = 0;  // the member, within the head
+  std::int64_t memories_size_ = 0;
+  std::vector<std::int64_t> rows_size_;  // the first n rows with empty excerpts, and their commas
+  std::int64_t size_ = 0;                // the answer as far as excerpts are placed
 };
 
 /// The byte limit. A budget beyond what any answer can reach is as good as one at that bound:
 /// nothing wraps.
 std::int64_t limit_of(const Value& token_budget) {
   constexpr std::int64_t beyond_any_answer = std::int64_t{1} << 56;
-  const auto boolean = token_budget.boolean();
-  const auto budget = boolean ? std::int64_t{*boolean} : token_budget.integer();
+  const auto budget = token_budget.whole();
   if (!budget) throw KindError("token_budget", "int or None", token_budget.kind());
   return std::clamp(*budget, -beyond_any_answer, beyond_any_answer) * _BYTES_PER_TOKEN;
 }

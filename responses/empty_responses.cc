@@ -1,7 +1,7 @@
 #include "empty_responses.h"
 
-#include "keys.h"
 #include "pagination.h"
+#include "shaped.h"
 
 namespace mcp_responses {
 namespace {

@@ -27,7 +27,7 @@ std::size_t common_length(const TextView& a, const TextView& b) {
 }
 
 Text slice(const TextView& view, std::size_t start, std::size_t count) {
-  return visit_units(view.slice(start, count), [](auto units) { return Text::copy_of(units); });
+  return Text::copy_of(view.slice(start, count));
 }
 
 bool starts_with_module(const TextView& fqn, const TextView& module) {
@@ -62,7 +62,7 @@ Value name_in_module(const Value& module, Value fqn) {
   return slice(whole, prefix.size + 1, whole.size - prefix.size - 1);
 }
 
-Object build_file_symbol(const Record& symbol, const Value& module) {
+Object build_file_symbol(const PlainRecord& symbol, const Value& module) {
   return file_symbol(symbol, module);
 }
 

@@ -4,8 +4,8 @@
 #include <span>
 #include <utility>
 
-#include "keys.h"
 #include "records.h"
+#include "shaped.h"
 #include "text.h"
 #include "value.h"
 
@@ -20,25 +20,25 @@ Text outline_module(std::span<const Text> fqns);
 /// "end_line" (only when it differs from the start line), "signature" and "summary", each only when
 /// not null. A falsy `module` strips nothing. Throws `AttributeMissing` when there is a module to
 /// strip and the fqn is not a string.
-Object build_file_symbol(const Record& symbol, const Value& module = Text());
+Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 
 /// `fqn` without `module` and the dot in front, for a truthy module.
 Value name_in_module(const Value& module, Value fqn);
 
-/// The members of `build_file_symbol`, over any kind of value that a source gives.
-template <RecordSource Source>
+/// The members of `build_file_symbol`, of any kind of record.
+template <Record Source>
 auto file_symbol(const Source& symbol, const Value& module) {
-  Value name = name_in_module(module, symbol.value(Field::fqn));
-  auto kind = symbol.read(Field::kind);
-  Value line = symbol.value(Field::start_line);
-  Value end_line = symbol.value(Field::end_line);
+  Value name = name_in_module(module, symbol.looked_into(Field::fqn));
+  auto kind = symbol.handed_on(Field::kind);
+  Value line = symbol.looked_into(Field::start_line);
+  Value end_line = symbol.looked_into(Field::end_line);
   if (end_line == line) end_line = {};
   return Shaped{
       "name"_known = std::move(name),
       "kind"_known = std::move(kind),
       "line"_known = std::move(line),
       "end_line"_known = std::move(end_line),
-      "signature"_known = symbol.read(Field::signature),
+      "signature"_known = symbol.handed_on(Field::signature),
       "summary"_known = symbol.summary(Field::docstring),
   };
 }

@@ -1,20 +1,13 @@
 #include "pagination.h"
 
-#include <optional>
-
 #include "errors.h"
-#include "keys.h"
+#include "shaped.h"
 
 namespace mcp_responses {
 namespace {
 
-std::optional<std::int64_t> whole(const Value& value) {
-  const auto boolean = value.boolean();
-  return boolean ? std::optional<std::int64_t>(*boolean) : value.integer();
-}
-
 double number(const Value& value, std::string_view where) {
-  if (const auto integer = whole(value)) return static_cast<double>(*integer);
+  if (const auto whole = value.whole()) return static_cast<double>(*whole);
   const auto real = value.real();
   if (!real) throw KindError(where, "int", value.kind());
   return *real;
@@ -24,8 +17,8 @@ double number(const Value& value, std::string_view where) {
 
 bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
                  std::string_view total_name) {
-  const auto whole_offset = whole(offset);
-  const auto whole_total = whole(total);
+  const auto whole_offset = offset.whole();
+  const auto whole_total = total.whole();
   if (!whole_offset || !whole_total) {
     return number(offset, "offset") + static_cast<double>(rows) < number(total, total_name);
   }

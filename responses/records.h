@@ -1,16 +1,18 @@
-// What a record of the service's storage lets a builder read: its fields, each by name, when the
-// builder needs it. The host reads attributes of its own objects; C++ callers have PlainRecord.
+// What a builder reads of a record of the service's storage: its fields, each by name, when the
+// builder needs it.
+//
+// A host reads attributes of its own objects; C++ callers have PlainRecord. A builder's body is the
+// one place that says which fields it reads, and in what order.
 #pragma once
 
 #include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <initializer_list>
 #include <utility>
 #include <vector>
 
-#include "cuts.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -35,57 +37,51 @@ enum class Field : std::uint8_t {
   path_pattern,
   file_count,
   symbol_count,
+  end_of_fields,
 };
 
-inline constexpr std::array<const char*, 17> field_names{
-    "fqn",        "name",        "kind",
-    "start_line", "end_line",    "signature",
-    "docstring",  "is_export",   "docstring_truncated",
-    "file_path",  "line",        "caller_symbol",
-    "usage_type", "layer",       "path_pattern",
-    "file_count", "symbol_count"};
+/// The names of the fields, in the order of `Field`.
+inline constexpr std::array<const char*, static_cast<std::size_t>(Field::end_of_fields)>
+    field_names{"fqn",        "name",        "kind",
+                "start_line", "end_line",    "signature",
+                "docstring",  "is_export",   "docstring_truncated",
+                "file_path",  "line",        "caller_symbol",
+                "usage_type", "layer",       "path_pattern",
+                "file_count", "symbol_count"};
+static_assert(field_names.back() != nullptr, "each field has a name");
 
 constexpr const char* field_name(Field field) {
   return field_names[static_cast<std::size_t>(field)];
 }
 
-class Record {
- public:
-  Record() = default;
-  Record(const Record&) = delete;
-  Record& operator=(const Record&) = delete;
-  virtual ~Record() = default;
-
-  /// The value of a field. Throws `AttributeMissing`, or the host's own error, when the record does
-  /// not have it.
-  virtual Value read(Field field) const = 0;
-  Value value(Field field) const { return read(field); }
-  /// The first sentence of the docstring in a field; null where there is none. Throws `KindError`
-  /// when the field is neither a string nor null.
-  Value summary(Field field) const;
-};
-
-/// What a row is read from: `read` gives a field that the row only hands on, of whatever kind the
-/// host has for it, `value` one that it looks into, `summary` what it shows of one.
+/// What a row is built from. All three throw what reading the field throws, `AttributeMissing` or a
+/// host's own error.
+///
+///   handed_on(field)      a field that the row only carries, as whatever kind the host has for it
+///   looked_into(field)    a field that the row depends on, as a Value
+///   summary(field)        the first sentence of a docstring, or null where there is none. Throws
+///                         `KindError` when the field is neither a string nor null
 template <class Source>
-concept RecordSource = requires(const Source& source, Field field) {
-  source.read(field);
-  source.summary(field);
-  { source.value(field) } -> std::same_as<Value>;
+concept Record = requires(const Source& record, Field field) {
+  record.handed_on(field);
+  { record.looked_into(field) } -> std::same_as<Value>;
+  record.summary(field);
 };
-
-/// The first sentence of a docstring; no text for null. Throws `KindError` when it is neither a
-/// string nor null.
-FirstSentence sentence_of(const Value& docstring);
 
 /// A record made of the fields it is given.
-class PlainRecord : public Record {
+class PlainRecord {
  public:
   PlainRecord(std::initializer_list<std::pair<Field, Value>> fields) : fields_(fields) {}
-  Value read(Field field) const override;
+
+  Value handed_on(Field field) const { return looked_into(field); }
+  Value looked_into(Field field) const;
+  Value summary(Field field) const;
 
  private:
   std::vector<std::pair<Field, Value>> fields_;
 };
+
+/// Says that a record's docstring is neither a string nor null.
+[[noreturn]] void refuse_docstring(const Value& docstring);
 
 }  // namespace mcp_responses

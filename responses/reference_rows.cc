@@ -11,23 +11,18 @@ Object caller_of(const Value& caller_symbol) {
   return *object;
 }
 
-Object build_reference(const Record& reference, Value code) {
+Object build_reference(const PlainRecord& reference, Value code) {
   return reference_row(reference, std::move(code));
 }
 
-Object build_api_endpoint(const Record& symbol, Value file_path, Value component_name) {
+Object build_api_endpoint(const PlainRecord& symbol, Value file_path, Value component_name) {
   return api_endpoint(symbol, std::move(file_path), std::move(component_name));
 }
 
-Object build_component(const Record& component) { return component_row(component); }
+Object build_component(const PlainRecord& component) { return component_row(component); }
 
 Object build_test_coverage(Value test_file, Value source_file, Value symbols_imported) {
-  if (!symbols_imported.truthy()) symbols_imported = {};
-  return Shaped{
-      "test_file"_key = std::move(test_file),
-      "source_file"_key = std::move(source_file),
-      "symbols_imported"_known = std::move(symbols_imported),
-  };
+  return test_coverage(std::move(test_file), std::move(source_file), std::move(symbols_imported));
 }
 
 }  // namespace mcp_responses

@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "keys.h"
 #include "records.h"
+#include "shaped.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -14,14 +14,15 @@ namespace mcp_responses {
 /// each only when known. `code` is the line of code that the reference stands on. The caller is
 /// read from the reference's `caller_symbol`, an object with "fqn" and "kind"; throws
 /// `AttributeMissing` when that is truthy but no object.
-Object build_reference(const Record& reference, Value code = {});
+Object build_reference(const PlainRecord& reference, Value code = {});
 
 /// "fqn", "name", "kind", "file" ("" when no path is given), "line", "signature", "component";
 /// nulls included.
-Object build_api_endpoint(const Record& symbol, Value file_path = {}, Value component_name = {});
+Object build_api_endpoint(const PlainRecord& symbol, Value file_path = {},
+                          Value component_name = {});
 
 /// "name", "layer", "path_pattern", "file_count", "symbol_count", as the record gives them.
-Object build_component(const Record& component);
+Object build_component(const PlainRecord& component);
 
 /// "test_file", "source_file", then "symbols_imported" when truthy.
 Object build_test_coverage(Value test_file, Value source_file, Value symbols_imported = {});
@@ -29,14 +30,14 @@ Object build_test_coverage(Value test_file, Value source_file, Value symbols_imp
 /// The caller of a reference, for its keys to be read; empty when it is falsy.
 Object caller_of(const Value& caller_symbol);
 
-/// The members of these rows, over any kind of value that a source gives.
-template <RecordSource Source, class Passed>
-auto reference_row(const Source& reference, Passed code) {
-  const Object caller = caller_of(reference.value(Field::caller_symbol));
-  auto usage_type = reference.read(Field::usage_type);
+/// The members of these rows, of any kind of record.
+template <Record Source, class HandedOn>
+auto reference_row(const Source& reference, HandedOn code) {
+  const Object caller = caller_of(reference.looked_into(Field::caller_symbol));
+  auto usage_type = reference.handed_on(Field::usage_type);
   return Shaped{
-      "file"_key = reference.read(Field::file_path),
-      "line"_key = reference.read(Field::line),
+      "file"_key = reference.handed_on(Field::file_path),
+      "line"_key = reference.handed_on(Field::line),
       "code"_known = std::move(code),
       "caller"_known = caller.get("fqn"_key),
       "caller_kind"_known = caller.get("kind"_key),
@@ -44,25 +45,38 @@ auto reference_row(const Source& reference, Passed code) {
   };
 }
 
-template <RecordSource Source, class Passed>
-auto api_endpoint(const Source& symbol, Value file_path, Passed component_name) {
+template <Record Source, class HandedOn>
+auto api_endpoint(const Source& symbol, Value file_path, HandedOn component_name) {
   if (!file_path.truthy()) file_path = Text();
   return Shaped{
-      "fqn"_key = symbol.read(Field::fqn),         "name"_key = symbol.read(Field::name),
-      "kind"_key = symbol.read(Field::kind),       "file"_key = std::move(file_path),
-      "line"_key = symbol.read(Field::start_line), "signature"_key = symbol.read(Field::signature),
+      "fqn"_key = symbol.handed_on(Field::fqn),
+      "name"_key = symbol.handed_on(Field::name),
+      "kind"_key = symbol.handed_on(Field::kind),
+      "file"_key = std::move(file_path),
+      "line"_key = symbol.handed_on(Field::start_line),
+      "signature"_key = symbol.handed_on(Field::signature),
       "component"_key = std::move(component_name),
   };
 }
 
-template <RecordSource Source>
+template <Record Source>
 auto component_row(const Source& component) {
   return Shaped{
-      "name"_key = component.read(Field::name),
-      "layer"_key = component.read(Field::layer),
-      "path_pattern"_key = component.read(Field::path_pattern),
-      "file_count"_key = component.read(Field::file_count),
-      "symbol_count"_key = component.read(Field::symbol_count),
+      "name"_key = component.handed_on(Field::name),
+      "layer"_key = component.handed_on(Field::layer),
+      "path_pattern"_key = component.handed_on(Field::path_pattern),
+      "file_count"_key = component.handed_on(Field::file_count),
+      "symbol_count"_key = component.handed_on(Field::symbol_count),
+  };
+}
+
+template <class HandedOn>
+auto test_coverage(HandedOn test_file, HandedOn source_file, Value symbols_imported) {
+  if (!symbols_imported.truthy()) symbols_imported = {};
+  return Shaped{
+      "test_file"_key = std::move(test_file),
+      "source_file"_key = std::move(source_file),
+      "symbols_imported"_known = std::move(symbols_imported),
   };
 }
 

@@ -4,27 +4,28 @@
 
 #include <utility>
 
-#include "keys.h"
+#include "pagination.h"
+#include "shaped.h"
 #include "text.h"
 #include "value.h"
 
 namespace mcp_responses {
 
 /// Arguments of `build_wiki_status_response`. `coverage_pct` is a percentage, as a float. All but
-/// the stale pages are only handed on, whatever a host's own kind of value is.
-template <class Passed>
+/// the stale pages are only handed on, as whatever kind a host has for them.
+template <class HandedOn>
 struct WikiStatusOf {
-  Passed built;
-  Passed branch;
-  Passed pages = 0;
-  Passed files_covered = 0;
-  Passed total_sources = 0;
-  Passed coverage_pct = 0.0;
-  Passed last_built;
-  Passed model;
+  HandedOn built;
+  HandedOn branch;
+  HandedOn pages = 0;
+  HandedOn files_covered = 0;
+  HandedOn total_sources = 0;
+  HandedOn coverage_pct = 0.0;
+  HandedOn last_built;
+  HandedOn model;
   Value stale_pages;
-  Passed enabled = false;
-  Passed configured = false;
+  HandedOn enabled = false;
+  HandedOn configured = false;
 };
 using WikiStatus = WikiStatusOf<Value>;
 
@@ -38,24 +39,27 @@ Object build_wiki_status_response(WikiStatus status);
 Object build_wiki_list_response(Value pages, Value total, Value offset = 0,
                                 Value truncated = false);
 
-/// Arguments of `build_wiki_read_response`.
-struct WikiPage {
-  Value page_id;
-  Value title;
-  Value content;
+/// Arguments of `build_wiki_read_response`. The lists may be null.
+template <class HandedOn>
+struct WikiPageOf {
+  HandedOn page_id;
+  HandedOn title;
+  HandedOn content;
   Value citations;
   Value source_files;
   Value related_pages;
 };
+using WikiPage = WikiPageOf<Value>;
 
 /// "page_id", "title", "content", "citations", "source_files", "related_pages".
 Object build_wiki_read_response(WikiPage page);
 
+/// What stands for a list that is not there.
 inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
 
-/// The members of `build_wiki_status_response`.
-template <class Passed>
-auto wiki_status(WikiStatusOf<Passed> status) {
+/// The members of these answers.
+template <class HandedOn>
+auto wiki_status(WikiStatusOf<HandedOn> status) {
   return Shaped{
       "built"_key = std::move(status.built),
       "branch"_key = std::move(status.branch),
@@ -68,6 +72,28 @@ auto wiki_status(WikiStatusOf<Passed> status) {
       "last_built"_key = std::move(status.last_built),
       "model"_key = std::move(status.model),
       "stale_pages"_key = or_empty_list(std::move(status.stale_pages)),
+  };
+}
+
+template <class HandedOn>
+auto wiki_list(Value pages, Value total, Value offset, HandedOn truncated) {
+  const bool has_more = rows_remain(offset, row_count(pages, "pages"), total, "total");
+  return Shaped{
+      "pages"_key = std::move(pages),   "total_count"_key = std::move(total),
+      "offset"_key = std::move(offset), "truncated"_key = std::move(truncated),
+      "has_more"_key = has_more,
+  };
+}
+
+template <class HandedOn>
+auto wiki_page(WikiPageOf<HandedOn> page) {
+  return Shaped{
+      "page_id"_key = std::move(page.page_id),
+      "title"_key = std::move(page.title),
+      "content"_key = std::move(page.content),
+      "citations"_key = or_empty_list(std::move(page.citations)),
+      "source_files"_key = or_empty_list(std::move(page.source_files)),
+      "related_pages"_key = or_empty_list(std::move(page.related_pages)),
   };
 }
 

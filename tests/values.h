@@ -30,7 +30,6 @@ class Foreign {
 
   int owners = 0;
   int opened = 0;
-  int measured = 0;
 
  private:
   static Foreign& at(Payload payload) {
@@ -44,25 +43,13 @@ class Foreign {
     ++at(payload).opened;
     return at(payload).content_;
   }
-  static std::size_t measure(Payload payload) {
-    ++at(payload).measured;
-    return _encoded_size(at(payload).content_);
-  }
 
   static constexpr Holder text_holder{
       .kind = Kind::string, .retain = retain, .release = release, .text = text};
-  static constexpr Holder list_holder{.kind = Kind::list,
-                                      .retain = retain,
-                                      .release = release,
-                                      .size = size,
-                                      .opened = open,
-                                      .encoded_size = measure};
-  static constexpr Holder object_holder{.kind = Kind::object,
-                                        .retain = retain,
-                                        .release = release,
-                                        .size = size,
-                                        .opened = open,
-                                        .encoded_size = measure};
+  static constexpr Holder list_holder{
+      .kind = Kind::list, .retain = retain, .release = release, .size = size, .opened = open};
+  static constexpr Holder object_holder{
+      .kind = Kind::object, .retain = retain, .release = release, .size = size, .opened = open};
 
   Value content_;
 };

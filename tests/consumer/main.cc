@@ -1,7 +1,7 @@
 // Builds an answer, fits it to a budget and prints its text, whole and fitted.
 #include <mcp_responses/ask_response.h>
 #include <mcp_responses/encode.h>
-#include <mcp_responses/keys.h>
+#include <mcp_responses/shaped.h>
 
 #include <initializer_list>
 #include <iostream>

@@ -12,21 +12,21 @@ namespace mcp_responses {
 namespace {
 
 TEST(Text, IsKeptInTheNarrowestWidth) {
-  const std::tuple<std::u32string, Range, std::size_t> rows[] = {
-      {U"", Range::ascii, 1},          {U"a\x7F", Range::ascii, 1},
-      {U"a\x80", Range::latin1, 1},    {U"\xFF", Range::latin1, 1},
-      {U"a\u0100", Range::bmp, 2},     {U"\uFFFF", Range::bmp, 2},
-      {U"\U00010000", Range::full, 4}, {U"a\U0010FFFF", Range::full, 4}};
-  for (const auto& [plain, range, unit] : rows) {
+  const std::tuple<std::u32string, Repertoire, std::size_t> rows[] = {
+      {U"", Repertoire::ascii, 1},          {U"a\x7F", Repertoire::ascii, 1},
+      {U"a\x80", Repertoire::latin1, 1},    {U"\xFF", Repertoire::latin1, 1},
+      {U"a\u0100", Repertoire::bmp, 2},     {U"\uFFFF", Repertoire::bmp, 2},
+      {U"\U00010000", Repertoire::full, 4}, {U"a\U0010FFFF", Repertoire::full, 4}};
+  for (const auto& [plain, repertoire, unit] : rows) {
     const Text wide = models::text_of(plain);
     for (const Text& text : {wide, Text(wide.utf8()), Text(wide)}) {
-      EXPECT_EQ(text.view().range, range) << wide.utf8();
-      EXPECT_EQ(unit_size(text.view().range), unit) << wide.utf8();
+      EXPECT_EQ(text.view().repertoire, repertoire) << wide.utf8();
+      EXPECT_EQ(unit_size(text.view().repertoire), unit) << wide.utf8();
       EXPECT_EQ(models::code_points_of(text), plain) << wide.utf8();
     }
   }
   const std::uint16_t two_byte_units[] = {'a', 0xE9};
-  EXPECT_EQ(Text::copy_of(two_byte_units).view().range, Range::latin1);
+  EXPECT_EQ(Text::copy_of(two_byte_units).view().repertoire, Repertoire::latin1);
 }
 
 TEST(Text, EqualTextsAreEqualAndHashAlikeHoweverHeld) {

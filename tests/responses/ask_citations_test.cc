@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "errors.h"
-#include "keys.h"
+#include "shaped.h"
 #include "values.h"
 
 namespace mcp_responses {

@@ -74,7 +74,15 @@ TEST(Errors, SayWhatWasMetAndWhere) {
       {"TypeError: offset must be int, not None", [&] { page(List(), 1, {}); }},
       {"TypeError: pages must be list, not None", [] { build_wiki_list_response({}, 0); }},
       {"TypeError: total must be int, not None", [] { build_wiki_list_response(List(), {}); }},
-      {"TypeError: symbol.docstring must be str or None, not int", [] { sentence_of(1); }},
+      {"TypeError: symbol.docstring must be str or None, not int",
+       [] {
+         build_symbol_search_result(PlainRecord{{Field::fqn, 1},
+                                                {Field::name, 1},
+                                                {Field::kind, 1},
+                                                {Field::start_line, 1},
+                                                {Field::signature, 1},
+                                                {Field::docstring, 1}});
+       }},
       {"TypeError: module must be str, not int",
        [] {
          build_file_symbol(PlainRecord{{Field::fqn, "a"_t}}, 1);

@@ -1,5 +1,5 @@
-// 16 bytes of code points in a vector register: what looks for something in a text looks at a block
-// at a time.
+// Block: 16 bytes of a text in a vector register. Text is searched and copied a block at a time,
+// which takes a fraction of the time that one code point after the other takes.
 #pragma once
 
 #include <bit>
@@ -21,8 +21,8 @@ class Block {
   /// A whole block.
   explicit Block(const Unit* units) noexcept : units_(load<Vector>(units)) {}
 
-  /// At most a block, zeros behind it. Nothing else is read: two overlapping halves make up what is
-  /// there.
+  /// The first `count` units of a block, at most a whole one, and zeros behind them. Nothing past
+  /// them is read: two reads that overlap make up what is there.
   Block(const Unit* units, std::size_t count) noexcept {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(units);
     const std::size_t byte_count = count * sizeof(Unit);
@@ -52,15 +52,15 @@ class Block {
     std::memcpy(to, &wide, sizeof(wide));
   }
 
-  /// A bit for each unit that is found, `position * sizeof(Unit)` counted from the lowest. `find`
-  /// takes a vector of units and compares it: `[](auto units) { return units == ' '; }`.
+  /// Which units `find` holds for: the bit at `position * sizeof(Unit)`, counted from the lowest, is
+  /// set for each. `find` compares a vector of units: `[](auto units) { return units == ' '; }`.
   template <class Find>
   std::uint32_t where(Find find) const noexcept {
     constexpr std::uint32_t one_a_unit = 0xFFFF / ((1U << sizeof(Unit)) - 1);
     return bits_of(find(units_)) & one_a_unit;
   }
 
-  /// True when none of 16 units, however many blocks they take, is found.
+  /// True when `find` holds for none of the 16 units at `units`, however many blocks they take.
   template <class Find>
   static bool none_in_16(const Unit* units, Find find) noexcept {
     auto found = find(Block(units).units_);

@@ -1,5 +1,10 @@
-// What the encoder writes into: a text, or only a count of its bytes. Both take the same calls, so
-// that the size of an answer cannot disagree with its text.
+// Sinks: what the encoder writes into. TextSink collects a text, CountSink only counts its bytes.
+// Both take the same four calls, so that the size of an answer cannot disagree with its text:
+//
+//   put(character), put(ascii)    punctuation, numbers and words: ASCII, written as it is
+//   put_string(text)              a string in quotation marks, escaped where it must be
+//   put_key(text, is_first)       the key of a member: a string and a colon, and a comma before any
+//                                 but the first member of its object
 #pragma once
 
 #include <cstddef>
@@ -8,61 +13,58 @@
 #include <memory>
 #include <string_view>
 
-#include "block.h"
-#include "escapes.h"
+#include "detail/block.h"
+#include "detail/escapes.h"
 #include "text.h"
 
 namespace mcp_responses {
 
-/// Collects a text in the narrowest width that fits what came so far. Surrogates are carried
-/// through.
+/// Collects a text. Its units are as wide as what came so far needs: the first wider character
+/// widens all that stands already. Surrogates are carried through. Throws std::bad_alloc.
 class TextSink {
  public:
-  /// ASCII, as it is.
   void put(char character) {
-    if (unit_size(range_) == 1 && size_ < capacity_) [[likely]] {
+    if (unit_size(repertoire_) == 1 && size_ < capacity_) [[likely]] {
       static_cast<char*>(buffer_.get())[size_++] = character;
     } else {
       put(std::string_view(&character, 1));
     }
   }
   void put(std::string_view ascii);
-  /// A string: quotation marks around it, its content escaped where it must be.
   void put_string(const TextView& text) { put_between(0, text, 0); }
-  /// A member's key and the colon, after a comma for any but the first member.
   void put_key(const TextView& text, bool is_first) { put_between(is_first ? 0 : 1, text, 1); }
 
-  /// Valid until the next call.
-  TextView view() const noexcept { return {buffer_.get(), size_, range_}; }
+  /// What was put so far. Valid until the next call.
+  TextView view() const noexcept { return {buffer_.get(), size_, repertoire_}; }
 
  private:
   struct Free {
     void operator()(void* buffer) const noexcept { std::free(buffer); }
   };
 
-  /// Room for `more` units of the width in use; where the next one goes.
+  /// Makes room for `more` units of the width in use, and answers where the next one goes.
   template <class Unit>
   Unit* room_for(std::size_t more) {
     if (size_ + more > capacity_ / sizeof(Unit)) [[unlikely]]
       grow((size_ + more) * sizeof(Unit));
     return static_cast<Unit*>(buffer_.get()) + size_;
   }
-  /// A string after so many commas and before so many colons, none or one.
+  /// A string with `commas` commas before it and `colons` colons behind it, none or one of each.
   void put_between(unsigned commas, const TextView& text, unsigned colons) {
-    // The call for a wide sink is not worth its room here.
-    if (unit_size(range_) > 1 || !put_short<std::uint8_t>(commas, text, colons))
+    // Inlined for the narrow sink alone: code for the wide ones here costs more than it gains.
+    if (unit_size(repertoire_) > 1 || !put_short<std::uint8_t>(commas, text, colons))
       put_any(commas, text, colons);
   }
   void put_any(unsigned commas, const TextView& text, unsigned colons);
-  /// Most strings are short, of one byte a unit, and hold nothing to escape: this writes those, and
-  /// answers whether the text was one. Blocks that may overlap, so that hardly a branch depends on
-  /// the length.
+  /// Writes the string if it is short, of one byte a unit, and holds nothing to escape, as most are;
+  /// false when it is not. It is copied by blocks that may overlap, so that hardly a branch depends
+  /// on the length.
   template <class Unit>
   bool put_short(unsigned commas, const TextView& text, unsigned colons) noexcept {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t size = Bytes::size;
-    if (text.size > 4 * size || text.range > Range::latin1 || text.range > range_ ||
-        capacity_ / sizeof(Unit) - size_ < 5 * size) {
+    if (text.size > 4 * size || text.repertoire > Repertoire::latin1 ||
+        text.repertoire > repertoire_ || capacity_ / sizeof(Unit) - size_ < 5 * size) {
       return false;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
@@ -100,17 +102,18 @@ class TextSink {
   template <class Unit, class From>
   void put_escaped(std::span<const From> units);
   void grow(std::size_t needed);
-  void widen(Range range);
+  void widen(Repertoire repertoire);
   template <class From, class To>
   void widen_units();
 
   std::unique_ptr<void, Free> buffer_;
   std::size_t capacity_ = 0;  // in bytes
-  std::size_t size_ = 0;      // in units
-  Range range_ = Range::ascii;
+  std::size_t size_ = 0;      // in units of the repertoire's size
+  Repertoire repertoire_ = Repertoire::ascii;
 };
 
-/// Counts the bytes of the text in UTF-8. A lone surrogate has none: `SurrogateError`.
+/// Counts the bytes of the text in UTF-8. Throws `SurrogateError` for a lone surrogate, which has
+/// none.
 class CountSink {
  public:
   void put(char) noexcept { ++bytes_; }

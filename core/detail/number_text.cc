@@ -1,10 +1,10 @@
-// A float is put together from its shortest digits d1 d2 ... dn and the exponent e of d1.d2...dn *
-// 10^e:
+// A float is put together from its shortest digits d1 d2 ... dn and the exponent e for which it is
+// d1.d2...dn times 10^e:
 //
-//   float      = ["-"] (positional | exponential) | "NaN" | ["-"] "Infinity"
-//   positional = digits before the point, ".", digits after it, at least one on each side   (-4 <=
-//   e <= 15) exponential = d1 ["." d2 ... dn] "e" ("+" | "-") at least two digits (elsewhere)
-#include "number_text.h"
+//   float       = ["-"] (positional | exponential) | "NaN" | ["-"] "Infinity"
+//   positional  = digits "." digits               at least one on each side, when -4 <= e <= 15
+//   exponential = d1 ["." d2 ... dn] "e" ("+" | "-") exponent      at least two digits, elsewhere
+#include "detail/number_text.h"
 
 #include <charconv>
 #include <cmath>

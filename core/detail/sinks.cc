@@ -1,12 +1,12 @@
-#include "sinks.h"
+#include "detail/sinks.h"
 
 #include <algorithm>
 #include <new>
 #include <span>
 #include <type_traits>
 
-#include "block.h"
-#include "escapes.h"
+#include "detail/block.h"
+#include "detail/escapes.h"
 
 namespace mcp_responses {
 namespace {
@@ -79,7 +79,7 @@ constexpr std::size_t most_in_chunk = 1024;
 }  // namespace
 
 void TextSink::put(std::string_view ascii) {
-  switch (unit_size(range_)) {
+  switch (unit_size(repertoire_)) {
     case 1:
       return put_ascii<std::uint8_t>(ascii);
     case 2:
@@ -90,14 +90,14 @@ void TextSink::put(std::string_view ascii) {
 }
 
 void TextSink::put_any(unsigned commas, const TextView& text, unsigned colons) {
-  if (text.range > range_) widen(text.range);
+  if (text.repertoire > repertoire_) widen(text.repertoire);
   const auto put_as = [&]<class Unit>(Unit) {
     if (sizeof(Unit) > 1 && put_short<Unit>(commas, text, colons)) return;
     if (commas > 0) put(',');
     put_quoted<Unit>(text);
     if (colons > 0) put(':');
   };
-  switch (unit_size(range_)) {
+  switch (unit_size(repertoire_)) {
     case 1:
       return put_as(std::uint8_t{});
     case 2:
@@ -147,11 +147,11 @@ void TextSink::grow(std::size_t needed) {
   capacity_ = capacity;
 }
 
-/// Makes the units wide enough for `range`, from the last to the first so that they can stay in one
+/// Makes the units wide enough for `repertoire`, from the last to the first so that they can stay in one
 /// buffer.
-void TextSink::widen(Range range) {
-  const std::size_t from = unit_size(range_);
-  const std::size_t to = unit_size(range);
+void TextSink::widen(Repertoire repertoire) {
+  const std::size_t from = unit_size(repertoire_);
+  const std::size_t to = unit_size(repertoire);
   if (to > from && size_ > 0) {
     if (size_ * to > capacity_) grow(size_ * to);
     if (from == 2) {
@@ -162,7 +162,7 @@ void TextSink::widen(Range range) {
       widen_units<std::uint8_t, std::uint32_t>();
     }
   }
-  range_ = range;
+  repertoire_ = repertoire;
 }
 
 template <class From, class To>
@@ -177,7 +177,7 @@ void CountSink::put_string(const TextView& text) {
   bytes_ += 2 + text.size;
   visit_units(text, [&](auto units) {
     bytes_ += escape_bytes(units);
-    if (text.range != Range::ascii) bytes_ += utf8_bytes_of_any(units, has_surrogate);
+    if (text.repertoire != Repertoire::ascii) bytes_ += utf8_bytes_of_any(units, has_surrogate);
   });
   if (has_surrogate) refuse_surrogate(text);
 }

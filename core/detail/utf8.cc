@@ -1,4 +1,4 @@
-#include "utf8.h"
+#include "detail/utf8.h"
 
 namespace mcp_responses {
 namespace {

@@ -1,4 +1,5 @@
-// Which characters of a string are written as an escape (RFC 8259, section 7: those that must be).
+// Escapes: the characters of a string that RFC 8259, section 7, demands to be escaped, and no others,
+// are written as `\"`, `\\`, `\b`, `\f`, `\n`, `\r`, `\t` or `\u00` and two hexadecimal digits.
 #pragma once
 
 #include <algorithm>
@@ -9,17 +10,17 @@
 #include <span>
 #include <string_view>
 
-#include "block.h"
+#include "detail/block.h"
 
 namespace mcp_responses {
 
-/// The escape of a character that needs one: `\"`, `\n`, `\u001b`. What stands past its size is
-/// undefined.
+/// The escape of one character. What stands past its size is undefined.
 struct alignas(16) Escape {
   std::array<std::uint8_t, 8> characters;
   std::uint8_t size;
 };
 
+/// The escape of a character below `last_escaped + 1`, whether or not it needs one.
 constexpr Escape make_escape(std::uint8_t unit) {
   constexpr std::string_view of_controls = "uuuuuuuubtnufruuuuuuuuuuuuuuuuuu";
   constexpr std::string_view hex = "0123456789abcdef";
@@ -48,6 +49,7 @@ inline constexpr auto needs_escape = [](auto units) {
 /// Units that `write_escaped` may write past what it has to write.
 inline constexpr std::size_t most_past_end = 16;
 
+/// Writes the escape of a unit that needs one and returns its end. Requires room for 8 units.
 template <class To>
 To* write_escape(std::uint32_t unit, To* to) noexcept {
   const Escape& escape = escapes[unit];

@@ -1,5 +1,6 @@
-#include "host_ref.h"
+#include "host_errors.h"
 
+#include <cstdarg>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -7,20 +8,22 @@
 
 #include "code_lines.h"
 #include "errors.h"
-#include "host_value.h"
+#include "text.h"
 #include "work_tree.h"
 
 namespace mcp_responses {
 namespace {
 
-void raise_os_error(const std::system_error& error) {
+void set_os_error(const std::system_error& error) {
   errno = error.code().value();
   PyErr_SetFromErrno(PyExc_OSError);
 }
 
 /// As encoding the string itself would fail.
-void raise_unicode_error(const SurrogateError& error) {
-  const HostRef string = to_host_string(error.text());
+void set_unicode_error(const SurrogateError& error) {
+  const TextView text = error.text().view();
+  const HostRef string = checked(PyUnicode_FromKindAndData(
+      static_cast<int>(unit_size(text.repertoire)), text.data, static_cast<Py_ssize_t>(text.size)));
   const auto position = static_cast<Py_ssize_t>(error.position());
   const HostRef raised =
       checked(PyObject_CallFunction(PyExc_UnicodeEncodeError, "sOnns", "utf-8", string.get(),
@@ -29,12 +32,12 @@ void raise_unicode_error(const SurrogateError& error) {
 }
 
 /// A text with a path in it, which may hold bytes that are not UTF-8.
-void raise_with_path(PyObject* type, const char* text) {
+void set_error_with_path(PyObject* type, const char* text) {
   const HostRef message = checked(PyUnicode_DecodeFSDefault(text));
   PyErr_SetObject(type, message.get());
 }
 
-void raise_thrown() {
+void set_error_from_thrown() {
   try {
     throw;
   } catch (const HostError&) {
@@ -50,15 +53,13 @@ void raise_thrown() {
   } catch (const NestingError& error) {
     PyErr_SetString(PyExc_RecursionError, error.what());
   } catch (const SurrogateError& error) {
-    raise_unicode_error(error);
-  } catch (const Refused& refused) {
-    raise_refused(refused, "the value");
+    set_unicode_error(error);
   } catch (const NulInPath& error) {
     PyErr_SetString(PyExc_ValueError, error.what());
   } catch (const LinkLoop& error) {
-    raise_with_path(PyExc_RuntimeError, error.what());
+    set_error_with_path(PyExc_RuntimeError, error.what());
   } catch (const std::system_error& error) {
-    raise_os_error(error);
+    set_os_error(error);
   } catch (const std::exception& error) {
     PyErr_SetString(PyExc_SystemError, error.what());
   }
@@ -66,9 +67,32 @@ void raise_thrown() {
 
 }  // namespace
 
-void raise_in_host() noexcept {
+void raise(PyObject* type, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  PyErr_FormatV(type, format, arguments);
+  va_end(arguments);
+  throw HostError();
+}
+
+void raise_wrong_type(const std::string& where, const char* expected, PyObject* met) {
+  raise(PyExc_TypeError, "%s must be %s, not %s", where.c_str(), expected, Py_TYPE(met)->tp_name);
+}
+
+void raise_refused(const Refused& refused, const std::string& where) {
+  if (PyLong_Check(refused.object())) {
+    raise(PyExc_OverflowError, "%s is an int beyond 64 bits (from -2**63 to 2**63 - 1)",
+          where.c_str());
+  }
+  raise_wrong_type(where,
+                   refused.is_key() ? "None, bool, int, float or str"
+                                    : "None, bool, int, float, str, list, tuple or dict",
+                   refused.object());
+}
+
+void set_error_from_exception() noexcept {
   try {
-    raise_thrown();
+    set_error_from_thrown();
   } catch (...) {
     // Making the error has failed. The interpreter then has that failure's error, or memory is
     // short.

@@ -5,11 +5,13 @@
 #include <vector>
 
 #include "code_lines.h"
+#include "functions.h"
+#include "host_errors.h"
+#include "host_object.h"
 #include "host_value.h"
-#include "keys.h"
-#include "targets.h"
+#include "shaped.h"
 
-namespace mcp_responses::targets {
+namespace mcp_responses::functions {
 namespace {
 
 /// Gives the interpreter's lock to other threads for as long as it lives.
@@ -30,50 +32,36 @@ std::optional<std::string> root_of(PyObject* root) {
   if (root == Py_None) return {};
   const HostRef path = checked(in_host([root] { return PyOS_FSPath(root); }));
   if (!PyUnicode_Check(path.get())) {
-    PyErr_Format(PyExc_TypeError, "root must be a path of str or None, not of %s",
-                 Py_TYPE(path.get())->tp_name);
-    throw HostError();
+    raise(PyExc_TypeError, "root must be a path of str or None, not of %s",
+          Py_TYPE(path.get())->tp_name);
   }
-  std::string name = file_name(text_of(HostRef::borrow(path.get())));
+  std::string name = file_name(to_text(HostRef::borrow(path.get())));
   return name.empty() ? "." : std::move(name);
-}
-
-[[noreturn]] void refuse_place(PyObject* pair, std::size_t position) {
-  PyErr_Format(PyExc_TypeError, "places[%zu] must be a pair of str and int, not %s", position,
-               Py_TYPE(pair)->tp_name);
-  throw HostError();
-}
-
-[[noreturn]] void refuse_pair(PyObject* path, PyObject* line, std::size_t position) {
-  PyErr_Format(PyExc_TypeError, "places[%zu] must be a pair of str and int, not of %s and %s",
-               position, Py_TYPE(path)->tp_name, Py_TYPE(line)->tp_name);
-  throw HostError();
 }
 
 Place place_of(PyObject* pair, std::size_t position) {
   const bool is_pair =
       (PyTuple_Check(pair) || PyList_Check(pair)) && PySequence_Fast_GET_SIZE(pair) == 2;
-  if (!is_pair) refuse_place(pair, position);
+  if (!is_pair) {
+    raise(PyExc_TypeError, "places[%zu] must be a pair of str and int, not %s", position,
+          Py_TYPE(pair)->tp_name);
+  }
   PyObject* const path = PySequence_Fast_GET_ITEM(pair, 0);
   PyObject* const line = PySequence_Fast_GET_ITEM(pair, 1);
-  if (!PyUnicode_Check(path) || !PyLong_Check(line)) refuse_pair(path, line, position);
-  try {
-    return {text_of(HostRef::borrow(path)), integer_in(line)};
-  } catch (const Refused& refused) {
-    raise_refused(refused, "places[" + std::to_string(position) + "][1]");
-    throw HostError();
+  if (!PyUnicode_Check(path) || !PyLong_Check(line)) {
+    raise(PyExc_TypeError, "places[%zu] must be a pair of str and int, not of %s and %s", position,
+          Py_TYPE(path)->tp_name, Py_TYPE(line)->tp_name);
   }
+  int overflow = 0;
+  const long long number = PyLong_AsLongLongAndOverflow(line, &overflow);
+  if (overflow != 0) raise_refused(Refused(line), "places[" + std::to_string(position) + "][1]");
+  return {to_text(HostRef::borrow(path)), number};
 }
 
-std::vector<Place> places_of(PyObject* iterable) {
-  const HostRef iterator = checked(in_host([iterable] { return PyObject_GetIter(iterable); }));
+std::vector<Place> places_of(const Call& call) {
   std::vector<Place> places;
-  for (;;) {
-    const HostRef pair = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }));
-    if (!pair) break;
-    places.push_back(place_of(pair.get(), places.size()));
-  }
-  if (PyErr_Occurred() != nullptr) throw HostError();
+  call.for_each_in(
+      1, [&places](const HostRef& pair) { places.push_back(place_of(pair.get(), places.size())); });
   return places;
 }
 
@@ -82,17 +70,17 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
   const HostRef reason_text = checked(PyUnicode_DecodeFSDefault(reason.c_str()));
   checked(in_host([&] {
     return PyObject_CallMethod(logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
-                               to_host_string(path).get(), reason_text.get());
+                               string_of(path).get(), reason_text.get());
   }));
 }
 
 }  // namespace
 
-HostRef code_lines(const Call& call) {
+HostRef code_lines(Call& call) {
   HostRef lines = checked(PyDict_New());
   const auto root = root_of(call[0]);
   if (!root) return lines;  // the places are left as they are, for a caller who gave an iterator
-  const std::vector<Place> places = places_of(call[1]);
+  const std::vector<Place> places = places_of(call);
   const CodeLinesHooks hooks{
       .while_reading =
           [](const auto& read_files) {
@@ -103,11 +91,10 @@ HostRef code_lines(const Call& call) {
                       const std::string& reason) { log_not_read(call, path, reason); }};
   for (const CodeLine& line : mcp_responses::code_lines(root, places, hooks)) {
     const HostRef number = checked(PyLong_FromLongLong(line.place.line));
-    const HostRef key =
-        checked(PyTuple_Pack(2, to_host_string(line.place.path).get(), number.get()));
-    check(PyDict_SetItem(lines.get(), key.get(), to_host_string(line.text).get()));
+    const HostRef key = checked(PyTuple_Pack(2, string_of(line.place.path).get(), number.get()));
+    check(PyDict_SetItem(lines.get(), key.get(), string_of(line.text).get()));
   }
   return lines;
 }
 
-}  // namespace mcp_responses::targets
+}  // namespace mcp_responses::functions

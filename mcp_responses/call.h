@@ -1,0 +1,84 @@
+// One call of a function: its arguments in the order of the parameters, and what has been read of
+// them so far.
+//
+// An argument is *handed on* when the answer only carries it, and *looked into* when the answer
+// depends on what it holds; the same two words serve the attributes of a record.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "host_copy.h"
+#include "host_errors.h"
+#include "host_record.h"
+#include "host_ref.h"
+#include "parameters.h"
+#include "state.h"
+#include "value.h"
+
+namespace mcp_responses {
+
+class Call {
+ public:
+  /// `arguments` has one for each of the parameters, given or filled in; all are borrowed.
+  Call(PyObject* module, State& state, std::span<const Parameter> parameters,
+       PyObject* const* arguments) noexcept
+      : module_(module), state_(state), parameters_(parameters), arguments_(arguments) {}
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+
+  /// The argument at a position, borrowed.
+  PyObject* operator[](std::size_t position) const noexcept { return arguments_[position]; }
+  const char* name(std::size_t position) const noexcept { return parameters_[position].name; }
+
+  /// The argument as an answer carries it: itself, or a copy. Throws `Refused` and `NestingError`.
+  HostRef handed_on(std::size_t position) const {
+    return mcp_responses::handed_on(HostRef::borrow(arguments_[position]));
+  }
+  /// The argument as a value. Throws `Refused`.
+  Value looked_into(std::size_t position) const;
+  /// The argument, which must be a str, an int, a list or a dict: raises TypeError if it is not.
+  Text text(std::size_t position) const;
+  std::int64_t integer(std::size_t position) const;
+  List list(std::size_t position) const;
+  Object dict(std::size_t position) const;
+  /// Calls `visitor` with each element of an iterable argument, in order.
+  template <class Visitor>
+  void for_each_in(std::size_t position, Visitor visitor) const;
+  /// The first argument, for its attributes to be read.
+  HostRecord record() noexcept { return {state_.names, arguments_[0], name(0), read_}; }
+
+  /// What a builder made, as the host object that is answered.
+  template <class Made>
+  HostRef answer(const Made& made) {
+    return state_.dicts.of(made);
+  }
+
+  /// A name of the module's namespace as it is now. Raises NameError when it is not there.
+  HostRef global(const Word& name) const;
+
+  /// Where in what the call was given the refused object stands: "items[3]['line']". Meant for the
+  /// moment when the call has failed already.
+  std::string place_of(const Refused& refused) const;
+
+ private:
+  PyObject* module_;
+  State& state_;
+  std::span<const Parameter> parameters_;
+  PyObject* const* arguments_;
+  ReadAttributes read_;
+};
+
+template <class Visitor>
+void Call::for_each_in(std::size_t position, Visitor visitor) const {
+  const HostRef iterator = checked(in_host([&] { return PyObject_GetIter(arguments_[position]); }));
+  while (HostRef element = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }))) {
+    visitor(std::move(element));
+  }
+  if (PyErr_Occurred() != nullptr) throw HostError();
+}
+
+}  // namespace mcp_responses

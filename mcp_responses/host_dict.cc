@@ -1,0 +1,68 @@
+#include "host_dict.h"
+
+#include "host_copy.h"
+#include "host_value.h"
+
+namespace mcp_responses {
+namespace {
+
+/// So many keys have room in a new dict; for more, a copy of one that has the room is faster.
+constexpr std::size_t fit_in_new_dict = 5;
+
+}  // namespace
+
+StartedDict::StartedDict(const DictStart& start)
+    : next_key_(start.keys.data()),
+      has_nulls_(static_cast<bool>(start.dict)),
+      dict_(checked(has_nulls_ ? PyDict_Copy(start.dict.get()) : PyDict_New())) {}
+
+const DictStart& HostDicts::found_start(const Layout& layout) {
+  const auto found = starts_.find(layout);
+  if (found != starts_.end()) return found->second;
+  DictStart start;
+  for (std::size_t i = 0; layout.kept >> i != 0; ++i) {
+    if ((layout.kept >> i & 1) != 0) start.keys.push_back(names_.of(*layout.keys[i]));
+  }
+  if (start.keys.size() > fit_in_new_dict) {
+    start.dict = checked(PyDict_New());
+    for (PyObject* key : start.keys) check(PyDict_SetItem(start.dict.get(), key, Py_None));
+  }
+  return starts_.try_emplace(layout, std::move(start)).first->second;
+}
+
+HostRef HostDicts::of(const Object& object) {
+  HostRef dict = checked(PyDict_New());
+  for (const Member& member : object)
+    check(PyDict_SetItem(dict.get(), string_of(member.key).get(), of(member.value).get()));
+  return dict;
+}
+
+HostRef HostDicts::of(const Value& value) {
+  if (PyObject* leaf = leaf_of(value)) return HostRef::borrow(leaf);
+  if (PyObject* container = container_of(value)) return plain_copy(container);
+  switch (value.kind()) {
+    case Kind::integer:
+      return checked(PyLong_FromLongLong(*value.integer()));
+    case Kind::real:
+      return checked(PyFloat_FromDouble(*value.real()));
+    case Kind::string:
+      return string_of(*value.text());
+    case Kind::list:
+      return list_of(*value.list());
+    default:
+      return of(*value.object());
+  }
+}
+
+HostRef HostDicts::list_of(const List& elements) {
+  HostRef list = checked(PyList_New(0));
+  for (const Value& element : elements) check(PyList_Append(list.get(), of(element).get()));
+  return list;
+}
+
+HostRef HostDicts::string_of(const Text& text) {
+  if (&text.holder() != &word_holder) return mcp_responses::string_of(text);
+  return HostRef::borrow(names_.of(*static_cast<const Word*>(text.payload().pointer)));
+}
+
+}  // namespace mcp_responses

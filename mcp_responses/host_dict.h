@@ -1,0 +1,118 @@
+// What builders make, as host objects: a dict for each object, a list for each list, new at every
+// depth; strings and integers of the host's are the very same objects.
+//
+// The members of a Shaped are known by its type, but for the optional ones that are null. So all
+// dicts of one line of the program that keep the same members start alike, and a dict with just
+// those keys is kept for them: a copy of it has its keys hashed and in place already.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "host_errors.h"
+#include "host_names.h"
+#include "host_ref.h"
+#include "shaped.h"
+#include "value.h"
+
+namespace mcp_responses {
+
+inline bool is_null(const HostRef& object) { return object.get() == Py_None; }
+inline bool is_null(const Value& value) { return value.is_null(); }
+
+/// The keys of all Shaped of one type, in order.
+template <class... Members>
+inline constexpr std::array<const Word*, sizeof...(Members)> keys_of{&word<Members::name>...};
+
+/// Which of the keys of a type a dict has: those whose bit, counted from the lowest, is set.
+struct Layout {
+  const Word* const* keys = nullptr;
+  std::uint32_t kept = 0;
+
+  bool operator==(const Layout&) const = default;
+};
+
+/// What all dicts of one layout start as.
+struct DictStart {
+  std::vector<PyObject*> keys;  // in order; borrowed from the names
+  HostRef dict;                 // of these keys, every value None; null where none is needed
+};
+
+/// A dict of one layout, while its members are being set in order.
+class StartedDict {
+ public:
+  explicit StartedDict(const DictStart& start);
+  void set_next(PyObject* object) {
+    PyObject* const key = *next_key_++;
+    if (object != Py_None || !has_nulls_) check(PyDict_SetItem(dict_.get(), key, object));
+  }
+  HostRef finished() && { return std::move(dict_); }
+
+ private:
+  PyObject* const* next_key_;
+  bool has_nulls_;  // under every key that is not set yet
+  HostRef dict_;
+};
+
+/// Makes the host objects of one module's answers.
+class HostDicts {
+ public:
+  /// `names` must outlive this object.
+  explicit HostDicts(HostNames& names) noexcept : names_(names) {}
+
+  /// A new object, or a shared leaf. Throws `HostError`, and `Refused` and `NestingError` for a
+  /// host's container in the value.
+  HostRef of(const Value& value);
+  HostRef of(const Object& object);
+  /// Of members that hold Values or host objects.
+  template <class... Members>
+  HostRef of(const Shaped<Members...>& members) {
+    static_assert(sizeof...(Members) < 32, "each needs a bit");
+    std::uint32_t kept = 0;
+    std::uint32_t bit = 1;
+    ((kept |= is_left_out<Members>(members) ? 0 : bit, bit <<= 1), ...);
+    StartedDict dict(start_of({keys_of<Members...>.data(), kept}));
+    (set_next<Members>(dict, members), ...);
+    return std::move(dict).finished();
+  }
+
+ private:
+  struct LayoutHash {
+    std::size_t operator()(const Layout& layout) const noexcept {
+      return reinterpret_cast<std::uintptr_t>(layout.keys) / sizeof(Word) ^ layout.kept;
+    }
+  };
+
+  template <class Member>
+  static bool is_left_out(const Member& member) noexcept {
+    return Member::optional && is_null(member.value);
+  }
+  template <class Member>
+  void set_next(StartedDict& dict, const Member& member) {
+    if (!is_left_out<Member>(member)) dict.set_next(object_of(member.value).get());
+  }
+  static const HostRef& object_of(const HostRef& object) noexcept { return object; }
+  HostRef object_of(const Value& value) { return of(value); }
+
+  HostRef list_of(const List& elements);
+  HostRef string_of(const Text& text);
+
+  const DictStart& start_of(const Layout& layout) {
+    auto& [recent, start] = recent_[LayoutHash()(layout) % recent_.size()];
+    if (layout != recent) {
+      start = &found_start(layout);
+      recent = layout;
+    }
+    return *start;
+  }
+  const DictStart& found_start(const Layout& layout);
+
+  HostNames& names_;
+  std::unordered_map<Layout, DictStart, LayoutHash> starts_;
+  std::array<std::pair<Layout, const DictStart*>, 16> recent_;  // by hash
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,86 @@
+// Errors on their way between the host and C++.
+//
+// Inwards, a failed call of the interpreter becomes a HostError, which carries nothing: the
+// interpreter has set its own error. `checked` and `check` see to it, and `raise` sets the error
+// itself. Outwards, `crossing` turns any C++ exception into the host's error.
+//
+// Who catches: `crossing`, around everything that the interpreter calls and that may throw; the
+// call of a function (function_type.cc), which knows where in its arguments a Refused object
+// stands; and the encoder, which begins anew for a dict with keys that are no strings. In `core`,
+// `code_lines` hands an exception over to the thread that has the lock again.
+#pragma once
+
+#include <string>
+
+#include "host_ref.h"
+
+namespace mcp_responses {
+
+/// The interpreter has set its error.
+class HostError {};
+
+/// Takes over a new reference; throws `HostError` for null.
+inline HostRef checked(PyObject* object) {
+  if (object == nullptr) throw HostError();
+  return HostRef::steal(object);
+}
+
+/// Throws `HostError` for a negative answer.
+inline void check(int answer) {
+  if (answer < 0) throw HostError();
+}
+
+/// Sets the interpreter's error, of this type, its text formatted as by `PyErr_Format`; throws
+/// `HostError`.
+[[noreturn]] void raise(PyObject* type, const char* format, ...);
+
+/// Raises TypeError: "`where` must be `expected`, not ..." with the name of `met`'s type.
+[[noreturn]] void raise_wrong_type(const std::string& where, const char* expected, PyObject* met);
+
+/// An object that no value can stand for, or no key's text: of another type than values have, or an
+/// integer beyond 64 bits. Thrown where it is met, which knows nothing of where that is.
+class Refused {
+ public:
+  enum class As : bool { value, key };
+
+  explicit Refused(PyObject* object, As as = As::value) noexcept
+      : object_(HostRef::borrow(object)), as_(as) {}
+  PyObject* object() const noexcept { return object_.get(); }
+  bool is_key() const noexcept { return as_ == As::key; }
+
+ private:
+  HostRef object_;
+  As as_;
+};
+
+/// Raises TypeError, or OverflowError for an integer; `where` is the place of what is refused.
+[[noreturn]] void raise_refused(const Refused& refused, const std::string& where);
+
+/// Sets the interpreter's error to what is being thrown. Requires to be called from a catch block.
+void set_error_from_exception() noexcept;
+
+/// Calls `body` and gives its result, a HostRef, away. Any exception becomes the interpreter's
+/// error, and the answer null.
+template <class Body>
+PyObject* crossing(Body&& body) noexcept {
+  try {
+    return in_host(std::forward<Body>(body)).release();
+  } catch (...) {
+    set_error_from_exception();
+    return nullptr;
+  }
+}
+
+/// The same for a body without a result, where the interpreter expects 0 or, for an error, -1.
+template <class Body>
+int crossing_status(Body&& body) noexcept {
+  try {
+    in_host(std::forward<Body>(body));
+    return 0;
+  } catch (...) {
+    set_error_from_exception();
+    return -1;
+  }
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,43 @@
+// The names that every call needs as host strings: of fields, keys and globals. Each is made once
+// and interned, as the interpreter's own look-ups expect.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+
+#include "host_ref.h"
+#include "records.h"
+#include "text.h"
+
+namespace mcp_responses {
+
+class HostNames {
+ public:
+  /// Throws `HostError`.
+  HostNames();
+
+  /// The str of a field's name, or of any fixed word: borrowed, valid while this object lives.
+  PyObject* of(Field field) const noexcept {
+    return fields_[static_cast<std::size_t>(field)].get();
+  }
+  PyObject* of(const Word& word) {
+    auto& [recent, string] =
+        recent_[reinterpret_cast<std::uintptr_t>(&word) / sizeof(Word) % recent_.size()];
+    if (recent != &word) {
+      string = found(word);
+      recent = &word;
+    }
+    return string;
+  }
+
+ private:
+  PyObject* found(const Word& word);
+
+  std::array<HostRef, field_names.size()> fields_;
+  std::unordered_map<const Word*, HostRef> words_;
+  std::array<std::pair<const Word*, PyObject*>, 128> recent_{};  // by address
+};
+
+}  // namespace mcp_responses

@@ -1,0 +1,55 @@
+#include "host_object.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "errors.h"
+
+namespace mcp_responses {
+namespace {
+
+Py_UCS4 highest_in(Repertoire repertoire) noexcept {
+  switch (repertoire) {
+    case Repertoire::ascii:
+      return 0x7F;
+    case Repertoire::latin1:
+      return 0xFF;
+    case Repertoire::bmp:
+      return 0xFFFF;
+    default:
+      return 0x10FFFF;
+  }
+}
+
+}  // namespace
+
+std::int64_t integer_in(PyObject* object) {
+  int overflow = 0;
+  const long long content = PyLong_AsLongLongAndOverflow(object, &overflow);
+  if (overflow != 0) throw Refused(object);
+  return content;
+}
+
+HostRef string_of(const TextView& characters) {
+  if (characters.repertoire == Repertoire::ascii) return exact_string_of(characters);
+  return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(characters.repertoire)),
+                                           characters.data,
+                                           static_cast<Py_ssize_t>(characters.size)));
+}
+
+HostRef exact_string_of(const TextView& characters) {
+  HostRef string = checked(
+      PyUnicode_New(static_cast<Py_ssize_t>(characters.size), highest_in(characters.repertoire)));
+  if (characters.size > 0) {
+    std::memcpy(PyUnicode_DATA(string.get()), characters.data,
+                characters.size * unit_size(characters.repertoire));
+  }
+  return string;
+}
+
+std::size_t most_nesting() noexcept {
+  return static_cast<std::size_t>(
+      std::clamp(Py_GetRecursionLimit(), 400, int{NestingError::most_levels}));
+}
+
+}  // namespace mcp_responses

@@ -1,0 +1,112 @@
+// Host objects where they lie: what kind each is, what a leaf holds, and the way through a
+// container. An instance of a subclass counts as its base type, whatever it overrides: nothing here
+// runs host code.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "host_errors.h"
+#include "host_ref.h"
+#include "text.h"
+
+namespace mcp_responses {
+
+/// What a host object is to the library, by its type alone. `other` has no counterpart.
+enum class HostKind : unsigned char {
+  null,
+  boolean,
+  integer,
+  real,
+  string,
+  list,
+  tuple,
+  dict,
+  other
+};
+inline HostKind host_kind(PyObject* object) noexcept {
+  PyTypeObject* const type = Py_TYPE(object);
+  if (type == &PyUnicode_Type) return HostKind::string;
+  if (type == &PyLong_Type) return HostKind::integer;
+  if (type == &PyDict_Type) return HostKind::dict;
+  if (object == Py_None) return HostKind::null;
+  if (type == &PyBool_Type) return HostKind::boolean;
+  if (type == &PyFloat_Type) return HostKind::real;
+  if (PyList_Check(object)) return HostKind::list;
+  if (PyTuple_Check(object)) return HostKind::tuple;
+  if (PyUnicode_Check(object)) return HostKind::string;
+  if (PyLong_Check(object)) return HostKind::integer;
+  if (PyDict_Check(object)) return HostKind::dict;
+  if (PyFloat_Check(object)) return HostKind::real;
+  return HostKind::other;
+}
+
+/// True for a leaf that an answer shares with the caller: of exactly the host's own type, and no
+/// int beyond 64 bits. Anything else that an answer carries is copied.
+inline bool is_shareable(PyObject* object) noexcept {
+  if (PyUnicode_CheckExact(object) || object == Py_None) return true;
+  if (PyLong_CheckExact(object)) {
+    int overflow = 0;
+    PyLong_AsLongLongAndOverflow(object, &overflow);
+    return overflow == 0;
+  }
+  return PyBool_Check(object) || PyFloat_CheckExact(object);
+}
+
+/// The 64-bit content of an int, or of a subclass. Throws `Refused` beyond that.
+std::int64_t integer_in(PyObject* object);
+
+/// The characters of a str, or of a subclass, where they lie. Requires one that is ready. Valid
+/// while the str lives.
+inline TextView view_of(PyObject* string) noexcept {
+  const Py_UCS4 highest = PyUnicode_MAX_CHAR_VALUE(string);
+  const Repertoire repertoire = highest < 0x80      ? Repertoire::ascii
+                                : highest < 0x100   ? Repertoire::latin1
+                                : highest < 0x10000 ? Repertoire::bmp
+                                                    : Repertoire::full;
+  return {PyUnicode_DATA(string), static_cast<std::size_t>(PyUnicode_GET_LENGTH(string)),
+          repertoire};
+}
+
+/// A new str of these characters. `exact_string_of` requires that their repertoire is exact.
+HostRef string_of(const TextView& characters);
+HostRef exact_string_of(const TextView& characters);
+
+/// How deep containers may stand inside each other: the host's own recursion limit, but at least
+/// 400 and at most 1000, whatever the limit is set to.
+std::size_t most_nesting() noexcept;
+
+/// Goes through a list, a tuple or a dict, in order. All references are borrowed and the container
+/// is not held: valid while no host code runs.
+class HostCursor {
+ public:
+  explicit HostCursor(PyObject* container) noexcept
+      : HostCursor(container, PyDict_Check(container)) {}
+  HostCursor(PyObject* container, bool is_dict) noexcept
+      : container_(container), is_dict_(is_dict) {}
+
+  /// On to the next element or member; false past the last.
+  bool next() noexcept {
+    if (is_dict_) return PyDict_Next(container_, &position_, &key_, &value_) != 0;
+    if (position_ >= PySequence_Fast_GET_SIZE(container_)) return false;
+    value_ = PySequence_Fast_GET_ITEM(container_, position_++);
+    return true;
+  }
+
+  PyObject* container() const noexcept { return container_; }
+  bool is_dict() const noexcept { return is_dict_; }
+  PyObject* value() const noexcept { return value_; }
+  /// Of a member; null in a list or tuple.
+  PyObject* key() const noexcept { return key_; }
+  /// Of an element in its list or tuple, counted from 0.
+  Py_ssize_t index() const noexcept { return position_ - 1; }
+
+ private:
+  PyObject* container_;
+  PyObject* key_ = nullptr;
+  PyObject* value_ = nullptr;
+  Py_ssize_t position_ = 0;
+  bool is_dict_;
+};
+
+}  // namespace mcp_responses
