@@ -1,7 +1,9 @@
 #include "encode.h"
 
+#include <span>
 #include <vector>
 
+#include "detail/containers.h"
 #include "detail/encoder.h"
 #include "detail/sinks.h"
 #include "errors.h"
@@ -16,19 +18,29 @@ class ValueTree {
 
   class Cursor {
    public:
-    explicit Cursor(const Value& container)
-        : list_(container.list()), object_(container.object()) {}
+    Cursor(const Value& container, Kind kind) : is_object_(kind == Kind::object) {
+      const Holder& holder = container.holder();
+      if (holder.opened != nullptr) opened_ = holder.opened(container.payload());
+      const Value& own = holder.opened == nullptr ? container : opened_;
+      if (is_object_) {
+        members_ = members_of(own);
+      } else {
+        elements_ = elements_of(own);
+      }
+    }
 
-    bool is_object() const noexcept { return object_.has_value(); }
-    bool next() noexcept { return ++past_ <= (is_object() ? object_->size() : list_->size()); }
-    TextView key() const noexcept { return member().key.view(); }
-    Node value() const noexcept { return is_object() ? &member().value : &(*list_)[past_ - 1]; }
+    bool is_object() const noexcept { return is_object_; }
+    bool next() noexcept { return ++past_ <= (is_object_ ? members_.size() : elements_.size()); }
+    TextView key() const noexcept { return members_[past_ - 1].key.view(); }
+    Node value() const noexcept {
+      return is_object_ ? &members_[past_ - 1].value : &elements_[past_ - 1];
+    }
 
    private:
-    const Member& member() const noexcept { return object_->items()[past_ - 1]; }
-
-    std::optional<List> list_;
-    std::optional<Object> object_;
+    bool is_object_;
+    Value opened_;  // of a container that is held elsewhere: keeps what the spans show alive
+    std::span<const Value> elements_;
+    std::span<const Member> members_;
     std::size_t past_ = 0;
   };
 
@@ -44,7 +56,7 @@ class ValueTree {
   static std::int64_t integer(Node node) noexcept { return *node->integer(); }
   static double real(Node node) noexcept { return *node->real(); }
   static TextView text(Node node) noexcept { return *node->view(); }
-  static Cursor open(Node node, Kind) { return Cursor(*node); }
+  static Cursor open(Node node, Kind kind) { return {*node, kind}; }
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "detail/containers.h"
 #include "detail/shared_array.h"
 #include "errors.h"
 
@@ -19,6 +20,13 @@ using Members = SharedArray<Member>;
 template <class Storage>
 Storage* storage_in(Payload payload) noexcept {
   return static_cast<Storage*>(const_cast<void*>(payload.pointer));
+}
+
+template <class Storage>
+auto items_in(Payload payload) noexcept {
+  const Storage* const storage = storage_in<Storage>(payload);
+  using Items = decltype(std::span(storage->items(), storage->size()));
+  return storage == nullptr ? Items() : Items(storage->items(), storage->size());
 }
 
 /// A list or an object of this library's own, by how it is held.
@@ -185,35 +193,15 @@ bool Value::truthy() const noexcept {
   return false;
 }
 
-std::optional<bool> Value::boolean() const noexcept {
-  if (kind() != Kind::boolean) return {};
-  return payload().boolean;
-}
-
-std::optional<std::int64_t> Value::integer() const noexcept {
-  if (kind() != Kind::integer) return {};
-  return holder().integer(payload());
-}
-
 std::optional<std::int64_t> Value::whole() const noexcept {
   const auto truth = boolean();
   return truth ? std::optional<std::int64_t>(*truth) : integer();
-}
-
-std::optional<double> Value::real() const noexcept {
-  if (kind() != Kind::real) return {};
-  return payload().real;
 }
 
 std::optional<Text> Value::text() const noexcept {
   if (kind() != Kind::string) return {};
   if (holder().retain != nullptr) holder().retain(payload());
   return Text(holder(), payload());
-}
-
-std::optional<TextView> Value::view() const noexcept {
-  if (kind() != Kind::string) return {};
-  return holder().text(payload());
 }
 
 std::optional<List> Value::list() const {
@@ -224,6 +212,11 @@ std::optional<List> Value::list() const {
 std::optional<Object> Value::object() const {
   if (kind() != Kind::object) return {};
   return holder().opened == nullptr ? Object(*this) : Object(holder().opened(payload()));
+}
+
+Value Value::get(const Text& key) const {
+  if (kind() != Kind::object) return {};
+  return holder().get == nullptr ? Object(*this).get(key) : holder().get(payload(), key.view());
 }
 
 std::optional<std::size_t> Value::size() const noexcept {
@@ -260,11 +253,15 @@ List List::repeated(std::size_t count, const Value& element) {
   return list;
 }
 
-std::span<const Value> List::items() const noexcept {
-  const auto* storage = storage_in<Storage>(payload());
-  if (storage == nullptr) return {};
-  return {storage->items(), storage->size()};
+std::span<const Value> elements_of(const Handle& list) noexcept {
+  return items_in<Elements>(list.payload());
 }
+
+std::span<const Member> members_of(const Handle& object) noexcept {
+  return items_in<Members>(object.payload());
+}
+
+std::span<const Value> List::items() const noexcept { return elements_of(*this); }
 
 List::Storage& List::writable(std::size_t more) {
   Storage* storage = Storage::writable(storage_in<Storage>(payload()), more);
@@ -300,11 +297,7 @@ Object::Object(std::initializer_list<Member> members) : Object() {
   for (const Member& member : members) set(member.key, member.value);
 }
 
-std::span<const Member> Object::items() const noexcept {
-  const auto* storage = storage_in<Storage>(payload());
-  if (storage == nullptr) return {};
-  return {storage->items(), storage->size()};
-}
+std::span<const Member> Object::items() const noexcept { return members_of(*this); }
 
 const Member* Object::find(const Text& key) const noexcept {
   const TextView wanted = key.view();

@@ -61,16 +61,27 @@ class Value : public Handle {
 
   /// The content when the value is of that kind, else nothing. A list or object that is held
   /// elsewhere is opened one level deep, which may throw std::bad_alloc.
-  std::optional<bool> boolean() const noexcept;
-  std::optional<std::int64_t> integer() const noexcept;
+  std::optional<bool> boolean() const noexcept {
+    return kind() == Kind::boolean ? std::optional(payload().boolean) : std::nullopt;
+  }
+  std::optional<std::int64_t> integer() const noexcept {
+    return kind() == Kind::integer ? std::optional(holder().integer(payload())) : std::nullopt;
+  }
   /// An integer, or a boolean as 0 or 1: what counts as a whole number.
   std::optional<std::int64_t> whole() const noexcept;
-  std::optional<double> real() const noexcept;
+  std::optional<double> real() const noexcept {
+    return kind() == Kind::real ? std::optional(payload().real) : std::nullopt;
+  }
   std::optional<Text> text() const noexcept;
   /// The characters of a string where they lie. Valid while this value, or a copy of it, lives.
-  std::optional<TextView> view() const noexcept;
+  std::optional<TextView> view() const noexcept {
+    return kind() == Kind::string ? std::optional(holder().text(payload())) : std::nullopt;
+  }
   std::optional<List> list() const;
   std::optional<Object> object() const;
+  /// The value under a key of an object, without opening it; null where there is none, and for the
+  /// other kinds.
+  Value get(const Text& key) const;
   /// Elements of a list or members of an object, without opening it; nothing for the other kinds.
   std::optional<std::size_t> size() const noexcept;
 

@@ -62,6 +62,7 @@ struct DictContent {
 };
 
 HostRef rekeyed(PyObject* dict) {
+  const CollectorAtRest at_rest;
   HostRef copy = checked(PyDict_New());
   for (HostCursor at(dict, true); at.next();) {
     const HostRef value = HostRef::borrow(at.value());
@@ -180,7 +181,6 @@ HostRef plain_copy(PyObject* root) {
 }
 
 HostRef with_text_keys(PyObject* dict) {
-  const CollectorAtRest at_rest;
   for (HostCursor at(dict, true); at.next();) {
     if (!PyUnicode_CheckExact(at.key())) return rekeyed(dict);
   }

@@ -43,6 +43,22 @@ Value opened_dict(Payload payload) {
   return object;
 }
 
+bool is_key(PyObject* key, const TextView& wanted) {
+  if (!PyUnicode_Check(key)) return false;
+  check(PyUnicode_READY(key));
+  return static_cast<std::size_t>(PyUnicode_GET_LENGTH(key)) == wanted.size &&
+         view_of(key) == wanted;
+}
+
+/// As in the dict opened: of several keys with the same text, the last one counts.
+Value found_in_dict(Payload payload, const TextView& wanted) {
+  PyObject* found = nullptr;
+  for (HostCursor at(object_in(payload), true); at.next();) {
+    if (is_key(at.key(), wanted)) found = at.value();
+  }
+  return found == nullptr ? Value() : to_value(HostRef::borrow(found));
+}
+
 Value held_by(const Holder& holder, HostRef object) noexcept {
   return {holder, Payload{.pointer = object.release()}};
 }
@@ -67,7 +83,8 @@ const Holder host_dict{.kind = Kind::object,
                        .retain = retain,
                        .release = release,
                        .size = dict_size,
-                       .opened = opened_dict};
+                       .opened = opened_dict,
+                       .get = found_in_dict};
 
 Value to_value(HostRef object) {
   switch (host_kind(object.get())) {

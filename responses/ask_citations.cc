@@ -19,10 +19,9 @@ std::string at(const char* list, std::size_t position) {
 /// `where` answers where the citation stands among the caller's arguments; only an error asks.
 template <class Where>
 CitationPlace place_of(const Value& citation, const Where& where) {
-  const auto members = citation.object();
-  if (!members) throw KindError(where(), "dict", citation.kind());
+  if (citation.kind() != Kind::object) throw KindError(where(), "dict", citation.kind());
   const auto part = [&](const Text& key) {
-    Value value = members->get(key);
+    Value value = citation.get(key);
     if (!value.size()) return value;
     throw KindError(where() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
   };
@@ -54,21 +53,19 @@ std::size_t CitationPlaceHash::operator()(const CitationPlace& place) const noex
 }
 
 List _ask_citations(const List& sections, const List& extra) {
-  std::vector<Object> opened;
-  for (std::size_t i = 0; i < sections.size(); ++i) {
-    const auto section = sections[i].object();
-    if (!section) throw KindError(at("sections", i), "dict", sections[i].kind());
-    opened.push_back(*section);
-  }
-  return CitationLists(opened, extra, "extra").for_first(opened.size());
+  return CitationLists(sections, extra, "extra").for_first(sections.size());
 }
 
-CitationLists::CitationLists(std::span<const Object> sections, List extra, const char* extra_name)
+CitationLists::CitationLists(const List& sections, List extra, const char* extra_name)
     : extra_(std::move(extra)), extra_name_(extra_name) {
+  for (std::size_t i = 0; i < sections.size(); ++i) {
+    if (sections[i].kind() != Kind::object)
+      throw KindError(at("sections", i), "dict", sections[i].kind());
+  }
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
 }
 
-void CitationLists::add_section(const Object& section, std::size_t position) {
+void CitationLists::add_section(const Value& section, std::size_t position) {
   const Value citations = section.get("citations"_key);
   if (!citations.truthy()) return;
   const auto list = citations.list();

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -41,8 +40,8 @@ struct CitationPlaceHash {
 /// is looked at once and measured once, however many n are asked for.
 class CitationLists {
  public:
-  /// `extra_name` is what an error calls the extra.
-  CitationLists(std::span<const Object> sections, List extra, const char* extra_name);
+  /// `extra_name` is what an error calls the extra. Throws `KindError`.
+  CitationLists(const List& sections, List extra, const char* extra_name);
 
   /// The list for the first `sections` sections. Its elements are the callers' own.
   List for_first(std::size_t sections);
@@ -64,7 +63,7 @@ class CitationLists {
     bool in_extra = false;
   };
 
-  void add_section(const Object& section, std::size_t position);
+  void add_section(const Value& section, std::size_t position);
   /// The extra at `position` among those that are distinct, read on demand; null past the last.
   Candidate* extra_at(std::size_t position);
   /// Calls `visitor` with each candidate that is in the list for the first `sections` sections, in

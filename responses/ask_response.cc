@@ -5,7 +5,6 @@
 #include "ask_response.h"
 
 #include <algorithm>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -28,37 +27,29 @@ std::int64_t content_size(const Text& excerpt) {
   return static_cast<std::int64_t>(encoded_string_size(excerpt.view())) - 2;
 }
 
-Text excerpt_of(const Object& section) {
+Text excerpt_of(const Value& section) {
   const Value excerpt = section.get("excerpt"_key);
   if (!excerpt.truthy()) return {};
   const auto text = excerpt.text();
   return _trimmed(text ? *text : tool_result_text(excerpt), _ASK_EXCERPT_CHARS);
 }
 
-Object row_of(const Object& section, const Text& excerpt) {
+/// The row of a section, its excerpt empty.
+Object row_of(const Value& section) {
   return Shaped{
       "page_id"_key = section.get("page_id"_key),
       "title"_key = section.get("title"_key),
       "heading"_key = section.get("heading"_key),
       "similarity"_key = section.get("similarity"_key),
       "stale"_key = section.get("stale"_key).truthy(),
-      "excerpt"_key = excerpt,
+      "excerpt"_key = Text(),
   };
 }
 
-std::vector<Object> opened(const Value& sections) {
+List list_of(const Value& sections) {
   const auto list = sections.list();
   if (!list) throw KindError("sections", "list", sections.kind());
-  std::vector<Object> objects;
-  objects.reserve(list->size());
-  for (const Value& section : *list) {
-    const auto object = section.object();
-    if (!object) {
-      throw KindError("sections[" + std::to_string(objects.size()) + "]", "dict", section.kind());
-    }
-    objects.push_back(*object);
-  }
-  return objects;
+  return *list;
 }
 
 List extra_of(const Value& citations) {
@@ -73,11 +64,13 @@ class Draft {
  public:
   explicit Draft(AskAnswer answer)
       : answer_(std::move(answer)),
-        sections_(opened(answer_.sections)),
+        sections_(list_of(answer_.sections)),
         citations_(sections_, extra_of(answer_.citations), "citations"),
         kept_(sections_.size()) {
-    excerpts_.reserve(sections_.size());
-    for (const Object& section : sections_) excerpts_.push_back(excerpt_of(section));
+    for (const Value& section : sections_) {
+      rows_.push_back(row_of(section));
+      excerpts_.push_back(excerpt_of(section));
+    }
   }
 
   void fit(std::int64_t limit) {
@@ -91,7 +84,10 @@ class Draft {
   Object assembled() {
     List rows;
     rows.reserve(kept_);
-    for (std::size_t i = 0; i < kept_; ++i) rows.append(row_of(sections_[i], excerpts_[i]));
+    for (std::size_t i = 0; i < kept_; ++i) {
+      rows_[i].set("excerpt"_key, excerpts_[i]);
+      rows.append(std::move(rows_[i]));
+    }
     Object response = required(std::move(rows), citations_.for_first(kept_));
     response.add_known("model"_key, answer_.model);
     response.add_known("tokens"_key, answer_.tokens);
@@ -122,9 +118,9 @@ class Draft {
     code_size_ = add_to_head("code"_key, answer_.code);
     memories_size_ = add_to_head("memories"_key, answer_.memories);
     rows_size_.assign(1, 0);
-    for (const Object& section : sections_) {
+    for (const Object& row : rows_) {
       const std::int64_t comma = rows_size_.size() == 1 ? 0 : 1;
-      rows_size_.push_back(rows_size_.back() + comma + size_of(row_of(section, {})));
+      rows_size_.push_back(rows_size_.back() + comma + size_of(row));
     }
   }
 
@@ -174,8 +170,9 @@ class Draft {
   }
 
   AskAnswer answer_;
-  std::vector<Object> sections_;
+  List sections_;
   CitationLists citations_;
+  std::vector<Object> rows_;  // their excerpts apart
   std::vector<Text> excerpts_;
   std::size_t kept_;  // sections, the first ones
 

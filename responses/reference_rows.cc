@@ -4,11 +4,9 @@
 
 namespace mcp_responses {
 
-Object caller_of(const Value& caller_symbol) {
-  if (!caller_symbol.truthy()) return {};
-  const auto object = caller_symbol.object();
-  if (!object) throw AttributeMissing(kind_name(caller_symbol.kind()), "get");
-  return *object;
+void check_caller(const Value& caller_symbol) {
+  if (caller_symbol.truthy() && caller_symbol.kind() != Kind::object)
+    throw AttributeMissing(kind_name(caller_symbol.kind()), "get");
 }
 
 Object build_reference(const PlainRecord& reference, Value code) {

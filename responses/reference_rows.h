@@ -27,13 +27,14 @@ Object build_component(const PlainRecord& component);
 /// "test_file", "source_file", then "symbols_imported" when truthy.
 Object build_test_coverage(Value test_file, Value source_file, Value symbols_imported = {});
 
-/// The caller of a reference, for its keys to be read; empty when it is falsy.
-Object caller_of(const Value& caller_symbol);
+/// Checks the caller of a reference: `AttributeMissing` when it is truthy and no object.
+void check_caller(const Value& caller_symbol);
 
 /// The members of these rows, of any kind of record.
 template <Record Source, class HandedOn>
 auto reference_row(const Source& reference, HandedOn code) {
-  const Object caller = caller_of(reference.looked_into(Field::caller_symbol));
+  const Value caller = reference.looked_into(Field::caller_symbol);
+  check_caller(caller);
   auto usage_type = reference.handed_on(Field::usage_type);
   return Shaped{
       "file"_key = reference.handed_on(Field::file_path),

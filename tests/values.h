@@ -44,12 +44,20 @@ class Foreign {
     return at(payload).content_;
   }
 
+  static Value get(Payload payload, const TextView& key) {
+    return at(payload).content_.get(Text::copy_of(key));
+  }
+
   static constexpr Holder text_holder{
       .kind = Kind::string, .retain = retain, .release = release, .text = text};
   static constexpr Holder list_holder{
       .kind = Kind::list, .retain = retain, .release = release, .size = size, .opened = open};
-  static constexpr Holder object_holder{
-      .kind = Kind::object, .retain = retain, .release = release, .size = size, .opened = open};
+  static constexpr Holder object_holder{.kind = Kind::object,
+                                        .retain = retain,
+                                        .release = release,
+                                        .size = size,
+                                        .opened = open,
+                                        .get = get};
 
   Value content_;
 };

@@ -38,6 +38,8 @@ struct Holder {
   /// A list or an object held elsewhere, as one of this library's own, one level deep. Null: it is
   /// one already.
   Value (*opened)(Payload) = nullptr;
+  /// The value under a key of an object held elsewhere, or null. Null with `opened`.
+  Value (*get)(Payload, const TextView& key) = nullptr;
 };
 
 extern const Holder null_holder;

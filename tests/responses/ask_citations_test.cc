@@ -103,8 +103,7 @@ TEST(AskCitations, TheFirstOfAPlaceStaysWhole) {
 }
 
 TEST(AskCitations, ListsForFewerSectionsLetOthersIn) {
-  const std::vector<Object> sections{*section(lines("a"_t, 1, 2)).object(),
-                                     *section(lines("b"_t, 1, 2)).object()};
+  const List sections{*section(lines("a"_t, 1, 2)).object(), *section(lines("b"_t, 1, 2)).object()};
   List extra = lines("b"_t, 2, 3);
   extra.extend(lines("a"_t, 2, 2));
   CitationLists lists(sections, extra, "extra");
