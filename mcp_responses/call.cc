@@ -31,6 +31,16 @@ List Call::list(std::size_t position) const {
   return *list;
 }
 
+List Call::sequence(std::size_t position) const {
+  PyObject* const argument = arguments_[position];
+  if (host_kind(argument) != HostKind::other || PySequence_Check(argument) == 0)
+    return list(position);
+  const HostRef elements = checked(PyList_New(0));
+  for_each_in(position,
+              [&](const HostRef& element) { check(PyList_Append(elements.get(), element.get())); });
+  return *to_value(HostRef::borrow(elements.get())).list();
+}
+
 Object Call::dict(std::size_t position) const {
   const Value argument = looked_into(position);
   const auto object = argument.object();
@@ -39,10 +49,11 @@ Object Call::dict(std::size_t position) const {
 }
 
 HostRef Call::global(const Word& name) const {
-  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), state_.names.of(name));
+  PyObject* const key = state_.names.of(name);
+  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), key);
   if (found != nullptr) return HostRef::borrow(found);
   if (PyErr_Occurred() != nullptr) throw HostError();
-  raise(PyExc_NameError, "name '%s' is not defined", name.data);
+  raise_name_error(key);
 }
 
 std::string Call::place_of(const Refused& refused) const {

@@ -45,6 +45,8 @@ class Call {
   std::int64_t integer(std::size_t position) const;
   List list(std::size_t position) const;
   Object dict(std::size_t position) const;
+  /// The argument, a list or any other sequence, which is read once, front to back.
+  List sequence(std::size_t position) const;
   /// Calls `visitor` with each element of an iterable argument, in order.
   template <class Visitor>
   void for_each_in(std::size_t position, Visitor visitor) const;
@@ -75,8 +77,11 @@ class Call {
 template <class Visitor>
 void Call::for_each_in(std::size_t position, Visitor visitor) const {
   const HostRef iterator = checked(in_host([&] { return PyObject_GetIter(arguments_[position]); }));
-  while (HostRef element = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }))) {
+  for (std::size_t count = 1;; ++count) {
+    HostRef element = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }));
+    if (!element) break;
     visitor(std::move(element));
+    if (count % 1024 == 0) check_signals();
   }
   if (PyErr_Occurred() != nullptr) throw HostError();
 }

@@ -17,7 +17,7 @@ struct Function {
   State* state;
   PyObject* names;                      // of the parameters, interned
   PyObject* defaults[most_parameters];  // null: the parameter must be given
-  PyObject* annotations;
+  PyObject* attributes;                 // a dict
   PyObject* weak_references;
 };
 
@@ -74,9 +74,30 @@ HostRef run(const Function& function, const GivenArguments& given) {
   }
 }
 
+/// The interpreter's recursion guard, which its built-in functions enter too: host code that a call
+/// runs may call again, through no frame of the interpreter's that would count. A call of ours counts
+/// as two, for it holds about as much stack as two of the interpreter's.
+class RecursionGuard {
+ public:
+  RecursionGuard() : thread_(PyThreadState_Get()) {
+    if (Py_EnterRecursiveCall(" while calling a Python object") != 0) throw HostError();
+    --thread_->recursion_remaining;
+  }
+  RecursionGuard(const RecursionGuard&) = delete;
+  RecursionGuard& operator=(const RecursionGuard&) = delete;
+  ~RecursionGuard() {
+    ++thread_->recursion_remaining;
+    Py_LeaveRecursiveCall();
+  }
+
+ private:
+  PyThreadState* thread_;
+};
+
 PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagged_count,
                      PyObject* names) {
   return crossing([&] {
+    const RecursionGuard guard;
     const auto by_position = static_cast<std::size_t>(PyVectorcall_NARGS(flagged_count));
     return run(*as_function(self), {.values = values, .by_position = by_position, .names = names});
   });
@@ -85,16 +106,10 @@ PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagge
 // What a function tells about itself.
 
 PyObject* get_name(PyObject* self, void*) { return PyUnicode_FromString(signature_of(self).name); }
-PyObject* get_documentation(PyObject* self, void*) {
-  return PyUnicode_FromString(signature_of(self).documentation);
-}
-PyObject* get_annotations(PyObject* self, void*) {
-  return Py_XNewRef(as_function(self)->annotations);
-}
-
-PyObject* get_module(PyObject* self, void*) {
+/// The module's namespace: what names in annotations are looked up in.
+PyObject* get_globals(PyObject* self, void*) {
   PyObject* const module = as_function(self)->module;
-  return module == nullptr ? Py_NewRef(Py_None) : PyObject_GetAttrString(module, "__name__");
+  return Py_NewRef(module == nullptr ? Py_None : PyModule_GetDict(module));
 }
 
 /// A tuple of the defaults of the parameters by position, or None without any.
@@ -196,13 +211,13 @@ PyObject* bind(PyObject* self, PyObject* instance, PyObject*) {
 int traverse(PyObject* self, visitproc visit, void* arg) {
   Py_VISIT(Py_TYPE(self));
   Py_VISIT(as_function(self)->module);
-  Py_VISIT(as_function(self)->annotations);
+  Py_VISIT(as_function(self)->attributes);
   return 0;
 }
 
 int clear(PyObject* self) {
   Py_CLEAR(as_function(self)->module);
-  Py_CLEAR(as_function(self)->annotations);
+  Py_CLEAR(as_function(self)->attributes);
   return 0;
 }
 
@@ -222,19 +237,20 @@ PyMethodDef methods[] = {{"__reduce__", reduce, METH_NOARGS, nullptr},
 
 PyMemberDef members[] = {
     {"__vectorcalloffset__", T_PYSSIZET, offsetof(Function, vectorcall), READONLY, nullptr},
+    {"__dictoffset__", T_PYSSIZET, offsetof(Function, attributes), READONLY, nullptr},
     {"__weaklistoffset__", T_PYSSIZET, offsetof(Function, weak_references), READONLY, nullptr},
     {nullptr, 0, 0, 0, nullptr}};
 
-PyGetSetDef attributes[] = {{"__name__", get_name, nullptr, nullptr, nullptr},
-                            {"__qualname__", get_name, nullptr, nullptr, nullptr},
-                            {"__module__", get_module, nullptr, nullptr, nullptr},
-                            {"__doc__", get_documentation, nullptr, nullptr, nullptr},
-                            {"__annotations__", get_annotations, nullptr, nullptr, nullptr},
-                            {"__defaults__", get_defaults, nullptr, nullptr, nullptr},
-                            {"__kwdefaults__", get_keyword_defaults, nullptr, nullptr, nullptr},
-                            {"__text_signature__", get_text_signature, nullptr, nullptr, nullptr},
-                            {"__signature__", get_signature, nullptr, nullptr, nullptr},
-                            {nullptr, nullptr, nullptr, nullptr, nullptr}};
+PyGetSetDef descriptors[] = {
+    {"__dict__", PyObject_GenericGetDict, PyObject_GenericSetDict, nullptr, nullptr},
+    {"__name__", get_name, nullptr, nullptr, nullptr},
+    {"__qualname__", get_name, nullptr, nullptr, nullptr},
+    {"__globals__", get_globals, nullptr, nullptr, nullptr},
+    {"__defaults__", get_defaults, nullptr, nullptr, nullptr},
+    {"__kwdefaults__", get_keyword_defaults, nullptr, nullptr, nullptr},
+    {"__text_signature__", get_text_signature, nullptr, nullptr, nullptr},
+    {"__signature__", get_signature, nullptr, nullptr, nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr}};
 
 template <class Slot>
 void* slot(Slot* function) {
@@ -245,6 +261,7 @@ void* slot(Slot* function) {
 
 HostRef make_function_type(PyObject* module) {
   PyType_Slot slots[] = {{Py_tp_call, slot(PyVectorcall_Call)},
+                         {Py_tp_doc, const_cast<char*>("A function of hollin.mcp_responses.")},
                          {Py_tp_repr, slot(represent)},
                          {Py_tp_descr_get, slot(bind)},
                          {Py_tp_traverse, slot(traverse)},
@@ -252,7 +269,7 @@ HostRef make_function_type(PyObject* module) {
                          {Py_tp_dealloc, slot(deallocate)},
                          {Py_tp_methods, methods},
                          {Py_tp_members, members},
-                         {Py_tp_getset, attributes},
+                         {Py_tp_getset, descriptors},
                          {0, nullptr}};
   PyType_Spec spec{.name = "hollin.mcp_responses.function",
                    .basicsize = sizeof(Function),
@@ -273,15 +290,21 @@ HostRef make_function(PyObject* type, PyObject* module, const Signature& signatu
   function.state = state_of(module);
   const std::size_t count = signature.count();
   function.names = checked(PyTuple_New(static_cast<Py_ssize_t>(count))).release();
-  function.annotations = checked(PyDict_New()).release();
+  const HostRef annotations = checked(PyDict_New());
   for (std::size_t i = 0; i < count; ++i) {
     const Parameter& parameter = signature.parameters[i];
     HostRef name = checked(PyUnicode_InternFromString(parameter.name));
     function.defaults[i] = make_default(parameter.fallback).release();
-    check(PyDict_SetItem(function.annotations, name.get(), text(parameter.type).get()));
+    check(PyDict_SetItem(annotations.get(), name.get(), text(parameter.type).get()));
     PyTuple_SET_ITEM(function.names, static_cast<Py_ssize_t>(i), name.release());
   }
-  check(PyDict_SetItemString(function.annotations, "return", text(signature.returns).get()));
+  check(PyDict_SetItemString(annotations.get(), "return", text(signature.returns).get()));
+  // The type has values of its own under these names, so they cannot be descriptors of it.
+  function.attributes =
+      checked(Py_BuildValue("{sNsssO}", "__module__", PyObject_GetAttrString(module, "__name__"),
+                            "__doc__", signature.documentation, "__annotations__",
+                            annotations.get()))
+          .release();
   return object;
 }
 

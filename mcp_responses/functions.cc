@@ -153,7 +153,7 @@ HostRef build_wiki_ask_response(Call& call) {
 }
 
 HostRef ask_citations(Call& call) {
-  return call.answer(Value(mcp_responses::_ask_citations(call.list(0), call.list(1))));
+  return call.answer(Value(mcp_responses::_ask_citations(call.list(0), call.sequence(1))));
 }
 
 HostRef get_empty_response(Call& call) {

@@ -5,6 +5,8 @@
 #include "host_copy.h"
 
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "detail/number_text.h"
@@ -61,14 +63,41 @@ struct DictContent {
   }
 };
 
+using HostMember = std::pair<HostRef, HostRef>;
+
+std::vector<HostMember> members_as_stored(PyObject* dict) {
+  std::vector<HostMember> members;
+  members.reserve(static_cast<std::size_t>(PyDict_Size(dict)));
+  for (HostCursor at(dict, true); at.next();)
+    members.emplace_back(HostRef::borrow(at.key()), HostRef::borrow(at.value()));
+  return members;
+}
+
+/// An OrderedDict has an order of its own beside that of its storage. It is read by the type's own
+/// iterator, whatever a subclass overrides; the hash of a key that is an instance of a subclass may
+/// be host code.
+std::vector<HostMember> members_in_order(PyObject* dict) {
+  std::vector<HostMember> stored = members_as_stored(dict);
+  if (!PyODict_Check(dict)) return stored;
+  std::unordered_map<PyObject*, HostRef> values;
+  for (auto& [key, value] : stored) values.emplace(key.get(), std::move(value));
+  const HostRef keys = checked(in_host([dict] { return PyODict_Type.tp_iter(dict); }));
+  std::vector<HostMember> members;
+  for (;;) {
+    HostRef key = HostRef::steal(in_host([&] { return PyIter_Next(keys.get()); }));
+    if (!key) break;
+    const auto value = values.find(key.get());
+    if (value != values.end()) members.emplace_back(std::move(key), std::move(value->second));
+  }
+  if (PyErr_Occurred() != nullptr) throw HostError();
+  return members;
+}
+
 HostRef rekeyed(PyObject* dict) {
   const CollectorAtRest at_rest;
   HostRef copy = checked(PyDict_New());
-  for (HostCursor at(dict, true); at.next();) {
-    const HostRef value = HostRef::borrow(at.value());
-    const HostRef key = HostRef::borrow(at.key());
+  for (const auto& [key, value] : members_in_order(dict))
     check(PyDict_SetItem(copy.get(), key_text(key.get()).get(), value.get()));
-  }
   return copy;
 }
 
@@ -166,7 +195,9 @@ HostRef plain_copy(PyObject* root) {
   ShallowCopy copy(root);
   std::vector<Level> levels;
   if (!copy.is_whole) levels.emplace_back(copy.object.get());
-  while (!levels.empty()) {
+  for (std::size_t steps = 1; !levels.empty(); ++steps) {
+    // A handler may change what is copied, but the copies, and the references in them, are our own.
+    if (steps % 4096 == 0) check_signals();
     if (!levels.back().next()) {
       levels.pop_back();
       continue;
@@ -181,6 +212,7 @@ HostRef plain_copy(PyObject* root) {
 }
 
 HostRef with_text_keys(PyObject* dict) {
+  if (PyODict_Check(dict)) return rekeyed(dict);
   for (HostCursor at(dict, true); at.next();) {
     if (!PyUnicode_CheckExact(at.key())) return rekeyed(dict);
   }

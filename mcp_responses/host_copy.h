@@ -21,7 +21,7 @@ inline HostRef handed_on(HostRef object) {
 
 /// The dict itself when all its keys are exactly str, else a copy in which every other key has
 /// become the text that the encoding writes for it. Where two keys become the same text, the first
-/// keeps its place and the last gives the value.
+/// keeps its place and the last gives the value. An OrderedDict is copied in its own order.
 HostRef with_text_keys(PyObject* dict);
 
 }  // namespace mcp_responses

@@ -11,12 +11,12 @@
 namespace mcp_responses {
 namespace {
 
-/// A dict has a key that is not exactly a str. Another key may have the same text, so a plain copy
-/// is encoded instead, in which each text is there once.
-class OtherKey {};
+/// A dict cannot be walked where it lies: it has a key that is not exactly a str, whose text another
+/// key may have too, or an order that is not its storage's. A plain copy is encoded instead.
+class NeedsCopy {};
 
-/// A host object as the encoder walks it. No host code runs during the walk, so borrowed references
-/// do.
+/// A host object as the encoder walks it. No host code runs during the walk but signal handlers, so
+/// borrowed references do, if what is still used is held before a handler runs.
 class HostTree {
  public:
   using Node = PyObject*;
@@ -28,9 +28,10 @@ class HostTree {
     bool is_object() const noexcept { return at_.is_dict(); }
     bool next() {
       if (!at_.next()) return false;
-      if (at_.is_dict() && !PyUnicode_CheckExact(at_.key())) throw OtherKey();
+      if (at_.is_dict() && !PyUnicode_CheckExact(at_.key())) throw NeedsCopy();
       return true;
     }
+    PyObject* container() const noexcept { return at_.container(); }
     PyObject* value() const noexcept { return at_.value(); }
     TextView key() const { return text(at_.key()); }
 
@@ -38,7 +39,8 @@ class HostTree {
     HostCursor at_;
   };
 
-  Kind kind(PyObject* node, const std::vector<Cursor>& open) const {
+  Kind kind(PyObject* node, const std::vector<Cursor>& open) {
+    if (++nodes_ % nodes_between_checks == 0) run_signal_handlers(node, open);
     switch (host_kind(node)) {
       case HostKind::null:
         return Kind::null;
@@ -56,6 +58,7 @@ class HostTree {
         return Kind::list;
       case HostKind::dict:
         if (open.size() >= most_nesting_) throw NestingError();
+        if (PyODict_Check(node)) throw NeedsCopy();
         return Kind::object;
       case HostKind::other:
         break;
@@ -73,7 +76,20 @@ class HostTree {
   static Cursor open(PyObject* node, Kind kind) noexcept { return {node, kind == Kind::object}; }
 
  private:
+  static constexpr std::size_t nodes_between_checks = 1 << 16;
+
+  void run_signal_handlers(PyObject* node, const std::vector<Cursor>& open) {
+    std::vector<HostRef> held;
+    held.reserve(open.size() + 1);
+    for (const Cursor& cursor : open) held.push_back(HostRef::borrow(cursor.container()));
+    held.push_back(HostRef::borrow(node));
+    held_.swap(held);
+    check_signals();
+  }
+
   std::size_t most_nesting_ = most_nesting();
+  std::size_t nodes_ = 0;
+  std::vector<HostRef> held_;  // all that was open when handlers ran last
 };
 
 template <class Sink>
@@ -88,7 +104,7 @@ Sink encoded(PyObject* root) {
     Sink sink;
     encode_host(root, sink);
     return sink;
-  } catch (const OtherKey&) {
+  } catch (const NeedsCopy&) {
     const HostRef copy = plain_copy(root);
     Sink sink;
     encode_host(copy.get(), sink);

@@ -41,7 +41,9 @@ void set_error_from_thrown() {
   try {
     throw;
   } catch (const HostError&) {
-    // set already
+    // Set already, but where memory is short: making a type or compiling then fails in places
+    // without an error.
+    if (PyErr_Occurred() == nullptr) PyErr_NoMemory();
   } catch (const std::bad_alloc&) {
     PyErr_NoMemory();
   } catch (const std::length_error&) {
@@ -75,8 +77,17 @@ void raise(PyObject* type, const char* format, ...) {
   throw HostError();
 }
 
+void raise_name_error(PyObject* name) {
+  const HostRef text = checked(PyUnicode_FromFormat("name '%U' is not defined", name));
+  const HostRef error = checked(PyObject_CallOneArg(PyExc_NameError, text.get()));
+  check(PyObject_SetAttrString(error.get(), "name", name));
+  PyErr_SetObject(PyExc_NameError, error.get());
+  throw HostError();
+}
+
 void raise_wrong_type(const std::string& where, const char* expected, PyObject* met) {
-  raise(PyExc_TypeError, "%s must be %s, not %s", where.c_str(), expected, Py_TYPE(met)->tp_name);
+  raise(PyExc_TypeError, "%s must be %s, not %.200s", where.c_str(), expected,
+        Py_TYPE(met)->tp_name);
 }
 
 void raise_refused(const Refused& refused, const std::string& where) {

@@ -30,9 +30,18 @@ inline void check(int answer) {
   if (answer < 0) throw HostError();
 }
 
+/// Runs the handlers of signals that have come, host code that may do anything. What may take long
+/// has to call this now and then. Throws `HostError` with a handler's error.
+inline void check_signals() {
+  check(in_host([] { return PyErr_CheckSignals(); }));
+}
+
 /// Sets the interpreter's error, of this type, its text formatted as by `PyErr_Format`; throws
 /// `HostError`.
 [[noreturn]] void raise(PyObject* type, const char* format, ...);
+
+/// Raises NameError for a global name that is not there, complete as the interpreter's own.
+[[noreturn]] void raise_name_error(PyObject* name);
 
 /// Raises TypeError: "`where` must be `expected`, not ..." with the name of `met`'s type.
 [[noreturn]] void raise_wrong_type(const std::string& where, const char* expected, PyObject* met);

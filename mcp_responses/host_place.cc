@@ -9,6 +9,13 @@
 namespace mcp_responses {
 namespace {
 
+/// The key itself, or what an error shows of a long str.
+HostRef first_characters(PyObject* key) {
+  constexpr Py_ssize_t shown = 100;
+  if (!PyUnicode_Check(key) || PyUnicode_GetLength(key) <= shown) return HostRef::borrow(key);
+  return checked(PyUnicode_Substring(key, 0, shown));
+}
+
 /// "[3]" or "['line']": as a programmer would write it. Only exact built-in keys are asked for
 /// their text: no host code runs.
 std::string subscript(const HostCursor& at) {
@@ -16,13 +23,14 @@ std::string subscript(const HostCursor& at) {
   if (key == nullptr) return std::string("[").append(std::to_string(at.index())).append("]");
   if (!PyUnicode_CheckExact(key) && !PyLong_CheckExact(key) && !PyFloat_CheckExact(key))
     return "[...]";
-  const HostRef text = HostRef::steal(PyObject_Repr(key));
+  const HostRef start = first_characters(key);
+  const HostRef text = HostRef::steal(PyObject_Repr(start.get()));
   if (!text) {  // an int of more digits than the host writes
     PyErr_Clear();
     return "[...]";
   }
   const HostRef bytes = checked(PyUnicode_AsEncodedString(text.get(), "utf-8", "backslashreplace"));
-  return std::string("[") + PyBytes_AS_STRING(bytes.get()) + "]";
+  return std::string("[") + PyBytes_AS_STRING(bytes.get()) + (start.get() == key ? "]" : "...]");
 }
 
 /// A walk through a whole argument. No host code runs meanwhile, so borrowed references do.

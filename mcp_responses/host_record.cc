@@ -9,6 +9,12 @@
 namespace mcp_responses {
 namespace {
 
+bool is_wide_integer(PyObject* object) noexcept {
+  int overflow = 0;
+  if (PyLong_Check(object)) PyLong_AsLongLongAndOverflow(object, &overflow);
+  return overflow != 0;
+}
+
 /// An AttributeError tells its object and name, which the interpreter suggests other names by.
 void complete_attribute_error(PyObject* object, PyObject* name) {
   if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) return;
@@ -51,6 +57,18 @@ Value HostRecord::looked_into(Field field) const {
   HostRef attribute = this->attribute(field);
   if (is_shareable(attribute.get())) return to_value(std::move(attribute));
   return to_value(HostRef::borrow(read_.hold(name_, field, std::move(attribute))));
+}
+
+Value HostRecord::asked_for(const char* attribute, Field field) const {
+  HostRef object = this->attribute(field);
+  if (is_shareable(object.get())) return to_value(std::move(object));
+  if (host_kind(object.get()) != HostKind::other && !is_wide_integer(object.get()))
+    return to_value(HostRef::borrow(read_.hold(name_, field, std::move(object))));
+  const int is_truthy = in_host([&] { return PyObject_IsTrue(object.get()); });
+  check(is_truthy);
+  if (is_truthy == 0) return {};
+  raise(PyExc_AttributeError, "'%.200s' object has no attribute '%s'",
+        Py_TYPE(object.get())->tp_name, attribute);
 }
 
 HostRef HostRecord::summary(Field field) const {

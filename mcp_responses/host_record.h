@@ -49,6 +49,7 @@ class HostRecord {
     return plain_copy(read_.hold(name_, field, std::move(attribute)));
   }
   Value looked_into(Field field) const;
+  Value asked_for(const char* attribute, Field field) const;
   HostRef summary(Field field) const;
 
  private:

@@ -25,8 +25,10 @@ std::size_t dict_size(Payload payload) noexcept {
   return static_cast<std::size_t>(PyDict_Size(object_in(payload)));
 }
 
-// Opening runs no host code, so what is walked cannot change meanwhile.
+// Signals are looked for before a container is walked, which the handle holds; the walk itself runs
+// no host code, so what is walked cannot change meanwhile.
 Value opened_list(Payload payload) {
+  check_signals();
   List list;
   list.reserve(list_size(payload));
   for (HostCursor at(object_in(payload), false); at.next();)
@@ -35,6 +37,7 @@ Value opened_list(Payload payload) {
 }
 
 Value opened_dict(Payload payload) {
+  check_signals();
   Object object;
   object.reserve(dict_size(payload));
   const HostRef keyed_by_text = with_text_keys(object_in(payload));
@@ -52,6 +55,7 @@ bool is_key(PyObject* key, const TextView& wanted) {
 
 /// As in the dict opened: of several keys with the same text, the last one counts.
 Value found_in_dict(Payload payload, const TextView& wanted) {
+  check_signals();
   PyObject* found = nullptr;
   for (HostCursor at(object_in(payload), true); at.next();) {
     if (is_key(at.key(), wanted)) found = at.value();

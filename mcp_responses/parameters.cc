@@ -49,11 +49,12 @@ void take_named(const HostParameters& parameters, PyObject* name, PyObject* valu
   }
   const std::size_t position = position_of(parameters.names, name);
   if (position == parameters.names.size()) {
-    raise(PyExc_TypeError, "%s() got an unexpected keyword argument '%S'", parameters.function,
+    raise(PyExc_TypeError, "%s() got an unexpected keyword argument '%.500S'", parameters.function,
           name);
   }
   if (arguments[position] != nullptr) {
-    raise(PyExc_TypeError, "%s() got multiple values for argument '%S'", parameters.function, name);
+    raise(PyExc_TypeError, "%s() got multiple values for argument '%.500S'", parameters.function,
+          name);
   }
   arguments[position] = value;
 }

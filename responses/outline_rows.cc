@@ -51,7 +51,6 @@ Text outline_module(std::span<const Text> fqns) {
 }
 
 Value name_in_module(const Value& module, Value fqn) {
-  if (!module.truthy()) return fqn;
   const auto module_text = module.text();
   if (!module_text) throw KindError("module", "str", module.kind());
   const auto fqn_text = fqn.text();

@@ -22,13 +22,14 @@ Text outline_module(std::span<const Text> fqns);
 /// strip and the fqn is not a string.
 Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 
-/// `fqn` without `module` and the dot in front, for a truthy module.
+/// `fqn` without `module` and the dot in front. Requires a truthy module.
 Value name_in_module(const Value& module, Value fqn);
 
 /// The members of `build_file_symbol`, of any kind of record.
 template <Record Source>
 auto file_symbol(const Source& symbol, const Value& module) {
-  Value name = name_in_module(module, symbol.looked_into(Field::fqn));
+  Value name = module.truthy() ? name_in_module(module, symbol.asked_for("startswith", Field::fqn))
+                               : symbol.looked_into(Field::fqn);
   auto kind = symbol.handed_on(Field::kind);
   Value line = symbol.looked_into(Field::start_line);
   Value end_line = symbol.looked_into(Field::end_line);

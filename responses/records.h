@@ -59,12 +59,16 @@ constexpr const char* field_name(Field field) {
 ///
 ///   handed_on(field)      a field that the row only carries, as whatever kind the host has for it
 ///   looked_into(field)    a field that the row depends on, as a Value
+///   asked_for(attribute, field)    the same of a field that has to have an attribute (a method, as
+///                         a Python programmer sees it), such as "startswith": a truthy host object
+///                         that no Value can stand for lacks it, `AttributeMissing`
 ///   summary(field)        the first sentence of a docstring, or null where there is none. Throws
 ///                         `KindError` when the field is neither a string nor null
 template <class Source>
 concept Record = requires(const Source& record, Field field) {
   record.handed_on(field);
   { record.looked_into(field) } -> std::same_as<Value>;
+  { record.asked_for("attribute", field) } -> std::same_as<Value>;
   record.summary(field);
 };
 
@@ -75,6 +79,7 @@ class PlainRecord {
 
   Value handed_on(Field field) const { return looked_into(field); }
   Value looked_into(Field field) const;
+  Value asked_for(const char*, Field field) const { return looked_into(field); }
   Value summary(Field field) const;
 
  private:

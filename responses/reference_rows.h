@@ -33,7 +33,7 @@ void check_caller(const Value& caller_symbol);
 /// The members of these rows, of any kind of record.
 template <Record Source, class HandedOn>
 auto reference_row(const Source& reference, HandedOn code) {
-  const Value caller = reference.looked_into(Field::caller_symbol);
+  const Value caller = reference.asked_for("get", Field::caller_symbol);
   check_caller(caller);
   auto usage_type = reference.handed_on(Field::usage_type);
   return Shaped{

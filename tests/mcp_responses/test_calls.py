@@ -11,6 +11,7 @@ import random
 import re
 import sys
 import types
+import typing
 import unittest
 import weakref
 from unittest import mock
@@ -134,6 +135,26 @@ class Identity(unittest.TestCase):
         self.assertEqual(functools.partial(real._cut, chars=2)("abc"), "a…")
         for wrong in (lambda: type(real._cut)(), lambda: type("Sub", (type(real._cut),), {})):
             self.assertRaises(TypeError, wrong)
+
+    def test_their_type_speaks_for_itself(self):
+        kind = type(real._cut)
+        for name in ("__module__", "__doc__", "__qualname__", "__name__"):
+            self.assertIsInstance(getattr(kind, name), str)
+        self.assertEqual(kind.__annotations__, {})
+        self.assertIn("A function of hollin.mcp_responses.", pydoc.plain(pydoc.render_doc(kind)))
+        # As the type of functions that are defined with def.
+        for each in (kind, types.FunctionType):
+            with self.assertRaisesRegex(pickle.PicklingError, "attribute lookup function on .* failed"):
+                pickle.dumps(each)
+
+    def test_declared_types_are_looked_up_in_the_module(self):
+        self.assertIs(real._cut.__globals__, vars(real))
+        hints = typing.get_type_hints(real.tool_result_text)
+        self.assertEqual(hints, {"result": typing.Any, "return": str})
+        with self.assertRaisesRegex(NameError, "'Symbol'"):
+            typing.get_type_hints(real.build_file_symbol)
+        symbol = typing.get_type_hints(real.build_file_symbol, localns={"Symbol": int})["symbol"]
+        self.assertIs(symbol, int)
 
     def test_as_an_attribute_of_a_class_a_function_is_a_method(self):
         class Docstring(str):

@@ -4,12 +4,14 @@ import itertools
 import random
 import sys
 import threading
+import unittest
+from collections import OrderedDict, UserList, deque
 from concurrent.futures import ThreadPoolExecutor
 
 import generators
 from differential import DifferentialTest, exact, plain, real
 from hostile import HOST_READ, OVERRIDING, SLOTS, TYPED, disguised, merged, nested, parts, rebuilt
-from samples import SYMBOL, good_calls, record, scaled
+from samples import REFERENCE, SYMBOL, good_calls, record, scaled
 
 ANYTHING = "None, bool, int, float, str, list, tuple or dict"
 KINDS = {"None": None, "bool": True, "int": 7, "float": 0.5, "str": "t", "list": [[]], "dict": {"k": 1}, "set": {1}}
@@ -170,3 +172,83 @@ class Values(DifferentialTest):
         ]:
             answer = getattr(real, function)(*arguments)
             self.assertTrue(answer == getattr(plain, function)(*arguments), function)
+
+
+def moved(kind):
+    """A dict of that kind whose own order is not the one in which its storage has the members."""
+    one = kind({"a": 1, 7: None, "b": 2, generators.Name.METHOD: 3, "c": 4})
+    one.move_to_end("a")
+    one.move_to_end("c", last=False)
+    return one
+
+
+class OrderedDicts(DifferentialTest):
+    def test_their_own_order_counts_whatever_a_subclass_overrides(self):
+        def fail(*_):
+            raise AssertionError("code of the host's")
+
+        names = ("__iter__", "keys", "items", "values", "__getitem__", "__len__", "__reversed__", "__eq__", "copy")
+        overriding = type("Overriding", (OrderedDict,), dict.fromkeys(names, fail))
+        expected = {"c": 4, 7: None, "b": 2, "method": 3, "a": 1}
+        for kind in (OrderedDict, overriding):
+            for slot in SLOTS:
+                for value, same in ((moved(kind), expected), ([{"x": moved(kind)}], [{"x": expected}])):
+                    self.assertEqual(exact(slot.call(value)), exact(slot.call(same)), slot)
+            self.assertEqual([*real.without_nulls(moved(kind))], ["c", "b", "method", "a"])
+            self.assertEqual(real.tool_result_text(moved(kind)), '{"c":4,"7":null,"b":2,"method":3,"a":1}')
+            self.assertEqual(real._encoded_size([moved(kind)]), len('[{"c":4,"7":null,"b":2,"method":3,"a":1}]'))
+
+
+class Errors(unittest.TestCase):
+    def test_what_is_asked_for_a_method_lacks_it(self):
+        for value in (object(), {1}, b"b", 1j, range(3), 2**63, 7, 1.5, True, ["x"], ("x",)):
+            what = f"^'{type(value).__name__}' object has no attribute"
+            what = what.replace("tuple", "(tuple|list)")
+            with self.assertRaisesRegex(AttributeError, what + " 'startswith'$"):
+                real.build_file_symbol(record(SYMBOL, fqn=value), "shop")
+            with self.assertRaisesRegex(AttributeError, what + " 'get'$"):
+                real.build_reference(record(REFERENCE, caller_symbol=value))
+        for falsy in (set(), b"", 0j, range(0), frozenset()):
+            answer = real.build_reference(record(REFERENCE, caller_symbol=falsy))
+            self.assertNotIn("caller", answer)
+        with self.assertRaises(ZeroDivisionError):
+            real.build_reference(record(REFERENCE, caller_symbol=type("T", (), {"__bool__": lambda self: 1 / 0})()))
+
+    def test_a_long_name_is_named_by_its_start(self):
+        long = "é" * 10**7
+        for call in (
+            lambda: real.tool_result_text({long: {"x": object()}}),
+            lambda: real.build_test_coverage("", "", {"k": {long: [2**63]}}),
+            lambda: real.tool_result_text({long: {(1,): 1}}),
+            lambda: real.tool_result_text(**{long: 1}),
+            lambda: real.tool_result_text(type(long, (), {})()),
+        ):
+            with self.assertRaises((TypeError, OverflowError)) as raised:
+                call()
+            self.assertIn("é" * 50, str(raised.exception))
+            self.assertLess(len(str(raised.exception)), 1000)
+        with self.assertRaisesRegex(TypeError, r"^result\['é{100}'\.\.\.\]\['x'\] must be"):
+            real.tool_result_text({long: {"x": object()}})
+
+
+class Sequences(DifferentialTest):
+    def test_the_extra_citations_are_any_sequence(self):
+        class Once:
+            def __init__(self, items):
+                self.items = items
+                self.read = []
+
+            def __len__(self):
+                return len(self.items)
+
+            def __getitem__(self, position):
+                self.read.append(position)
+                return self.items[position]
+
+        extra = [{"path": path} for path in "abca"]
+        expected = plain._ask_citations([], extra)
+        for made in (deque(extra), UserList(extra), Once(extra), tuple(extra)):
+            self.assertEqual(real._ask_citations([], made), expected)
+        once = Once(extra)
+        real._ask_citations([], once)
+        self.assertEqual(once.read, [0, 1, 2, 3, 4])
