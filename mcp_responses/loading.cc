@@ -25,17 +25,41 @@ void import_module(PyObject* module, const char* name) {
   define(module, name, checked(PyImport_ImportModule(name)));
 }
 
-/// As `from source import name`: a name that is not there is an ImportError.
-HostRef imported_name(const char* source, const char* name) {
-  const HostRef from = checked(PyImport_ImportModule(source));
-  HostRef object = HostRef::steal(PyObject_GetAttrString(from.get(), name));
-  if (object) return object;
-  if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) throw HostError();
-  raise(PyExc_ImportError, "cannot import name '%s' from '%s'", name, source);
+/// Whether the module is still running its own loading, which imports this one.
+bool is_initializing(PyObject* module) {
+  const HostRef spec = HostRef::steal(PyObject_GetAttrString(module, "__spec__"));
+  const HostRef flag =
+      HostRef::steal(spec ? PyObject_GetAttrString(spec.get(), "_initializing") : nullptr);
+  PyErr_Clear();
+  return flag && PyObject_IsTrue(flag.get()) > 0;
 }
 
+/// ImportError with the words, name and path of the interpreter's own.
+[[noreturn]] void raise_import_error(PyObject* module, const char* name) {
+  PyErr_Clear();
+  const HostRef source = checked(PyObject_GetAttrString(module, "__name__"));
+  const HostRef path = HostRef::steal(PyModule_GetFilenameObject(module));
+  PyErr_Clear();
+  const HostRef text = checked(
+      !path ? PyUnicode_FromFormat("cannot import name '%s' from %R (unknown location)", name,
+                                   source.get())
+      : is_initializing(module)
+          ? PyUnicode_FromFormat("cannot import name '%s' from partially initialized module %R "
+                                 "(most likely due to a circular import) (%S)",
+                                 name, source.get(), path.get())
+          : PyUnicode_FromFormat("cannot import name '%s' from %R (%S)", name, source.get(),
+                                 path.get()));
+  PyErr_SetImportError(text.get(), source.get(), path.get());
+  throw HostError();
+}
+
+/// As `from source import name`.
 void import_name(PyObject* module, const char* source, const char* name) {
-  define(module, name, imported_name(source, name));
+  const HostRef from = checked(PyImport_ImportModule(source));
+  HostRef object = HostRef::steal(PyObject_GetAttrString(from.get(), name));
+  if (!object && PyErr_ExceptionMatches(PyExc_AttributeError) != 0)
+    raise_import_error(from.get(), name);
+  define(module, name, checked(object.release()));
 }
 
 /// The names that say how declared types are held: as text.

@@ -43,7 +43,7 @@ def failing(owner, name):
 OBSTACLES = [
     *((instead(name, None), ModuleNotFoundError, f"^import of {name} halted") for name in IMPORTED),
     (instead("typing", types.ModuleType("typing")), ImportError, "^cannot import name 'TYPE_CHECKING' from 'typing'"),
-    (instead(PAGINATION, types.ModuleType("p")), ImportError, f"'add_pagination_hint' from '{PAGINATION}'"),
+    (instead(PAGINATION, types.ModuleType(PAGINATION)), ImportError, f"'add_pagination_hint' from '{PAGINATION}'"),
     (instead(PAGINATION, Failing("p")), ZeroDivisionError, "^add_pagination_hint$"),
     (failing(logging, "getLogger"), ZeroDivisionError, "^getLogger$"),
     (failing(re, "compile"), ZeroDivisionError, "^compile$"),
@@ -86,6 +86,27 @@ class Loading(unittest.TestCase):
             self.assertNotIn(NAME, sys.modules)
             self.assertFalse(hasattr(hollin, "mcp_responses"), text)
             self.assertEqual(list(vars(self.import_anew()))[-1], "get_empty_response")
+
+    def test_errors_tell_what_the_interpreters_own_tell(self):
+        def told(call):
+            with self.assertRaises((ImportError, NameError)) as raised:
+                call()
+            error = raised.exception
+            return type(error), str(error), error.name, getattr(error, "path", None)
+
+        def import_hint():
+            exec(f"from {PAGINATION} import add_pagination_hint", {})
+
+        for path, spec in ((None, None), ("p.py", None), (7, None), ("p.py", types.SimpleNamespace(_initializing=True))):
+            pagination = types.ModuleType(PAGINATION)
+            pagination.__file__, pagination.__spec__ = path, spec
+            self.forget()
+            with instead(PAGINATION, pagination):
+                self.assertEqual(told(lambda: importlib.import_module(NAME)), told(import_hint))
+        module = self.import_anew()
+        del module.add_pagination_hint
+        missing = told(lambda: module.build_paginated_response([], 0, 0))
+        self.assertEqual(missing, told(lambda: eval("add_pagination_hint", {})))
 
     def test_a_module_that_is_dropped_goes_with_all_that_it_held(self):
         held = []

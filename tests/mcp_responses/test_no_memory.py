@@ -4,7 +4,9 @@ import importlib.util
 import os
 import shutil
 import subprocess
+import sys
 import unittest
+from pathlib import Path
 
 from samples import good_calls, make_folder, run_python
 
@@ -20,6 +22,13 @@ class NoMemory(unittest.TestCase):
     @unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter has no _testcapi")
     def test_the_interpreters_allocations_fail(self):
         self.assert_survived(NO_MEMORY)
+
+    @unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter has no _testcapi")
+    def test_an_import_fails_with_memory_error(self):
+        program = Path(__file__).parent / "programs" / "import_without_memory.py"
+        done = subprocess.run([sys.executable, program, "3000"], capture_output=True, text=True, timeout=300)
+        self.assertEqual(done.stderr, "")
+        self.assertGreater(int(done.stdout), 300)
 
     @unittest.skipIf(SANITIZED, "the sanitizer has an operator new of its own")
     def test_the_librarys_allocations_fail(self):
