@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "models/texts.h"
+#include "models/random_input.h"
 
 // NOLINTNEXTLINE(readability-identifier-naming): the name that a fuzzer calls
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

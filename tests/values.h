@@ -14,8 +14,8 @@ inline Text operator""_t(const char* utf8, std::size_t size) {
 
 inline std::string written(const Value& value) { return tool_result_text(value).utf8(); }
 
-/// A value that somebody else holds, as a host interpreter would, and that counts what is asked of
-/// it. Must outlive its handles.
+/// A string, list or object that somebody else holds, as a host interpreter would, and that counts
+/// what is asked of it. Must outlive its handles.
 class Foreign {
  public:
   explicit Foreign(Value content) : content_(std::move(content)) {}
@@ -23,9 +23,9 @@ class Foreign {
   Value handle() {
     ++owners;
     const Payload payload{.pointer = this};
-    return content_.kind() == Kind::string ? Value(text_holder, payload)
-           : content_.kind() == Kind::list ? Value(list_holder, payload)
-                                           : Value(object_holder, payload);
+    return content_.kind() == Kind::string ? Value(holder<Kind::string>(), payload)
+           : content_.kind() == Kind::list ? Value(holder<Kind::list>(), payload)
+                                           : Value(holder<Kind::object>(), payload);
   }
 
   int owners = 0;
@@ -35,29 +35,21 @@ class Foreign {
   static Foreign& at(Payload payload) {
     return *static_cast<Foreign*>(const_cast<void*>(payload.pointer));
   }
-  static void retain(Payload payload) noexcept { ++at(payload).owners; }
-  static void release(Payload payload) noexcept { --at(payload).owners; }
-  static TextView text(Payload payload) noexcept { return at(payload).content_.text()->view(); }
-  static std::size_t size(Payload payload) noexcept { return *at(payload).content_.size(); }
-  static Value open(Payload payload) {
-    ++at(payload).opened;
-    return at(payload).content_;
-  }
 
-  static Value get(Payload payload, const TextView& key) {
-    return at(payload).content_.get(Text::copy_of(key));
+  /// With functions beyond those of its kind, which nobody calls.
+  template <Kind held>
+  static const Holder& holder() {
+    static constexpr Holder holder{
+        .kind = held,
+        .retain = [](Payload payload) noexcept { ++at(payload).owners; },
+        .release = [](Payload payload) noexcept { --at(payload).owners; },
+        .text = [](Payload payload) noexcept { return at(payload).content_.text()->view(); },
+        .size = [](Payload payload) noexcept { return *at(payload).content_.size(); },
+        .opened = [](Payload payload) { return ++at(payload).opened, at(payload).content_; },
+        .get = [](Payload payload,
+                  const TextView& key) { return at(payload).content_.get(Text::copy_of(key)); }};
+    return holder;
   }
-
-  static constexpr Holder text_holder{
-      .kind = Kind::string, .retain = retain, .release = release, .text = text};
-  static constexpr Holder list_holder{
-      .kind = Kind::list, .retain = retain, .release = release, .size = size, .opened = open};
-  static constexpr Holder object_holder{.kind = Kind::object,
-                                        .retain = retain,
-                                        .release = release,
-                                        .size = size,
-                                        .opened = open,
-                                        .get = get};
 
   Value content_;
 };

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "models/link_tree.h"
+#include "models/random_input.h"
 #include "models/slow_lines.h"
-#include "models/texts.h"
 #include "values.h"
 #include "work_tree.h"
 

@@ -5,10 +5,9 @@
 #include <cmath>
 #include <limits>
 #include <tuple>
-#include <vector>
 
 #include "errors.h"
-#include "models/slow_encode.h"
+#include "models/random_input.h"
 #include "values.h"
 
 namespace mcp_responses {
@@ -16,17 +15,18 @@ namespace {
 
 TEST(Encode, Examples) {
   const double inf = std::numeric_limits<double>::infinity();
+  const Value empty_list = List();
   const std::pair<Value, std::string> rows[] = {
       {Object{{"a"_t, 1}, {"b"_t, List{true, Value(), 2.5}}, {"c"_t, "é"_t}},
        R"({"a":1,"b":[true,null,2.5],"c":"é"})"},
       {Object{{"b"_t, 1}, {"a"_t, 2}}, R"({"b":1,"a":2})"},
       {Object(), "{}"},
-      {List(), "[]"},
-      {List{List(), List{List()}, Object(), Object{{""_t, List()}}}, R"([[],[[]],{},{"":[]}])"},
+      {empty_list, "[]"},
+      {List{empty_list, List{empty_list}, Object(), Object{{""_t, empty_list}}},
+       R"([[],[[]],{},{"":[]}])"},
       {"\n\t\"\\\x01/\x7f\u2028\ufeff"_t, "\"\\n\\t\\\"\\\\\\u0001/\x7f\u2028\ufeff\""},
       {Object{{"k\"é"_t, "café 😀"_t}}, R"({"k\"é":"café 😀"})"},
-      {List{7, 7.0, true, std::nan(""), inf, -inf, false},
-       "[7,7.0,true,NaN,Infinity,-Infinity,false]"},
+      {List{7, 7.0, std::nan(""), inf, -inf, false}, "[7,7.0,NaN,Infinity,-Infinity,false]"},
   };
   for (const auto& [value, text] : rows) {
     EXPECT_EQ(written(value), text);
@@ -34,19 +34,23 @@ TEST(Encode, Examples) {
   }
 }
 
-TEST(Encode, ASurrogateHasATextButNoSize) {
-  for (const std::size_t before : {0U, 31U, 32U, 200U}) {
+TEST(Encode, ASurrogateIsCarriedButHasNoUtf8) {
+  for (const std::size_t before : {0U, 1U, 31U, 32U, 200U}) {
     for (const char32_t surrogate : {0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU}) {
       for (const char32_t wide : {U'x', U'\U0001F600'}) {
-        const Text text = models::text_of(std::u32string(before, wide) + surrogate + U'"');
-        const Value value = Object{{"k"_t, List{text}}};
-        EXPECT_EQ(models::code_points_of(tool_result_text(value)), models::slow_text(value));
-        try {
-          _encoded_size(value);
-          ADD_FAILURE() << "no error";
-        } catch (const SurrogateError& error) {
-          EXPECT_EQ(error.position(), before);
-          EXPECT_EQ(error.text(), text);
+        const std::u32string odd = std::u32string(before, wide) + surrogate;
+        const std::u32string more(150, wide);
+        const Text text = models::text_of(odd + U'"' + more);
+        EXPECT_EQ(models::code_points_of(tool_result_text(text)),
+                  U'"' + odd + U"\\\"" + more + U'"');
+        for (const bool as_size : {false, true}) {
+          try {
+            const std::size_t size = as_size ? _encoded_size(List{text}) : text.utf8().size();
+            ADD_FAILURE() << "no error, but " << size << " bytes";
+          } catch (const SurrogateError& error) {
+            EXPECT_EQ(error.position(), before);
+            EXPECT_EQ(error.text(), text);
+          }
         }
       }
     }
@@ -55,10 +59,8 @@ TEST(Encode, ASurrogateHasATextButNoSize) {
 
 /// `levels` containers inside each other, around `inside`.
 Value nested(std::size_t levels, bool in_objects, Value inside) {
-  for (; levels > 0; --levels) {
-    inside =
-        in_objects ? Value(Object{{"k"_t, std::move(inside)}}) : Value(List{std::move(inside)});
-  }
+  for (; levels > 0; --levels)
+    inside = in_objects ? Value(Object{{"k"_t, inside}}) : Value(List{inside});
   return inside;
 }
 

@@ -34,36 +34,27 @@ inline std::u32string cut(const std::u32string& text, std::int64_t chars) {
 inline std::u32string trimmed(const std::u32string& text, std::int64_t chars) {
   if (static_cast<std::int64_t>(text.size()) <= chars) return text;
   if (chars <= 1) return U"";
-  std::int64_t end = -1;
-  for (std::int64_t p = 0; p <= chars - 2; ++p) {
-    if (text[static_cast<std::size_t>(p)] == U' ') end = p;
-  }
-  if (end < chars / 2) end = chars - 1;
-  return right_stripped(text.substr(0, static_cast<std::size_t>(end))) + U'…';
-}
-
-inline std::u32string collapsed(const std::u32string& text) {
-  std::u32string words;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (is_space(text[i])) continue;
-    if (i > 0 && is_space(text[i - 1]) && !words.empty()) words += U' ';
-    words += text[i];
-  }
-  return words;
+  const auto limit = static_cast<std::size_t>(chars);
+  const std::size_t space = text.substr(0, limit - 1).rfind(U' ');
+  const bool is_early = space == text.npos || space < limit / 2;
+  return right_stripped(text.substr(0, is_early ? limit - 1 : space)) + U'…';
 }
 
 /// Empty where there is none.
 inline std::u32string first_sentence(const std::u32string& docstring) {
-  std::u32string text = stripped(docstring);
-  text = text.substr(0, text.find(U"\n\n"));
-  text = collapsed(text);
-  for (std::size_t i = 1; i < text.size(); ++i) {
-    if (is_space(text[i]) &&
-        std::u32string_view(U".!?").find(text[i - 1]) != std::u32string_view::npos) {
-      text.resize(i);
+  std::u32string paragraph = stripped(docstring);
+  paragraph = paragraph.substr(0, paragraph.find(U"\n\n"));
+  std::u32string words;
+  for (const char32_t c : stripped(paragraph)) {
+    if (!is_space(c)) {
+      words += c;
+    } else if (words.find_last_of(U".!?") == words.size() - 1) {
+      break;
+    } else if (words.back() != U' ') {
+      words += U' ';
     }
   }
-  return cut(text, 160);
+  return cut(words, 160);
 }
 
 }  // namespace models

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,29 +26,26 @@ inline constexpr std::string_view breaks_and_the_like[] = {"\n",           "\v",
                                                            "\xE2\x81\xA8", "\xE2\x80",
                                                            "\xE2",         "\xF0\xE2\x80\xA8"};
 
-/// Whether some code point's UTF-8 starts with these bytes. `code_point` gets the least such.
-inline bool starts_some_character(std::string_view bytes, std::size_t& length,
-                                  std::uint32_t& code_point) {
-  const auto lead = static_cast<unsigned char>(bytes.front());
-  length = lead < 0x80   ? 1
-           : lead < 0xC0 ? 0
-           : lead < 0xE0 ? 2
-           : lead < 0xF0 ? 3
-           : lead < 0xF8 ? 4
-                         : 0;
-  if (length == 0) return false;
-  code_point = length == 1 ? lead : lead & (0xFFU >> (length + 1));
+/// The bytes that a character has whose first byte is this; 0 where there is none.
+inline std::size_t promised_size(char first) {
+  const auto ones = static_cast<std::size_t>(std::countl_one(static_cast<unsigned char>(first)));
+  return ones == 0 ? 1 : ones == 1 || ones > 4 ? 0 : ones;
+}
+
+/// The least code point whose UTF-8, of `size` bytes, starts with these bytes, if there is one.
+inline std::optional<std::uint32_t> least_from(std::string_view bytes, std::size_t size) {
+  static constexpr std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+  static constexpr std::uint32_t most[] = {0, 0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
+  std::uint32_t low = static_cast<unsigned char>(bytes[0]) & (size == 1 ? 0x7FU : 0x7FU >> size);
   for (const char byte : bytes.substr(1)) {
-    if ((static_cast<unsigned char>(byte) & 0xC0U) != 0x80) return false;
-    code_point = code_point << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
+    if ((byte & 0xC0) != 0x80) return {};
+    low = low << 6 | static_cast<std::uint32_t>(byte & 0x3F);
   }
-  const std::size_t open_bits = 6 * (length - bytes.size());
-  const std::uint32_t highest = ((code_point + 1) << open_bits) - 1;
-  code_point <<= open_bits;
-  constexpr std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-  constexpr std::uint32_t most[] = {0, 0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
-  const bool only_surrogates = code_point >= 0xD800 && highest <= 0xDFFF;
-  return highest >= least[length] && code_point <= most[length] && !only_surrogates;
+  const std::size_t open_bits = 6 * (size - bytes.size());
+  const std::uint32_t high = std::min(((low + 1) << open_bits) - 1, most[size]);
+  low = std::max(low << open_bits, least[size]);
+  const bool only_surrogates = low >= 0xD800 && high <= 0xDFFF;
+  return low > high || only_surrogates ? std::nullopt : std::optional(low);
 }
 
 /// Each sequence that is the longest start of a character, and no character itself, gives one
@@ -54,16 +53,11 @@ inline bool starts_some_character(std::string_view bytes, std::size_t& length,
 inline std::u32string decoded(std::string_view bytes) {
   std::u32string text;
   while (!bytes.empty()) {
-    std::size_t size = 0;
-    std::size_t length = 0;
-    std::uint32_t code_point = 0;
-    while (size < bytes.size() &&
-           starts_some_character(bytes.substr(0, size + 1), length, code_point)) {
-      if (++size == length) break;
-    }
-    const bool whole = size > 0 && size == length;
-    if (whole) starts_some_character(bytes.substr(0, size), length, code_point);
-    text.push_back(whole ? static_cast<char32_t>(code_point) : U'\uFFFD');
+    const std::size_t promised = promised_size(bytes.front());
+    std::size_t size = std::min(promised, bytes.size());
+    while (size > 0 && !least_from(bytes.substr(0, size), promised)) --size;
+    const bool is_whole = size > 0 && size == promised;
+    text += static_cast<char32_t>(is_whole ? *least_from(bytes.substr(0, size), size) : 0xFFFD);
     bytes.remove_prefix(std::max<std::size_t>(1, size));
   }
   return text;
@@ -72,18 +66,11 @@ inline std::u32string decoded(std::string_view bytes) {
 inline std::vector<std::u32string> split_lines(const std::u32string& text) {
   static constexpr std::u32string_view breaks = U"\n\v\f\r\x1c\x1d\x1e\x85\u2028\u2029";
   std::vector<std::u32string> lines;
-  std::u32string line;
-  bool open = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    open = breaks.find(text[i]) == breaks.npos;
-    if (open) {
-      line.push_back(text[i]);
-      continue;
-    }
-    if (text[i] == U'\r' && i + 1 < text.size() && text[i + 1] == U'\n') ++i;
-    lines.push_back(std::exchange(line, {}));
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = std::min(text.find_first_of(breaks, start), text.size());
+    lines.push_back(text.substr(start, end - start));
+    start = end + (text.compare(end, 2, U"\r\n") == 0 ? 2 : 1);
   }
-  if (open) lines.push_back(line);
   return lines;
 }
 

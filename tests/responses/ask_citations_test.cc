@@ -22,9 +22,7 @@ List lines(const Value& path, int first, int last) {
   return citations;
 }
 
-Value section(const Value& citations) {
-  return Shaped{"title"_key = "T"_t, "citations"_key = citations};
-}
+Value section(const Value& citations) { return Shaped{"citations"_key = citations}; }
 
 /// Each citation as its path and line.
 std::string places(const List& citations) {
@@ -36,17 +34,20 @@ std::string places(const List& citations) {
   return text;
 }
 
+/// Eight sections of five citations each, which fill the list with the first three of each.
+List eight_sections() {
+  List sections;
+  for (int i = 1; i <= 8; ++i) sections.append(section(lines("a"_t, 10 * i, 10 * i + 4)));
+  return sections;
+}
+
 TEST(AskCitations, WhichOnesAndInWhichOrder) {
   const Value a = "a"_t;
   const Value b = "b"_t;
-  List eight;
-  std::string twenty_four;
-  for (int i = 1; i <= 8; ++i) {
-    eight.append(section(lines(a, 10 * i, 10 * i + 4)));
-    twenty_four += places(lines(a, 10 * i, 10 * i + 2));
-  }
-  List nine = eight;
+  List nine = eight_sections();
   nine.append(section(lines(b, 1, 3)));
+  std::string twenty_four;
+  for (int i = 1; i <= 8; ++i) twenty_four += places(lines(a, 10 * i, 10 * i + 2));
   struct Row {
     const char* name;
     List sections;
@@ -54,35 +55,29 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
     std::string places;
   };
   const Row rows[] = {
-      {"nothing", {}, {}, ""},
-      {"sections without any",
-       {Object(), section(Value()), section(List()), section(false)},
-       lines(b, 1, 2),
-       "b1 b2 "},
-      {"the first three of a section", {section(lines(a, 1, 5))}, lines(b, 1, 1), "a1 a2 a3 b1 "},
-      {"a section that repeats another, its fourth never seen",
+      {"none", {Object(), section({}), section(List()), section(false)}, {at(b, 1)}, "b1 "},
+      {"repeated",
        {section(lines(a, 1, 3)), section(lines(a, 1, 4))},
        lines(a, 3, 4),
        "a1 a2 a3 a4 "},
-      {"extra repeats itself", {}, {at(b, 1), at(b, 2), at(b, 1), at(b, 1), at(b, 3)}, "b1 b2 b3 "},
-      {"extra repeats a section and itself",
+      {"extra repeats",
        {section(lines(a, 1, 1))},
-       {at(a, 1), at(b, 1), at(a, 1), at(b, 1)},
-       "a1 b1 "},
+       {at(a, 1), at(b, 1), at(a, 1), at(b, 1), at(b, 3)},
+       "a1 b1 b3 "},
       {"numbers by value",
        {section(List{at(a, 10), at(a, 10.0), at(a, 10.5)})},
        {at(a, true), at(a, 1), at(a, 1.0)},
        "a10 a10.5 atrue "},
       {"numbers exactly",
        {},
-       {at(a, (std::int64_t{1} << 53) + 1), at(a, 9007199254740992.0)},
+       {at(a, 9007199254740993), at(a, 9007199254740992.0)},
        "a9007199254740993 a9007199254740992.0 "},
-      {"absent is null, and no zero",
+      {"absent is null, no zero",
        {},
        {at(a), Shaped{"path"_key = a}, Object{}, at(Value()), at(a, 0)},
        "anull -null a0 "},
-      {"eight sections fill it", eight, lines(b, 1, 3), twenty_four},
-      {"the ninth finds no room", nine, {}, twenty_four},
+      {"eight fill it", eight_sections(), lines(b, 1, 3), twenty_four},
+      {"no room for a ninth", nine, {}, twenty_four},
       {"extra fills it",
        {section(lines(a, 1, 3))},
        lines(b, 1, 30),
@@ -103,40 +98,31 @@ TEST(AskCitations, TheFirstOfAPlaceStaysWhole) {
 }
 
 TEST(AskCitations, ListsForFewerSectionsLetOthersIn) {
-  const List sections{*section(lines("a"_t, 1, 2)).object(), *section(lines("b"_t, 1, 2)).object()};
-  List extra = lines("b"_t, 2, 3);
-  extra.extend(lines("a"_t, 2, 2));
-  CitationLists lists(sections, extra, "extra");
+  const List sections{section(lines("a"_t, 1, 2)), section(lines("b"_t, 1, 2))};
+  CitationLists lists(sections, {at("b"_t, 2), at("b"_t, 3), at("a"_t, 2)}, "extra");
   for (const auto& [kept, expected] :
        {std::pair{2U, "a1 a2 b1 b2 b3 "}, {0U, "b2 b3 a2 "}, {1U, "a1 a2 b2 b3 "}}) {
     EXPECT_EQ(places(lists.for_first(kept)), expected) << kept;
-    EXPECT_EQ(lists.size_for_first(kept) + 2,
-              static_cast<std::int64_t>(written(lists.for_first(kept)).size()))
-        << kept;
+    EXPECT_EQ(lists.size_for_first(kept) + 2, std::ssize(written(lists.for_first(kept)))) << kept;
   }
 }
 
 // What is not looked at may be anything: the fourth of a section, and all that comes once the list
 // is full.
 TEST(AskCitations, OnlyWhatIsLookedAtMustBeRight) {
-  List full;
-  for (int i = 0; i < 8; ++i) full.append(section(lines("a"_t, 3 * i, 3 * i + 2)));
-  List full_and_wrong = full;
+  List full_and_wrong = eight_sections();
   full_and_wrong.append(section(List{1}));
   List four = lines("a"_t, 1, 3);
   four.append("wrong"_t);
   EXPECT_EQ(_ask_citations(full_and_wrong, {"wrong"_t}).size(), 24U);
   EXPECT_EQ(_ask_citations({section(four)}, {}).size(), 3U);
 
-  List full_and_no_list = full;
+  List full_and_no_list = eight_sections();
   full_and_no_list.append(section(1));
-  const std::pair<List, List> failing[] = {
-      {full_and_no_list, {}},         {{"wrong"_t}, {}},          {{section("wrong"_t)}, {}},
-      {{section(List{Value()})}, {}}, {{}, {at("a"_t), Value()}}, {{}, {at(List())}},
-      {{}, {at("a"_t, Object())}}};
-  for (const auto& [sections, extra] : failing) {
-    EXPECT_THROW(_ask_citations(sections, extra), KindError) << written(sections) << written(extra);
-  }
+  EXPECT_THROW(_ask_citations(full_and_no_list, {}), KindError);
+  EXPECT_THROW(_ask_citations({"wrong"_t}, {}), KindError);
+  for (const Value& place : {Value(List()), Value(Object()), Value(List{1})})
+    EXPECT_THROW(_ask_citations({}, {at("a"_t, place)}), KindError) << written(place);
 }
 
 }  // namespace
