@@ -53,8 +53,8 @@ class FirstSentence {
  public:
   explicit FirstSentence(const TextView& docstring) noexcept;
 
-  /// Empty when there is no text. Its repertoire may be larger than what is left of the docstring needs.
-  /// Valid while this object lives.
+  /// Empty when there is no text. Its repertoire may be larger than what is left of the docstring
+  /// needs. Valid while this object lives.
   TextView view() const noexcept { return {characters_.data(), size_, repertoire_}; }
 
  private:

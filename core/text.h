@@ -21,8 +21,8 @@
 
 namespace mcp_responses {
 
-/// The smallest of the four sets that holds every code point of a text: up to U+007F, U+00FF, U+FFFF
-/// or U+10FFFF. It decides how the text is stored.
+/// The smallest of the four sets that holds every code point of a text: up to U+007F, U+00FF,
+/// U+FFFF or U+10FFFF. It decides how the text is stored.
 enum class Repertoire : std::uint8_t { ascii, latin1, bmp, full };
 
 /// Bytes that a code point takes in storage: 1, 1, 2 or 4.
@@ -37,8 +37,8 @@ struct TextView {
   Repertoire repertoire = Repertoire::ascii;
 
   char32_t operator[](std::size_t position) const;
-  /// `count` code points from `position`. The repertoire stays this view's, so it may be larger than
-  /// they need.
+  /// `count` code points from `position`. The repertoire stays this view's, so it may be larger
+  /// than they need.
   TextView slice(std::size_t position, std::size_t count) const;
 };
 

@@ -106,11 +106,17 @@ class List : public Handle {
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
 
+  // What changes a list copies its storage first when another one shares it. Throws std::bad_alloc,
+  // and then nothing has changed.
+
+  /// Replaces an element. Requires `position < size()`.
   void set(std::size_t position, Value element);
+  /// Appends one, or all elements of a list, which may be this very one.
   void append(Value element);
   void extend(const List& other);
   /// Requires a list that is not empty.
   void remove_last();
+  /// Makes room for so many more elements.
   void reserve(std::size_t more);
 
   /// The first `count` elements; all of them when there are fewer.
@@ -150,13 +156,18 @@ class Object : public Handle {
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
 
+  // What changes an object copies its storage first when another one shares it. Throws
+  // std::bad_alloc, and then nothing has changed.
+
   /// Replaces the value and keeps the position when the key is there; otherwise appends.
   void set(const Text& key, Value value);
   /// Appends without looking. Requires a key that is not there yet.
   void add(Text key, Value value);
+  /// An object of its own, at no cost until one of the two is changed.
   Object copy() const noexcept { return *this; }
   /// Sets each member of `other`, in its order.
   void update(const Object& other);
+  /// Makes room for so many more members.
   void reserve(std::size_t more);
 
   /// Appends unless the value is null. Requires a key that is not there yet.

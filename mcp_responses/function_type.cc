@@ -75,8 +75,8 @@ HostRef run(const Function& function, const GivenArguments& given) {
 }
 
 /// The interpreter's recursion guard, which its built-in functions enter too: host code that a call
-/// runs may call again, through no frame of the interpreter's that would count. A call of ours counts
-/// as two, for it holds about as much stack as two of the interpreter's.
+/// runs may call again, through no frame of the interpreter's that would count. A call of ours
+/// counts as two, for it holds about as much stack as two of the interpreter's.
 class RecursionGuard {
  public:
   RecursionGuard() : thread_(PyThreadState_Get()) {

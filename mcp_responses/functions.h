@@ -1,6 +1,9 @@
 // The bodies of the module's functions: each takes its arguments from the call, calls one function
-// of the library and gives the answer as a host object. They throw what crosses to the host as its
-// error (see host_errors.h).
+// of the library and gives the answer as a new reference to a host object. What the arguments and
+// answers are is told where callers read it, in signatures.cc. Arguments are named by their
+// position among the parameters there, counted from 0. A body throws what crosses to the host as
+// its error (see host_errors.h); when no value can stand for an argument, the call's edge says
+// which.
 #pragma once
 
 #include "call.h"

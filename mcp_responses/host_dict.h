@@ -41,14 +41,19 @@ struct DictStart {
   HostRef dict;                 // of these keys, every value None; null where none is needed
 };
 
-/// A dict of one layout, while its members are being set in order.
+/// A dict of one layout, while its members are being set in order. Requires as many calls of
+/// `set_next` as the layout has keys: then no key holds the None that it began with.
 class StartedDict {
  public:
+  /// Begins with a copy of the start's dict, or with an empty one where it has none. `start` must
+  /// outlive this object. Throws `HostError`.
   explicit StartedDict(const DictStart& start);
+  /// Sets the value under the next key. Adds a reference of its own. Throws `HostError`.
   void set_next(PyObject* object) {
     PyObject* const key = *next_key_++;
     if (object != Py_None || !has_nulls_) check(PyDict_SetItem(dict_.get(), key, object));
   }
+  /// The dict, a new reference.
   HostRef finished() && { return std::move(dict_); }
 
  private:
@@ -57,7 +62,9 @@ class StartedDict {
   HostRef dict_;
 };
 
-/// Makes the host objects of one module's answers.
+/// Makes the host objects of one module's answers, and keeps what they start as for as long as the
+/// module lives: a dict for each layout that was met, of which there are as many as answers with
+/// other optional members, some dozens.
 class HostDicts {
  public:
   /// `names` must outlive this object.
@@ -67,7 +74,8 @@ class HostDicts {
   /// host's container in the value.
   HostRef of(const Value& value);
   HostRef of(const Object& object);
-  /// Of members that hold Values or host objects.
+  /// The same of members that hold Values or host objects, in their order, without an Object
+  /// between them and the dict.
   template <class... Members>
   HostRef of(const Shaped<Members...>& members) {
     static_assert(sizeof...(Members) < 32, "each needs a bit");
@@ -100,6 +108,8 @@ class HostDicts {
   HostRef list_of(const List& elements);
   HostRef string_of(const Text& text);
 
+  /// What dicts of this layout start as, made when it is first met; valid while this object lives.
+  /// Few layouts are in use at a time, so most are found by their hash alone.
   const DictStart& start_of(const Layout& layout) {
     auto& [recent, start] = recent_[LayoutHash()(layout) % recent_.size()];
     if (layout != recent) {

@@ -11,8 +11,9 @@
 namespace mcp_responses {
 namespace {
 
-/// A dict cannot be walked where it lies: it has a key that is not exactly a str, whose text another
-/// key may have too, or an order that is not its storage's. A plain copy is encoded instead.
+/// A dict cannot be walked where it lies: it has a key that is not exactly a str, whose text
+/// another key may have too, or an order that is not its storage's. A plain copy is encoded
+/// instead.
 class NeedsCopy {};
 
 /// A host object as the encoder walks it. No host code runs during the walk but signal handlers, so

@@ -15,10 +15,13 @@ namespace mcp_responses {
 
 class HostNames {
  public:
-  /// Throws `HostError`.
+  /// Makes the names of all fields; words are made when they are first asked for. Throws
+  /// `HostError`.
   HostNames();
 
-  /// The str of a field's name, or of any fixed word: borrowed, valid while this object lives.
+  /// The str of a field's name, or of any fixed word: borrowed, valid while this object lives. A
+  /// word is known by its address, so two words of the same characters have a str each, which
+  /// interning makes the same one. Throws `HostError` for a word that is new.
   PyObject* of(Field field) const noexcept {
     return fields_[static_cast<std::size_t>(field)].get();
   }
@@ -37,7 +40,8 @@ class HostNames {
 
   std::array<HostRef, field_names.size()> fields_;
   std::unordered_map<const Word*, HostRef> words_;
-  std::array<std::pair<const Word*, PyObject*>, 128> recent_{};  // by address
+  // Found by address without hashing; a word that another one displaces is found in `words_`.
+  std::array<std::pair<const Word*, PyObject*>, 128> recent_{};
 };
 
 }  // namespace mcp_responses

@@ -12,7 +12,8 @@
 
 namespace mcp_responses {
 
-/// What a host object is to the library, by its type alone. `other` has no counterpart.
+/// What a host object is to the library, by its type alone: bool is told from int, and a tuple from
+/// a list, which answers turn it into. `other` has no counterpart.
 enum class HostKind : unsigned char {
   null,
   boolean,
@@ -68,8 +69,10 @@ inline TextView view_of(PyObject* string) noexcept {
           repertoire};
 }
 
-/// A new str of these characters. `exact_string_of` requires that their repertoire is exact.
+/// A new str of these characters, in the narrowest form, as the host demands of each str. Throws
+/// `HostError`.
 HostRef string_of(const TextView& characters);
+/// The same, without looking for the narrowest form. Requires that their repertoire is exact.
 HostRef exact_string_of(const TextView& characters);
 
 /// How deep containers may stand inside each other: the host's own recursion limit, but at least

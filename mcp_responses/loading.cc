@@ -98,7 +98,8 @@ class FunctionDefinitions {
   explicit FunctionDefinitions(PyObject* module)
       : module_(module), type_(make_function_type(module)) {}
 
-  /// Those that are not defined yet, up to the one of this name but for itself; without a name, all.
+  /// Those that are not defined yet, up to the one of this name but for itself; without a name,
+  /// all.
   void define_before(std::string_view name) {
     for (; next_ != signatures.end() && next_->name != name; ++next_)
       define(module_, next_->name, make_function(type_.get(), module_, *next_));

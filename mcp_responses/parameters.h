@@ -1,6 +1,6 @@
 // A function's parameters, and a call's arguments laid out in their order, as the interpreter does
-// it for a function defined in its own language: the same errors, the same texts, the same one first
-// when several apply.
+// it for a function defined in its own language: the same errors, the same texts, the same one
+// first when several apply.
 #pragma once
 
 #include <cstddef>

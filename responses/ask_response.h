@@ -36,9 +36,9 @@ struct AskAnswer {
 /// {"mode", "query", "answer", "sections", "citations"}, then those of "model", "tokens", "note",
 /// "decisions", "code" and "memories" that are not null. With a budget the answer gives way until
 /// its text has at most `token_budget` times `_BYTES_PER_TOKEN` bytes: excerpts shrink from the
-/// bottom section up, then whole sections go from the bottom, then the memories, then the code. What
-/// is left may still be over: "answer" is never cut. Throws `KindError`, and `SurrogateError` when a
-/// budget asks for the size of a string that has none.
+/// bottom section up, then whole sections go from the bottom, then the memories, then the code.
+/// What is left may still be over: "answer" is never cut. Throws `KindError`, and `SurrogateError`
+/// when a budget asks for the size of a string that has none.
 Object build_wiki_ask_response(AskAnswer answer);
 
 }  // namespace mcp_responses

@@ -27,7 +27,8 @@ Object build_empty_paginated_response(const Text& items_key);
 bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
                  std::string_view total_name);
 
-/// The number of elements of a list. Throws `KindError`, naming `where`, for anything else.
+/// The number of elements of a list, which is not opened for that. Throws `KindError`, naming
+/// `where`, for anything else.
 std::size_t row_count(const Value& list, std::string_view where);
 
 }  // namespace mcp_responses

@@ -30,7 +30,8 @@ Object build_test_coverage(Value test_file, Value source_file, Value symbols_imp
 /// Checks the caller of a reference: `AttributeMissing` when it is truthy and no object.
 void check_caller(const Value& caller_symbol);
 
-/// The members of these rows, of any kind of record.
+/// The members of these rows, of any kind of record. What a row only hands on (`code`, `test_file`)
+/// is a Value, or whatever kind a host has for it; what it depends on is always a Value.
 template <Record Source, class HandedOn>
 auto reference_row(const Source& reference, HandedOn code) {
   const Value caller = reference.asked_for("get", Field::caller_symbol);

@@ -19,7 +19,9 @@ Object build_symbol_search_result(const PlainRecord& symbol, Value file_path = {
 /// uncut.
 Object build_symbol_full_details(const PlainRecord& symbol, Value file_path = {});
 
-/// The members of these answers, of any kind of record.
+/// The members of these answers, of any kind of record. The fields are read in the order of the
+/// keys, so the first that a record lacks is the one that its error names. What `file_path` holds
+/// is only handed on: a Value, or whatever kind a host has for it.
 template <Record Source, class HandedOn>
 auto symbol_search_result(const Source& symbol, HandedOn file_path) {
   return Shaped{

@@ -57,7 +57,8 @@ Object build_wiki_read_response(WikiPage page);
 /// What stands for a list that is not there.
 inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
 
-/// The members of these answers.
+/// The members of these answers. What is only handed on is a Value, or whatever kind a host has for
+/// it; the lists that may be missing, and the numbers that tell whether pages remain, are Values.
 template <class HandedOn>
 auto wiki_status(WikiStatusOf<HandedOn> status) {
   return Shaped{

@@ -18,7 +18,7 @@ class Block {
  public:
   static constexpr std::size_t size = 16 / sizeof(Unit);
 
-  /// A whole block.
+  /// A whole block. Reads 16 bytes, from any address.
   explicit Block(const Unit* units) noexcept : units_(load<Vector>(units)) {}
 
   /// The first `count` units of a block, at most a whole one, and zeros behind them. Nothing past
@@ -44,7 +44,8 @@ class Block {
     units_ = std::bit_cast<Vector>(halves);
   }
 
-  /// Writes a whole block, each unit as a `To`.
+  /// Writes a whole block, each unit as a `To`, to any address. Requires room for all of it, also
+  /// where only the first units mean anything.
   template <class To>
   void copy_to(To* to) const noexcept {
     using Wide [[gnu::vector_size(size * sizeof(To))]] = To;
@@ -52,8 +53,8 @@ class Block {
     std::memcpy(to, &wide, sizeof(wide));
   }
 
-  /// Which units `find` holds for: the bit at `position * sizeof(Unit)`, counted from the lowest, is
-  /// set for each. `find` compares a vector of units: `[](auto units) { return units == ' '; }`.
+  /// Which units `find` holds for: the bit at `position * sizeof(Unit)`, counted from the lowest,
+  /// is set for each. `find` compares a vector of units: `[](auto units) { return units == ' '; }`.
   template <class Find>
   std::uint32_t where(Find find) const noexcept {
     constexpr std::uint32_t one_a_unit = 0xFFFF / ((1U << sizeof(Unit)) - 1);

@@ -1,5 +1,6 @@
-// Escapes: the characters of a string that RFC 8259, section 7, demands to be escaped, and no others,
-// are written as `\"`, `\\`, `\b`, `\f`, `\n`, `\r`, `\t` or `\u00` and two hexadecimal digits.
+// Escapes: the characters of a string that RFC 8259, section 7, demands to be escaped, and no
+// others, are written as `\"`, `\\`, `\b`, `\f`, `\n`, `\r`, `\t` or `\u00` and two hexadecimal
+// digits.
 #pragma once
 
 #include <algorithm>
@@ -33,7 +34,8 @@ constexpr Escape make_escape(std::uint8_t unit) {
 inline constexpr std::size_t longest_escape = 6;
 inline constexpr std::size_t last_escaped = '\\';
 
-/// By code point, up to the last that needs one.
+/// By code point, up to the last that needs one: those between that need none have one too, so that
+/// a look-up asks nothing.
 inline constexpr auto escapes = [] {
   std::array<Escape, last_escaped + 1> table{};
   for (std::size_t unit = 0; unit < table.size(); ++unit)

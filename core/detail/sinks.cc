@@ -147,8 +147,8 @@ void TextSink::grow(std::size_t needed) {
   capacity_ = capacity;
 }
 
-/// Makes the units wide enough for `repertoire`, from the last to the first so that they can stay in one
-/// buffer.
+/// Makes the units wide enough for `repertoire`, from the last to the first so that they can stay
+/// in one buffer.
 void TextSink::widen(Repertoire repertoire) {
   const std::size_t from = unit_size(repertoire_);
   const std::size_t to = unit_size(repertoire);

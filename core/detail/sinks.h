@@ -56,9 +56,9 @@ class TextSink {
       put_any(commas, text, colons);
   }
   void put_any(unsigned commas, const TextView& text, unsigned colons);
-  /// Writes the string if it is short, of one byte a unit, and holds nothing to escape, as most are;
-  /// false when it is not. It is copied by blocks that may overlap, so that hardly a branch depends
-  /// on the length.
+  /// Writes the string if it is short, of one byte a unit, and holds nothing to escape, as most
+  /// are; false when it is not. It is copied by blocks that may overlap, so that hardly a branch
+  /// depends on the length.
   template <class Unit>
   bool put_short(unsigned commas, const TextView& text, unsigned colons) noexcept {
     using Bytes = Block<std::uint8_t>;
