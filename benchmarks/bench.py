@@ -63,7 +63,7 @@ def print_machine() -> None:
     compiler = re.search(rb"GCC: \([^)]*\) [\d.]+|[\w ]*clang version [\d.]*", Path(ours.__file__).read_bytes())
     print(f"machine      {cpu[1] if cpu else platform.machine()}, {os.cpu_count()} cores, {platform.platform()}")
     print(f"interpreter  {platform.python_implementation()} {platform.python_version()}, {platform.python_compiler()}")
-    print(f"extension    {compiler[0].decode() if compiler else 'unknown compiler'}, in {encoding.PROGRAM.parents[1]}")
+    print(f"extension    {compiler[0].decode() if compiler else 'unknown compiler'}")
     versions = [f"{name} {module.__version__}" for name, module in others.MODULES.items()]
     print(f"encoders     {', '.join(['json of this interpreter', *versions])}")
 
