@@ -8,7 +8,6 @@
 
 #include "cuts.h"
 #include "detail/utf8.h"
-#include "work_tree.h"
 
 namespace mcp_responses {
 namespace {
@@ -26,12 +25,12 @@ struct ViewHash {
   std::size_t operator()(const TextView& view) const noexcept { return hash_of(view); }
 };
 
-std::vector<File> files_of(std::span<const Place> places) {
+std::vector<File> files_of(std::span<const Place> places, const CodeLinesHooks& hooks) {
   std::vector<File> files;
   std::unordered_map<TextView, std::size_t, ViewHash> position_of;
   for (const Place& place : places) {
     const auto [found, is_new] = position_of.try_emplace(place.path.view(), files.size());
-    if (is_new) files.push_back({place.path, file_name(place.path), {}, {}, {}});
+    if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
     if (place.line >= 1) files[found->second].numbers.push_back(place.line);
   }
   for (File& file : files) {
@@ -160,18 +159,19 @@ std::string file_name(const Text& path) {
   return bytes;
 }
 
-std::vector<CodeLine> code_lines(const std::optional<std::string>& root,
-                                 std::span<const Place> places, const CodeLinesHooks& hooks) {
-  if (!root) return {};
-  if (root->find('\0') != std::string::npos) throw NulInPath();
-  std::vector<File> files = files_of(places);
+std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
+                                 const CodeLinesHooks& hooks) {
+  std::vector<File> files = files_of(places, hooks);
   std::exception_ptr failure;
   hooks.while_reading([&] {
-    try {
-      const WorkTree tree(*root);
-      for (File& file : files) look_up(tree, file);
-    } catch (...) {
-      failure = std::current_exception();
+    for (File& file : files) {
+      hooks.before_file();
+      try {
+        look_up(tree, file);
+      } catch (...) {
+        failure = std::current_exception();  // what was not read before is told first
+        return;
+      }
     }
   });
   std::vector<CodeLine> lines;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "text.h"
+#include "work_tree.h"
 
 namespace mcp_responses {
 
@@ -30,12 +31,21 @@ struct CodeLine {
   Text text;
 };
 
+/// A path as the bytes of a file name: UTF-8, and the byte that each of U+DC80 to U+DCFF stands
+/// for, which is how the host writes names that are not UTF-8 (PEP 383). Throws `NulInPath` and,
+/// for other surrogates, `SurrogateError`.
+std::string file_name(const Text& path);
+
 /// What `code_lines` asks of the program that it runs in.
 struct CodeLinesHooks {
+  /// The bytes of a file name for a path, without NUL. Called for each path before anything is read.
+  std::function<std::string(const Text& path)> name_of = file_name;
   /// Calls the function it is given, which reads files and touches none of the texts of the places.
   /// A host that has a lock gives it up meanwhile.
   std::function<void(const std::function<void()>& read_files)> while_reading =
       [](const auto& read) { read(); };
+  /// Called before each file is read. What it throws ends the call at once.
+  std::function<void()> before_file = [] {};
   /// Hears of each file that is not read, in the order of the files: the path as the caller wrote
   /// it, and why.
   std::function<void(const Text& path, const std::string& reason)> not_read =
@@ -51,15 +61,10 @@ class NulInPath : public std::invalid_argument {
 /// The lines at these places. Each place comes once; the lines of one file stand together,
 /// ascending, the files in the order in which their path first occurs. A place without a line, and
 /// a file outside the root, give nothing; a file that cannot be read is told to `hooks.not_read`.
-/// Without a root nothing is done at all. Throws `NulInPath`, `LinkLoop` and, for a path that is no
-/// file name, `SurrogateError`.
-std::vector<CodeLine> code_lines(const std::optional<std::string>& root,
-                                 std::span<const Place> places, const CodeLinesHooks& hooks = {});
-
-/// A path as the bytes of a file name: UTF-8, and the byte that each of U+DC80 to U+DCFF stands
-/// for, which is how the host writes names that are not UTF-8 (PEP 383). Throws `NulInPath` and,
-/// for other surrogates, `SurrogateError`.
-std::string file_name(const Text& path);
+/// Throws `LinkLoop` and what the hooks throw: `NulInPath` and `SurrogateError` for a path that is no
+/// file name.
+std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
+                                 const CodeLinesHooks& hooks = {});
 
 /// Finds lines of a text in UTF-8 by number, going forward. A line ends at CR LF, LF, CR, U+000B,
 /// U+000C, U+001C to U+001E, U+0085, U+2028 or U+2029, as in the host's `splitlines`.

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <map>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -17,11 +18,10 @@
 namespace mcp_responses {
 namespace {
 
-/// More links than any honest path has.
-constexpr int most_links = 1000;
-
-// Non-blocking, so that a pipe without a writer cannot hold the caller; it means nothing to a
-// regular file.
+// A descriptor that only stands for what it names, which is not opened by it.
+constexpr int look_flags = O_PATH | O_CLOEXEC;
+// Non-blocking, so that a pipe that takes a file's place after the look cannot hold the caller; it
+// means nothing to a regular file.
 constexpr int read_flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 /// The components still to be looked at, the next one last.
@@ -36,6 +36,8 @@ class Pending {
     }
     std::reverse(components_.begin() + static_cast<std::ptrdiff_t>(below), components_.end());
   }
+  /// A component that no path has: here the target of a link ends.
+  void push_end_of_link() { components_.emplace_back(); }
   bool empty() const { return components_.empty(); }
   std::string pop() {
     std::string component = std::move(components_.back());
@@ -55,30 +57,95 @@ std::optional<std::string> link_target(const std::string& path) {
   return std::string(target.data(), static_cast<std::size_t>(size));
 }
 
-/// `path` taken from the folder `base`, which is resolved. Like `base`, the result is "" for "/".
-std::string resolved_from(std::string base, std::string_view path) {
-  Pending pending;
-  if (path.starts_with('/')) base.clear();
-  pending.push(path);
-  int links = 0;
-  while (!pending.empty()) {
-    const std::string component = pending.pop();
-    if (component == ".") continue;
-    if (component == "..") {
-      base.erase(base.empty() ? 0 : base.rfind('/'));
-      continue;
+/// Goes up one folder; "" is "/".
+void go_up(std::string& base) { base.erase(base.empty() ? 0 : base.rfind('/')); }
+
+/// A path on its way to being resolved, and the links that it has met. Each link is followed once:
+/// the time grows with the number of links, not with the number of ways through them.
+class Resolution {
+ public:
+  explicit Resolution(std::string base) : base_(std::move(base)) {}
+
+  /// False when a link leads to itself. Then `path()` is what stood before that link, the link, and
+  /// what stood behind it, as written.
+  bool follow(std::string_view path) {
+    push(path);
+    while (!pending_.empty()) {
+      const std::string component = pending_.pop();
+      if (component.empty()) {
+        *open_links_.back() = base_;
+        open_links_.pop_back();
+      } else if (!take(component)) {
+        take_rest_as_written();
+        return false;
+      }
     }
-    std::string next = base + '/' + component;
-    const auto target = link_target(next);
-    if (!target) {
-      base = std::move(next);
-      continue;
-    }
-    if (++links > most_links) throw LinkLoop(next);
-    if (target->starts_with('/')) base.clear();
-    pending.push(*target);
+    return true;
   }
-  return base;
+
+  /// Like the base, "" for "/".
+  std::string path() && { return std::move(base_); }
+
+ private:
+  void push(std::string_view path) {
+    if (path.starts_with('/')) base_.clear();
+    pending_.push(path);
+  }
+
+  bool take(const std::string& component) {
+    if (component == ".") return true;
+    if (component == "..") {
+      go_up(base_);
+      return true;
+    }
+    base_ += '/';
+    base_ += component;
+    const auto target = link_target(base_);
+    if (!target) return true;
+    const auto [link, is_new] = links_.try_emplace(base_);
+    if (!is_new && !link->second) return false;
+    if (!is_new) {
+      base_ = *link->second;
+      return true;
+    }
+    open_links_.push_back(&link->second);
+    go_up(base_);
+    pending_.push_end_of_link();
+    push(*target);
+    return true;
+  }
+
+  void take_rest_as_written() {
+    while (!pending_.empty()) {
+      const std::string component = pending_.pop();
+      if (component == "..") {
+        go_up(base_);
+      } else if (!component.empty() && component != ".") {
+        base_ += '/';
+        base_ += component;
+      }
+    }
+  }
+
+  std::string base_;
+  Pending pending_;
+  // By a link's own path: where it leads; nothing yet while its target is being followed.
+  std::map<std::string, std::optional<std::string>> links_;
+  std::vector<std::optional<std::string>*> open_links_;
+};
+
+/// `path` taken from the folder `base`, which is resolved. Like `base`, the result is "" for "/".
+///
+/// As the host's pathlib has it, a circle of links is no error as long as the path leaves it again by
+/// "..": `loop/../a.py` is `a.py`.
+std::string resolved_from(std::string base, std::string_view path) {
+  Resolution resolution(std::move(base));
+  const bool is_resolved = resolution.follow(path);
+  std::string result = std::move(resolution).path();
+  if (is_resolved) return result;
+  Resolution again("");
+  if (!again.follow(result)) throw LinkLoop(result);
+  return std::move(again).path();
 }
 
 std::string current_directory() {
@@ -102,20 +169,30 @@ bool is_plain(std::string_view path) {
   }
 }
 
-int openat2_beneath(int directory, const std::string& path) {
+int openat2_beneath(int directory, const std::string& path, int flags) {
   open_how how{};
-  how.flags = read_flags;
+  how.flags = static_cast<unsigned>(flags);
   how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
   return static_cast<int>(::syscall(SYS_openat2, directory, path.c_str(), &how, sizeof(how)));
 }
 
-int open_folder_by_folder(int directory, const std::string& path) {
+/// Standing for a link, without following it, is no failure to the kernel; here it is one.
+int open_no_link(int folder, const std::string& name, int flags) {
+  Descriptor found(::openat(folder, name.c_str(), flags | O_NOFOLLOW));
+  struct stat status {};
+  if (!found.is_open() || ::fstat(found.get(), &status) != 0) return -1;
+  if (!S_ISLNK(status.st_mode)) return std::move(found).release();
+  errno = ELOOP;
+  return -1;
+}
+
+int open_folder_by_folder(int directory, const std::string& path, int flags) {
   Pending folders;
   folders.push(path);
   Descriptor folder(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
   while (folder.is_open()) {
     const std::string name = folders.pop();
-    if (folders.empty()) return ::openat(folder.get(), name.c_str(), read_flags | O_NOFOLLOW);
+    if (folders.empty()) return open_no_link(folder.get(), name, flags);
     const int next =
         ::openat(folder.get(), name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     folder = Descriptor(next);
@@ -123,29 +200,36 @@ int open_folder_by_folder(int directory, const std::string& path) {
   return -1;
 }
 
-/// To its end, whatever its size says.
+/// To its end, whatever its size says, for a file may grow while it is read, and the size of one in
+/// /proc says nothing. But one that grows as fast as it is read has no end: then what its size said,
+/// as much again, and what a file without a size may have, is enough, for no place that the service
+/// has indexed stands behind it.
 std::string read_all(int file, std::size_t expected, const std::string& path) {
-  constexpr std::size_t most_at_first = std::size_t{64} << 20;
-  std::string content(std::min(expected, most_at_first) + 1, '\0');
+  constexpr std::size_t most_without_size = std::size_t{64} << 20;
+  const std::size_t most = 2 * expected + most_without_size;
+  constexpr std::size_t page = 4096;  // some files in /proc give no less
+  std::string content(std::min(expected, most_without_size) + page, '\0');
   std::size_t size = 0;
-  for (;;) {
+  while (size < most) {
     const ssize_t count = ::read(file, content.data() + size, content.size() - size);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) throw Unreadable(errno, path);
     if (count == 0) break;
     size += static_cast<std::size_t>(count);
-    if (size == content.size()) content.resize(size * 2);
+    if (size == content.size()) content.resize(std::min(size * 2, most));
   }
   content.resize(size);
   return content;
 }
 
-std::string read_regular(const Descriptor& file, const std::string& path) {
-  struct stat status {};
-  if (::fstat(file.get(), &status) != 0) throw Unreadable(errno, path);
-  if (S_ISDIR(status.st_mode)) throw Unreadable(EISDIR, path);
-  if (!S_ISREG(status.st_mode)) throw Unreadable("Not a regular file", path);
-  return read_all(file.get(), static_cast<std::size_t>(std::max<off_t>(0, status.st_size)), path);
+/// What an error shows of a path: the beginning, where it is far longer than any file's.
+std::string shown(const std::string& path) {
+  constexpr std::size_t most = std::size_t{1} << 16;
+  return path.size() <= most ? path : path.substr(0, 200) + "...";
+}
+
+bool is_same(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 }  // namespace
@@ -168,18 +252,20 @@ Unreadable::Unreadable(int error_number, const std::string& path)
                  path) {}
 
 Unreadable::Unreadable(std::string_view reason, const std::string& path)
-    : std::runtime_error(std::string(reason) + ": '" + path + "'") {}
+    : std::runtime_error(std::string(reason) + ": '" + shown(path) + "'") {}
 
 LinkLoop::LinkLoop(const std::string& path)
-    : std::runtime_error("Symlink loop from '" + path + "'") {}
+    : std::runtime_error("Symlink loop from '" + shown(path) + "'") {}
 
-std::string resolved(std::string_view path) {
-  return rooted(resolved_from(path.starts_with('/') ? "" : current_directory(), path));
+std::string absolute(std::string_view path) {
+  return path.starts_with('/') ? std::string(path) : current_directory() + '/' + std::string(path);
 }
+
+std::string resolved(std::string_view path) { return rooted(resolved_from("", absolute(path))); }
 
 WorkTree::WorkTree(std::string_view root, Opening opening)
     : root_(resolved(root)),
-      directory_(::open(root_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC)),
+      directory_(::open(root_.c_str(), look_flags | O_NOFOLLOW)),
       directory_error_(directory_.is_open() ? 0 : errno),
       opening_(opening) {
   if (root_ == "/") root_.clear();
@@ -187,35 +273,52 @@ WorkTree::WorkTree(std::string_view root, Opening opening)
 
 std::optional<std::string> WorkTree::read(std::string_view path) const {
   if (is_plain(path)) {
-    // Most paths hold neither links nor "..": the kernel then says so by opening the file.
-    const Descriptor file = open_beneath(std::string(path));
-    if (file.is_open()) return read_regular(file, root_ + '/' + std::string(path));
+    // Most paths hold neither links nor "..": the kernel then says so by finding the file.
+    const std::string plain(path);
+    const Descriptor found = open_beneath(plain, look_flags);
+    if (found.is_open()) return read_found(found, plain);
   }
   const std::string target = resolved_from(root_, path);
-  if (target == root_) {
-    const Descriptor file(::open(rooted(root_).c_str(), read_flags | O_NOFOLLOW));
-    if (!file.is_open()) throw Unreadable(errno, rooted(root_));
-    return read_regular(file, rooted(root_));
-  }
-  if (!target.starts_with(root_ + '/')) return {};
-  const Descriptor file = open_beneath(target.substr(root_.size() + 1));
-  if (!file.is_open()) throw Unreadable(errno, target);
-  return read_regular(file, target);
+  const bool is_root = target == root_;
+  if (!is_root && !target.starts_with(root_ + '/')) return {};
+  const std::string below = is_root ? "" : target.substr(root_.size() + 1);
+  const Descriptor found = open_beneath(below, look_flags);
+  if (!found.is_open()) throw Unreadable(errno, rooted(target));
+  return read_found(found, below);
+}
+
+/// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would
+/// notice. What is opened then is what was looked at.
+std::string WorkTree::read_found(const Descriptor& found, const std::string& below) const {
+  const std::string path = below.empty() ? rooted(root_) : root_ + '/' + below;
+  struct stat looked_at {};
+  if (::fstat(found.get(), &looked_at) != 0) throw Unreadable(errno, path);
+  if (S_ISDIR(looked_at.st_mode)) throw Unreadable(EISDIR, path);
+  if (S_ISSOCK(looked_at.st_mode)) throw Unreadable(ENXIO, path);  // as opening it would fail
+  if (!S_ISREG(looked_at.st_mode)) throw Unreadable("Not a regular file", path);
+  const Descriptor file = open_beneath(below, read_flags);
+  if (!file.is_open()) throw Unreadable(errno, path);
+  struct stat opened {};
+  if (::fstat(file.get(), &opened) != 0) throw Unreadable(errno, path);
+  if (!is_same(looked_at, opened)) throw Unreadable("Exchanged while it was opened", path);
+  return read_all(file.get(), static_cast<std::size_t>(std::max<off_t>(0, opened.st_size)), path);
 }
 
 /// Sets errno when nothing was opened.
-Descriptor WorkTree::open_beneath(const std::string& path) const {
+Descriptor WorkTree::open_beneath(const std::string& path, int flags) const {
   if (!directory_.is_open()) {
     errno = directory_error_;
     return Descriptor(-1);
   }
+  if (path.empty()) return Descriptor(::open(rooted(root_).c_str(), flags | O_NOFOLLOW));
   if (opening_ == Opening::openat2) {
-    const int file = openat2_beneath(directory_.get(), path);
+    const int file = openat2_beneath(directory_.get(), path, flags);
     // Kernels before 5.6 do not have the call, and some sandboxes refuse it.
-    if (file >= 0 || (errno != ENOSYS && errno != EPERM)) return Descriptor(file);
+    if (file >= 0 || (errno != ENOSYS && errno != EPERM && errno != EINVAL))
+      return Descriptor(file);
     opening_ = Opening::folder_by_folder;
   }
-  return Descriptor(open_folder_by_folder(directory_.get(), path));
+  return Descriptor(open_folder_by_folder(directory_.get(), path, flags));
 }
 
 }  // namespace mcp_responses

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace mcp_responses {
 
@@ -21,6 +22,8 @@ class Descriptor {
   Descriptor& operator=(Descriptor&& other) noexcept;
   ~Descriptor();
   int get() const noexcept { return descriptor_; }
+  /// Gives the descriptor away.
+  int release() && noexcept { return std::exchange(descriptor_, -1); }
   bool is_open() const noexcept { return descriptor_ >= 0; }
 
  private:
@@ -36,15 +39,19 @@ class Unreadable : public std::runtime_error {
   Unreadable(std::string_view reason, const std::string& path);
 };
 
-/// A path runs in a circle of symbolic links.
+/// A path ends in a circle of symbolic links.
 class LinkLoop : public std::runtime_error {
  public:
   explicit LinkLoop(const std::string& path);
 };
 
-/// Makes a path absolute and free of ".", ".." and links. Parts that do not exist stay as written.
-/// Throws `LinkLoop`, and std::system_error when there is no current directory. Requires a path
-/// without NUL.
+/// The path taken from the current directory as it is now, links in that one resolved. Throws
+/// std::system_error when there is none.
+std::string absolute(std::string_view path);
+
+/// Makes a path absolute and free of ".", ".." and links. Parts that do not exist stay as written, and
+/// a circle of links is as good as not there when the path leaves it again by "..". Throws `LinkLoop`
+/// for a path that ends in one, and as `absolute` does. Requires a path without NUL.
 std::string resolved(std::string_view path);
 
 class WorkTree {
@@ -57,12 +64,15 @@ class WorkTree {
   explicit WorkTree(std::string_view root, Opening opening = Opening::openat2);
 
   /// The whole content of a file, or nothing when its path leaves the root. `path` is relative to
-  /// the root; an absolute one is taken as it is. Throws `Unreadable`, and as `resolved` does.
+  /// the root; an absolute one is taken as it is. Of a file that grows as fast as it is read, twice
+  /// what its size said and 64 MiB. Throws `Unreadable`, also for what is no regular file, which is
+  /// not even opened, and as `resolved` does.
   /// Requires a path without NUL.
   std::optional<std::string> read(std::string_view path) const;
 
  private:
-  Descriptor open_beneath(const std::string& path) const;
+  std::string read_found(const Descriptor& found, const std::string& below) const;
+  Descriptor open_beneath(const std::string& path, int flags) const;
 
   std::string root_;  // resolved; "" for "/"
   Descriptor directory_;

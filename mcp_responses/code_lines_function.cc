@@ -1,7 +1,7 @@
 // The one function that leaves the interpreter: what `code_lines` needs of the host before, while
 // and after it reads.
+#include <chrono>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "code_lines.h"
@@ -10,6 +10,7 @@
 #include "host_object.h"
 #include "host_value.h"
 #include "shaped.h"
+#include "work_tree.h"
 
 namespace mcp_responses::functions {
 namespace {
@@ -24,19 +25,36 @@ class Unlocked {
     in_host([this] { PyEval_RestoreThread(thread_); });
   }
 
+  /// Takes the lock for so long as to run the handlers of signals that have come.
+  void check_signals() {
+    in_host([this] { PyEval_RestoreThread(thread_); });
+    const int answer = in_host([] { return PyErr_CheckSignals(); });
+    thread_ = PyEval_SaveThread();
+    check(answer);
+  }
+
  private:
   PyThreadState* thread_;
 };
 
-std::optional<std::string> root_of(PyObject* root) {
-  if (root == Py_None) return {};
+/// The bytes of a file name for a str, as `os.fsencode` makes them.
+std::string encoded_name(PyObject* path) {
+  const HostRef bytes = checked(PyUnicode_EncodeFSDefault(path));
+  std::string name(PyBytes_AS_STRING(bytes.get()),
+                   static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
+  if (name.find('\0') != std::string::npos) throw NulInPath();
+  return name;
+}
+
+/// The root, a relative one taken from the folder that is the current one now: what reading the places
+/// changes, or another thread, does not count.
+std::string root_of(PyObject* root) {
   const HostRef path = checked(in_host([root] { return PyOS_FSPath(root); }));
   if (!PyUnicode_Check(path.get())) {
-    raise(PyExc_TypeError, "root must be a path of str or None, not of %s",
+    raise(PyExc_TypeError, "root must be a path of str or None, not of %.200s",
           Py_TYPE(path.get())->tp_name);
   }
-  std::string name = file_name(to_text(HostRef::borrow(path.get())));
-  return name.empty() ? "." : std::move(name);
+  return absolute(encoded_name(path.get()));
 }
 
 Place place_of(PyObject* pair, std::size_t position) {
@@ -78,18 +96,33 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
 
 HostRef code_lines(Call& call) {
   HostRef lines = checked(PyDict_New());
-  const auto root = root_of(call[0]);
-  if (!root) return lines;  // the places are left as they are, for a caller who gave an iterator
+  if (call[0] == Py_None) return lines;  // the places are left as they are
+  const std::string root = root_of(call[0]);
+  const WorkTree tree = [&root] {
+    const Unlocked unlocked;
+    return WorkTree(root);
+  }();
   const std::vector<Place> places = places_of(call);
+  Unlocked* reading = nullptr;
+  auto last_check = std::chrono::steady_clock::now();
   const CodeLinesHooks hooks{
+      .name_of = [](const Text& path) { return encoded_name(string_of(path).get()); },
       .while_reading =
-          [](const auto& read_files) {
-            const Unlocked unlocked;
+          [&reading](const auto& read_files) {
+            Unlocked unlocked;
+            reading = &unlocked;
             read_files();
+          },
+      .before_file =
+          [&] {
+            const auto now = std::chrono::steady_clock::now();
+            if (now - last_check < std::chrono::milliseconds(50)) return;
+            last_check = now;
+            reading->check_signals();
           },
       .not_read = [&](const Text& path,
                       const std::string& reason) { log_not_read(call, path, reason); }};
-  for (const CodeLine& line : mcp_responses::code_lines(root, places, hooks)) {
+  for (const CodeLine& line : mcp_responses::code_lines(tree, places, hooks)) {
     const HostRef number = checked(PyLong_FromLongLong(line.place.line));
     const HostRef key = checked(PyTuple_Pack(2, string_of(line.place.path).get(), number.get()));
     check(PyDict_SetItem(lines.get(), key.get(), string_of(line.text).get()));

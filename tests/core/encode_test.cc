@@ -34,7 +34,7 @@ TEST(Encode, Examples) {
   }
 }
 
-TEST(Encode, ASurrogateIsCarriedButHasNoUtf8) {
+TEST(Encode, ASurrogateHasATextButNoSize) {
   for (const std::size_t before : {0U, 1U, 31U, 32U, 200U}) {
     for (const char32_t surrogate : {0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU}) {
       for (const char32_t wide : {U'x', U'\U0001F600'}) {

@@ -53,14 +53,15 @@ TEST_P(WorkTreeTest, EachPathLeadsWhereItsLinksLead) {
       {"root/a.py",
        {"a.py", "a.py/", "./a.py/.", "sub/../a.py", "file", "chain", "chain2", "back",
         "up/root/a.py", "dir/top/root/a.py", "whole" + base + "/root/a.py", root_ + "/a.py",
-        base + "/into/a.py", "missing/../a.py", "dangling/../../a.py"}},
+        base + "/into/a.py", "missing/../a.py", "dangling/../../a.py", "self/../a.py",
+        "ping/x/../../a.py", "sub/../self/../dir/../a.py"}},
       {"root/sub/b.py", {"./sub//b.py", "dir/b.py", "abs", "../into/dir/b.py", "a.py/../sub/b.py"}},
       {"root/sub/deep/c.py", {"slashed/c.py", "dir/deep/c.py"}},
       {"outside",
        {"../root2/a.py", "up/root2/a.py", base + "/root2/a.py", "out", "absout/s.py", "..", "/",
         "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
-        std::string(9000, 'x') + "/../../outside/s.py"}},
-      {"circle", {"self", "ping/a.py", "sub/../pong"}},
+        std::string(9000, 'x') + "/../../outside/s.py", "self/../out", "ping/../absout/s.py"}},
+      {"circle", {"self", "ping/a.py", "sub/../pong", "self/../ping", "self/../self/a.py"}},
       {"unreadable", {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root"}}};
   for (const auto& [end, paths] : paths_to) {
     for (const std::string& path : paths) {
@@ -68,6 +69,51 @@ TEST_P(WorkTreeTest, EachPathLeadsWhereItsLinksLead) {
       EXPECT_EQ(files_.read(path), end) << path << " in the model";
     }
   }
+}
+
+// However many links there are and however many ways lead through them, each is followed once; and no
+// stack is spent on one that leads to another.
+TEST_P(WorkTreeTest, ThousandsOfLinksAreFollowedOnceEach) {
+  const auto link = [this](const std::string& target, const std::string& name) {
+    fs::create_symlink(target, root_ + "/" + name);
+  };
+  link("sub", "way0");
+  link("a.py", "file0");
+  for (int i = 1; i <= 2000; ++i) {
+    const std::string before = std::to_string(i - 1);
+    link("file" + before, "file" + std::to_string(i));
+    link("way" + before + "/../way" + before, "way" + std::to_string(i));
+  }
+  EXPECT_EQ(outcome(tree_, "file2000"), "root/a.py");
+  EXPECT_EQ(outcome(tree_, "way2000/b.py"), "root/sub/b.py");
+  std::string path;
+  for (int i = 0; i < 50'000; ++i) path += "gone/";
+  EXPECT_EQ(outcome(tree_, path + "x"), "unreadable");
+}
+
+// Whoever waits for a reader of a pipe goes on waiting.
+TEST_P(WorkTreeTest, APipeIsNotOpenedWhenItIsLookedAt) {
+  std::atomic<bool> is_open = false;
+  std::thread writer([&] {
+    const int pipe = ::open((root_ + "/pipe").c_str(), O_WRONLY);
+    is_open = true;
+    ::close(pipe);
+  });
+  for (int i = 0; i < 200; ++i) {
+    EXPECT_EQ(outcome(tree_, i % 2 == 0 ? "pipe" : "dir/../pipe"), "unreadable");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_FALSE(is_open);
+  ::close(::open((root_ + "/pipe").c_str(), O_RDONLY));
+  writer.join();
+}
+
+// A table of half a terabyte, of which its size tells nothing, stands for a file that grows as fast as
+// it is read.
+TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadSoFar) {
+  const char* const endless = "/proc/self/pagemap";
+  if (!fs::exists(endless)) GTEST_SKIP() << "no " << endless;
+  EXPECT_EQ(WorkTree("/", GetParam()).read(endless)->size(), std::size_t{64} << 20);
 }
 
 std::string reason(const WorkTree& tree, const std::string& path) {

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -70,11 +71,16 @@ class LinkTree {
   std::string root() const { return base_ + "/root"; }
 
   /// The absolute path without links that `path`, taken from the folder `from`, comes to; "circle"
-  /// for none.
+  /// for one that a circle is still part of once it has been taken by the letter from there on.
   std::string resolved(const std::string& from, const std::string& path) const {
-    int links_left = 500;
-    const std::string end = walk(path.starts_with('/') ? "" : from, path, links_left);
-    return links_left < 0 ? "circle" : end.empty() ? "/" : end;
+    std::set<std::string> open;
+    std::string end = path.starts_with('/') ? "" : from;
+    if (!walk(end, path, open)) {
+      const std::string by_letter = std::exchange(end, "");
+      open.clear();
+      if (!walk(end, by_letter, open)) return "circle";
+    }
+    return end.empty() ? "/" : end;
   }
 
   /// The content of a file, or "circle", "outside" or "unreadable".
@@ -87,21 +93,30 @@ class LinkTree {
   }
 
  private:
-  std::string walk(std::string at, std::string_view path, int& links_left) const {
-    while (!path.empty() && links_left >= 0) {
+  /// Takes `at` along the path. At a link that is being followed already, false: then the rest has been
+  /// taken by the letter.
+  bool walk(std::string& at, std::string_view path, std::set<std::string>& open,
+            bool by_letter = false) const {
+    while (!path.empty()) {
       const std::string part(path.substr(0, path.find('/')));
       path.remove_prefix(std::min(part.size() + 1, path.size()));
       if (part.empty() || part == ".") continue;
       if (part == "..") {
         at = at.substr(0, at.empty() ? 0 : at.rfind('/'));
-      } else if (const auto link = links_.find(at + "/" + part); link == links_.end()) {
-        at += "/" + part;
-      } else {
-        --links_left;
-        at = walk(link->second.starts_with('/') ? "" : at, link->second, links_left);
+        continue;
       }
+      const std::string next = at + "/" + part;
+      const auto link = links_.find(next);
+      if (by_letter || link == links_.end() || !open.insert(next).second) {
+        at = next;
+        by_letter = by_letter || link != links_.end();
+        continue;
+      }
+      if (link->second.starts_with('/')) at.clear();
+      by_letter = !walk(at, link->second, open);
+      open.erase(next);
     }
-    return at;
+    return !by_letter;
   }
 
   std::string base_;

@@ -53,7 +53,8 @@ TEST(Errors, SayWhereInTheArgumentsOfAnAskAnswer) {
 }
 
 TEST(Errors, SayWhatARecordLacks) {
-  const PlainRecord number{{Field::fqn, 1}, {Field::docstring, 1}, {Field::caller_symbol, "c"_t}};
+  const PlainRecord number{
+      {Field::fqn, 1}, {Field::name, "n"_t}, {Field::docstring, 1}, {Field::caller_symbol, "c"_t}};
   EXPECT_EQ(error_of([&] { number.summary(Field::docstring); }),
             "TypeError: symbol.docstring must be str or None, not int");
   EXPECT_EQ(error_of([&] { build_file_symbol(number, "m"_t); }),
@@ -61,7 +62,7 @@ TEST(Errors, SayWhatARecordLacks) {
   EXPECT_EQ(error_of([&] { build_reference(number); }),
             "AttributeError: 'str' object has no attribute 'get'");
   EXPECT_EQ(error_of([&] { build_component(number); }),
-            "AttributeError: 'PlainRecord' object has no attribute 'name'");
+            "AttributeError: 'PlainRecord' object has no attribute 'layer'");
 }
 
 }  // namespace
