@@ -14,14 +14,15 @@ if("address" IN_LIST MCP_RESPONSES_SANITIZE)
     ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 UBSAN_OPTIONS=print_stacktrace=1)
 endif()
 
-# Found rather than listed: a file that nobody listed would be a test that nobody runs.
+# Found rather than listed: a file that nobody listed would be a test that nobody runs. With the interpreter's own
+# checks, and every warning an error.
 foreach(folder IN ITEMS mcp_responses schemas docs)
   file(GLOB test_files CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/${folder}"
     "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/test_*.py")
   foreach(file IN LISTS test_files)
     cmake_path(GET file STEM stem)
     add_test(NAME ${folder}.${stem}
-      COMMAND "${Python_EXECUTABLE}" -m unittest discover
+      COMMAND "${Python_EXECUTABLE}" -X dev -W error -bb -m unittest discover
         --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" --pattern ${file})
     set_tests_properties(${folder}.${stem} PROPERTIES
       ENVIRONMENT "${environment}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "Ran 0 tests")

@@ -1,36 +1,73 @@
-"""The documents point at what is there: links, files, tests and quoted code."""
+"""The documents say what is so: links, files, tests and quoted code are there, and docs/answers.md is held against the
+schemas, its tables, and against the library, its examples."""
 
+import ast
+import json
 import re
 import unittest
 from pathlib import Path
+from typing import Any
+
+from hollin import mcp_responses
 
 ROOT = Path(__file__).resolve().parents[2]
 DOCUMENTS = {path: path.read_text("utf-8") for folder in (ROOT, ROOT / "docs") for path in folder.glob("*.md")}
+ANSWERS = DOCUMENTS[ROOT / "docs" / "answers.md"]
 FOLDERS = "core|responses|mcp_responses|hollin-stubs|schemas|stand_in|tests|fuzz|benchmarks|examples|docs|cmake|scripts"
-FENCED = r"^```.*?^```$"
+
+SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (ROOT / "schemas").glob("*.json")}
+SHAPES = {name: schema for name, schema in SCHEMAS.items() if "properties" in schema}
+SHAPES["section"] = SHAPES["wiki_ask"]["properties"]["sections"]["items"]
+
+Row = tuple[str, str, bool, str]  # key, kind, whether it is always there, meaning
 
 
 def anchors(document: Path) -> set[str]:
-    headings = re.findall(r"^#+ (.+)$", re.sub(FENCED, "", DOCUMENTS[document], flags=re.M | re.S), re.M)
+    headings = re.findall(r"^#+ (.+)$", re.sub(r"^```.*?^```$", "", DOCUMENTS[document], flags=re.M | re.S), re.M)
     return {re.sub(r"[^\w -]", "", heading).lower().replace(" ", "-") for heading in headings}
 
 
+def kind(schema: dict[str, Any]) -> str:
+    if "enum" in schema:
+        return ", ".join(f"`{value}`" for value in schema["enum"])
+    if "const" in schema:
+        return f"`{json.dumps(schema['const'])}`"
+    if schema["type"] == "array" and "items" in schema:
+        return f"list of {schema['items']['type']}s"
+    types = schema["type"] if isinstance(schema["type"], list) else [schema["type"]]
+    return " or ".join(types).replace("array", "list")
+
+
+def rows_of_schema(schema: dict[str, Any]) -> list[Row]:
+    required = schema["required"]
+    return [(key, kind(part), key in required, part["description"]) for key, part in schema["properties"].items()]
+
+
+def rows_of_page(part: str) -> list[Row]:
+    """Of the table "key | kind | there | what it is"; an optional key says when it is there."""
+    lines = re.findall(r"^\| `(\w+)` \| (.+?) \| (.+?) \| (.+) \|$", part, re.M)
+    return [(key, kind, there == "always", meaning) for key, kind, there, meaning in lines]
+
+
+def result(expression: str, names: dict[str, Any]) -> str:
+    try:
+        return mcp_responses.tool_result_text(eval(expression, dict(names)))
+    except Exception as error:
+        return f"{type(error).__name__}: {error}"
+
+
 class DocumentsTest(unittest.TestCase):
-    def test_links(self):
+    maxDiff = None
+
+    def test_links_files_and_quoted_code(self):
         for document, text in DOCUMENTS.items():
             for link in re.findall(r"\]\((?!https?:)([^)]+)\)", text):
                 path, _, anchor = link.partition("#")
                 target = (document.parent / path).resolve() if path else document
                 self.assertTrue(target.exists(), f"{document.name}: {link}")
                 self.assertTrue(not anchor or anchor in anchors(target), f"{document.name}: {link}")
-
-    def test_files(self):
-        for document, text in DOCUMENTS.items():
             for path in re.findall(rf"`((?:{FOLDERS})/[\w./-]*)`", text):
                 self.assertTrue((ROOT / path).exists(), f"{document.name}: {path}")
-
-    def test_quoted_code(self):
-        for document, text in DOCUMENTS.items():
             for path, code in re.findall(r"^<!-- (\S+) -->\n```\w+\n(.+?\n)```$", text, re.M | re.S):
                 self.assertIn(code, (ROOT / path).read_text("utf-8"), f"{document.name} quotes {path}")
 
@@ -47,3 +84,21 @@ class DocumentsTest(unittest.TestCase):
                 self.assertRegex(tests, rf"TEST(_P)?\({group}, {test}\)", name)
             else:
                 self.assertTrue((ROOT / "fuzz" / f"{name}.cc").exists(), name)
+
+    def test_tables_of_answers(self):
+        parts = dict(re.findall(r"^### (\w+)\n(.*?)(?=^##|\Z)", ANSWERS, re.M | re.S))
+        described = {name: rows_of_page(part) for name, part in parts.items() if name in SHAPES}
+        self.assertEqual(described, {name: rows_of_schema(schema) for name, schema in SHAPES.items()})
+
+    def test_examples_of_answers(self):
+        names = dict(vars(mcp_responses))
+        exec(re.search(r"^```python\n(from .+?)\n```$", ANSWERS, re.M | re.S)[1], names)
+        called = set()
+        examples = re.findall(r"^```python\n([^`]+?)\n```\n\n```(json|text)\n(.+?)\n```$", ANSWERS, re.M | re.S)
+        for expression, language, shown in examples:
+            # A long answer is broken into lines; the breaks and the blanks behind them are the page's own.
+            expected = "".join(line.strip() for line in shown.splitlines()) if language == "json" else shown
+            self.assertEqual(result(expression, names), expected, expression)
+            called |= {node.id for node in ast.walk(ast.parse(expression)) if isinstance(node, ast.Name)}
+        builders = {name for name in vars(mcp_responses) if name.startswith(("build_", "get_"))}
+        self.assertEqual(builders - called, set(), "every builder has an example")

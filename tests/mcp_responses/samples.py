@@ -1,14 +1,18 @@
-"""A good call of every function, and fresh interpreters for what might end the one that asks."""
+"""The extension (`real`), the same contract in plain Python (`plain`), and good arguments for all functions of both."""
 
-import os
-import subprocess
+import functools
+import inspect
 import sys
-import tempfile
 from pathlib import Path
 from types import SimpleNamespace
+from typing import Any, Callable, NamedTuple
 
-SCALE = float(os.environ.get("MCP_RESPONSES_TEST_SCALE", "1"))
 HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parents[1] / "benchmarks"))
+
+import plain_python as plain  # noqa: E402
+
+import hollin.mcp_responses as real  # noqa: E402
 
 SYMBOL = {
     "fqn": "shop.cart.Cart.total",
@@ -23,11 +27,14 @@ SYMBOL = {
 }
 PAY = {"fqn": "shop.pay", "kind": "function"}
 REFERENCE = {"file_path": "a.py", "line": 41, "caller_symbol": PAY, "usage_type": "call"}
-COMPONENT = {"name": "shop", "layer": None, "path_pattern": "shop/**", "file_count": 3, "symbol_count": 0}
+COMPONENT = {"name": "shop", "layer": "api", "path_pattern": "shop/**", "file_count": 3, "symbol_count": 0}
 CITATION = {"path": "a.py", "line_start": 1, "line_end": 2, "why": ["é", {"deep": (1.5, None)}]}
 SECTION = {"page_id": "p", "title": "Été", "heading": "h", "similarity": 0.5, "stale": 1, "excerpt": "漢 words " * 90}
 SECTION |= {"citations": [CITATION], "unread": 0}
 ROW = {"fqn": "shop.cart", "line": 12, "lost": None, 7: ("x", {2.5: [True]})}
+
+FUNCTIONS = [name for name, thing in vars(plain).items() if inspect.isfunction(thing) and hasattr(real, name)]
+FUNCTIONS.remove("add_pagination_hint")  # the service's own
 
 
 def record(fields, **changed):
@@ -36,39 +43,27 @@ def record(fields, **changed):
 
 def good_calls():
     """The arguments of a good call of each function, by name and in order, made anew."""
-    symbol = record(SYMBOL)
+    # What a parameter of this name is given, whatever the function; and where one function wants something else.
+    values = {"result": [ROW, CITATION], "docstring": SYMBOL["docstring"], "text": "two words " * 4, "chars": 20}
+    values |= {"root": HERE, "places": [("samples.py", 1), ("missing.py", 1)], "row": ROW, "code": ROW}
+    values |= {"status": "ready", "health": "healthy", "branch": "main", "progress": 5, "files_indexed": 1}
+    values |= {"symbols_indexed": 2, "last_updated": "now", "errors_count": 3, "phase": "p", "phase_detail": "d"}
+    values |= {"symbol": record(SYMBOL), "reference": record(REFERENCE), "component": record(COMPONENT)}
+    values |= {"file_path": "a.py", "component_name": "shop", "fqns": ["shop.cart.Cart", "shop.cart.pay"]}
+    values |= {"module": "shop", "items": [ROW, CITATION], "total_count": 57, "total": 9, "offset": 3}
+    values |= {"items_key": "rows", "test_file": "t.py", "source_file": "s.py", "symbols_imported": ["Cart"]}
+    values |= {"built": True, "pages": 1, "files_covered": 2, "total_sources": 3, "coverage_pct": 0.5}
+    values |= {"last_built": "now", "model": "m", "stale_pages": ["p"], "enabled": True, "configured": False}
+    values |= {"truncated": True, "page_id": "p", "title": "t", "content": "c", "source_files": ["a.py"]}
+    values |= {"related_pages": ["q"], "mode": "m", "query": "q", "answer": "a", "sections": [SECTION, SECTION]}
+    values |= dict.fromkeys(("citations", "extra"), [CITATION | {"path": "b.py"}])
+    values |= {"note": "n", "tokens": {"in": 7}, "decisions": ROW, "memories": ROW, "token_budget": 500}
+    values |= {"tool_name": "status"}
+    others = {"build_wiki_list_response": {"pages": [ROW]}, "build_reference": {"code": "pay()"}}
+    names = {function: inspect.signature(getattr(plain, function)).parameters for function in FUNCTIONS}
     return {
-        "tool_result_text": {"result": [ROW, CITATION]},
-        "first_sentence": {"docstring": SYMBOL["docstring"]},
-        "code_lines": {"root": HERE, "places": [("samples.py", 1), ("missing.py", 1)]},
-        "_cut": {"text": "é" * 40, "chars": 20},
-        "without_nulls": {"row": ROW},
-        "build_index_status_response": {"status": "ready", "health": "healthy", "branch": None, "progress": 5}
-        | {"files_indexed": 1, "symbols_indexed": 2, "last_updated": "now", "errors_count": 3}
-        | {"phase": "p", "phase_detail": "d"},
-        "build_symbol_search_result": {"symbol": symbol, "file_path": "a.py"},
-        "build_symbol_full_details": {"symbol": symbol, "file_path": "a.py"},
-        "outline_module": {"fqns": ["shop.cart.Cart", "shop.cart.pay"]},
-        "build_file_symbol": {"symbol": symbol, "module": "shop"},
-        "build_api_endpoint": {"symbol": symbol, "file_path": "a.py", "component_name": "shop"},
-        "build_reference": {"reference": record(REFERENCE), "code": "pay()"},
-        "build_component": {"component": record(COMPONENT)},
-        "build_paginated_response": {"items": [ROW, CITATION], "total_count": 57, "offset": 0, "items_key": "rows"},
-        "build_test_coverage": {"test_file": "t.py", "source_file": "s.py", "symbols_imported": ["Cart"]},
-        "build_empty_paginated_response": {"items_key": "rows"},
-        "build_wiki_status_response": {"built": True, "branch": "main", "pages": 1, "files_covered": 2}
-        | {"total_sources": 3, "coverage_pct": 0.5, "last_built": "now", "model": "m", "stale_pages": ["p"]}
-        | {"enabled": True, "configured": False},
-        "build_wiki_list_response": {"pages": [ROW], "total": 9, "offset": 3, "truncated": True},
-        "build_wiki_read_response": {"page_id": "p", "title": "t", "content": "c", "citations": [CITATION]}
-        | {"source_files": ["a.py"], "related_pages": ["q"]},
-        "build_wiki_ask_response": {"mode": "m", "query": "q", "answer": "a", "sections": [SECTION, SECTION]}
-        | {"citations": [CITATION], "model": "m", "tokens": {"in": 7}, "note": "n", "decisions": ROW, "code": ROW}
-        | {"memories": ROW, "token_budget": 500},
-        "_ask_citations": {"sections": [SECTION], "extra": [CITATION]},
-        "_trimmed": {"text": "two words " * 4, "chars": 20},
-        "_encoded_size": {"result": {"row": ROW}},
-        "get_empty_response": {"tool_name": "status"},
+        function: {name: (values | others.get(function, {}))[name] for name in parameters}
+        for function, parameters in names.items()
     }
 
 
@@ -84,25 +79,75 @@ def failing_calls(name):
     yield {"".join(list(argument)): value for argument, value in good.items()} | {"é": 1}
 
 
-def make_folder(add_cleanup):
-    folder = tempfile.TemporaryDirectory()
-    add_cleanup(folder.cleanup)
-    return Path(folder.name).resolve()
+# The functions that read a record, each with all that such a record holds.
+RECORDS = {
+    name: vars(first)
+    for name, (first, *_) in ((name, good.values()) for name, good in good_calls().items())
+    if isinstance(first, SimpleNamespace)
+}
 
 
-def scaled(count):
-    return max(1, int(count * SCALE))
+def parts(value):
+    """The value and all that it holds, keys and a record's attributes too."""
+    yield value
+    value = vars(value) if isinstance(value, SimpleNamespace) else value
+    for part in value.items() if isinstance(value, dict) else value if isinstance(value, (list, tuple)) else ():
+        yield from parts(part)
 
 
-def run_python(code, *options, check=True, **environment):
-    """Runs code in a fresh interpreter, which can import this folder too; its output when it ends well."""
-    paths = os.pathsep.join([os.environ["PYTHONPATH"], str(HERE)])
-    done = subprocess.run(
-        [sys.executable, *options, "-X", "faulthandler", "-c", code],
-        env=os.environ | {"PYTHONPATH": paths} | environment,
-        capture_output=True,
-        timeout=300,
-    )
-    if check and (done.returncode or done.stderr):
-        raise AssertionError(f"ended with {done.returncode}: {(done.stdout + done.stderr).decode()[-3000:]}")
-    return done.stdout.decode()
+class Place(NamedTuple):
+    """A place in the arguments of a good call whose content an answer hands on unseen, so that it may be anything."""
+
+    function: str
+    where: str  # as an error calls it
+    call: Callable[[Any], Any]  # with this there
+
+
+# json writes it, and nothing else can be done with it.
+UNUSABLE = type("Unusable", (float,), dict.fromkeys(("__hash__", "__add__", "__mul__", "__ge__", "__gt__")))(0.5)
+
+
+def call_with(function, good, name, library, other):
+    return getattr(library, function)(**good | {name: other})
+
+
+def hands_on(call):
+    try:
+        return any(part is UNUSABLE for part in parts(call(plain, UNUSABLE)))
+    except (TypeError, AttributeError):
+        return False
+
+
+def inside(value):
+    """What a value holds: how Python writes that, and a function that gives a copy of the value with another one."""
+    if isinstance(value, SimpleNamespace):
+        for name, part in vars(value).items():
+            yield f".{name}", part, lambda other, name=name: record(vars(value), **{name: other})
+    elif isinstance(value, dict):
+        for key, part in value.items():
+            yield f"[{key!r}]", part, lambda other, key=key: value | {key: other}
+    elif isinstance(value, list):
+        for i, part in enumerate(value):
+            yield f"[{i}]", part, lambda other, i=i: [*value[:i], other, *value[i + 1 :]]
+
+
+def places_in(function, where, value, call):
+    """Those at this value and below it; call(library, other) makes the good call with another value instead."""
+    if where == "result" or hands_on(call):
+        yield Place(function, where, functools.partial(call, real))
+        return
+    for step, part, with_part in inside(value):
+        deeper = lambda library, other, with_part=with_part: call(library, with_part(other))  # noqa: E731
+        yield from places_in(function, where + step, part, deeper)
+
+
+def all_places():
+    for function, good in good_calls().items():
+        if "token_budget" in good:
+            good["token_budget"] = 10**9  # everything is measured, and nothing dropped
+        for name, value in good.items():
+            call = functools.partial(call_with, function, good, name)
+            yield from places_in(function, name, value, call)
+
+
+PLACES = [*all_places()]

@@ -1,7 +1,8 @@
-"""A small tree of Python sources, and the example service as its clients start it."""
+"""A small tree of Python sources, the example service as its clients start it, and what they say to each other."""
 
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -12,21 +13,12 @@ from pathlib import Path
 
 import hollin
 from hollin.mcp_responses import tool_result_text
-from samples import make_folder
+from workplace import HERE, make_folder
 
 # A locale that cannot write most of what is answered: the protocol is UTF-8 whatever the surroundings.
-ENVIRONMENT = os.environ | {
-    "PYTHONPATH": str(Path(hollin.__file__).parent.parent),
-    "LC_ALL": "C",
-    "PYTHONCOERCECLOCALE": "0",
-    "PYTHONUTF8": "0",
-    "PYTHONIOENCODING": "ascii",
-}
-GUIDE = "# Carts\n\nA cart holds lines: naïve, 漢字, 😀.\n\n## Paying\n\n" + "To pay a cart, call “pay”.\n" * 60
-TREE = {
-    ".git/HEAD": "ref: refs/heads/trunk\n",
-    "shop/__init__.py": '"""A shop.\n\nCarts are paid here."""\n',
-    "shop/cart.py": '''
+ENVIRONMENT = os.environ | {"PYTHONPATH": str(Path(hollin.__file__).parent.parent), "PYTHONIOENCODING": "ascii"}
+ENVIRONMENT |= {"LC_ALL": "C", "PYTHONCOERCECLOCALE": "0", "PYTHONUTF8": "0"}
+CART = '''
 class Cart(dict):
     """Lines to pay. Taxes are not included."""
 
@@ -38,14 +30,19 @@ class Cart(dict):
 async def pay(cart):
     "Pay once \\ud800"
     return cart.total()
-''',
+'''
+GUIDE = "# Carts\n\nA cart holds lines: naïve, 漢字, 😀.\n\n## Paying\n\n" + "To pay a cart, call “pay”.\n" * 60
+TREE = {
+    ".git/HEAD": "ref: refs/heads/trunk\n",
+    "shop/__init__.py": '"""A shop.\n\nCarts are paid here."""\n',
+    "shop/cart.py": CART,
     "tests/test_cart.py": "from shop.cart import Cart, pay\nimport shop\n\ndef test_pay():\n    pay(Cart().total())\n",
     "docs/guide.md": GUIDE,
     "docs/notes.rst": "Notes\n=====\n\nLast line.\n",
     "broken.py": "def (:\n",
     "deep.py": "x = " + "-" * 100000 + "1",
 }
-TEST_CALL = '"file":"tests/test_cart.py","line":5,"code":"pay(Cart().total())","caller":"tests.test_cart.test_pay"'
+ASK = {"action": "ask", "query": "How do I pay a cart?"}
 
 
 def make_tree(add_cleanup) -> Path:
@@ -59,13 +56,19 @@ def make_tree(add_cleanup) -> Path:
     return folder
 
 
+def conversation() -> list[tuple[str, dict, str]]:
+    """Tool, arguments and answer, or "error: " and why there is none."""
+    text = (HERE / "conversation.txt").read_text("utf-8")
+    said = re.findall(r"^(\w+) (.+)\n((?:    .+\n)+)", text, re.M)
+    return [(tool, json.loads(given), re.sub(r"^    |\n", "", lines, flags=re.M)) for tool, given, lines in said]
+
+
 class Client:
     def __init__(self, *options: str) -> None:
         command = [sys.executable, "-P", "-m", "hollin.server", *options]
         self.log = tempfile.TemporaryFile()
-        self.process = subprocess.Popen(
-            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log, env=ENVIRONMENT
-        )
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": self.log}
+        self.process = subprocess.Popen(command, env=ENVIRONMENT, **pipes)
         self.guard = threading.Timer(300, self.process.kill)
         self.guard.start()
 
@@ -76,15 +79,12 @@ class Client:
     def hear(self) -> dict:
         return json.loads(self.process.stdout.readline().decode("utf-8"))
 
-    def receive(self) -> dict:
-        """The next answer; a notification may come before it at any time."""
+    def request(self, method: str, **params) -> dict:
+        """The answer; a notification may come before it at any time."""
+        self.send(json.dumps({"jsonrpc": "2.0", "id": "r", "method": method, "params": params}).encode())
         while "id" not in (message := self.hear()):
             pass
         return message
-
-    def request(self, method: str, **params) -> dict:
-        self.send(json.dumps({"jsonrpc": "2.0", "id": "r", "method": method, "params": params}).encode())
-        return self.receive()
 
     def initialize(self, version: str = "2025-11-25") -> dict:
         result = self.request("initialize", protocolVersion=version, capabilities={}, clientInfo={"name": "test"})
@@ -95,19 +95,18 @@ class Client:
         """The schema of each tool's answers."""
         return {tool["name"]: tool["outputSchema"] for tool in self.request("tools/list")["result"]["tools"]}
 
-    def call(self, tool: str, **arguments) -> tuple[str, bool]:
-        """An answer comes twice, as text and as an object; what is wrong with a call comes as text alone."""
+    def call(self, tool: str, **arguments) -> str:
+        """An answer, which comes twice, as text and as an object; or "error: " and what is wrong, as text alone."""
         result = self.request("tools/call", name=tool, arguments=arguments)["result"]
         (content,) = result["content"]
-        assert ("structuredContent" in result) != result["isError"], result
-        if not result["isError"]:
-            assert tool_result_text(result["structuredContent"]) == content["text"], result
-        return content["text"], result["isError"]
+        if result["isError"]:
+            assert "structuredContent" not in result, result
+            return "error: " + content["text"]
+        assert tool_result_text(result["structuredContent"]) == content["text"], result
+        return content["text"]
 
     def answer(self, tool: str, **arguments) -> dict:
-        text, is_error = self.call(tool, **arguments)
-        assert not is_error, text
-        return json.loads(text)
+        return json.loads(self.call(tool, **arguments))
 
     def close(self) -> None:
         """Ends the server, which leaves nothing more on its output and no traceback in its log."""
@@ -116,8 +115,7 @@ class Client:
         self.log.seek(0)
         with self.log:
             log = self.log.read().decode()
-        if self.process.returncode or rest or "Traceback" in log:
-            raise AssertionError(f"{self.process.returncode} {rest} {log}")
+        assert (self.process.returncode, rest, "Traceback" in log) == (0, b"", False), (rest, log)
 
 
 class ServiceTest(unittest.TestCase):

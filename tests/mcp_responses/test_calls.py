@@ -16,8 +16,7 @@ import unittest
 import weakref
 from unittest import mock
 
-from differential import plain, real
-from samples import good_calls, scaled
+from samples import good_calls, plain, real
 
 UNKNOWN = ["nope", "", "é", "漢字", "self", "\ud800", "two words"]
 
@@ -71,7 +70,7 @@ class WrongCalls(unittest.TestCase):
     def test_random_calls(self):
         rng = random.Random(21)
         calls = list(good_calls().items())
-        for _ in range(scaled(20000)):
+        for _ in range(20000):
             name, good = rng.choice(calls)
             names = [*good, *rng.sample(UNKNOWN, rng.choice((0, 0, 0, 1, 2)))]
             given = rng.sample(names, rng.randint(0, len(names)))
@@ -96,16 +95,14 @@ class Identity(unittest.TestCase):
             function = getattr(real, name)
             self.assertEqual(inspect.signature(function), inspect.signature(twin))
             for attribute in ("name", "qualname", "module", "defaults", "kwdefaults", "annotations"):
-                said = [getattr(f, f"__{attribute}__") for f in (function, twin)]
-                self.assertEqual(repr(said[0]), repr(said[1]), name)
-            first, *rest = function.__doc__.splitlines()
-            self.assertEqual([first, rest[0]], [getattr(plain, name).__doc__.splitlines()[0], ""])
+                said, expected = (repr(getattr(one, f"__{attribute}__")) for one in (function, twin))
+                self.assertEqual(said, expected, name)
+            first, second, *_ = function.__doc__.splitlines()
+            self.assertEqual([first, second], [getattr(plain, name).__doc__.splitlines()[0], ""])
             self.assertTrue(inspect.isroutine(function))
             self.assertRegex(repr(function), f"^<function {name} at 0x[0-9a-f]+>$")
-            namespace = {}
-            exec(f"def same{function.__text_signature__}: pass", namespace)
             bare = [p.replace(annotation=inspect._empty) for p in inspect.signature(twin).parameters.values()]
-            self.assertEqual(inspect.signature(namespace["same"]), inspect.Signature(bare))
+            self.assertEqual(function.__text_signature__, str(inspect.Signature(bare)))
 
     def test_help_lists_them_as_it_lists_functions(self):
         module = types.ModuleType(real.__name__)
@@ -118,21 +115,17 @@ class Identity(unittest.TestCase):
         self.assertTrue(section_of_functions(real) == expected, section_of_functions(real))
 
     def test_they_serve_where_functions_do(self):
-        for name in TWINS:
+        for name, twin in TWINS.items():
             function = getattr(real, name)
-            for protocol in range(pickle.HIGHEST_PROTOCOL + 1):
-                self.assertIs(pickle.loads(pickle.dumps(function, protocol)), function)
-            self.assertIs(copy.copy(function), function)
-            self.assertIs(copy.deepcopy([function])[0], function)
-            with mock.patch.object(real, name, TWINS[name]):
+            copies = [pickle.loads(pickle.dumps(function, number)) for number in range(pickle.HIGHEST_PROTOCOL + 1)]
+            for same in [*copies, copy.copy(function), copy.deepcopy(function), weakref.ref(function)()]:
+                self.assertIs(same, function)
+            with mock.patch.object(real, name, twin):
                 self.assertRaises(pickle.PicklingError, pickle.dumps, function)
             wrapper = functools.wraps(function)(lambda *args, **named: None)
             self.assertEqual((wrapper.__name__, wrapper.__doc__), (name, function.__doc__))
             self.assertEqual(inspect.signature(wrapper), inspect.signature(function))
-            self.assertIs(weakref.ref(function)(), function)
-            self.assertIn(real, gc.get_referents(function))
-            self.assertEqual({function: 1}[function], 1)
-        self.assertEqual(functools.partial(real._cut, chars=2)("abc"), "a…")
+            self.assertLessEqual({*map(id, (real, function.__dict__))}, {*map(id, gc.get_referents(function))})
         for wrong in (lambda: type(real._cut)(), lambda: type("Sub", (type(real._cut),), {})):
             self.assertRaises(TypeError, wrong)
 

@@ -1,26 +1,32 @@
-"""Lines of code out of a work tree, beside plain Python, which resolves with pathlib and reads whole files."""
+"""Lines of code out of a work tree: beside plain Python, which resolves with pathlib and reads whole files; and where
+plain Python cannot follow, because it waits, or because the work tree does not hold still."""
 
 import contextlib
 import errno
 import os
 import random
+import signal
 import stat
+import subprocess
+import sys
+import threading
+import time
 import unittest
 from pathlib import Path
 from unittest import mock
 
-import generators
-from differential import plain, real
-from samples import make_folder, scaled
+import random_input
+from samples import plain, real
+from workplace import make_folder, run_program
 
 BREAKS = ["\n", "\r", "\r\n", "\v", "\f", "\x1c", "\x1d", "\x1e", "\x85", "\u2028", "\u2029", "\n\r", "\n\n"]
 NAMES = ["a.py", "é.py", "b c", "n\udcff.py", "漢", "-", "...", "🦉.py", "it's", "q\"'", "N" * 255]
 
 
 def outcome(function, root, places):
-    """What it answers, or the kind of its error, and what it logs."""
+    """What it answers, or the kind of its error; and the paths that it logs, each with the reason."""
 
-    def reason_text(reason):
+    def text_of(reason):
         error = isinstance(reason, OSError)
         return f"[Errno {reason.errno}] {reason.strerror}: '{reason.filename}'" if error else reason
 
@@ -29,11 +35,11 @@ def outcome(function, root, places):
             result = list(function(root, places).items())
         except (OSError, RuntimeError, ValueError) as error:
             result = type(error)
-    return result, [(text, path, reason_text(reason)) for text, path, reason in (call.args for call in info.mock_calls)]
+    return result, [(text, path, text_of(reason)) for text, path, reason in (call.args for call in info.mock_calls)]
 
 
 def content(rng):
-    pieces = [rng.choice(BREAKS) if rng.random() < 0.5 else generators.text(rng) for _ in range(rng.randint(0, 60))]
+    pieces = [rng.choice(BREAKS) if rng.random() < 0.5 else random_input.text(rng) for _ in range(rng.randint(0, 60))]
     pieces = [piece.encode() if rng.random() < 0.9 else rng.randbytes(9) for piece in pieces]
     return rng.choice((b"", b"", b"\xef\xbb\xbf")) + b"".join(pieces)
 
@@ -41,11 +47,10 @@ def content(rng):
 def fill(rng, base):
     """Folders, files and links of all kinds, in and beside the folder "root"; the paths of all from there."""
     folders = [base / "root", base / "root2", base / "outside", base / "root" / "é.py"]
-    for folder in folders:
-        folder.mkdir()
     folders += [rng.choice(folders) / f"d{i}" for i in range(6)]
     for folder in folders:
         folder.mkdir(exist_ok=True, parents=True)
+    for folder in folders:
         for name in rng.sample(NAMES, 4):
             with contextlib.suppress(IsADirectoryError):
                 (folder / name).write_bytes(content(rng))
@@ -80,9 +85,10 @@ def is_circle(path):
     return False
 
 
-class BesidePlainPython(unittest.TestCase):
+class CodeLines(unittest.TestCase):
     def setUp(self):
         self.base = make_folder(self.addCleanup)
+        (self.base / "a.py").write_text("one\ntwo")
         self.addCleanup(os.chdir, os.getcwd())
 
     def assert_alike(self, root, places):
@@ -94,9 +100,8 @@ class BesidePlainPython(unittest.TestCase):
 
     def test_random_trees(self):
         seen = {"lines": 0, "logged": 0, "failed": 0}
-        for seed in range(scaled(25)):
+        for seed in range(25):
             rng, base = random.Random(seed), self.base / str(seed)
-            base.mkdir()
             known = fill(rng, base)
             os.chdir(base / "root")
             roots = [base / "root"] * 6 + ["", ".", "../root2/../root", base / "into", base, "/", base / "gone"]
@@ -106,16 +111,15 @@ class BesidePlainPython(unittest.TestCase):
                 result, lines = self.assert_alike(rng.choice(roots), rng.choices(places, k=len(places) * 2))
                 seen["failed" if isinstance(result, type) else "lines"] += isinstance(result, type) or len(result)
                 seen["logged"] += len(lines)
-        self.assertGreater(min(seen.values()), scaled(50), seen)
+        self.assertGreater(min(seen.values()), 50, seen)
 
     def test_every_break_around_every_line(self):
         rng = random.Random(51)
-        for _ in range(scaled(300)):
+        for _ in range(300):
             (self.base / "a.py").write_bytes(content(rng) * rng.choice((1, 1, 5)))
             self.assert_alike(self.base, [("a.py", line) for line in range(-1, rng.choice((3, 200)))])
 
     def test_paths_that_no_file_can_have(self):
-        (self.base / "a.py").write_text("one")
         good = ("a.py", 1)
         for bad in ("\0", "a.py\0", "\ud800", "x/\udfff", "\udc7f"):
             for root, places in ((self.base, [(bad, 1), good]), (self.base / bad, [good])):
@@ -126,24 +130,115 @@ class BesidePlainPython(unittest.TestCase):
 
     def test_places_that_are_none(self):
         for place, text in [
-            ("ab", "places[1] must be a pair of str and int, not str"),
-            (("a", 1, 2), "places[1] must be a pair of str and int, not tuple"),
-            ({"a": 1, "b": 2}, "places[1] must be a pair of str and int, not dict"),
-            ((b"a", 1), "places[1] must be a pair of str and int, not of bytes and int"),
-            (["a", 1.0], "places[1] must be a pair of str and int, not of str and float"),
-            (("a", None), "places[1] must be a pair of str and int, not of str and NoneType"),
-            (("a", 2**63), "places[1][1] is an int beyond 64 bits (from -2**63 to 2**63 - 1)"),
+            ("ab", " must be a pair of str and int, not str"),
+            (("a", 1, 2), " must be a pair of str and int, not tuple"),
+            ({"a": 1, "b": 2}, " must be a pair of str and int, not dict"),
+            ((b"a", 1), " must be a pair of str and int, not of bytes and int"),
+            (["a", 1.0], " must be a pair of str and int, not of str and float"),
+            (("a", 2**63), "[1] is an int beyond 64 bits (from -2**63 to 2**63 - 1)"),
         ]:
             with self.assertRaises((TypeError, OverflowError)) as raised:
-                real.code_lines(self.base, [("a", 1), place])
-            self.assertEqual(str(raised.exception), text)
+                real.code_lines(self.base, [["a", 1], place])
+            self.assertEqual(str(raised.exception), "places[1]" + text)
         for root in (b"bytes", 7, object(), [""]):
             self.assertRaises(TypeError, real.code_lines, root, [])
 
     def test_places_are_read_once_and_not_at_all_without_a_root(self):
         places = iter([("a.py", 1), ("a.py", 2)])
         self.assertEqual((real.code_lines(None, places), next(places)), ({}, ("a.py", 1)))
-        (self.base / "a.py").write_text("one\ntwo")
         self.assertEqual(real.code_lines(self.base, places), {("a.py", 2): "two"})
         self.assertEqual([*places], [])
         self.assertEqual(real.code_lines(None, 5), {})
+
+    def test_what_is_no_file_is_never_waited_for(self):
+        os.mkfifo(self.base / "pipe")
+        writer = os.open(self.base / "pipe", os.O_RDWR)
+        self.addCleanup(os.close, writer)
+        os.write(writer, b"a line\n")
+        for root, *paths in ((self.base, "pipe", "./pipe"), ("/", "dev/zero", "dev/tty", "dev/stdin")):
+            result, logged = outcome(real.code_lines, root, [(path, 1) for path in paths])
+            self.assertEqual((result, [path for _, path, _ in logged]), ([], paths))
+            reason = f"Not a regular file: '{os.path.join(root, paths[0])}'"
+            self.assertEqual(logged[0], ("code_lines: %s is not read (%s)", paths[0], reason))
+
+    def test_where_the_kernel_refuses_openat2(self):
+        for number in (errno.ENOSYS, errno.EPERM, errno.EINVAL):
+            run_program("refuse_openat2.py", self.base / str(number), number)
+
+    def test_names_are_encoded_as_the_interpreter_does(self):
+        # A locale of Latin-1 is made where that can be done; the one of ASCII is always there.
+        made = self.base / "locales" / "en_US.ISO-8859-1"
+        made.parent.mkdir()
+        with contextlib.suppress(OSError):
+            subprocess.run(["localedef", "-i", "en_US", "-f", "ISO-8859-1", made], capture_output=True)
+        encodings = {"C": ("ascii", b"\xc3\xa9")} | ({made.name: ("iso8859-1", b"\xe9")} if made.exists() else {})
+        for locale, (encoding, name) in encodings.items():
+            folder = os.fsencode(self.base) + b"/" + name
+            os.mkdir(folder)
+            Path(os.fsdecode(folder + b"/" + name + b".py")).write_text("one")
+            variables = {"LC_ALL": locale, "LOCPATH": str(made.parent)}
+            variables |= {"PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"}
+            run_program("read_in_another_encoding.py", os.fsdecode(folder), encoding, **variables)
+
+    def test_a_relative_root_is_that_of_the_beginning(self):
+        (self.base / "other").mkdir()
+
+        def places():
+            os.chdir("other")
+            yield "a.py", 1
+
+        for root in (".", "../" + self.base.name, ""):
+            os.chdir(self.base)
+            self.assertEqual(real.code_lines(root, places()), {("a.py", 1): "one"})
+
+    def test_a_signal_is_seen_between_files(self):
+        for i in range(500):
+            (self.base / f"big{i}").touch()
+            os.truncate(self.base / f"big{i}", 4 * 10**7)
+
+        class Alarm(Exception):
+            pass
+
+        def end(*_):
+            raise Alarm
+
+        self.addCleanup(signal.signal, signal.SIGALRM, signal.signal(signal.SIGALRM, end))
+        signal.setitimer(signal.ITIMER_REAL, 0.3)
+        with mock.patch.object(real.logger, "info") as info, self.assertRaises(Alarm):
+            real.code_lines(self.base, [("missing", 1), *((f"big{i}", 1) for i in range(500))])
+        self.assertEqual(info.mock_calls, [], "no host code runs while the handler's error is on its way")
+
+    def test_other_threads_run_while_a_file_is_read(self):
+        (self.base / "big").write_bytes(bytes(5 * 10**7))
+        self.addCleanup(sys.setswitchinterval, sys.getswitchinterval())
+        sys.setswitchinterval(1000)  # nobody is made to hand over the interpreter
+        for _ in range(50):
+            go, ran = threading.Event(), threading.Event()
+            thread = threading.Thread(target=lambda: go.wait() and ran.set())
+            thread.start()
+            go.set()
+            ran_before = ran.is_set()
+            self.assertEqual(len(real.code_lines(self.base, [("big", 1)])), 1)
+            ran_meanwhile = ran.is_set() and not ran_before
+            thread.join()
+            if ran_meanwhile:
+                return
+        self.fail("the other thread had to wait")
+
+    def test_a_file_that_changes_while_it_is_read(self):
+        rng, stop, lengths, started = random.Random(52), threading.Event(), set(), time.monotonic()
+
+        def change():
+            with open(self.base / "a.py", "wb", buffering=0) as file:
+                while not stop.is_set():
+                    os.pwrite(file.fileno(), (b"x" * 99 + b"\n") * 3000, rng.randrange(3000) * 100)
+                    file.truncate(rng.randrange(600000))
+
+        thread = threading.Thread(target=change)
+        thread.start()
+        self.addCleanup(thread.join)
+        self.addCleanup(stop.set)
+        while len(lengths) < 2 or time.monotonic() < started + 0.2:  # the other thread may come late
+            lines = real.code_lines(self.base, [("a.py", line) for line in (1, 2500, 5999)])
+            self.assertTrue(all({*text} <= {*"onetwx\0…"} and len(text) <= 200 for text in lines.values()), lines)
+            lengths.add(len(lines))

@@ -1,70 +1,63 @@
 """The schemas against real answers: each admits what the library builds, and nothing that differs in a key."""
 
 import functools
+import inspect
 import json
 import os
+import re
 import subprocess
 import sys
 import unittest
 from collections.abc import Iterator
 from pathlib import Path
+from types import SimpleNamespace
 from typing import Any
 
-import hollin.mcp_responses as library
-
 HERE = Path(__file__).resolve().parent
+ROOT = HERE.parents[1]
 sys.path.insert(0, str(HERE.parent / "mcp_responses"))
-from samples import CITATION, COMPONENT, REFERENCE, SECTION, SYMBOL, good_calls, record  # noqa: E402
-from service import ServiceTest, make_tree  # noqa: E402
-from test_server import ANSWERS as CALLS  # noqa: E402
-from test_server import LISTS  # noqa: E402
+from samples import CITATION, SECTION, good_calls, real, record  # noqa: E402
+from service import ASK, ServiceTest, conversation, make_tree  # noqa: E402
 
-SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (HERE.parents[1] / "schemas").glob("*.json")}
+SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (ROOT / "schemas").glob("*.json")}
 EMPTY = SCHEMAS["empty_answers"]["$defs"]
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 
-BARE_SYMBOL = record(SYMBOL, **dict.fromkeys(("end_line", "signature", "docstring")))
-BARE_COMPONENT = record(COMPONENT, **dict.fromkeys(("layer", "path_pattern")))
-MANY = [CITATION | {"line_start": line} for line in range(99)]
+# The function that makes an answer of each schema.
+BUILDERS = {"index_status": "build_index_status_response", "symbol_search_row": "build_symbol_search_result"}
+BUILDERS |= {"symbol_details": "build_symbol_full_details", "symbol_not_found": "get_empty_response"}
+BUILDERS |= {"file_outline_row": "build_file_symbol", "reference_row": "build_reference"}
+BUILDERS |= {"paginated_page": "build_paginated_response", "wiki_list": "build_wiki_list_response"}
+BUILDERS |= {f"wiki_{action}": f"build_wiki_{action}_response" for action in ("status", "read", "ask")}
+BUILDERS |= {name: f"build_{name}" for name in ("api_endpoint", "component", "test_coverage")}
 
-# The function that makes an answer of each schema, and the arguments of the one that tells least: it has no key that
-# may be absent, and null wherever null may be. The one that tells most is a good call's and has every key there is.
-LEAST = {
-    "index_status": ("build_index_status_response", ["ready", "healthy", None, 100]),
-    "symbol_search_row": ("build_symbol_search_result", [BARE_SYMBOL]),
-    "symbol_details": ("build_symbol_full_details", [BARE_SYMBOL]),
-    "symbol_not_found": ("get_empty_response", ["symbol"]),
-    "file_outline_row": ("build_file_symbol", [BARE_SYMBOL]),
-    "reference_row": ("build_reference", [record(dict.fromkeys(REFERENCE))]),
-    "api_endpoint": ("build_api_endpoint", [BARE_SYMBOL]),
-    "component": ("build_component", [BARE_COMPONENT]),
-    "test_coverage": ("build_test_coverage", ["t.py", "s.py"]),
-    "paginated_page": ("build_paginated_response", [[1, "two", None], 3, 0], {"items_key": "rows"}),
-    "wiki_status": ("build_wiki_status_response", [], {"built": False, "branch": "main"}),
-    "wiki_list": ("build_wiki_list_response", [[], 0]),
-    "wiki_read": ("build_wiki_read_response", [], {"page_id": "p", "title": "t", "content": "c"}),
-    "wiki_ask": ("build_wiki_ask_response", [], {"mode": "m", "query": "q", "answer": None, "sections": [{}]}),
-}
-# Good calls are changed where a schema sets a limit, and where they tell less than there is.
-SECTIONS = [SECTION | {"excerpt": "two words " * 300}]
-CHANGED = {
-    "symbol_not_found": {"tool_name": "symbol"},
-    "wiki_ask": {"sections": SECTIONS, "citations": MANY, "token_budget": None},
-}
+# Where a good call does not do: the most is as much as a schema admits, the least a page that is the last one.
+MOST = {"sections": [SECTION | {"excerpt": "two words " * 300}], "token_budget": None, "tool_name": "symbol"}
+MOST |= {"citations": [CITATION | {"line_start": line} for line in range(99)]}
+LEAST = {"sections": [{}], "items_key": "rows", "total_count": 5, "tool_name": "symbol"}
+
+STUBS = (ROOT / "hollin-stubs" / "mcp_responses.pyi").read_text("utf-8")
+MAY_BE_UNKNOWN = re.findall(r"def (\w+)\(self\) -> .+ \| None", STUBS)  # the fields of records
 
 
-def most_and_least(name: str, function: str, args: list[Any], named: dict[str, Any] = {}) -> tuple[Any, Any]:
-    build = getattr(library, function)
-    return build(**good_calls()[function] | CHANGED.get(name, {})), build(*args, **named)
+def unknown(value: Any, annotation: str) -> Any:
+    if isinstance(value, SimpleNamespace):
+        return record(vars(value), **dict.fromkeys({*vars(value)} & {*MAY_BE_UNKNOWN}))
+    return None if annotation.endswith("| None") else value
 
 
-ANSWERS = {name: most_and_least(name, *least) for name, least in LEAST.items()}
-EMPTY_ANSWERS = {tool: library.get_empty_response(tool) for tool in (*library.EMPTY_TOOL_RESPONSES, "other")}
+def most_and_least(function: str) -> tuple[Any, Any]:
+    """The answer that has every key there is, and the one without all that may be absent, null wherever null may be."""
+    build, good = getattr(real, function), good_calls()[function]
+    parameters = inspect.signature(build).parameters.values()
+    bare = {one.name: unknown(good[one.name], one.annotation) for one in parameters if one.default is one.empty}
+    most, least = ({name: one[name] for name in {*one} & {*good}} for one in (MOST, LEAST))
+    return build(**good | most), build(**bare | least)
 
 
-def as_sent(answer: dict[str, Any]) -> dict[str, Any]:
-    """The answer as a client reads it."""
-    return json.loads(library.tool_result_text(answer))
+# As a client reads them.
+ANSWERS = {name: json.loads(real.tool_result_text(most_and_least(function))) for name, function in BUILDERS.items()}
+EMPTY_ANSWERS = {tool: real.get_empty_response(tool) for tool in (*real.EMPTY_TOOL_RESPONSES, "other")}
 
 
 def changes(most: dict[str, Any], least: dict[str, Any]) -> Iterator[tuple[str, dict[str, Any], bool]]:
@@ -109,31 +102,24 @@ class SchemaTest(Judge):
             self.assertEqual((schema["$id"], schema["$schema"]), (f"{name}.json", DIALECT))
 
     def test_answers(self):
-        cases = [(name, SCHEMAS[name], as_sent(answer), True) for name, pair in ANSWERS.items() for answer in pair]
+        cases = [(name, SCHEMAS[name], answer, True) for name, pair in ANSWERS.items() for answer in pair]
         for tool, answer in EMPTY_ANSWERS.items():
-            cases += [(tool, schema, as_sent(answer), True) for schema in (EMPTY[tool], SCHEMAS["empty_answers"])]
+            cases += [(tool, schema, answer, True) for schema in (EMPTY[tool], SCHEMAS["empty_answers"])]
         self.judge(cases)
 
     def test_keys_stand_in_the_order_of_the_schema(self):
         for name, (most, least) in ANSWERS.items():
-            order = list(SCHEMAS[name]["properties"])
-            if name == "paginated_page":
-                order.insert(0, "rows")
+            order = ["rows"] * (name == "paginated_page") + list(SCHEMAS[name]["properties"])
             self.assertEqual(list(most), order[: len(most)], name)
             self.assertEqual(list(least), [key for key in order if key in least], name)
         for tool, answer in EMPTY_ANSWERS.items():
             self.assertEqual(list(EMPTY[tool]["const"]), list(answer), tool)
 
     def test_answers_with_one_key_changed(self):
-        pairs = {name: [*map(as_sent, pair)] for name, pair in ANSWERS.items()}
-        cases = [
-            (f"{name} {label}", SCHEMAS[name], answer, admitted)
-            for name, pair in pairs.items()
-            for label, answer, admitted in changes(*pair)
-        ]
-        for tool, answer in EMPTY_ANSWERS.items():
-            cases += [(f"{tool} {label}", EMPTY[tool], *case) for label, *case in changes(answer, answer)]
-        most, least = pairs["wiki_ask"]
+        pairs = [(name, SCHEMAS[name], *pair) for name, pair in ANSWERS.items()]
+        pairs += [(tool, EMPTY[tool], answer, answer) for tool, answer in EMPTY_ANSWERS.items()]
+        cases = [(f"{name} {label}", schema, *case) for name, schema, *pair in pairs for label, *case in changes(*pair)]
+        most, least = ANSWERS["wiki_ask"]
         for label, row, admitted in changes(most["sections"][0], least["sections"][0]):
             cases.append((f"section {label}", SCHEMAS["wiki_ask"], most | {"sections": [row]}, admitted))
         self.judge(cases)
@@ -146,7 +132,7 @@ class ToolSchemaTest(ServiceTest, Judge):
         client = self.start()
         client.initialize()
         schemas = client.tools()
-        self.assertEqual([*schemas], [*library.EMPTY_TOOL_RESPONSES])
+        self.assertEqual([*schemas], [*real.EMPTY_TOOL_RESPONSES])
         for tool, schema in schemas.items():
             self.assertEqual(schema["type"], "object", tool)
             self.assertNotIn("$ref", json.dumps(schema), tool)
@@ -155,9 +141,8 @@ class ToolSchemaTest(ServiceTest, Judge):
     def test_of_an_index(self):
         client = self.start_with_tree(make_tree(self.addCleanup))
         schemas = client.tools()
-        calls = [(tool, arguments) for tool, arguments, _ in [*CALLS, *LISTS]]
-        asked = {"action": "ask", "query": "How do I pay a cart?"}
-        calls += [("wiki", asked), ("wiki", asked | {"token_budget": 0})]
+        calls = [(tool, arguments) for tool, arguments, said in conversation() if not said.startswith("error: ")]
+        calls += [("files", {}), ("wiki", {"action": "list"}), ("wiki", ASK), ("wiki", ASK | {"token_budget": 0})]
         self.assertEqual({tool for tool, _ in calls}, {*schemas})
         answers = [(tool, arguments, client.answer(tool, **arguments)) for tool, arguments in calls]
         self.judge([

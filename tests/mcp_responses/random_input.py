@@ -1,29 +1,27 @@
-"""Random inputs for the differential tests. Each maker takes its own random.Random, so that every run is the same."""
+"""Random texts, values and arguments. Each function takes its caller's random.Random, so that every run is the same."""
 
 import enum
 import inspect
-import random
 import struct
 
 from samples import CITATION, COMPONENT, REFERENCE, SECTION, SYMBOL, record
 
 WHITE_SPACE = "".join(char for char in map(chr, range(0x110000)) if char.isspace())
-
 # One alphabet for each width of a host string, and one for each thing that text rules look at.
-ALPHABETS = {
-    "ascii": "abcdefgh XYZ019_-/.,:\x7f",
-    "accents": "aeiou àéîõüßÿ¡©",
-    "cjk": "漢字かな한글，。ab \u2028\ufeff\u200b",
-    "emoji": "😀🦉🌍𝔘\U0010ffff ok",
-    "escaped": '"\\ab' + "".join(map(chr, range(0x20))),
-    "spaces": WHITE_SPACE + "x.",
-}
+ASCII, ACCENTS, CJK = "abcdefgh XYZ019_-/.,:\x7f", "aeiou àéîõüßÿ¡©", "漢字かな한글，。ab \u2028\ufeff\u200b"
+EMOJI, ESCAPED = "😀🦉🌍𝔘\U0010ffff ok", '"\\ab' + "".join(map(chr, range(0x20)))
+ALPHABETS = [ASCII, ACCENTS, CJK, EMOJI, ESCAPED, WHITE_SPACE + "x."]
 SIZES = [0, 1, 2, *(block + by for block in (8, 16, 32, 64) for by in (-1, 0, 1))]
+
+Name = enum.Enum("Name", {"METHOD": "method", "QUOTED": 'q"é'}, type=str)
+Level = enum.IntEnum("Level", {"LOW": 1, "HIGH": 2**40})
+Ratio = type("Ratio", (float,), {"__repr__": lambda self: "not the number"})
+Rows = type("Rows", (list,), {})
 
 
 def text(rng, longest=70):
     """A string of one to three alphabets, its length often next to the size of a block."""
-    letters = "".join(rng.sample(sorted(ALPHABETS.values()), rng.choice((1, 1, 2, 3))))
+    letters = "".join(rng.sample(ALPHABETS, rng.choice((1, 1, 2, 3))))
     length = rng.choice(SIZES) if rng.random() < 0.5 else rng.randint(0, longest)
     return "".join(rng.choices(letters, k=min(length, longest)))
 
@@ -32,10 +30,8 @@ def prose(rng, words):
     """Words with blanks of every kind, sentence ends and paragraph breaks between them."""
     breaks = [" "] * 12 + [". ", "! ", "?\t", ".\u00a0", "...", ".", "  ", "\u2029"]
     breaks += ["\n", "\r\n", "\n\n", "\r\n\r\n", "\n \n"]
-    letters = ALPHABETS[rng.choice(["ascii", "accents", "cjk", "emoji"])].translate(dict.fromkeys(map(ord, " .")))
-    pieces = []
-    for _ in range(words):
-        pieces += ["".join(rng.choices(letters, k=rng.choice((1, 3, 5, 9, 40)))), rng.choice(breaks)]
+    letters = rng.choice((ASCII, ACCENTS, CJK, EMOJI)).translate(dict.fromkeys(map(ord, " .")))
+    pieces = ["".join(rng.choices(letters, k=rng.choice((1, 3, 5, 9, 40)))) + rng.choice(breaks) for _ in range(words)]
     return rng.choice(["", "", "\n\n", " \u3000"]) + "".join(pieces)
 
 
@@ -46,45 +42,29 @@ def integer(rng):
 
 def floating(rng):
     """Any double at all, by its bits; or one that people write, which are a negligible part of those."""
-    if rng.random() < 0.5:
-        return struct.unpack("<d", rng.randbytes(8))[0]
     edges = (0.0, -0.0, 1e-05, 0.0001, 1e15, 1e16, float("inf"), float("-inf"), float("nan"), 5e-324)
-    return rng.choice((rng.choice(edges), round(rng.uniform(-100, 100), 2), float(rng.randint(-1000, 1000))))
-
-
-Name = enum.Enum("Name", {"METHOD": "method", "QUOTED": 'q"é'}, type=str)
-Level = enum.IntEnum("Level", {"LOW": 1, "HIGH": 2**40})
-Ratio = type("Ratio", (float,), {"__repr__": lambda self: "not the number"})
-Rows = type("Rows", (list,), {})
+    written = (rng.choice(edges), round(rng.uniform(-100, 100), 2), float(rng.randint(-1000, 1000)))
+    return rng.choice((*written, *struct.unpack("<3d", rng.randbytes(24))))
 
 
 def leaf(rng):
-    kind = rng.randrange(10)
-    if kind < 4:
-        return text(rng)
-    if kind < 6:
-        return integer(rng)
-    if kind < 8:
-        return floating(rng)
-    return rng.choice((None, True, False, Name.QUOTED, Level.HIGH, Ratio(0.1)))
+    others = (None, True, False, Name.QUOTED, Level.HIGH, Ratio(0.1))
+    return rng.choice((text, text, integer, floating, lambda rng: rng.choice(others)))(rng)
 
 
 def tree(rng, depth=3):
     """A value of any kind, its containers at most `depth` deep."""
-    kind = rng.randrange(10) if depth else 0
-    if kind < 5:
-        return leaf(rng)
-    if kind < 7:
-        return rng.choice((list, tuple, Rows))(tree(rng, depth - 1) for _ in range(rng.randint(0, 4)))
-    return mapping(rng, depth)
+    kind = rng.choice((leaf, leaf, list, tuple, Rows, dict)) if depth else leaf
+    if kind in (leaf, dict):
+        return leaf(rng) if kind is leaf else mapping(rng, depth)
+    return kind(tree(rng, depth - 1) for _ in range(rng.randint(0, 4)))
 
 
 def mapping(rng, depth=2):
     """A dict of any kinds of keys, of which no two become the same text."""
     keys = [text(rng, 20) + "_" for _ in range(rng.randint(0, 4))]
     others = [None, True, False, 12, -7, 2.5, float("inf"), Name.METHOD, Level.HIGH]
-    keys += rng.sample(others, rng.choice((0, 0, 1, 3)))
-    return {key: tree(rng, depth - 1) for key in keys}
+    return {key: tree(rng, depth - 1) for key in keys + rng.sample(others, rng.choice((0, 0, 1, 3)))}
 
 
 def line(rng):
@@ -99,13 +79,9 @@ def fqn(rng):
 
 def excerpt(rng):
     """Text of one alphabet that is cut by a budget at every length, or at the 1200 characters of every excerpt."""
-    letters = rng.choice(sorted(ALPHABETS.values())) + " " * rng.choice((0, 1, 5))
+    letters = rng.choice(ALPHABETS) + " " * rng.choice((0, 1, 5))
     length = rng.choice((rng.randint(1, 60), rng.randint(100, 500), rng.randint(1190, 1300)))
     return rng.choice((None, "", *["".join(rng.choices(letters, k=length))] * 8))
-
-
-def among(*choices):
-    return lambda rng: rng.choice(choices)
 
 
 def some(rng, names, missing):
@@ -122,9 +98,12 @@ def sections(rng, count):
     return [some(rng, SECTION, rng.choice((0, 0, 1, 2))) for _ in range(count)]
 
 
-# What an argument, a field or an entry of this name holds; one of any other name holds anything. A citation's places
-# are few, so that repeats are common.
-MAKERS = {
+def attachment(rng):
+    return rng.choice((None, mapping(rng), {"k": text(rng) * 9}))
+
+
+# What an argument, a field or an entry of this name is; any other is a tree. Few places of citations: many repeats.
+BY_NAME = {
     "symbol": lambda rng: record(anything(rng, SYMBOL)),
     "reference": lambda rng: record(anything(rng, REFERENCE)),
     "component": lambda rng: record(anything(rng, COMPONENT)),
@@ -132,24 +111,22 @@ MAKERS = {
     "fqn": fqn,
     "fqns": lambda rng: [fqn(rng) for _ in range(rng.choice((0, 1, 2, 2, 5)))],
     "module": lambda rng: rng.choice((None, "", "shop", "shop.cart", fqn(rng))),
-    "start_line": line,
-    "end_line": line,
+    **dict.fromkeys(("start_line", "end_line"), line),
     "docstring": lambda rng: rng.choice((None, "", prose(rng, rng.choice((1, 5, 40))))),
     "row": mapping,
-    "path": among("a.py", "é.py", "漢.py", None),
-    "line_start": among(1, 1.0, True, 2, None, 2**53 + 1, 2.0**53),
-    "line_end": among(3, 4, "4", None),
+    "path": lambda rng: rng.choice(("a.py", "é.py", "漢.py", None)),
+    "line_start": lambda rng: rng.choice((1, 1.0, True, 2, None, 2**53 + 1, 2.0**53)),
+    "line_end": lambda rng: rng.choice((3, 4, "4", None)),
     "excerpt": excerpt,
     "answer": lambda rng: rng.choice((None, "", text(rng), prose(rng, 60))),
     "citations": citations,
     "sections": lambda rng: sections(rng, rng.choice((0, 1, 2, 3, 5))),
-    "code": lambda rng: rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
-    "memories": lambda rng: rng.choice((None, mapping(rng), {"k": text(rng) * 9})),
+    **dict.fromkeys(("code", "memories"), attachment),
 }
 
 
 def anything(rng, names):
-    return {name: MAKERS.get(name, tree)(rng) for name in names}
+    return {name: BY_NAME.get(name, tree)(rng) for name in names}
 
 
 def arguments(rng, function):

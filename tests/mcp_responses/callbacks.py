@@ -1,16 +1,13 @@
-"""Calls in the middle of which the service's own code runs."""
+"""Calls in the middle of which the service's own code runs. Each is a function of that code, which is called `hook`."""
 
 import logging
 from unittest import mock
 
-from differential import real
-from samples import COMPONENT, HERE, REFERENCE, SYMBOL
+from samples import HERE, RECORDS, real
 
-RECORDS = dict.fromkeys(("build_symbol_search_result", "build_symbol_full_details", "build_file_symbol"), SYMBOL)
-RECORDS |= {"build_api_endpoint": SYMBOL, "build_reference": REFERENCE, "build_component": COMPONENT}
-PLACES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
-real.logger.setLevel(logging.INFO)  # which goes to no handler but the ones that are put there
+FILES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
 FQNS = ["shop.cart.Cart", "shop.cart.pay"]
+real.logger.setLevel(logging.INFO)  # which goes to no handler but the ones that are put there
 
 
 def made(*bases, **methods):
@@ -22,49 +19,43 @@ def record_of(fields, hook):
     return made(__getattr__=lambda self, name: hook() or fields[name])()
 
 
-def root(hook):
-    return made(__fspath__=lambda self: hook() or str(HERE))()
-
-
 def iterator(items, hook):
     items = iter(items)
     return made(__iter__=lambda self: hook() or self, __next__=lambda self: hook() or next(items))()
 
 
-def named(hook):
+def root(hook):
+    return real.code_lines(made(__fspath__=lambda self: hook() or str(HERE))(), FILES)
+
+
+def name_of_an_argument(hook):
     name = made(str, __hash__=str.__hash__, __eq__=lambda self, other: hook() or str.__eq__(self, other))("text")
     return real._cut(**{name: "abc", "chars": 2})
 
 
-def logged(place, hook):
-    """The hook stands at one place of the logging of the missing file."""
+def log_handler(hook):
     handler = logging.Handler()
     handler.lock = None  # or another thread that logs would have to wait
-    handler.emit = handler.filter = lambda record: True
-    setattr(handler, place, lambda record: hook() or True)
+    handler.emit = lambda record: hook()
     with mock.patch.object(real.logger, "handlers", [handler]):
-        return real.code_lines(HERE, PLACES)
+        return real.code_lines(HERE, FILES)
 
 
-def hinted(hook):
+def hint(hook):
     add = real.add_pagination_hint
     with mock.patch.object(real, "add_pagination_hint", lambda *page: hook() or add(*page)):
         return real.build_paginated_response([["row"], {}], 7, 0)
 
 
-MEETINGS = {
-    **{
-        name: lambda hook, name=name, fields=fields: getattr(real, name)(record_of(fields, hook))
-        for name, fields in RECORDS.items()
-    },
+CALLBACKS = {
+    **{name: lambda hook, name=name: getattr(real, name)(record_of(RECORDS[name], hook)) for name in RECORDS},
     "fqns": lambda hook: real.outline_module(iterator(FQNS, hook)),
     "fqns of a generator": lambda hook: real.outline_module(hook() or fqn for fqn in FQNS),
-    "places": lambda hook: real.code_lines(HERE, iterator(PLACES, hook)),
-    "root": lambda hook: real.code_lines(root(hook), PLACES),
-    "a log handler": lambda hook: logged("emit", hook),
-    "a log filter": lambda hook: logged("filter", hook),
-    "the hint": hinted,
-    "a name of an argument": named,
+    "places": lambda hook: real.code_lines(HERE, iterator(FILES, hook)),
+    "root": root,
+    "log handler": log_handler,
+    "hint": hint,
+    "name of an argument": name_of_an_argument,
 }
 
 
@@ -86,7 +77,7 @@ def refused(hook):
     return made(__iter__=iterate)()
 
 
-# Calls that fail with a TypeError and drop the last reference to something with a finalizer.
+# Calls that fail with a TypeError and drop the last reference to something with a finalizer, which is the hook.
 FINALIZERS = {
     "refused fqns": lambda hook: real.outline_module(refused(hook)),
     "refused places": lambda hook: real.code_lines(HERE, refused(hook)),
