@@ -1,6 +1,5 @@
 #include "host_record.h"
 
-#include <ranges>
 #include <utility>
 
 #include "host_place.h"
@@ -45,9 +44,9 @@ PyObject* ReadAttributes::hold(const char* record, Field field, HostRef attribut
 
 std::string ReadAttributes::place_of(PyObject* object) const {
   // The one read last is the one at work.
-  for (const Attribute& attribute : std::views::reverse(attributes_)) {
-    const std::string name = std::string(attribute.record) + "." + field_name(attribute.field);
-    std::string place = place_in(attribute.object.get(), name, object);
+  for (auto attribute = attributes_.rbegin(); attribute != attributes_.rend(); ++attribute) {
+    const std::string name = std::string(attribute->record) + "." + field_name(attribute->field);
+    std::string place = place_in(attribute->object.get(), name, object);
     if (!place.empty()) return place;
   }
   return {};
