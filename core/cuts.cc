@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -126,14 +127,15 @@ void FirstSentence::take(std::span<const Unit> docstring) noexcept {
     to += plain;
   }
   while (at != end && to - first <= SUMMARY_CHARS) {
+    // The last place is for the space behind a word that turns out too long.
     const Unit* const last =
-        at + std::min(end - at, static_cast<std::ptrdiff_t>(room) - (to - first));
+        at + std::min(end - at, static_cast<std::ptrdiff_t>(room - 1) - (to - first));
     while (at != last && !is_white_space(*at)) *to++ = *at++;
     const bool at_sentence_end = ends_sentence(to[-1]);
     if (skip_space(at, end) || at_sentence_end || at == end) break;
     *to++ = ' ';
   }
-  size_ = static_cast<std::size_t>(to - first);
+  size_ = static_cast<std::uint32_t>(to - first);
   if (size_ > SUMMARY_CHARS) mark_cut<Unit>();
 }
 
@@ -143,7 +145,8 @@ void FirstSentence::mark_cut() noexcept {
   using Wide = std::conditional_t<sizeof(Unit) < sizeof(ellipsis), std::uint16_t, Unit>;
   const auto* const from = reinterpret_cast<const Unit*>(characters_.data());
   auto* const to = reinterpret_cast<Wide*>(characters_.data());
-  size_ = without_trailing_space(view().slice(0, SUMMARY_CHARS - 1)).size;
+  size_ =
+      static_cast<std::uint32_t>(without_trailing_space(view().slice(0, SUMMARY_CHARS - 1)).size);
   for (std::size_t i = size_; i-- > 0;) to[i] = from[i];
   to[size_++] = ellipsis;
   repertoire_ = std::max(repertoire_, Repertoire::bmp);
@@ -151,6 +154,8 @@ void FirstSentence::mark_cut() noexcept {
 
 FirstSentence::FirstSentence(const TextView& docstring) noexcept
     : repertoire_(docstring.repertoire) {
+  static_assert(offsetof(FirstSentence, characters_) + sizeof(characters_) ==
+                sizeof(FirstSentence));
   visit_units(docstring, [this](auto units) { take(units); });
 }
 

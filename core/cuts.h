@@ -58,7 +58,8 @@ class FirstSentence {
   TextView view() const noexcept { return {characters_.data(), size_, repertoire_}; }
 
  private:
-  // Two more than a summary may have: one that shows that it is too long, and the space before it.
+  // Two more than a summary may have: one that shows that it is too long, and a space before or
+  // behind it.
   static constexpr std::size_t room = SUMMARY_CHARS + 2;
 
   template <class Unit>
@@ -66,9 +67,10 @@ class FirstSentence {
   template <class Unit>
   void mark_cut() noexcept;
 
-  std::size_t size_ = 0;
+  std::uint32_t size_ = 0;
   Repertoire repertoire_;
-  alignas(16) std::array<unsigned char, room * sizeof(std::uint32_t)> characters_;
+  // The end of the object, without padding: a write past it is one that a test can see.
+  alignas(std::uint32_t) std::array<unsigned char, room * sizeof(std::uint32_t)> characters_;
 };
 
 }  // namespace mcp_responses

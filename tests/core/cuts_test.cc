@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <new>
 #include <string>
 
 #include "models/random_input.h"
@@ -88,6 +90,32 @@ TEST(Cuts, FirstSentencesEndAtEveryPosition) {
                     models::first_sentence(docstring))
               << text.utf8();
         }
+      }
+    }
+  }
+}
+
+// However wide its characters and long its words, a docstring is summed up by the rules, and
+// nothing is written behind the summary.
+TEST(Cuts, FirstSentencesOfLongWordsKeepToTheirRoom) {
+  const std::u32string ends[] = {U"", U"w", U"www", U" ", U" w", U".", U". w", U" w w", U" www"};
+  for (const char32_t character : {U'w', U'\xE9', U'\u0151', U'\U00010151'}) {
+    for (std::size_t size = 155; size <= 165; ++size) {
+      for (const std::u32string& end : ends) {
+        const std::u32string docstring = std::u32string(size, character) + end;
+        struct {
+          alignas(FirstSentence) std::array<char, sizeof(FirstSentence)> room;
+          std::array<char, 64> behind;
+        } memory;
+        memory.behind.fill('#');
+        const auto* sentence =
+            new (memory.room.data()) FirstSentence(models::text_of(docstring).view());
+        const std::string where = models::text_of(docstring).utf8();
+        ASSERT_EQ(std::string(memory.behind.data(), memory.behind.size()), std::string(64, '#'))
+            << where;
+        ASSERT_EQ(models::code_points_of(Text::copy_of(sentence->view())),
+                  models::first_sentence(docstring))
+            << where;
       }
     }
   }
