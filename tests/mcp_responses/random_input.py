@@ -84,6 +84,11 @@ def excerpt(rng):
     return rng.choice((None, "", *["".join(rng.choices(letters, k=length))] * 8))
 
 
+def docstring(rng):
+    longest = "x" * 158 + "  y " + "z" * 20  # a summary of it ends where a word does
+    return rng.choice((None, "", WHITE_SPACE, longest, *[prose(rng, rng.choice((0, 1, 3, 12, 60)))] * 12))
+
+
 def some(rng, names, missing):
     """A dict that holds something under all these names but so many."""
     return anything(rng, rng.sample(sorted(names), len([*names]) - missing))
@@ -102,6 +107,20 @@ def attachment(rng):
     return rng.choice((None, mapping(rng), {"k": text(rng) * 9}))
 
 
+def rows(rng):
+    return rng.choice((list, tuple))(tree(rng) for _ in range(rng.randint(0, 4)))
+
+
+def count(rng):
+    """Few, so that a page often ends where all rows end, also at the ends of 64 bits."""
+    return rng.choice((-3, 0, 1, 2, 3, 4, 5, 2**63 - 3, 2**63 - 1, -(2**63), True, 2.5))
+
+
+def budget(rng):
+    far = (0, 1, -1, 2**61 - 1, 2**61, 2**62, 2**63 - 1, -(2**61), -(2**61) - 1, -(2**63))
+    return rng.choice((None, rng.choice(far), *(rng.randint(0, most) for most in (100, 500, 1000, 2000))))
+
+
 # What an argument, a field or an entry of this name is; any other is a tree. Few places of citations: many repeats.
 BY_NAME = {
     "symbol": lambda rng: record(anything(rng, SYMBOL)),
@@ -112,8 +131,9 @@ BY_NAME = {
     "fqns": lambda rng: [fqn(rng) for _ in range(rng.choice((0, 1, 2, 2, 5)))],
     "module": lambda rng: rng.choice((None, "", "shop", "shop.cart", fqn(rng))),
     **dict.fromkeys(("start_line", "end_line"), line),
-    "docstring": lambda rng: rng.choice((None, "", prose(rng, rng.choice((1, 5, 40))))),
+    "docstring": docstring,
     "row": mapping,
+    "result": lambda rng: tree(rng, 4),
     "path": lambda rng: rng.choice(("a.py", "é.py", "漢.py", None)),
     "line_start": lambda rng: rng.choice((1, 1.0, True, 2, None, 2**53 + 1, 2.0**53)),
     "line_end": lambda rng: rng.choice((3, 4, "4", None)),
@@ -121,7 +141,13 @@ BY_NAME = {
     "answer": lambda rng: rng.choice((None, "", text(rng), prose(rng, 60))),
     "citations": citations,
     "sections": lambda rng: sections(rng, rng.choice((0, 1, 2, 3, 5))),
+    "extra": lambda rng: citations(rng) or (),
     **dict.fromkeys(("code", "memories"), attachment),
+    **dict.fromkeys(("items", "pages"), rows),
+    **dict.fromkeys(("total_count", "total", "offset"), count),
+    "items_key": lambda rng: rng.choice(("items", "total_count", "truncated", "has_more", "offset", text(rng))),
+    "tool_name": text,
+    "token_budget": budget,
 }
 
 

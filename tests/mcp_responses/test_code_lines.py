@@ -113,12 +113,6 @@ class CodeLines(unittest.TestCase):
                 seen["logged"] += len(lines)
         self.assertGreater(min(seen.values()), 50, seen)
 
-    def test_every_break_around_every_line(self):
-        rng = random.Random(51)
-        for _ in range(300):
-            (self.base / "a.py").write_bytes(content(rng) * rng.choice((1, 1, 5)))
-            self.assert_alike(self.base, [("a.py", line) for line in range(-1, rng.choice((3, 200)))])
-
     def test_paths_that_no_file_can_have(self):
         good = ("a.py", 1)
         for bad in ("\0", "a.py\0", "\ud800", "x/\udfff", "\udc7f"):
@@ -151,15 +145,20 @@ class CodeLines(unittest.TestCase):
         self.assertEqual(real.code_lines(None, 5), {})
 
     def test_what_is_no_file_is_never_waited_for(self):
-        os.mkfifo(self.base / "pipe")
+        for pipe in ("pipe", "silent"):
+            os.mkfifo(self.base / pipe)
         writer = os.open(self.base / "pipe", os.O_RDWR)
         self.addCleanup(os.close, writer)
         os.write(writer, b"a line\n")
-        for root, *paths in ((self.base, "pipe", "./pipe"), ("/", "dev/zero", "dev/tty", "dev/stdin")):
+        for root, *paths in ((self.base, "pipe", "./pipe", "silent"), ("/", "dev/zero", "dev/tty", "dev/stdin")):
             result, logged = outcome(real.code_lines, root, [(path, 1) for path in paths])
             self.assertEqual((result, [path for _, path, _ in logged]), ([], paths))
             reason = f"Not a regular file: '{os.path.join(root, paths[0])}'"
             self.assertEqual(logged[0], ("code_lines: %s is not read (%s)", paths[0], reason))
+
+    def test_a_file_is_read_to_its_end_whatever_its_size_says(self):
+        places = [("/proc/self/status", 1), ("/proc/self/status", 20)]
+        self.assertEqual([*real.code_lines("/", places)], places)
 
     def test_where_the_kernel_refuses_openat2(self):
         for number in (errno.ENOSYS, errno.EPERM, errno.EINVAL):

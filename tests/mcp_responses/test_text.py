@@ -16,11 +16,6 @@ class TextOfResults(ComparingTest):
         self.assertEqual(real.tool_result_text(value), text)
         self.assertEqual(real._encoded_size(value), len(text.encode()), text[:200])
 
-    def test_random_trees(self):
-        rng = random.Random(1)
-        for _ in range(4000):
-            self.assert_encoded(random_input.tree(rng, 4))
-
     def test_numbers(self):
         rng = random.Random(2)
         numbers = list(struct.unpack("<20000d", rng.randbytes(160000)))
@@ -55,12 +50,6 @@ class CutsAndSummaries(ComparingTest):
                 self.assertEqual(real._trimmed(text, chars), plain._trimmed(text, chars), (text, chars))
                 if chars >= 1:
                     self.assertEqual(real._cut(text, chars), plain._cut(text, chars), (text, chars))
-
-    def test_summaries_of_random_docstrings(self):
-        rng = random.Random(4)
-        docstrings = [random_input.prose(rng, rng.choice((0, 1, 3, 12, 60))) for _ in range(4000)]
-        for docstring in [*docstrings, None, "", random_input.WHITE_SPACE, "x" * 158 + "  y " + "z" * 20]:
-            self.assert_same("first_sentence", docstring)
 
     def test_each_white_space_ends_a_sentence_and_its_neighbours_do_not(self):
         near = {chr(ord(space) + by) for space in random_input.WHITE_SPACE for by in (-1, 0, 1)}
