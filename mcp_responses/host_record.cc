@@ -44,9 +44,10 @@ PyObject* ReadAttributes::hold(const char* record, Field field, HostRef attribut
 
 std::string ReadAttributes::place_of(PyObject* object) const {
   // The one read last is the one at work.
-  for (auto attribute = attributes_.rbegin(); attribute != attributes_.rend(); ++attribute) {
-    const std::string name = std::string(attribute->record) + "." + field_name(attribute->field);
-    std::string place = place_in(attribute->object.get(), name, object);
+  for (std::size_t i = attributes_.size(); i-- > 0;) {
+    const auto& [record, field, attribute] = attributes_[i];
+    const std::string name = std::string(record) + "." + field_name(field);
+    std::string place = place_in(attribute.get(), name, object);
     if (!place.empty()) return place;
   }
   return {};
