@@ -75,22 +75,21 @@ HostRef run(const Function& function, const GivenArguments& given) {
 }
 
 /// The interpreter's recursion guard, which its built-in functions enter too: host code that a call
-/// runs may call again, through no frame of the interpreter's that would count. A call of ours
-/// counts as two, for it holds about as much stack as two of the interpreter's.
+/// runs may call again, through no frame of the interpreter's that would count. A call of ours counts
+/// as two, for it holds about as much stack as two of the interpreter's.
 class RecursionGuard {
  public:
   RecursionGuard() : thread_(PyThreadState_Get()) {
-    if (Py_EnterRecursiveCall(" while calling a Python object") != 0) throw HostError();
-    --thread_->recursion_remaining;
+    if (thread_->recursion_remaining <= levels)
+      raise(PyExc_RecursionError, "maximum recursion depth exceeded while calling a Python object");
+    thread_->recursion_remaining -= levels;
   }
   RecursionGuard(const RecursionGuard&) = delete;
   RecursionGuard& operator=(const RecursionGuard&) = delete;
-  ~RecursionGuard() {
-    ++thread_->recursion_remaining;
-    Py_LeaveRecursiveCall();
-  }
+  ~RecursionGuard() { thread_->recursion_remaining += levels; }
 
  private:
+  static constexpr int levels = 2;
   PyThreadState* thread_;
 };
 

@@ -78,7 +78,7 @@ std::vector<HostMember> members_as_stored(PyObject* dict) {
 /// be host code.
 std::vector<HostMember> members_in_order(PyObject* dict) {
   std::vector<HostMember> stored = members_as_stored(dict);
-  if (!PyODict_Check(dict)) return stored;
+  if (!has_own_order(dict)) return stored;
   std::unordered_map<PyObject*, HostRef> values;
   for (auto& [key, value] : stored) values.emplace(key.get(), std::move(value));
   const HostRef keys = checked(in_host([dict] { return PyODict_Type.tp_iter(dict); }));
@@ -212,7 +212,7 @@ HostRef plain_copy(PyObject* root) {
 }
 
 HostRef with_text_keys(PyObject* dict) {
-  if (PyODict_Check(dict)) return rekeyed(dict);
+  if (has_own_order(dict)) return rekeyed(dict);
   for (HostCursor at(dict, true); at.next();) {
     if (!PyUnicode_CheckExact(at.key())) return rekeyed(dict);
   }

@@ -59,7 +59,7 @@ class HostTree {
         return Kind::list;
       case HostKind::dict:
         if (open.size() >= most_nesting_) throw NestingError();
-        if (PyODict_Check(node)) throw NeedsCopy();
+        if (has_own_order(node)) throw NeedsCopy();
         return Kind::object;
       case HostKind::other:
         break;

@@ -42,6 +42,11 @@ inline HostKind host_kind(PyObject* object) noexcept {
   return HostKind::other;
 }
 
+/// True for an OrderedDict, whose own order is not that of its storage.
+inline bool has_own_order(PyObject* dict) noexcept {
+  return !PyDict_CheckExact(dict) && PyODict_Check(dict);
+}
+
 /// True for a leaf that an answer shares with the caller: of exactly the host's own type, and no
 /// int beyond 64 bits. Anything else that an answer carries is copied.
 inline bool is_shareable(PyObject* object) noexcept {
