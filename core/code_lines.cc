@@ -128,17 +128,19 @@ void LineFinder::skip_blocks_before(std::int64_t number) {
 
 Text code_line_text(std::string_view line) {
   constexpr std::size_t limit = CODE_LINE_CHARS;
-  std::vector<std::uint32_t>
+  std::array<std::uint32_t, limit + 1>
       start;  // of the line without white space in front, one past the limit when there is more
+  std::size_t size = 0;
   std::size_t end = 0;  // of what it holds but for white space behind
-  for (std::size_t at = 0; at < line.size() && start.size() <= limit;) {
+  for (std::size_t at = 0; at < line.size() && size <= limit;) {
     const std::uint32_t code_point = decode_next(line, at);
     const bool is_space = is_white_space(code_point);
-    if (is_space && (start.empty() || start.size() >= limit)) continue;
-    start.push_back(code_point);
-    if (!is_space) end = start.size();
+    if (is_space && (size == 0 || size >= limit)) continue;
+    start[size++] = code_point;
+    if (!is_space) end = size;
   }
-  return _cut(Text::copy_of(std::span<const std::uint32_t>(start).first(end)), CODE_LINE_CHARS);
+  const Cut cut = cut_of({start.data(), end, Repertoire::full}, CODE_LINE_CHARS);
+  return Text::joined(cut.kept, cut.mark);
 }
 
 std::string file_name(const Text& path) {

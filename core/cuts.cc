@@ -6,7 +6,6 @@
 #include <span>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "detail/block.h"
 
@@ -15,19 +14,23 @@ namespace {
 
 constexpr std::uint16_t ellipsis = 0x2026;
 
-/// The code points, white space at their end removed, and an ellipsis.
-Text cut_before(TextView kept) {
-  return visit_units(without_trailing_space(kept), [](auto units) {
-    using Unit = typename decltype(units)::value_type;
-    using Wide = std::conditional_t<sizeof(Unit) < sizeof(ellipsis), std::uint16_t, Unit>;
-    std::vector<Wide> marked(units.begin(), units.end());
-    marked.push_back(ellipsis);
-    return Text::copy_of(std::span<const Wide>(marked));
-  });
+/// The first `count` characters, white space at their end removed, and an ellipsis.
+Cut marked(const TextView& view, std::int64_t count) noexcept {
+  return {.kept = without_trailing_space(view.slice(0, static_cast<std::size_t>(count))),
+          .mark = {&ellipsis, 1, Repertoire::bmp}};
+}
+
+bool fits(const TextView& view, std::int64_t chars) noexcept {
+  return chars >= 0 && view.size <= static_cast<std::size_t>(chars);
+}
+
+Text text_of(Text whole, const Cut& cut) {
+  if (cut.kept.size == whole.size()) return whole;
+  return Text::joined(cut.kept, cut.mark);
 }
 
 /// The last space at or before `position`, or -1.
-std::int64_t last_space(const TextView& view, std::int64_t position) {
+std::int64_t last_space(const TextView& view, std::int64_t position) noexcept {
   return visit_units(view, [position](auto units) {
     std::int64_t at = position;
     while (at >= 0 && units[static_cast<std::size_t>(at)] != ' ') --at;
@@ -97,20 +100,26 @@ TextView stripped(TextView view) noexcept {
   return view.slice(start, view.size - start);
 }
 
+Cut cut_of(const TextView& view, std::int64_t chars) noexcept {
+  if (fits(view, chars)) return {.kept = view, .mark = {}};
+  return chars < 1 ? Cut() : marked(view, chars - 1);
+}
+
+Cut trimmed_of(const TextView& view, std::int64_t chars) noexcept {
+  if (fits(view, chars)) return {.kept = view, .mark = {}};
+  if (chars <= 1) return {};
+  const std::int64_t end = last_space(view, chars - 2);
+  return marked(view, end < chars / 2 ? chars - 1 : end);
+}
+
 Text _cut(Text text, std::int64_t chars) {
-  const TextView view = text.view();
-  if (chars < 1) return {};
-  if (view.size <= static_cast<std::size_t>(chars)) return text;
-  return cut_before(view.slice(0, static_cast<std::size_t>(chars) - 1));
+  const Cut cut = cut_of(text.view(), chars);
+  return text_of(std::move(text), cut);
 }
 
 Text _trimmed(Text text, std::int64_t chars) {
-  const TextView view = text.view();
-  if (chars >= 0 && view.size <= static_cast<std::size_t>(chars)) return text;
-  if (chars <= 1) return {};
-  std::int64_t end = last_space(view, chars - 2);
-  if (end < chars / 2) end = chars - 1;
-  return cut_before(view.slice(0, static_cast<std::size_t>(end)));
+  const Cut cut = trimmed_of(text.view(), chars);
+  return text_of(std::move(text), cut);
 }
 
 template <class Unit>

@@ -33,14 +33,27 @@ constexpr bool is_white_space(std::uint32_t code_point) noexcept {
 TextView without_trailing_space(TextView view) noexcept;
 TextView stripped(TextView view) noexcept;
 
-/// `text` cut to at most `chars` characters, hard, the cut marked with an ellipsis: "abc   def" to
-/// 6 is "abc…". White space before the ellipsis goes. A text that fits comes back as it is. Nothing
-/// fits into less than one character: then the result is empty.
-Text _cut(Text text, std::int64_t chars);
+/// What is left of a text that was cut: the part that is kept, where it lies, and the mark that
+/// follows it: an ellipsis, or nothing when nothing was cut off or not even the mark fits. Both
+/// make a text of one's own in one pass.
+struct Cut {
+  TextView kept;  // a slice, so its repertoire may be larger than it needs
+  TextView mark;
+};
+
+/// `view` cut to at most `chars` characters, hard: "abc   def" to 6 is "abc…". White space before
+/// the ellipsis goes. A text that fits is kept as it is. Nothing fits into less than one character:
+/// then the result is empty.
+Cut cut_of(const TextView& view, std::int64_t chars) noexcept;
 
 /// The same at a word boundary where one lies in the second half of the allowed length: "alpha beta
 /// gamma" to 12 is "alpha beta…". Only U+0020 counts as a boundary. With `chars` below 2 a longer
 /// text becomes the empty text.
+Cut trimmed_of(const TextView& view, std::int64_t chars) noexcept;
+
+/// The same as texts, which take one allocation of the size of the result, and none when `text`
+/// fits: then it comes back itself.
+Text _cut(Text text, std::int64_t chars);
 Text _trimmed(Text text, std::int64_t chars);
 
 /// The first sentence of a docstring's first paragraph, white space collapsed, cut to

@@ -20,6 +20,12 @@ struct TextStorage {
 
   TextStorage(std::size_t code_points, Repertoire highest) noexcept
       : size(code_points), repertoire(highest) {}
+  static TextStorage* allocate(std::size_t code_points, Repertoire highest) {
+    const std::size_t unit = unit_size(highest);
+    if (code_points > (SIZE_MAX / 2 - sizeof(TextStorage)) / unit) throw std::bad_alloc();
+    void* const memory = ::operator new(sizeof(TextStorage) + code_points * unit);
+    return ::new (memory) TextStorage(code_points, highest);
+  }
   void* units() noexcept { return this + 1; }
   const void* units() const noexcept { return this + 1; }
 };
@@ -63,31 +69,21 @@ Repertoire repertoire_of(std::span<const Unit> units) noexcept {
                           : Repertoire::full;
 }
 
-template <class Unit, class To>
-void copy_units(std::span<const Unit> units, void* to) noexcept {
-  std::transform(units.begin(), units.end(), static_cast<To*>(to),
-                 [](Unit unit) { return static_cast<To>(unit); });
+Repertoire repertoire_of(const TextView& view) noexcept {
+  return visit_units(view, [](auto units) { return repertoire_of(units); });
 }
 
-template <class Unit>
-Text narrowest_copy(std::span<const Unit> units) {
-  if (units.empty()) return {};
-  const Repertoire repertoire = repertoire_of(units);
-  const std::size_t size = unit_size(repertoire);
-  if (units.size() > (SIZE_MAX / 2 - sizeof(TextStorage)) / size) throw std::bad_alloc();
-  auto* storage = ::new (::operator new(sizeof(TextStorage) + units.size() * size))
-      TextStorage(units.size(), repertoire);
-  switch (size) {
-    case 1:
-      copy_units<Unit, std::uint8_t>(units, storage->units());
-      break;
-    case 2:
-      copy_units<Unit, std::uint16_t>(units, storage->units());
-      break;
-    default:
-      copy_units<Unit, std::uint32_t>(units, storage->units());
-  }
-  return {text_holder, Payload{.pointer = storage}};
+/// Writes the code points as units and returns the end.
+template <class To>
+To* copy_units(const TextView& view, To* to) noexcept {
+  return visit_units(view, [to](auto units) {
+    return std::ranges::transform(units, to, [](auto unit) { return static_cast<To>(unit); }).out;
+  });
+}
+
+template <class To>
+void join_units(const TextView& first, const TextView& second, void* to) noexcept {
+  copy_units(second, copy_units(first, static_cast<To*>(to)));
 }
 
 Text decoded(std::string_view utf8) {
@@ -119,11 +115,33 @@ Text::Text() noexcept : Text(no_characters) {}
 
 Text::Text(std::string_view utf8) : Text(decoded(utf8)) {}
 
-Text Text::copy_of(std::span<const std::uint8_t> units) { return narrowest_copy(units); }
-Text Text::copy_of(std::span<const std::uint16_t> units) { return narrowest_copy(units); }
-Text Text::copy_of(std::span<const std::uint32_t> units) { return narrowest_copy(units); }
-Text Text::copy_of(const TextView& view) {
-  return visit_units(view, [](auto units) { return narrowest_copy(units); });
+Text Text::copy_of(std::span<const std::uint8_t> units) {
+  return copy_of({units.data(), units.size(), Repertoire::latin1});
+}
+Text Text::copy_of(std::span<const std::uint16_t> units) {
+  return copy_of({units.data(), units.size(), Repertoire::bmp});
+}
+Text Text::copy_of(std::span<const std::uint32_t> units) {
+  return copy_of({units.data(), units.size(), Repertoire::full});
+}
+Text Text::copy_of(const TextView& view) { return joined(view, {}); }
+
+Text Text::joined(const TextView& first, const TextView& second) {
+  const std::size_t size = first.size + second.size;
+  if (size == 0) return {};
+  const Repertoire repertoire = std::max(repertoire_of(first), repertoire_of(second));
+  TextStorage* const storage = TextStorage::allocate(size, repertoire);
+  switch (unit_size(repertoire)) {
+    case 1:
+      join_units<std::uint8_t>(first, second, storage->units());
+      break;
+    case 2:
+      join_units<std::uint16_t>(first, second, storage->units());
+      break;
+    default:
+      join_units<std::uint32_t>(first, second, storage->units());
+  }
+  return {text_holder, Payload{.pointer = storage}};
 }
 
 std::string Text::utf8() const {

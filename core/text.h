@@ -85,6 +85,8 @@ class Text : public Handle {
   static Text copy_of(std::span<const std::uint16_t> units);
   static Text copy_of(std::span<const std::uint32_t> units);
   static Text copy_of(const TextView& view);
+  /// The one text and then the other, in one allocation of the size that they take.
+  static Text joined(const TextView& first, const TextView& second);
 
   /// Valid while this text, or a copy of it, lives.
   TextView view() const noexcept { return holder().text(payload()); }

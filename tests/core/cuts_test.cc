@@ -3,12 +3,29 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <new>
 #include <string>
 
 #include "models/random_input.h"
 #include "models/slow_cuts.h"
 #include "values.h"
+
+namespace {
+std::size_t allocations = 0;
+std::size_t bytes_allocated = 0;
+}  // namespace
+
+// Counts for this whole program what it allocates. Not inlined: the compiler would see `free` given
+// what `new` made.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  ++allocations;
+  bytes_allocated += size;
+  if (void* memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace mcp_responses {
 namespace {
@@ -41,6 +58,23 @@ TEST(Cuts, Examples) {
   const Text text = "abc"_t;
   EXPECT_EQ(_cut(text, 3).payload().pointer, text.payload().pointer)
       << "a text that fits is not copied";
+}
+
+TEST(Cuts, TakeNoMoreMemoryThanTheirResult) {
+  constexpr std::int64_t chars = 100'000;
+  constexpr std::size_t head = 64;
+  for (const char32_t character : {U'w', U'\xE9', U'\u0151', U'\U00010151'}) {
+    const Text text = models::text_of(std::u32string(2 * chars, character));
+    for (Text (*const shortened)(Text, std::int64_t) : {_cut, _trimmed}) {
+      allocations = bytes_allocated = 0;
+      const Text result = shortened(text, chars);
+      const std::pair taken{allocations, bytes_allocated};
+      const std::string name = models::text_of({character}).utf8();
+      EXPECT_EQ(taken.first, 1U) << name;
+      EXPECT_LE(taken.second, result.size() * unit_size(result.view().repertoire) + head) << name;
+      EXPECT_EQ(result.size(), static_cast<std::size_t>(chars));
+    }
+  }
 }
 
 TEST(Cuts, FirstSentences) {
