@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <exception>
-#include <unordered_map>
+#include <map>
+#include <tuple>
 #include <utility>
 
 #include "cuts.h"
@@ -21,17 +22,19 @@ struct File {
   std::string not_read;  // why; empty when it was
 };
 
-struct ViewHash {
-  std::size_t operator()(const TextView& view) const noexcept { return hash_of(view); }
-};
-
 std::vector<File> files_of(std::span<const Place> places, const CodeLinesHooks& hooks) {
   std::vector<File> files;
-  std::unordered_map<TextView, std::size_t, ViewHash> position_of;
+  std::map<TextView, std::size_t> position_of;
+  auto position = position_of.end();
   for (const Place& place : places) {
-    const auto [found, is_new] = position_of.try_emplace(place.path.view(), files.size());
-    if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
-    if (place.line >= 1) files[found->second].numbers.push_back(place.line);
+    const TextView path = place.path.view();
+    // Places in one file mostly follow each other.
+    if (position == position_of.end() || position->first != path) {
+      bool is_new = false;
+      std::tie(position, is_new) = position_of.try_emplace(path, files.size());
+      if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
+    }
+    if (place.line >= 1) files[position->second].numbers.push_back(place.line);
   }
   for (File& file : files) {
     std::ranges::sort(file.numbers);

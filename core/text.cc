@@ -162,11 +162,11 @@ bool operator==(const TextView& a, const TextView& b) noexcept {
   return a.size == 0 || std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) == 0;
 }
 
-bool operator==(const Text& a, const Text& b) noexcept { return a.view() == b.view(); }
-
-std::size_t hash_of(const TextView& view) noexcept {
-  return std::hash<std::string_view>()(
-      {static_cast<const char*>(view.data), view.size * unit_size(view.repertoire)});
+std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept {
+  if (a.size != b.size) return a.size <=> b.size;
+  if (a.repertoire != b.repertoire) return a.repertoire <=> b.repertoire;
+  if (a.size == 0) return std::strong_ordering::equal;
+  return std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) <=> 0;
 }
 
 SurrogateError::SurrogateError(Text text, std::size_t position)

@@ -9,6 +9,7 @@
 // UTF-8.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -41,6 +42,12 @@ struct TextView {
   /// than they need.
   TextView slice(std::size_t position, std::size_t count) const;
 };
+
+bool operator==(const TextView& a, const TextView& b) noexcept;
+
+/// An order for look-ups, cheap and no alphabetical one: by size, then repertoire, then bytes.
+/// Maps of texts that an outsider chooses use it: unlike a hash, no choice of texts makes it slow.
+std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept;
 
 /// Calls `visitor` with the view's units as a span of std::uint8_t, std::uint16_t or std::uint32_t.
 template <class Visitor>
@@ -96,7 +103,8 @@ class Text : public Handle {
   /// The UTF-8 encoding. Throws `SurrogateError` when the text holds a lone surrogate.
   std::string utf8() const;
 
-  friend bool operator==(const Text& a, const Text& b) noexcept;
+  friend bool operator==(const Text& a, const Text& b) noexcept { return a.view() == b.view(); }
+  friend auto operator<=>(const Text& a, const Text& b) noexcept { return a.view() <=> b.view(); }
 };
 
 /// A text that must be encoded as UTF-8 holds a surrogate, which has no UTF-8.
@@ -111,11 +119,6 @@ class SurrogateError : public std::runtime_error {
   Text text_;
   std::size_t position_;
 };
-
-bool operator==(const TextView& a, const TextView& b) noexcept;
-
-/// Equal texts have equal hashes, however they are held.
-std::size_t hash_of(const TextView& view) noexcept;
 
 constexpr bool is_surrogate(std::uint32_t code_point) {
   return (code_point & 0xFFFFF800U) == 0xD800U;

@@ -2,8 +2,8 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
 #include <memory>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -160,7 +160,7 @@ void add_contents(const Pair& outside, std::vector<Pair>& contents) {
   }
   const Object a = *outside.a.object();
   const Object b = *outside.b.object();
-  std::unordered_map<TextView, const Value*, decltype(&hash_of)> by_key(b.size(), hash_of);
+  std::map<TextView, const Value*> by_key;
   for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
   const Value unequal = std::numeric_limits<double>::quiet_NaN();
   for (const Member& member : a) {

@@ -1,7 +1,8 @@
 #include "ask_citations.h"
 
 #include <algorithm>
-#include <functional>
+#include <cmath>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -16,41 +17,15 @@ std::string at(const char* list, std::size_t position) {
   return std::string(list) + "[" + std::to_string(position) + "]";
 }
 
-/// `where` answers where the citation stands among the caller's arguments; only an error asks.
-template <class Where>
-CitationPlace place_of(const Value& citation, const Where& where) {
-  if (citation.kind() != Kind::object) throw KindError(where(), "dict", citation.kind());
-  const auto part = [&](const Text& key) {
-    Value value = citation.get(key);
-    if (!value.size()) return value;
-    throw KindError(where() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
-  };
-  return {part("path"_key), part("line_start"_key), part("line_end"_key)};
-}
-
-/// Numbers that are equal across kinds have equal hashes.
-std::size_t hash_of(const Value& value) noexcept {
-  switch (value.kind()) {
-    case Kind::boolean:
-      return std::hash<double>()(*value.boolean() ? 1.0 : 0.0);
-    case Kind::integer:
-      return std::hash<double>()(static_cast<double>(*value.integer()));
-    case Kind::real:
-      return std::hash<double>()(*value.real());
-    case Kind::string:
-      return mcp_responses::hash_of(value.text()->view());
-    default:
-      return 0;
-  }
+/// The same number as an integer, where there is one of 64 bits.
+std::optional<std::int64_t> integer_of(double real) noexcept {
+  constexpr double limit = 0x1p63;
+  if (real < -limit || real >= limit) return {};
+  const auto integer = static_cast<std::int64_t>(real);
+  return static_cast<double>(integer) == real ? std::optional(integer) : std::nullopt;
 }
 
 }  // namespace
-
-std::size_t CitationPlaceHash::operator()(const CitationPlace& place) const noexcept {
-  constexpr std::size_t prime = 1000003;
-  return (hash_of(place.path) * prime + hash_of(place.line_start)) * prime +
-         hash_of(place.line_end);
-}
 
 List _ask_citations(const List& sections, const List& extra) {
   return CitationLists(sections, extra, "extra").for_first(sections.size());
@@ -65,6 +40,29 @@ CitationLists::CitationLists(const List& sections, List extra, const char* extra
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
 }
 
+template <class Where>
+CitationLists::Place CitationLists::place_of(const Value& citation, const Where& where) const {
+  if (citation.kind() != Kind::object) throw KindError(where(), "dict", citation.kind());
+  const auto part = [&](const Text& key) {
+    const Value value = citation.get(key);
+    if (!value.size()) return part_of(value);
+    throw KindError(where() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
+  };
+  Part path = part("path"_key);
+  return {part("line_start"_key), part("line_end"_key), std::move(path)};
+}
+
+CitationLists::Part CitationLists::part_of(const Value& value) const {
+  if (auto text = value.text()) return *std::move(text);
+  if (const auto whole = value.whole()) return *whole;
+  const auto real = value.real();
+  if (!real) return {};
+  // A place with NaN is always a new one, so the places before it number it.
+  if (std::isnan(*real)) return Nan(mentions_.size());
+  if (const auto integer = integer_of(*real)) return *integer;
+  return *real;
+}
+
 void CitationLists::add_section(const Value& section, std::size_t position) {
   const Value citations = section.get("citations"_key);
   if (!citations.truthy()) return;
@@ -75,7 +73,7 @@ void CitationLists::add_section(const Value& section, std::size_t position) {
     // A full list takes no more, whichever sections are kept: the first ones are always among them.
     if (from_sections_.size() == _ASK_MAX_CITATIONS) return;
     const Value& citation = (*list)[i];
-    CitationPlace place = place_of(citation, [&] { return at(where().c_str(), i); });
+    Place place = place_of(citation, [&] { return at(where().c_str(), i); });
     if (mentions_.try_emplace(std::move(place), Mention{.section = position}).second) {
       from_sections_.push_back({citation, position});
     }
@@ -85,7 +83,7 @@ void CitationLists::add_section(const Value& section, std::size_t position) {
 CitationLists::Candidate* CitationLists::extra_at(std::size_t position) {
   while (position >= from_extra_.size() && extra_read_ < extra_.size()) {
     const Value& citation = extra_[extra_read_];
-    CitationPlace place = place_of(citation, [this] { return at(extra_name_, extra_read_); });
+    Place place = place_of(citation, [this] { return at(extra_name_, extra_read_); });
     ++extra_read_;
     Mention& mention = mentions_.try_emplace(std::move(place)).first->second;
     if (!std::exchange(mention.in_extra, true)) from_extra_.push_back({citation, mention.section});

@@ -2,10 +2,12 @@
 // answer itself read, each place once, up to a cap.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <unordered_map>
+#include <map>
+#include <variant>
 #include <vector>
 
 #include "value.h"
@@ -22,19 +24,6 @@ inline constexpr std::size_t _ASK_MAX_CITATIONS = 24;
 /// "path", "line_start" and "line_end" are equal (numbers by value, absent as null); the first of
 /// them stays. Throws `KindError` when something looked at is of the wrong kind.
 List _ask_citations(const List& sections, const List& extra);
-
-/// The place that a citation points at: its identity.
-struct CitationPlace {
-  Value path;
-  Value line_start;
-  Value line_end;
-
-  bool operator==(const CitationPlace&) const = default;
-};
-
-struct CitationPlaceHash {
-  std::size_t operator()(const CitationPlace& place) const noexcept;
-};
 
 /// The lists of all answers that keep the first n of the same sections, n from 0 up. Each citation
 /// is looked at once and measured once, however many n are asked for.
@@ -63,6 +52,21 @@ class CitationLists {
     bool in_extra = false;
   };
 
+  /// NaN equals nothing, so each has a number of its own.
+  enum class Nan : std::size_t {};
+  /// A part of a place in the one form that all equal values share: a number without a fraction is
+  /// an integer where it fits, absent is null. So parts have an order, and none is rounded.
+  using Part = std::variant<std::monostate, std::int64_t, double, Nan, Text>;
+  /// What a citation points at: its first line, its last one and the path. Lines come first because
+  /// they differ more often than paths.
+  using Place = std::array<Part, 3>;
+
+  /// `where` answers where the citation stands among the caller's arguments; only an error asks.
+  template <class Where>
+  Place place_of(const Value& citation, const Where& where) const;
+  /// Requires a value that is no list and no object.
+  Part part_of(const Value& value) const;
+
   void add_section(const Value& section, std::size_t position);
   /// The extra at `position` among those that are distinct, read on demand; null past the last.
   Candidate* extra_at(std::size_t position);
@@ -73,7 +77,7 @@ class CitationLists {
 
   std::vector<Candidate> from_sections_;
   std::vector<Candidate> from_extra_;
-  std::unordered_map<CitationPlace, Mention, CitationPlaceHash> mentions_;
+  std::map<Place, Mention> mentions_;
   List extra_;
   const char* extra_name_;
   std::size_t extra_read_ = 0;

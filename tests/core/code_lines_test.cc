@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "models/collisions.h"
 #include "models/link_tree.h"
 #include "models/random_input.h"
 #include "models/slow_lines.h"
@@ -90,6 +91,18 @@ TEST(CodeLines, ComeFileByFileAndLineByLine) {
                 "sub![Errno 21] Is a directory: '" + tree.root() + "/sub'\n" +
                 "a.py:1 root/a.py\n./a.py:1 root/a.py\nlong:2 two\nlong:3 \nlong:4 four\n");
   EXPECT_EQ(readings, 1) << "the lock is given up once a call";
+}
+
+// Paths come from outsiders: whatever they are, finding those that are the same takes its time.
+TEST(CodeLines, PathsThatCollideTakeNoLonger) {
+  CodeLinesHooks hooks;
+  hooks.while_reading = [](const auto&) {};
+  const auto look_up = [&hooks](const std::vector<Text>& paths) {
+    std::vector<Place> places;
+    for (const Text& path : paths) places.push_back({path, 1});
+    code_lines(WorkTree("/"), places, hooks);
+  };
+  EXPECT_LT(models::slowdown_by_collisions(16'384, look_up), 20);
 }
 
 }  // namespace
