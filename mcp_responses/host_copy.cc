@@ -141,7 +141,7 @@ struct ShallowCopy {
         const DictContent content(original);
         const bool is_plain = content.has_plain_keys && PyDict_CheckExact(original);
         object = is_plain ? checked(PyDict_Copy(original)) : rekeyed(original);
-        is_whole = content.has_shareable_values;
+        is_whole = is_plain && content.has_shareable_values;
         return;
       }
       case HostKind::other:
