@@ -109,6 +109,7 @@ class Identity(unittest.TestCase):
             self.assertIsInstance(getattr(kind, name), str)
         self.assertEqual(kind.__annotations__, {})
         self.assertIn("A function of hollin.mcp_responses.", pydoc.plain(pydoc.render_doc(kind)))
+        self.assertIn("Build dict for API endpoints", pydoc.plain(pydoc.render_doc(real)))
         # As the type of functions that are defined with def.
         for each in (kind, types.FunctionType):
             with self.assertRaisesRegex(pickle.PicklingError, "attribute lookup function on .* failed"):

@@ -160,6 +160,16 @@ class CodeLines(unittest.TestCase):
         places = [("/proc/self/status", 1), ("/proc/self/status", 20)]
         self.assertEqual([*real.code_lines("/", places)], places)
 
+    def test_no_descriptor_is_lost(self):
+        os.mkfifo(self.base / "pipe")
+        (self.base / "loop").symlink_to("loop")
+        for _ in range(3):
+            self.addCleanup(os.close, os.open("/", os.O_PATH))  # one more each time, so that the numbers differ
+            before = os.listdir("/proc/self/fd")
+            for path in ("a.py", "gone", "pipe", ".", "a.py/x", "../outside", "x" * 300, "loop"):
+                outcome(real.code_lines, self.base, [(path, 1), ("a.py", 1)])
+            self.assertEqual(len(os.listdir("/proc/self/fd")), len(before))
+
     def test_where_the_kernel_refuses_openat2(self):
         for number in (errno.ENOSYS, errno.EPERM, errno.EINVAL):
             run_program("refuse_openat2.py", self.base / str(number), number)

@@ -86,6 +86,7 @@ class Values(ComparingTest):
             self.assertEqual([part for part in parts(answer) if type(part) in OVERRIDING.values()], [], function)
 
     def test_what_is_no_value_is_refused_and_its_place_named(self):
+        self.assertGreater(len(PLACES), 90)
         for place in PLACES:
             where, beyond = place.where, "is an int beyond 64 bits (from -2**63 to 2**63 - 1)"
             cases = [(n, OverflowError, f"{where} {beyond}") for n in (2**63, -(2**63) - 1, 10**25, 10**5000)]

@@ -1,4 +1,5 @@
-// Loaded ahead of all else, fails the allocations of C++, and the growth of an encoded text, which the library reallocates.
+// Loaded ahead of all else, fails the allocations of C++ and the growth of an encoded text, which the
+// library reallocates.
 #include <dlfcn.h>
 
 #include <cstdlib>
