@@ -91,15 +91,6 @@ TextView without_trailing_space(TextView view) noexcept {
   return view;
 }
 
-TextView stripped(TextView view) noexcept {
-  view = without_trailing_space(view);
-  const std::size_t start = visit_units(view, [](auto units) {
-    return static_cast<std::size_t>(std::ranges::find_if_not(units, is_white_space) -
-                                    units.begin());
-  });
-  return view.slice(start, view.size - start);
-}
-
 Cut cut_of(const TextView& view, std::int64_t chars) noexcept {
   if (fits(view, chars)) return {.kept = view, .mark = {}};
   return chars < 1 ? Cut() : marked(view, chars - 1);

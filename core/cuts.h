@@ -29,9 +29,8 @@ constexpr bool is_white_space(std::uint32_t code_point) noexcept {
          in(0x2028, 0x2029) || code_point == 0x202F || code_point == 0x205F || code_point == 0x3000;
 }
 
-/// The view without white space at its end, and at both ends.
+/// The view without white space at its end.
 TextView without_trailing_space(TextView view) noexcept;
-TextView stripped(TextView view) noexcept;
 
 /// What is left of a text that was cut: the part that is kept, where it lies, and the mark that
 /// follows it: an ellipsis, or nothing when nothing was cut off or not even the mark fits. Both
