@@ -12,11 +12,11 @@
 #include "values.h"
 
 namespace {
-std::size_t allocations = 0;
-std::size_t bytes_allocated = 0;
+thread_local std::size_t allocations = 0;
+thread_local std::size_t bytes_allocated = 0;
 }  // namespace
 
-// Counts for this whole program what it allocates. Not inlined: the compiler would see `free` given
+// Counts what each thread of this program allocates. Not inlined: the compiler would see `free` given
 // what `new` made.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
