@@ -59,6 +59,9 @@ class Call {
     return state_.dicts.of(made);
   }
 
+  /// Where texts are written: the module's, kept from call to call.
+  TextBuffer& text_buffer() noexcept { return state_.text_buffer; }
+
   /// A name of the module's namespace as it is now. Raises NameError when it is not there.
   HostRef global(const Word& name) const;
 

@@ -21,7 +21,7 @@
 
 namespace mcp_responses::functions {
 
-HostRef tool_result_text(Call& call) { return encoded_host_text(call[0]); }
+HostRef tool_result_text(Call& call) { return encoded_host_text(call[0], call.text_buffer()); }
 
 HostRef encoded_size(Call& call) { return checked(PyLong_FromSize_t(encoded_host_size(call[0]))); }
 

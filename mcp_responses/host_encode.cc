@@ -1,9 +1,9 @@
 #include "host_encode.h"
 
+#include <utility>
 #include <vector>
 
 #include "detail/encoder.h"
-#include "detail/sinks.h"
 #include "errors.h"
 #include "host_copy.h"
 #include "host_object.h"
@@ -94,31 +94,53 @@ class HostTree {
 };
 
 template <class Sink>
-void encode_host(PyObject* root, Sink& sink) {
+void encode_as_it_lies(PyObject* root, Sink& sink) {
   HostTree tree;
   encode(tree, root, sink);
 }
 
 template <class Sink>
-Sink encoded(PyObject* root) {
+void encode_host(PyObject* root, Sink& sink) {
   try {
-    Sink sink;
-    encode_host(root, sink);
-    return sink;
+    encode_as_it_lies(root, sink);
   } catch (const NeedsCopy&) {
     const HostRef copy = plain_copy(root);
-    Sink sink;
-    encode_host(copy.get(), sink);
-    return sink;
+    sink.clear();
+    encode_as_it_lies(copy.get(), sink);
   }
 }
 
+/// Writes into a buffer that is kept from one text to the next. A call that a signal's handler makes
+/// meanwhile finds none there, and writes into one of its own.
+class KeptBufferSink : public TextSink {
+ public:
+  explicit KeptBufferSink(TextBuffer& kept) noexcept
+      : TextSink(std::exchange(kept, {})), kept_(kept) {}
+  KeptBufferSink(const KeptBufferSink&) = delete;
+  KeptBufferSink& operator=(const KeptBufferSink&) = delete;
+  ~KeptBufferSink() {
+    TextBuffer used = std::move(*this).buffer();
+    if (used.capacity <= most_kept) kept_ = std::move(used);
+  }
+
+ private:
+  static constexpr std::size_t most_kept = 1 << 20;
+
+  TextBuffer& kept_;
+};
+
 }  // namespace
 
-HostRef encoded_host_text(PyObject* root) {
-  return exact_string_of(encoded<TextSink>(root).view());
+HostRef encoded_host_text(PyObject* root, TextBuffer& kept) {
+  KeptBufferSink sink(kept);
+  encode_host(root, sink);
+  return exact_string_of(sink.view());
 }
 
-std::size_t encoded_host_size(PyObject* root) { return encoded<CountSink>(root).bytes(); }
+std::size_t encoded_host_size(PyObject* root) {
+  CountSink sink;
+  encode_host(root, sink);
+  return sink.bytes();
+}
 
 }  // namespace mcp_responses

@@ -1,7 +1,8 @@
-// What a module object keeps for as long as it lives: nothing but names and dicts that would
-// otherwise be made anew for every call. Each interpreter, and each import, has its own.
+// What a module object keeps for as long as it lives: names, dicts and memory that would otherwise be
+// made anew for every call. Each interpreter, and each import, has its own.
 #pragma once
 
+#include "detail/sinks.h"
 #include "host_dict.h"
 #include "host_names.h"
 
@@ -10,6 +11,7 @@ namespace mcp_responses {
 struct State {
   HostNames names;
   HostDicts dicts{names};
+  TextBuffer text_buffer;
 };
 
 /// The state that a module object keeps; null before it is loaded.

@@ -139,12 +139,12 @@ void TextSink::put_escaped(std::span<const From> units) {
 
 void TextSink::grow(std::size_t needed) {
   constexpr std::size_t least = 16384;  // most answers are shorter
-  const std::size_t capacity = std::max({needed, capacity_ * 2, least});
-  void* wider = std::realloc(buffer_.get(), capacity);
+  const std::size_t capacity = std::max({needed, buffer_.capacity * 2, least});
+  void* wider = std::realloc(buffer_.bytes.get(), capacity);
   if (wider == nullptr) throw std::bad_alloc();
-  static_cast<void>(buffer_.release());  // it is `wider` now
-  buffer_.reset(wider);
-  capacity_ = capacity;
+  static_cast<void>(buffer_.bytes.release());  // it is `wider` now
+  buffer_.bytes.reset(wider);
+  buffer_.capacity = capacity;
 }
 
 /// Makes the units wide enough for `repertoire`, from the last to the first so that they can stay
@@ -153,7 +153,7 @@ void TextSink::widen(Repertoire repertoire) {
   const std::size_t from = unit_size(repertoire_);
   const std::size_t to = unit_size(repertoire);
   if (to > from && size_ > 0) {
-    if (size_ * to > capacity_) grow(size_ * to);
+    if (size_ * to > buffer_.capacity) grow(size_ * to);
     if (from == 2) {
       widen_units<std::uint16_t, std::uint32_t>();
     } else if (to == 2) {
@@ -167,8 +167,8 @@ void TextSink::widen(Repertoire repertoire) {
 
 template <class From, class To>
 void TextSink::widen_units() {
-  const auto* from = static_cast<const From*>(buffer_.get());
-  auto* to = static_cast<To*>(buffer_.get());
+  const auto* from = static_cast<const From*>(buffer_.bytes.get());
+  auto* to = static_cast<To*>(buffer_.bytes.get());
   for (std::size_t i = size_; i-- > 0;) to[i] = from[i];
 }
 

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "detail/block.h"
 #include "detail/escapes.h"
@@ -19,13 +20,26 @@
 
 namespace mcp_responses {
 
+/// Memory that texts are written into, one after the other.
+struct TextBuffer {
+  struct Free {
+    void operator()(void* bytes) const noexcept { std::free(bytes); }
+  };
+  std::unique_ptr<void, Free> bytes;
+  std::size_t capacity = 0;  // in bytes
+};
+
 /// Collects a text. Its units are as wide as what came so far needs: the first wider character
 /// widens all that stands already. Surrogates are carried through. Throws std::bad_alloc.
 class TextSink {
  public:
+  TextSink() noexcept = default;
+  /// Writes into this memory, and into more where it is not enough.
+  explicit TextSink(TextBuffer buffer) noexcept : buffer_(std::move(buffer)) {}
+
   void put(char character) {
-    if (unit_size(repertoire_) == 1 && size_ < capacity_) [[likely]] {
-      static_cast<char*>(buffer_.get())[size_++] = character;
+    if (unit_size(repertoire_) == 1 && size_ < buffer_.capacity) [[likely]] {
+      static_cast<char*>(buffer_.bytes.get())[size_++] = character;
     } else {
       put(std::string_view(&character, 1));
     }
@@ -35,19 +49,22 @@ class TextSink {
   void put_key(const TextView& text, bool is_first) { put_between(is_first ? 0 : 1, text, 1); }
 
   /// What was put so far. Valid until the next call.
-  TextView view() const noexcept { return {buffer_.get(), size_, repertoire_}; }
+  TextView view() const noexcept { return {buffer_.bytes.get(), size_, repertoire_}; }
+  /// Begins a new text.
+  void clear() noexcept {
+    size_ = 0;
+    repertoire_ = Repertoire::ascii;
+  }
+  /// The memory, for the next text.
+  TextBuffer buffer() && noexcept { return std::move(buffer_); }
 
  private:
-  struct Free {
-    void operator()(void* buffer) const noexcept { std::free(buffer); }
-  };
-
   /// Makes room for `more` units of the width in use, and answers where the next one goes.
   template <class Unit>
   Unit* room_for(std::size_t more) {
-    if (size_ + more > capacity_ / sizeof(Unit)) [[unlikely]]
+    if (size_ + more > buffer_.capacity / sizeof(Unit)) [[unlikely]]
       grow((size_ + more) * sizeof(Unit));
-    return static_cast<Unit*>(buffer_.get()) + size_;
+    return static_cast<Unit*>(buffer_.bytes.get()) + size_;
   }
   /// A string with `commas` commas before it and `colons` colons behind it, none or one of each.
   void put_between(unsigned commas, const TextView& text, unsigned colons) {
@@ -64,11 +81,11 @@ class TextSink {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t size = Bytes::size;
     if (text.size > 4 * size || text.repertoire > Repertoire::latin1 ||
-        text.repertoire > repertoire_ || capacity_ / sizeof(Unit) - size_ < 5 * size) {
+        text.repertoire > repertoire_ || buffer_.capacity / sizeof(Unit) - size_ < 5 * size) {
       return false;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
-    Unit* to = static_cast<Unit*>(buffer_.get()) + size_;
+    Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + size_;
     *to = ',';
     to += commas;
     std::uint32_t found = 0;
@@ -106,9 +123,8 @@ class TextSink {
   template <class From, class To>
   void widen_units();
 
-  std::unique_ptr<void, Free> buffer_;
-  std::size_t capacity_ = 0;  // in bytes
-  std::size_t size_ = 0;      // in units of the repertoire's size
+  TextBuffer buffer_;
+  std::size_t size_ = 0;  // in units of the repertoire's size
   Repertoire repertoire_ = Repertoire::ascii;
 };
 
@@ -125,6 +141,8 @@ class CountSink {
   }
 
   std::size_t bytes() const noexcept { return bytes_; }
+  /// Begins a new text.
+  void clear() noexcept { bytes_ = 0; }
 
  private:
   std::size_t bytes_ = 0;

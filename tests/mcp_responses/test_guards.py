@@ -1,6 +1,7 @@
 """What ends a call that would not end by itself: the interpreter's recursion guard, and signals."""
 
 import itertools
+import json
 import os
 import signal
 import threading
@@ -117,10 +118,10 @@ LONG = {
 
 
 class Signals(unittest.TestCase):
-    def alarm_after(self, seconds, handler):
+    def alarm_after(self, seconds, handler, again=0):
         self.addCleanup(signal.signal, signal.SIGALRM, signal.signal(signal.SIGALRM, handler))
         self.addCleanup(signal.setitimer, signal.ITIMER_REAL, 0)
-        signal.setitimer(signal.ITIMER_REAL, seconds)
+        signal.setitimer(signal.ITIMER_REAL, seconds, again)
 
     def test_each_long_call_ends_by_a_signal(self):
         def end(*_):
@@ -152,3 +153,12 @@ class Signals(unittest.TestCase):
                 function(root)  # ends, for there is nothing left to walk
                 self.assertEqual(root, [])
                 self.doCleanups()
+
+    def test_a_handler_makes_a_text_while_one_is_made(self):
+        tree, inner = shared(16), ["wider…" * 99] * 99
+        text, inner_text = (json.dumps(value, ensure_ascii=False, separators=(",", ":")) for value in (tree, inner))
+        made = []
+        self.alarm_after(0.001, lambda *_: made.append(real.tool_result_text(inner)), again=0.001)
+        while len(made) < 20:
+            self.assertTrue(real.tool_result_text(tree) == text)
+        self.assertEqual(set(made), {inner_text})
