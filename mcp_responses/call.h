@@ -51,7 +51,9 @@ class Call {
   template <class Visitor>
   void for_each_in(std::size_t position, Visitor visitor) const;
   /// The first argument, for its attributes to be read.
-  HostRecord record() noexcept { return {state_.names, arguments_[0], name(0), read_}; }
+  HostRecord record() noexcept {
+    return {state_.names, state_.places, arguments_[0], name(0), read_};
+  }
 
   /// What a builder made, as the host object that is answered.
   template <class Made>

@@ -4,17 +4,8 @@
 #include "host_value.h"
 
 namespace mcp_responses {
-namespace {
-
-/// So many keys have room in a new dict; for more, a copy of one that has the room is faster.
-constexpr std::size_t fit_in_new_dict = 5;
-
-}  // namespace
-
 StartedDict::StartedDict(const DictStart& start)
-    : next_key_(start.keys.data()),
-      has_nulls_(static_cast<bool>(start.dict)),
-      dict_(checked(has_nulls_ ? PyDict_Copy(start.dict.get()) : PyDict_New())) {}
+    : start_(start), dict_(checked(PyDict_Copy(start.dict.get()))) {}
 
 const DictStart& HostDicts::found_start(const Layout& layout) {
   const auto found = starts_.find(layout);
@@ -23,10 +14,8 @@ const DictStart& HostDicts::found_start(const Layout& layout) {
   for (std::size_t i = 0; layout.kept >> i != 0; ++i) {
     if ((layout.kept >> i & 1) != 0) start.keys.push_back(names_.of(*layout.keys[i]));
   }
-  if (start.keys.size() > fit_in_new_dict) {
-    start.dict = checked(PyDict_New());
-    for (PyObject* key : start.keys) check(PyDict_SetItem(start.dict.get(), key, Py_None));
-  }
+  start.dict = checked(PyDict_New());
+  for (PyObject* key : start.keys) check(PyDict_SetItem(start.dict.get(), key, Py_None));
   return starts_.try_emplace(layout, std::move(start)).first->second;
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host_errors.h"
+#include "host_layout.h"
 #include "host_names.h"
 #include "host_ref.h"
 #include "shaped.h"
@@ -38,28 +39,29 @@ struct Layout {
 /// What all dicts of one layout start as.
 struct DictStart {
   std::vector<PyObject*> keys;  // in order; borrowed from the names
-  HostRef dict;                 // of these keys, every value None; null where none is needed
+  HostRef dict;                 // of these keys, every value None
 };
 
 /// A dict of one layout, while its members are being set in order. Requires as many calls of
 /// `set_next` as the layout has keys: then no key holds the None that it began with.
 class StartedDict {
  public:
-  /// Begins with a copy of the start's dict, or with an empty one where it has none. `start` must
-  /// outlive this object. Throws `HostError`.
+  /// Begins with a copy of the start's dict. `start` must outlive this object. Throws `HostError`.
   explicit StartedDict(const DictStart& start);
   /// Sets the value under the next key. Adds a reference of its own. Throws `HostError`.
   void set_next(PyObject* object) {
-    PyObject* const key = *next_key_++;
-    if (object != Py_None || !has_nulls_) check(PyDict_SetItem(dict_.get(), key, object));
+    PyObject* const key = start_.keys[next_];
+    const auto index = static_cast<Py_ssize_t>(next_++);
+    if (object == Py_None || set_in_place(dict_.get(), index, key, object)) return;
+    check(PyDict_SetItem(dict_.get(), key, object));
   }
   /// The dict, a new reference.
   HostRef finished() && { return std::move(dict_); }
 
  private:
-  PyObject* const* next_key_;
-  bool has_nulls_;  // under every key that is not set yet
-  HostRef dict_;
+  const DictStart& start_;
+  std::size_t next_ = 0;
+  HostRef dict_;  // has None under every key that is not set yet
 };
 
 /// Makes the host objects of one module's answers, and keeps what they start as for as long as the

@@ -24,6 +24,7 @@ Py_UCS4 highest_in(Repertoire repertoire) noexcept {
 }  // namespace
 
 std::int64_t integer_in(PyObject* object) {
+  if (const auto small = small_integer(object)) return *small;
   int overflow = 0;
   const long long content = PyLong_AsLongLongAndOverflow(object, &overflow);
   if (overflow != 0) throw Refused(object);

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "host_errors.h"
+#include "host_layout.h"
 #include "host_ref.h"
 #include "text.h"
 
@@ -52,6 +53,7 @@ inline bool has_own_order(PyObject* dict) noexcept {
 inline bool is_shareable(PyObject* object) noexcept {
   if (PyUnicode_CheckExact(object) || object == Py_None) return true;
   if (PyLong_CheckExact(object)) {
+    if (small_integer(object)) return true;
     int overflow = 0;
     PyLong_AsLongLongAndOverflow(object, &overflow);
     return overflow == 0;
@@ -95,7 +97,7 @@ class HostCursor {
 
   /// On to the next element or member; false past the last.
   bool next() noexcept {
-    if (is_dict_) return PyDict_Next(container_, &position_, &key_, &value_) != 0;
+    if (is_dict_) return next_member(container_, position_, key_, value_);
     if (position_ >= PySequence_Fast_GET_SIZE(container_)) return false;
     value_ = PySequence_Fast_GET_ITEM(container_, position_++);
     return true;

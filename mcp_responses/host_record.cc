@@ -78,7 +78,13 @@ HostRef HostRecord::summary(Field field) const {
   refuse_docstring(to_value(HostRef::borrow(read_.hold(name_, field, std::move(docstring)))));
 }
 
-void HostRecord::fail(PyObject* name, bool is_generic) const {
+HostRef HostRecord::asked_of_host(PyObject* name) const {
+  // PyObject_GetAttr is one step more to where the attributes of most objects are.
+  const bool is_generic = Py_TYPE(object_)->tp_getattro == PyObject_GenericGetAttr;
+  HostRef attribute = HostRef::steal(in_host([&] {
+    return is_generic ? PyObject_GenericGetAttr(object_, name) : PyObject_GetAttr(object_, name);
+  }));
+  if (attribute) return attribute;
   if (is_generic) complete_attribute_error(object_, name);  // the others have done so
   throw HostError();
 }

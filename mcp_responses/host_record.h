@@ -8,6 +8,7 @@
 
 #include "host_copy.h"
 #include "host_errors.h"
+#include "host_layout.h"
 #include "host_names.h"
 #include "host_object.h"
 #include "host_ref.h"
@@ -39,9 +40,9 @@ class ReadAttributes {
 class HostRecord {
  public:
   /// `name` is what errors call it. Everything must outlive the record.
-  HostRecord(const HostNames& names, PyObject* object, const char* name,
+  HostRecord(const HostNames& names, AttributePlaces& places, PyObject* object, const char* name,
              ReadAttributes& read) noexcept
-      : names_(names), object_(object), name_(name), read_(read) {}
+      : names_(names), places_(places), object_(object), name_(name), read_(read) {}
 
   HostRef handed_on(Field field) const {
     HostRef attribute = this->attribute(field);
@@ -55,17 +56,13 @@ class HostRecord {
  private:
   HostRef attribute(Field field) const {
     PyObject* const name = names_.of(field);
-    // PyObject_GetAttr is one step more to where the attributes of most objects are.
-    const bool is_generic = Py_TYPE(object_)->tp_getattro == PyObject_GenericGetAttr;
-    HostRef attribute = HostRef::steal(in_host([&] {
-      return is_generic ? PyObject_GenericGetAttr(object_, name) : PyObject_GetAttr(object_, name);
-    }));
-    if (!attribute) fail(name, is_generic);
-    return attribute;
+    HostRef attribute = places_.read(object_, field, name);
+    return attribute ? std::move(attribute) : asked_of_host(name);
   }
-  [[noreturn]] void fail(PyObject* name, bool is_generic) const;
+  HostRef asked_of_host(PyObject* name) const;
 
   const HostNames& names_;
+  AttributePlaces& places_;
   PyObject* object_;
   const char* name_;
   ReadAttributes& read_;

@@ -11,6 +11,7 @@
 #include "empty_responses.h"
 #include "function_type.h"
 #include "host_errors.h"
+#include "host_layout.h"
 #include "signatures.h"
 #include "state.h"
 
@@ -123,6 +124,7 @@ void define_empty_responses(PyObject* module) {
 }  // namespace
 
 void load(PyObject* module) {
+  confirm_layout();
   define_annotations(module);
   import_host_modules(module);
   import_name(module, "hollin.utils.pagination", "add_pagination_hint");

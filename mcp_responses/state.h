@@ -1,9 +1,10 @@
-// What a module object keeps for as long as it lives: names, dicts and memory that would otherwise be
+// What a module object keeps for as long as it lives: names, dicts, places and memory that would otherwise be
 // made anew for every call. Each interpreter, and each import, has its own.
 #pragma once
 
 #include "detail/sinks.h"
 #include "host_dict.h"
+#include "host_layout.h"
 #include "host_names.h"
 
 namespace mcp_responses {
@@ -11,6 +12,7 @@ namespace mcp_responses {
 struct State {
   HostNames names;
   HostDicts dicts{names};
+  AttributePlaces places;
   TextBuffer text_buffer;
 };
 
