@@ -24,10 +24,10 @@ bool encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink) {
       sink.put(tree.boolean(node) ? "true" : "false");
       return true;
     case Kind::integer:
-      sink.put(NumberText(tree.integer(node)).view());
+      sink.put(NumberText(tree.integer(node)));
       return true;
     case Kind::real:
-      sink.put(NumberText(tree.real(node)).view());
+      sink.put(NumberText(tree.real(node)));
       return true;
     case Kind::string:
       sink.put_string(tree.text(node));

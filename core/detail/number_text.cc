@@ -11,27 +11,56 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "detail/shortest_float.h"
+
 namespace mcp_responses {
 namespace {
 
-/// The shortest digits of a finite, non-negative number that read back as the same double.
+// Pieces are copied in one size, as long as the longest may be: what stands too far is written over
+// by the next one, or past the end.
+constexpr std::size_t most_digits = 17;
+constexpr std::size_t piece = 24;
+
+/// "00" to "99".
+constexpr auto pairs = [] {
+  std::array<std::array<char, 2>, 100> table{};
+  for (std::size_t i = 0; i < table.size(); ++i)
+    table[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
+  return table;
+}();
+
+/// Exactly 8 digits.
+void write_8(std::uint32_t number, char* to) noexcept {
+  const std::uint32_t high = number / 10000;
+  const std::uint32_t low = number % 10000;
+  std::memcpy(to, pairs[high / 100].data(), 2);
+  std::memcpy(to + 2, pairs[high % 100].data(), 2);
+  std::memcpy(to + 4, pairs[low / 100].data(), 2);
+  std::memcpy(to + 6, pairs[low % 100].data(), 2);
+}
+
+/// The shortest digits of a finite, non-negative number that read back as the same double; zeros
+/// follow them.
 struct Shortest {
-  std::array<char, 17> digits;
-  std::size_t count = 0;
-  int exponent = 0;
+  std::array<char, most_digits + piece> digits;
+  std::size_t first = 0;
+  std::size_t count;
+  int exponent;
 
   explicit Shortest(double magnitude) noexcept {
-    std::array<char, 32> buffer;  // as "d.ddde-05"
-    const char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), magnitude,
-                                          std::chars_format::scientific)
-                                .ptr;
-    const char* at = buffer.data();
-    for (; *at != 'e'; ++at) {
-      if (*at != '.') digits[count++] = *at;
-    }
-    const char* const exponent_digits = at + (at[1] == '+' ? 2 : 1);
-    std::from_chars(exponent_digits, end, exponent);
+    const Decimal decimal = magnitude == 0 ? Decimal{} : shortest_decimal(magnitude);
+    constexpr std::uint64_t half = 100'000'000;
+    digits[0] = static_cast<char>('0' + decimal.digits / (half * half));
+    write_8(static_cast<std::uint32_t>(decimal.digits / half % half), &digits[1]);
+    write_8(static_cast<std::uint32_t>(decimal.digits % half), &digits[1 + 8]);
+    std::memset(&digits[most_digits], '0', piece);
+    while (first < most_digits - 1 && digits[first] == '0') ++first;
+    count = most_digits - first;
+    exponent = decimal.exponent + static_cast<int>(count) - 1;
+    while (count > 1 && digits[first + count - 1] == '0') --count;
   }
+
+  const char* begin() const noexcept { return &digits[first]; }
 };
 
 }  // namespace
@@ -43,7 +72,7 @@ NumberText::NumberText(std::int64_t integer) noexcept {
 }
 
 NumberText::NumberText(double real) noexcept {
-  if (std::signbit(real) && !std::isnan(real)) put("-");
+  if (std::signbit(real) && !std::isnan(real)) characters_[size_++] = '-';
   if (std::isfinite(real)) {
     put_finite(std::fabs(real));
   } else {
@@ -53,39 +82,26 @@ NumberText::NumberText(double real) noexcept {
 
 void NumberText::put_finite(double magnitude) noexcept {
   const Shortest shortest(magnitude);
-  const std::string_view digits(shortest.digits.data(), shortest.count);
-  if (shortest.exponent >= -4 && shortest.exponent <= 15) {
-    put_positional(digits, shortest.exponent);
+  if (shortest.exponent < -4 || shortest.exponent > 15) {
+    put_with_exponent({shortest.begin(), shortest.count}, shortest.exponent);
+  } else if (shortest.exponent < 0) {
+    std::memcpy(end(), "0.0000", 6);
+    size_ += static_cast<std::size_t>(1 - shortest.exponent);
+    std::memcpy(end(), shortest.begin(), piece);
+    size_ += shortest.count;
   } else {
-    put_with_exponent(digits, shortest.exponent);
+    const std::size_t before_point = static_cast<std::size_t>(shortest.exponent) + 1;
+    std::memcpy(end(), shortest.begin(), piece);
+    size_ += before_point;
+    *end() = '.';
+    std::memcpy(end() + 1, shortest.begin() + before_point, piece);
+    size_ += 1 + (shortest.count > before_point ? shortest.count - before_point : 1);
   }
 }
 
 void NumberText::put(std::string_view text) noexcept {
-  std::memcpy(characters_.data() + size_, text.data(), text.size());
+  std::memcpy(end(), text.data(), text.size());
   size_ += text.size();
-}
-
-void NumberText::put(std::size_t count, char character) noexcept {
-  std::memset(characters_.data() + size_, character, count);
-  size_ += count;
-}
-
-void NumberText::put_positional(std::string_view digits, int exponent) noexcept {
-  if (exponent < 0) {
-    put("0.");
-    put(static_cast<std::size_t>(-exponent - 1), '0');
-    return put(digits);
-  }
-  const auto before_point = static_cast<std::size_t>(exponent) + 1;
-  if (digits.size() <= before_point) {
-    put(digits);
-    put(before_point - digits.size(), '0');
-    return put(".0");
-  }
-  put(digits.substr(0, before_point));
-  put(".");
-  put(digits.substr(before_point));
 }
 
 void NumberText::put_with_exponent(std::string_view digits, int exponent) noexcept {

@@ -22,14 +22,16 @@ class NumberText {
 
   std::string_view view() const noexcept { return {characters_.data(), size_}; }
 
+  /// So many characters stand at `view().data()`, of which those past the text mean nothing.
+  static constexpr std::size_t room = 32;
+
  private:
+  char* end() noexcept { return characters_.data() + size_; }
   void put(std::string_view text) noexcept;
-  void put(std::size_t count, char character) noexcept;
   void put_finite(double magnitude) noexcept;
-  void put_positional(std::string_view digits, int exponent) noexcept;
   void put_with_exponent(std::string_view digits, int exponent) noexcept;
 
-  std::array<char, 32> characters_;
+  std::array<char, 48> characters_;  // some may be written past the end of the text
   std::size_t size_ = 0;
 };
 

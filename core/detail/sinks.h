@@ -1,7 +1,8 @@
 // Sinks: what the encoder writes into. TextSink collects a text, CountSink only counts its bytes.
-// Both take the same four calls, so that the size of an answer cannot disagree with its text:
+// Both take the same calls, so that the size of an answer cannot disagree with its text:
 //
-//   put(character), put(ascii)    punctuation, numbers and words: ASCII, written as it is
+//   put(character), put(ascii)    punctuation and words: ASCII, written as it is
+//   put(number)                   the text of a number
 //   put_string(text)              a string in quotation marks, escaped where it must be
 //   put_key(text, is_first)       the key of a member: a string and a colon, and a comma before any
 //                                 but the first member of its object
@@ -16,6 +17,7 @@
 
 #include "detail/block.h"
 #include "detail/escapes.h"
+#include "detail/number_text.h"
 #include "text.h"
 
 namespace mcp_responses {
@@ -45,6 +47,7 @@ class TextSink {
     }
   }
   void put(std::string_view ascii);
+  void put(const NumberText& number);
   void put_string(const TextView& text) { put_between(0, text, 0); }
   void put_key(const TextView& text, bool is_first) { put_between(is_first ? 0 : 1, text, 1); }
 
@@ -115,6 +118,8 @@ class TextSink {
   template <class Unit>
   void put_ascii(std::string_view ascii);
   template <class Unit>
+  void put_digits(const NumberText& number);
+  template <class Unit>
   void put_quoted(const TextView& text);
   template <class Unit, class From>
   void put_escaped(std::span<const From> units);
@@ -134,6 +139,7 @@ class CountSink {
  public:
   void put(char) noexcept { ++bytes_; }
   void put(std::string_view ascii) noexcept { bytes_ += ascii.size(); }
+  void put(const NumberText& number) noexcept { put(number.view()); }
   void put_string(const TextView& text);
   void put_key(const TextView& text, bool is_first) {
     bytes_ += is_first ? 1 : 2;
