@@ -69,6 +69,8 @@ Text tool_result_text(const Value& result) {
 }
 
 std::size_t _encoded_size(const Value& result) {
+  const Holder& holder = result.holder();
+  if (holder.encoded_size != nullptr) return holder.encoded_size(result.payload());
   CountSink sink;
   ValueTree tree;
   encode(tree, &result, sink);

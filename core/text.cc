@@ -1,12 +1,12 @@
 #include "text.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
 
+#include "detail/join.h"
 #include "detail/utf8.h"
 
 namespace mcp_responses {
@@ -58,34 +58,6 @@ TextView view_word(Payload payload) noexcept {
 
 constexpr Word no_characters{"", 0};
 
-/// The bits of all units together are enough to tell the repertoire.
-template <class Unit>
-Repertoire repertoire_of(std::span<const Unit> units) noexcept {
-  std::uint32_t bits = 0;
-  for (const Unit unit : units) bits |= unit;
-  return bits < 0x80      ? Repertoire::ascii
-         : bits < 0x100   ? Repertoire::latin1
-         : bits < 0x10000 ? Repertoire::bmp
-                          : Repertoire::full;
-}
-
-Repertoire repertoire_of(const TextView& view) noexcept {
-  return visit_units(view, [](auto units) { return repertoire_of(units); });
-}
-
-/// Writes the code points as units and returns the end.
-template <class To>
-To* copy_units(const TextView& view, To* to) noexcept {
-  return visit_units(view, [to](auto units) {
-    return std::ranges::transform(units, to, [](auto unit) { return static_cast<To>(unit); }).out;
-  });
-}
-
-template <class To>
-void join_units(const TextView& first, const TextView& second, void* to) noexcept {
-  copy_units(second, copy_units(first, static_cast<To*>(to)));
-}
-
 Text decoded(std::string_view utf8) {
   std::vector<std::uint32_t> code_points;
   code_points.reserve(utf8.size());
@@ -129,18 +101,9 @@ Text Text::copy_of(const TextView& view) { return joined(view, {}); }
 Text Text::joined(const TextView& first, const TextView& second) {
   const std::size_t size = first.size + second.size;
   if (size == 0) return {};
-  const Repertoire repertoire = std::max(repertoire_of(first), repertoire_of(second));
+  const Repertoire repertoire = joined_repertoire(first, second);
   TextStorage* const storage = TextStorage::allocate(size, repertoire);
-  switch (unit_size(repertoire)) {
-    case 1:
-      join_units<std::uint8_t>(first, second, storage->units());
-      break;
-    case 2:
-      join_units<std::uint16_t>(first, second, storage->units());
-      break;
-    default:
-      join_units<std::uint32_t>(first, second, storage->units());
-  }
+  join(first, second, repertoire, storage->units());
   return {text_holder, Payload{.pointer = storage}};
 }
 

@@ -41,11 +41,10 @@ List Call::sequence(std::size_t position) const {
   return *to_value(HostRef::borrow(elements.get())).list();
 }
 
-Object Call::dict(std::size_t position) const {
-  const Value argument = looked_into(position);
-  const auto object = argument.object();
-  if (!object) throw KindError(name(position), "dict", argument.kind());
-  return *object;
+PyObject* Call::dict(std::size_t position) const {
+  PyObject* const argument = arguments_[position];
+  if (host_kind(argument) == HostKind::dict) return argument;
+  throw KindError(name(position), "dict", looked_into(position).kind());
 }
 
 HostRef Call::global(const Word& name) const {

@@ -44,7 +44,7 @@ class Call {
   Text text(std::size_t position) const;
   std::int64_t integer(std::size_t position) const;
   List list(std::size_t position) const;
-  Object dict(std::size_t position) const;
+  PyObject* dict(std::size_t position) const;
   /// The argument, a list or any other sequence, which is read once, front to back.
   List sequence(std::size_t position) const;
   /// Calls `visitor` with each element of an iterable argument, in order.

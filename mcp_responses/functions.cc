@@ -8,6 +8,7 @@
 #include "ask_response.h"
 #include "cuts.h"
 #include "empty_responses.h"
+#include "host_copy.h"
 #include "host_encode.h"
 #include "host_errors.h"
 #include "host_value.h"
@@ -15,11 +16,19 @@
 #include "outline_rows.h"
 #include "pagination.h"
 #include "reference_rows.h"
-#include "row_pruning.h"
 #include "symbol_rows.h"
 #include "wiki_pages.h"
 
 namespace mcp_responses::functions {
+namespace {
+
+HostRef shortened(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noexcept) {
+  const Text text = call.text(0);
+  const Cut cut = shorten(text.view(), call.integer(1));
+  return cut.kept.size == text.size() ? string_of(text) : string_of(cut);
+}
+
+}  // namespace
 
 HostRef tool_result_text(Call& call) { return encoded_host_text(call[0], call.text_buffer()); }
 
@@ -31,13 +40,11 @@ HostRef first_sentence(Call& call) {
   return first_sentence_of(call[0]);
 }
 
-HostRef cut(Call& call) { return string_of(_cut(call.text(0), call.integer(1))); }
+HostRef cut(Call& call) { return shortened(call, cut_of); }
 
-HostRef trimmed(Call& call) { return string_of(_trimmed(call.text(0), call.integer(1))); }
+HostRef trimmed(Call& call) { return shortened(call, trimmed_of); }
 
-HostRef without_nulls(Call& call) {
-  return call.answer(mcp_responses::without_nulls(call.dict(0)));
-}
+HostRef without_nulls(Call& call) { return plain_copy_without_nulls(call.dict(0)); }
 
 HostRef build_index_status_response(Call& call) {
   return call.answer(index_status(IndexStatusOf<HostRef>{.status = call.handed_on(0),

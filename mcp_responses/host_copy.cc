@@ -211,6 +211,16 @@ HostRef plain_copy(PyObject* root) {
   return std::move(copy.object);
 }
 
+HostRef plain_copy_without_nulls(PyObject* dict) {
+  HostRef copy = plain_copy(dict);
+  std::vector<HostRef> without_value;
+  for (HostCursor at(copy.get(), true); at.next();) {
+    if (at.value() == Py_None) without_value.push_back(HostRef::borrow(at.key()));
+  }
+  for (const HostRef& key : without_value) check(PyDict_DelItem(copy.get(), key.get()));
+  return copy;
+}
+
 HostRef with_text_keys(PyObject* dict) {
   if (has_own_order(dict)) return rekeyed(dict);
   for (HostCursor at(dict, true); at.next();) {

@@ -13,6 +13,9 @@ namespace mcp_responses {
 /// `NestingError`.
 HostRef plain_copy(PyObject* root);
 
+/// The same of a dict, without its members whose value is None: as `without_nulls` has it.
+HostRef plain_copy_without_nulls(PyObject* dict);
+
 /// What goes into an answer for an object that is only handed on: a leaf itself where it can be
 /// shared, a copy of anything else.
 inline HostRef handed_on(HostRef object) {

@@ -6,7 +6,14 @@
 #include "errors.h"
 
 namespace mcp_responses {
-namespace {
+
+std::int64_t integer_in(PyObject* object) {
+  if (const auto small = small_integer(object)) return *small;
+  int overflow = 0;
+  const long long content = PyLong_AsLongLongAndOverflow(object, &overflow);
+  if (overflow != 0) throw Refused(object);
+  return content;
+}
 
 Py_UCS4 highest_in(Repertoire repertoire) noexcept {
   switch (repertoire) {
@@ -19,16 +26,6 @@ Py_UCS4 highest_in(Repertoire repertoire) noexcept {
     default:
       return 0x10FFFF;
   }
-}
-
-}  // namespace
-
-std::int64_t integer_in(PyObject* object) {
-  if (const auto small = small_integer(object)) return *small;
-  int overflow = 0;
-  const long long content = PyLong_AsLongLongAndOverflow(object, &overflow);
-  if (overflow != 0) throw Refused(object);
-  return content;
 }
 
 HostRef string_of(const TextView& characters) {

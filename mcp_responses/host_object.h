@@ -76,6 +76,9 @@ inline TextView view_of(PyObject* string) noexcept {
           repertoire};
 }
 
+/// The highest code point of a repertoire, by which the host chooses the form of a str.
+Py_UCS4 highest_in(Repertoire repertoire) noexcept;
+
 /// A new str of these characters, in the narrowest form, as the host demands of each str. Throws
 /// `HostError`.
 HostRef string_of(const TextView& characters);

@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "cuts.h"
+#include "detail/join.h"
 #include "host_copy.h"
+#include "host_encode.h"
 #include "host_object.h"
 
 namespace mcp_responses {
@@ -63,6 +65,8 @@ Value found_in_dict(Payload payload, const TextView& wanted) {
   return found == nullptr ? Value() : to_value(HostRef::borrow(found));
 }
 
+std::size_t encoded_size(Payload payload) { return encoded_host_size(object_in(payload)); }
+
 Value held_by(const Holder& holder, HostRef object) noexcept {
   return {holder, Payload{.pointer = object.release()}};
 }
@@ -82,13 +86,15 @@ const Holder host_list{.kind = Kind::list,
                        .retain = retain,
                        .release = release,
                        .size = list_size,
-                       .opened = opened_list};
+                       .opened = opened_list,
+                       .encoded_size = encoded_size};
 const Holder host_dict{.kind = Kind::object,
                        .retain = retain,
                        .release = release,
                        .size = dict_size,
                        .opened = opened_dict,
-                       .get = found_in_dict};
+                       .get = found_in_dict,
+                       .encoded_size = encoded_size};
 
 Value to_value(HostRef object) {
   switch (host_kind(object.get())) {
@@ -121,7 +127,15 @@ Text to_text(HostRef string) {
 
 HostRef string_of(const Text& text) {
   if (PyObject* object = leaf_of(text)) return HostRef::borrow(object);
-  return string_of(text.view());
+  return exact_string_of(text.view());
+}
+
+HostRef string_of(const Cut& cut) {
+  const auto size = static_cast<Py_ssize_t>(cut.kept.size + cut.mark.size);
+  const Repertoire repertoire = joined_repertoire(cut.kept, cut.mark);
+  HostRef string = checked(PyUnicode_New(size, highest_in(repertoire)));
+  join(cut.kept, cut.mark, repertoire, PyUnicode_DATA(string.get()));
+  return string;
 }
 
 HostRef first_sentence_of(PyObject* docstring) {

@@ -3,6 +3,7 @@
 // until a builder looks into it, one level at a time.
 #pragma once
 
+#include "cuts.h"
 #include "host_ref.h"
 #include "value.h"
 
@@ -42,6 +43,9 @@ inline PyObject* container_of(const Handle& value) noexcept {
 
 /// A str with the characters of a text: the very one that it came from when there is one.
 HostRef string_of(const Text& text);
+
+/// A new str of what is left of a text that was cut.
+HostRef string_of(const Cut& cut);
 
 /// The first sentence of a str as `first_sentence` has it, or None.
 HostRef first_sentence_of(PyObject* docstring);

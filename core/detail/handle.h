@@ -40,6 +40,8 @@ struct Holder {
   Value (*opened)(Payload) = nullptr;
   /// The value under a key of an object held elsewhere, or null. Null with `opened`.
   Value (*get)(Payload, const TextView& key) = nullptr;
+  /// The bytes of the text of a list or an object held elsewhere. Null with `opened`.
+  std::size_t (*encoded_size)(Payload) = nullptr;
 };
 
 extern const Holder null_holder;
