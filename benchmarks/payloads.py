@@ -5,6 +5,8 @@ The names of this module are the names that the statements in cases.py use.
 
 from __future__ import annotations
 
+import dataclasses
+import json
 import random
 import re
 import tempfile
@@ -202,3 +204,20 @@ wiki_page_cut = {**wiki_page, "pages": [*wiki_page["pages"], {"page_id": "p90", 
 code_page = plain.build_wiki_list_response([{"page_id": f"p{n}", "content": code(2000)} for n in range(90)], 90)
 _scores = [{"page_id": n, "similarity": _rng.uniform(0.1, 1)} for n in range(1000)]
 floats_page = plain.build_wiki_list_response(_scores, len(_scores))
+
+# --- The same anew, down to the strings: what a service answers with was made for that answer.
+
+_page_text, _ask_cut_text = json.dumps(page), json.dumps(ask_cut)
+_symbols_text = json.dumps([dataclasses.astuple(each) for each in symbols])
+
+
+def new_page() -> Any:
+    return json.loads(_page_text)
+
+
+def new_ask_cut() -> Any:
+    return json.loads(_ask_cut_text)
+
+
+def new_symbols() -> list[Symbol]:
+    return [Symbol(*values) for values in json.loads(_symbols_text)]

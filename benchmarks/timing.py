@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import ctypes
 import sys
 import time
 import timeit
@@ -18,26 +17,29 @@ from hollin import mcp_responses as ours
 
 ROUND = 0.002  # seconds: so short that both sides meet the same machine
 
-# Memory that a call frees stays with the process, as in a service that has run for a while. Otherwise the kernel hands
-# out fresh pages at every call or at none, depending on what ran before.
-_M_TRIM_THRESHOLD, _M_MMAP_THRESHOLD = -1, -3  # malloc.h of glibc
-if hasattr(ctypes.CDLL(None), "mallopt"):
-    for _parameter in (_M_TRIM_THRESHOLD, _M_MMAP_THRESHOLD):
-        ctypes.CDLL(None).mallopt(_parameter, 32 << 20)
-
 
 class Side:
     """The best processor time of a call, over all rounds so far. timeit turns the garbage collector off meanwhile."""
 
-    def __init__(self, statement: str, namespace: dict[str, Any]) -> None:
-        self.timer = timeit.Timer(statement, timer=time.process_time, globals=namespace)
+    def __init__(self, case: cases.Case, namespace: dict[str, Any]) -> None:
+        self.case = case
+        self.namespace = namespace
         self.best = float("inf")
         self.calls = 1  # a round
+        if not case.made_anew:
+            self.timer = timeit.Timer(case.statement, timer=time.process_time, globals=namespace)
 
     def round(self) -> float:
-        taken = self.timer.timeit(self.calls)
+        taken = self.over_new_objects() if self.case.made_anew else self.timer.timeit(self.calls)
         self.best = min(self.best, taken / self.calls)
         return taken
+
+    def over_new_objects(self) -> float:
+        """Each call has an object of its own, made before the time is taken."""
+        make = self.namespace[self.case.made_anew]
+        timer = timeit.Timer(f"for anew in made: {self.case.statement}", timer=time.process_time, globals=self.namespace)
+        self.namespace["made"] = [make() for _ in range(self.calls)]
+        return timer.timeit(1)
 
     def settle(self) -> None:
         """Find how many calls make a round."""
@@ -50,17 +52,17 @@ class Result:
 
     def __init__(self, case: cases.Case) -> None:
         self.case = case
-        namespaces = [_namespace(api) for api in (ours, plain)]
+        namespaces = [_namespace(api) | _first_object(case) for api in (ours, plain)]
         answers = [eval(case.statement, namespace) for namespace in namespaces]
         # Unlike ==, the representations tell 1 from 1.0 and see the order of keys.
         if repr(answers[0]) != repr(answers[1]):
             sys.exit(f"{case}: the two sides do not answer alike")
-        self.ours, self.plain = (Side(case.statement, namespace) for namespace in namespaces)
-        self.others = {
-            name: Side(case.statement, vars(payloads) | {"tool_result_text": encode})
-            for name, encode in others.ENCODERS.items()
-            if case.is_text and eval(case.statement, vars(payloads) | {"tool_result_text": encode}) == answers[1]
-        }
+        self.ours, self.plain = (Side(case, namespace) for namespace in namespaces)
+        self.others = {}
+        for name, encode in others.ENCODERS.items() if case.is_text else ():
+            namespace = vars(payloads) | _first_object(case) | {"tool_result_text": encode}
+            if others.answer_of(case.statement, namespace) == answers[1]:
+                self.others[name] = Side(case, namespace)
 
     @property
     def ratio(self) -> float:
@@ -83,6 +85,10 @@ class Result:
 def _namespace(api: ModuleType) -> dict[str, Any]:
     handlers = {handler.__name__: handler for handler in cases.WHOLE_ANSWERS}
     return vars(payloads) | vars(api) | handlers | {"api": api}
+
+
+def _first_object(case: cases.Case) -> dict[str, Any]:
+    return {"anew": getattr(payloads, case.made_anew)()} if case.made_anew else {}
 
 
 def measure(case: cases.Case, seconds: float, tries: int) -> Result:
