@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -48,9 +50,12 @@ class Block {
   /// where only the first units mean anything.
   template <class To>
   void copy_to(To* to) const noexcept {
-    using Wide [[gnu::vector_size(size * sizeof(To))]] = To;
-    const Wide wide = __builtin_convertvector(units_, Wide);
-    std::memcpy(to, &wide, sizeof(wide));
+    if constexpr (sizeof(To) == sizeof(Unit)) {
+      std::memcpy(to, &units_, sizeof(units_));
+    } else {
+      with_zeros_from<0>().copy_to(to);
+      with_zeros_from<size / 2>().copy_to(to + size / 2);
+    }
   }
 
   /// Which units `find` holds for: the bit at `position * sizeof(Unit)`, counted from the lowest,
@@ -61,17 +66,33 @@ class Block {
     return bits_of(find(units_)) & one_a_unit;
   }
 
-  /// True when `find` holds for none of the 16 units at `units`, however many blocks they take.
-  template <class Find>
-  static bool none_in_16(const Unit* units, Find find) noexcept {
+  /// True when `find` holds for none of the `count` units at `units`, however many blocks they take.
+  template <std::size_t count, class Find>
+  static bool none_in(const Unit* units, Find find) noexcept {
     auto found = find(Block(units).units_);
-    for (std::size_t i = size; i < 16; i += size) found |= find(Block(units + i).units_);
+    for (std::size_t i = size; i < count; i += size) found |= find(Block(units + i).units_);
     return bits_of(found) == 0;
   }
 
  private:
   static_assert(std::endian::native == std::endian::little);
   using Vector [[gnu::vector_size(16)]] = Unit;
+  using Twice = std::conditional_t<sizeof(Unit) == 1, std::uint16_t, std::uint32_t>;
+  template <class>
+  friend class Block;
+  explicit Block(const Vector& units) noexcept : units_(units) {}
+
+  /// Half of the units, the first of them at `first`, each twice as wide. A conversion of vectors
+  /// would be made one unit after the other.
+  template <std::size_t first>
+  Block<Twice> with_zeros_from() const noexcept {
+    const auto interleaved = [this]<std::size_t... i>(std::index_sequence<i...>) {
+      return __builtin_shufflevector(units_, Vector{}, (first + i / 2 + i % 2 * size)...);
+    }
+    (std::make_index_sequence<size>());
+    return Block<Twice>(std::bit_cast<typename Block<Twice>::Vector>(interleaved));
+  }
+
   using Halves [[gnu::vector_size(16)]] = std::uint64_t;
 
   /// A bit for each unit where `found` is set, as `where` has it, and perhaps more beside it.

@@ -64,18 +64,17 @@ To* write_escape(std::uint32_t unit, To* to) noexcept {
 template <class From, class To>
 To* write_escaped(std::span<const From> units, To* to) noexcept {
   constexpr std::size_t size = Block<From>::size;
+  constexpr std::ptrdiff_t at_once = sizeof(From) == 1 ? 32 : 16;
   const From* from = units.data();
   const From* const end = from + units.size();
   // With two blocks left, a block can be read from anywhere within the first: what stands between
   // two escapes is copied without asking how long it is.
   while (end - from >= static_cast<std::ptrdiff_t>(2 * size)) {
-    if constexpr (sizeof(From) > 1) {
-      if (end - from >= 16 && Block<From>::none_in_16(from, needs_escape)) {
-        for (std::size_t i = 0; i < 16; i += size) Block<From>(from + i).copy_to(to + i);
-        from += 16;
-        to += 16;
-        continue;
-      }
+    if (end - from >= at_once && Block<From>::template none_in<at_once>(from, needs_escape)) {
+      for (std::size_t i = 0; i < at_once; i += size) Block<From>(from + i).copy_to(to + i);
+      from += at_once;
+      to += at_once;
+      continue;
     }
     const Block<From> block(from);
     block.copy_to(to);

@@ -24,7 +24,7 @@ std::size_t escape_bytes(std::span<const Unit> units) {
   constexpr std::size_t size = Block<Unit>::size;
   while (units.size() >= size) {
     if (sizeof(Unit) > 1 && units.size() >= 16 &&
-        Block<Unit>::none_in_16(units.data(), needs_escape)) {
+        Block<Unit>::template none_in<16>(units.data(), needs_escape)) {
       units = units.subspan(16);
     } else {
       take(units.data(), Block<Unit>(units.data()).where(needs_escape));
@@ -189,7 +189,10 @@ template <class From, class To>
 void TextSink::widen_units() {
   const auto* from = static_cast<const From*>(buffer_.bytes.get());
   auto* to = static_cast<To*>(buffer_.bytes.get());
-  for (std::size_t i = size_; i-- > 0;) to[i] = from[i];
+  constexpr std::size_t block = Block<From>::size;
+  std::size_t rest = size_;
+  for (; rest >= block; rest -= block) Block<From>(from + rest - block).copy_to(to + rest - block);
+  while (rest-- > 0) to[rest] = from[rest];
 }
 
 void CountSink::put_string(const TextView& text) {
