@@ -52,8 +52,8 @@ class StartedDict {
   void set_next(PyObject* object) {
     PyObject* const key = start_.keys[next_];
     const auto index = static_cast<Py_ssize_t>(next_++);
-    if (object == Py_None || set_in_place(dict_.get(), index, key, object)) return;
-    check(PyDict_SetItem(dict_.get(), key, object));
+    if (object != Py_None && !set_in_place(dict_.get(), index, key, object)) [[unlikely]]
+      check(PyDict_SetItem(dict_.get(), key, object));
   }
   /// The dict, a new reference.
   HostRef finished() && { return std::move(dict_); }

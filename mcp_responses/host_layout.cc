@@ -48,12 +48,12 @@ bool walks_as_the_interpreter(PyObject* dict) {
 }
 
 bool dicts_agree() {
-  const HostRef dict = checked(Py_BuildValue("{sssss[]}", "a", "", "b", "", "c"));
+  const HostRef dict = checked(Py_BuildValue("{sOsss[]}", "a", Py_None, "b", "", "c"));
   check(PyDict_DelItemString(dict.get(), "b"));
   PyObject* const key = PySequence_Fast_GET_ITEM(checked(PyDict_Keys(dict.get())).get(), 0);
   return own_keys_of(dict.get()) != nullptr && walks_as_the_interpreter(dict.get()) &&
-         set_in_place(dict.get(), 0, key, Py_None) && !set_in_place(dict.get(), 1, key, key) &&
-         PyDict_GetItemWithError(dict.get(), key) == Py_None;
+         !set_in_place(dict.get(), 1, key, key) && set_in_place(dict.get(), 0, key, key) &&
+         PyDict_GetItemWithError(dict.get(), key) == key;
 }
 
 /// For an instance of a new class that is made with this namespace.
@@ -81,6 +81,10 @@ bool layout_agrees() {
 }
 
 }  // namespace
+
+void have_tracked(PyObject* dict) noexcept {
+  if (PyObject_GC_IsTracked(dict) == 0) PyObject_GC_Track(dict);
+}
 
 void confirm_layout() {
   if (!is_layout_built_in || is_layout_confirmed) return;

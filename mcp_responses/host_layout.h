@@ -59,18 +59,20 @@ inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
   return false;
 }
 
-/// Sets the value under this very key where the key is that of the entry at `index`; false where it
-/// is not. Adds a reference of its own.
+/// The collector has to know a dict once it holds what may be part of a cycle.
+void have_tracked(PyObject* dict) noexcept;
+
+/// Sets the value under this very key where it is the key of the entry at `index`, and None its
+/// value; false where that is not so. Adds a reference of its own.
 inline bool set_in_place(PyObject* dict, Py_ssize_t index, PyObject* key,
                          PyObject* value) noexcept {
   HostDictKeys* const keys = own_keys_of(dict);
   if (keys == nullptr || index >= keys->entry_count) return false;
   HostDictEntry& entry = entries_of(keys)[index];
-  if (entry.key != key || entry.value == nullptr) return false;
-  PyObject* const before = std::exchange(entry.value, Py_NewRef(value));
-  // The collector has to know a dict once it holds what may be part of a cycle.
-  if (PyType_IS_GC(Py_TYPE(value)) && PyObject_GC_IsTracked(dict) == 0) PyObject_GC_Track(dict);
-  give_up(before);
+  if (entry.key != key || entry.value != Py_None) return false;
+  entry.value = Py_NewRef(value);
+  if (PyType_IS_GC(Py_TYPE(value))) have_tracked(dict);
+  Py_DECREF(Py_None);
   return true;
 }
 
