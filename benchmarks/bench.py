@@ -3,9 +3,11 @@
 from __future__ import annotations
 
 import argparse
+import json
 import os
 import platform
 import re
+import subprocess
 import sys
 from pathlib import Path
 
@@ -21,6 +23,8 @@ from timing import Result, measure  # noqa: E402
 from hollin import mcp_responses as ours  # noqa: E402
 
 NAME, NUMBER = 52, 13  # widths of the columns
+
+Results = dict[tuple[str, str], Result]  # by group and name
 
 
 class Table:
@@ -69,19 +73,20 @@ def print_machine() -> None:
     print(f"encoders     {', '.join(['json of this interpreter', *versions])}")
 
 
-def print_times(table: Table, seconds: float, tries: int) -> None:
+def print_times(table: Table, seconds: float, tries: int) -> Results:
     shown = [case for case in cases.CASES if table.has(case.group, case.name)]
     if not shown:
-        return
+        return {}
     table.head("best processor time of a call", "ours", "plain Python", "ratio", "at least", *others.ENCODERS)
-    results = {}
+    results: Results = {}
     for case in shown:
-        result = results[case.name] = measure(case, seconds, tries)
+        result = results[case.group, case.name] = measure(case, seconds, tries)
         times = [duration(side.best) for side in (result.ours, result.plain)]
         least = f"{case.at_least:g}" if case.at_least else ""
         columns = (*times, digits(result.ratio), least, *beside(result))
         table.row(case.group, case.name, *columns, missed=not result.is_enough)
     print_growth(table, results)
+    return results
 
 
 def beside(result: Result) -> list[str]:
@@ -91,14 +96,15 @@ def beside(result: Result) -> list[str]:
     return [duration(result.others[name].best) if name in result.others else "differs" for name in others.ENCODERS]
 
 
-def print_growth(table: Table, results: dict[str, Result]) -> None:
-    group, many, few, at_most = cases.GROWTH
-    if not {many, few} <= results.keys():
+def print_growth(table: Table, results: Results) -> None:
+    group, many_name, few_name, at_most = cases.GROWTH
+    many, few = results.get((group, many_name)), results.get((group, few_name))
+    if many is None or few is None:
         return
     table.head("growth of the time", "ours", "plain Python", "", "at most")
-    growth = results[many].ours.best / results[few].ours.best
-    plain_growth = results[many].plain.best / results[few].plain.best
-    name = f"{many} over {few}"
+    growth = many.ours.best / few.ours.best
+    plain_growth = many.plain.best / few.plain.best
+    name = f"{many_name} over {few_name}"
     table.row(group, name, digits(growth), digits(plain_growth), "", f"{at_most:g}", missed=growth > at_most)
 
 
@@ -149,17 +155,33 @@ def print_encoding(table: Table, seconds: float) -> None:
         table.row("C++ alone", name, *rates)
 
 
+def draw_chart(results: Results, file: Path) -> None:
+    rows = []
+    for (group, start), name in cases.CHART.items():
+        (result,) = (results[key] for key in results if key[0] == group and key[1].startswith(start))
+        others = {other: result.plain.best / side.best for other, side in result.others.items()}
+        rows.append({"name": name, "ratios": {"mcp_responses": result.ratio} | others})
+    # Debian's matplotlib goes with Debian's Python, which need not be the one that is measured.
+    program = Path(__file__).with_name("chart.py")
+    subprocess.run(["/usr/bin/python3", program, file.resolve()], input=json.dumps(rows), text=True, check=True)
+
+
 def main() -> None:
     parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
     parser.add_argument("--check", action="store_true", help="exit 1 when a row misses its 'at least' or 'at most'")
+    parser.add_argument("--chart", type=Path, metavar="FILE.svg", help="draw the main rows, too")
     parser.add_argument("--filter", default="", metavar="WORD", help="only rows whose group or name holds this")
     parser.add_argument("--quick", action="store_true", help="a third of the time, and rougher")
     options = parser.parse_args()
+    if options.chart and options.filter:
+        parser.error("--chart needs all rows, not those of a --filter")
     share = 1 / 3 if options.quick else 1
     table = Table(options.filter)
     print_machine()
     tries = 3 if options.check else 1
-    print_times(table, share, tries)
+    results = print_times(table, share, tries)
+    if options.chart:
+        draw_chart(results, options.chart)
     print_fresh(table, tries)
     print_memory(table)
     print_encoding(table, share / 4)

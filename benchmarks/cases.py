@@ -138,6 +138,22 @@ FRESH = {
     "wiki pages": ("wiki_page", 0),
 }
 
+# The rows of the chart, by the case's group and name before any comma that tells its size.
+CHART = {
+    ("tool_result_text", "page of 20 rows"): "text of a page",
+    ("tool_result_text", "ask answer, ASCII cut with an ellipsis"): "text of an ask answer",
+    ("tool_result_text", "ask answer, CJK"): "the same in Chinese and Japanese",
+    ("tool_result_text", "ask answer, emoji"): "the same with emoji",
+    ("tool_result_text", "1,000 rows with 17-digit floats"): "text of 1,000 floats",
+    ("rows", "symbol search row"): "a row of a search",
+    ("rows that only copy", "details, endpoint, component, status"): "rows that only copy",
+    ("ask with a budget", "8 sections"): "ask fitted to a budget",
+    ("records to text", "search"): "whole search, records to text",
+    ("records to text", "references"): "whole references, files read",
+    ("records to text", "outline"): "whole outline",
+    ("records to text", "ask"): "whole ask, budget and text",
+}
+
 # What the C++ side alone writes, by payload.
 ENCODED = {
     "page": "page of 20 rows",

@@ -85,10 +85,25 @@ std::size_t break_length(std::string_view bytes, std::size_t at) {
 
 constexpr std::size_t skip_block = 64;
 
-/// How many breaks start in the block at `bytes`; CR LF counts where its LF stands. Reads two bytes
-/// past the block. A fixed length and no branch: the compiler makes vector instructions of it.
-unsigned breaks_in_block(const char* bytes) {
-  const auto* block = reinterpret_cast<const std::uint8_t*>(bytes);
+// Of a fixed length and without a branch, so that the compiler makes vector instructions of them.
+
+/// How many breaks start in the block at `bytes`, where it holds nothing but ASCII and no control
+/// characters but line feeds and tabs, as most do; nothing where it does.
+std::optional<unsigned> breaks_in_plain_block(const std::uint8_t* block) {
+  std::uint8_t count = 0;
+  std::uint8_t others = 0;
+  for (std::size_t i = 0; i < skip_block; ++i) {
+    const auto is_plain = static_cast<std::uint8_t>(static_cast<std::int8_t>(block[i]) >= 0x20);
+    const auto is_feed = static_cast<std::uint8_t>(block[i] == 0x0A);
+    const auto is_tab = static_cast<std::uint8_t>(block[i] == 0x09);
+    count = static_cast<std::uint8_t>(count + is_feed);
+    others |= static_cast<std::uint8_t>((is_plain | is_feed | is_tab) ^ 1);
+  }
+  return others == 0 ? std::optional<unsigned>(count) : std::nullopt;
+}
+
+/// The same of any block; CR LF counts where its LF stands. Reads two bytes past it.
+unsigned breaks_in_any_block(const std::uint8_t* block) {
   std::uint8_t count = 0;
   for (std::size_t i = 0; i < skip_block; ++i) {
     const std::uint8_t first = block[i];
@@ -122,7 +137,9 @@ std::optional<std::string_view> LineFinder::find(std::int64_t number) {
 
 void LineFinder::skip_blocks_before(std::int64_t number) {
   while (at_ + skip_block + 2 <= bytes_.size()) {
-    const std::int64_t line_after = line_ + breaks_in_block(bytes_.data() + at_);
+    const auto* const block = reinterpret_cast<const std::uint8_t*>(bytes_.data() + at_);
+    const auto plain = breaks_in_plain_block(block);
+    const std::int64_t line_after = line_ + (plain ? *plain : breaks_in_any_block(block));
     if (line_after >= number) return;
     line_ = line_after;
     at_ += skip_block;
