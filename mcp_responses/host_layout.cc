@@ -65,7 +65,7 @@ bool attributes_agree(const HostRef& members) {
   check(PyObject_SetAttr(instance.get(), name.get(), name.get()));
   AttributePlaces places;
   const auto agrees = [&] {
-    return places.read(instance.get(), Field::name, name.get()).get() == name.get();
+    return places.find(instance.get(), Field::name, name.get()) == name.get();
   };
   if (!agrees()) return false;
   if (PyObject_HasAttrString(instance.get(), "__dict__") != 0 && !agrees()) return false;

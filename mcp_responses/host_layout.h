@@ -88,14 +88,15 @@ inline std::optional<std::int64_t> small_integer(PyObject* integer) noexcept {
 /// changes. So what was found once for a version holds for all its instances.
 class AttributePlaces {
  public:
-  /// The attribute, whose name is `name`; null where it has to be asked for: a descriptor makes it,
-  /// it is the class's own, or it is missing.
-  HostRef read(PyObject* object, Field field, PyObject* name) {
-    if (!is_layout_known()) return {};
+  /// The attribute, whose name is `name`, borrowed; null where it has to be asked for: a descriptor
+  /// makes it, it is the class's own, or it is missing.
+  PyObject* find(PyObject* object, Field field, PyObject* name) {
+    if (!is_layout_known()) return nullptr;
     const unsigned version = Py_TYPE(object)->tp_version_tag;
     Place& place = places_[static_cast<std::size_t>(field)][version % classes_at_a_time];
-    if (version == no_version || place.version != version) place = found(object, name);
-    return HostRef::borrow(value_at(place, object, name));
+    if (version == no_version || place.version != version) [[unlikely]]
+      place = found(object, name);
+    return value_at(place, object, name);
   }
 
  private:

@@ -7,6 +7,12 @@
 
 namespace mcp_responses {
 
+bool fits_64_bits(PyObject* integer) noexcept {
+  int overflow = 0;
+  PyLong_AsLongLongAndOverflow(integer, &overflow);
+  return overflow == 0;
+}
+
 std::int64_t integer_in(PyObject* object) {
   if (const auto small = small_integer(object)) return *small;
   int overflow = 0;

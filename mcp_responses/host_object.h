@@ -48,16 +48,13 @@ inline bool has_own_order(PyObject* dict) noexcept {
   return !PyDict_CheckExact(dict) && PyODict_Check(dict);
 }
 
+bool fits_64_bits(PyObject* integer) noexcept;
+
 /// True for a leaf that an answer shares with the caller: of exactly the host's own type, and no
 /// int beyond 64 bits. Anything else that an answer carries is copied.
 inline bool is_shareable(PyObject* object) noexcept {
   if (PyUnicode_CheckExact(object) || object == Py_None) return true;
-  if (PyLong_CheckExact(object)) {
-    if (small_integer(object)) return true;
-    int overflow = 0;
-    PyLong_AsLongLongAndOverflow(object, &overflow);
-    return overflow == 0;
-  }
+  if (PyLong_CheckExact(object)) return small_integer(object) || fits_64_bits(object);
   return PyBool_Check(object) || PyFloat_CheckExact(object);
 }
 

@@ -8,12 +8,6 @@
 namespace mcp_responses {
 namespace {
 
-bool is_wide_integer(PyObject* object) noexcept {
-  int overflow = 0;
-  if (PyLong_Check(object)) PyLong_AsLongLongAndOverflow(object, &overflow);
-  return overflow != 0;
-}
-
 /// An AttributeError tells its object and name, which the interpreter suggests other names by.
 void complete_attribute_error(PyObject* object, PyObject* name) {
   if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) return;
@@ -53,6 +47,12 @@ std::string ReadAttributes::place_of(PyObject* object) const {
   return {};
 }
 
+HostRef HostRecord::handed_on_otherwise(Field field) const {
+  HostRef attribute = this->attribute(field);
+  if (is_shareable(attribute.get())) return attribute;
+  return plain_copy(read_.hold(name_, field, std::move(attribute)));
+}
+
 Value HostRecord::looked_into(Field field) const {
   HostRef attribute = this->attribute(field);
   if (is_shareable(attribute.get())) return to_value(std::move(attribute));
@@ -62,7 +62,8 @@ Value HostRecord::looked_into(Field field) const {
 Value HostRecord::asked_for(const char* attribute, Field field) const {
   HostRef object = this->attribute(field);
   if (is_shareable(object.get())) return to_value(std::move(object));
-  if (host_kind(object.get()) != HostKind::other && !is_wide_integer(object.get()))
+  if (host_kind(object.get()) != HostKind::other &&
+      (!PyLong_Check(object.get()) || fits_64_bits(object.get())))
     return to_value(HostRef::borrow(read_.hold(name_, field, std::move(object))));
   const int is_truthy = in_host([&] { return PyObject_IsTrue(object.get()); });
   check(is_truthy);

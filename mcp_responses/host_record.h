@@ -45,9 +45,10 @@ class HostRecord {
       : names_(names), places_(places), object_(object), name_(name), read_(read) {}
 
   HostRef handed_on(Field field) const {
-    HostRef attribute = this->attribute(field);
-    if (is_shareable(attribute.get())) return attribute;
-    return plain_copy(read_.hold(name_, field, std::move(attribute)));
+    PyObject* const found = places_.find(object_, field, names_.of(field));
+    if (found != nullptr && is_shareable(found)) [[likely]]
+      return HostRef::borrow(found);
+    return handed_on_otherwise(field);
   }
   Value looked_into(Field field) const;
   Value asked_for(const char* attribute, Field field) const;
@@ -55,10 +56,10 @@ class HostRecord {
 
  private:
   HostRef attribute(Field field) const {
-    PyObject* const name = names_.of(field);
-    HostRef attribute = places_.read(object_, field, name);
-    return attribute ? std::move(attribute) : asked_of_host(name);
+    PyObject* const found = places_.find(object_, field, names_.of(field));
+    return found != nullptr ? HostRef::borrow(found) : asked_of_host(names_.of(field));
   }
+  HostRef handed_on_otherwise(Field field) const;
   HostRef asked_of_host(PyObject* name) const;
 
   const HostNames& names_;
