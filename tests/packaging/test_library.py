@@ -1,4 +1,4 @@
-"""The C++ library as another project finds it: installed, moved elsewhere, by CMake and by pkg-config."""
+"""The C++ library as another project takes it: installed and moved elsewhere, or from its sources."""
 
 import os
 import unittest
@@ -9,6 +9,12 @@ CONSUMER = ROOT / "tests" / "consumer"
 ANSWERS = (CONSUMER / "answers.txt").read_text(encoding="utf-8")
 
 
+def installed(prefix):
+    """The files below a prefix, without what CMake names after the build type."""
+    files = {str(path.relative_to(prefix)) for path in prefix.rglob("*") if path.is_file()}
+    return {file for file in files if not file.endswith(("-release.cmake", "-debug.cmake"))}
+
+
 class LibraryTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -16,17 +22,31 @@ class LibraryTest(unittest.TestCase):
         run("cmake", "--install", BUILD, "--prefix", cls.folder / "installed")
         cls.prefix = (cls.folder / "installed").rename(cls.folder / "moved")
 
+    def build_consumer(self, build, taken_by, *options):
+        """What its configuration said."""
+        said = run("cmake", "-S", CONSUMER, "-B", build, f"-DTAKEN_BY={taken_by}", *options)
+        run("cmake", "--build", build, "--target", "consumer")
+        self.assertEqual(run(build / "consumer"), ANSWERS, taken_by)
+        return said
+
     def compile(self, source, program):
         (found,) = self.prefix.glob("lib*/**/pkgconfig")
         flags = run("pkg-config", "--cflags", "--libs", "mcp_responses", PKG_CONFIG_LIBDIR=found).split()
         run(os.environ["CXX"], "-std=c++20", "-Werror", source, "-o", program, *flags)
 
     def test_found_by_cmake(self):
-        build = self.folder / "build"
-        said = run("cmake", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        said = self.build_consumer(self.folder / "build", "find_package", f"-DCMAKE_PREFIX_PATH={self.prefix}")
         self.assertIn(f"mcp_responses_VERSION={newest_release()}\n", said)
-        run("cmake", "--build", build)
-        self.assertEqual(run(build / "consumer"), ANSWERS)
+
+    def test_taken_from_its_sources(self):
+        public = installed(self.prefix)
+        cases = {"add_subdirectory": ([], set()), "FetchContent": (["-DMCP_RESPONSES_INSTALL=ON"], public)}
+        build = self.folder / "from_sources"  # one for both, so that the library is compiled once
+        for taken_by, (options, library) in cases.items():
+            self.build_consumer(build, taken_by, f"-DSOURCES={ROOT}", "-DCMAKE_BUILD_TYPE=Debug", *options)
+            self.assertEqual([*build.rglob("*.so")], [], f"{taken_by} builds no extension")
+            run("cmake", "--install", build, "--prefix", self.folder / taken_by)
+            self.assertEqual(installed(self.folder / taken_by), library | {"bin/consumer"}, taken_by)
 
     def test_found_by_pkg_config(self):
         (found,) = self.prefix.glob("lib*/**/pkgconfig")
