@@ -8,6 +8,8 @@ from pathlib import Path
 
 from setuptools import Extension, setup
 from setuptools.command.build_ext import build_ext
+from setuptools.command.build_py import build_py
+from setuptools.command.editable_wheel import editable_wheel
 from setuptools.errors import ExecError
 
 ROOT = Path(__file__).resolve().parent
@@ -41,6 +43,21 @@ class BuildWithCMake(build_ext):
         cmake("--install", build, "--component", "extension", "--strip", "--prefix", destination)
 
 
+class RefuseToBeEditable(editable_wheel):
+    def run(self) -> None:
+        # A link from hollin, another's package, to what CMake built would be as old as that build anyway.
+        raise ExecError("a compiled module cannot be edited in place: run `pip install .`, and again after each change")
+
+
+class CopyWithoutMode(build_py):
+    def copy_file(self, source: str, target: str, *_: object, **__: object) -> tuple[str, bool]:
+        return super().copy_file(source, target, preserve_mode=False)
+
+
+# A wheel made twice is the same, byte for byte, whenever and by whomever: zip knows no day before this one.
+os.environ.setdefault("SOURCE_DATE_EPOCH", "315532800")
+os.umask(0o022)
+
 setup(
     version=project_version(),
     # The service's own package, hollin, gets one module more and is otherwise not touched.
@@ -48,5 +65,5 @@ setup(
     packages=["hollin-stubs"],
     package_data={"hollin-stubs": ["*.pyi", "py.typed"]},
     include_package_data=False,
-    cmdclass={"build_ext": BuildWithCMake},
+    cmdclass={"build_ext": BuildWithCMake, "build_py": CopyWithoutMode, "editable_wheel": RefuseToBeEditable},
 )

@@ -57,6 +57,21 @@ class WheelTest(unittest.TestCase):
         run(cls.tools, "-m", "pip", "wheel", *OFFLINE, "-w", cls.folder, sdist)
         (cls.wheel,) = cls.folder.glob("*.whl")
 
+    def test_is_the_same_from_the_sources_and_under_another_umask(self):
+        for file in (self.folder / "sources" / "hollin-stubs").iterdir():
+            file.chmod(0o600)
+        again = self.folder / "again"
+        private = ("sh", "-c", 'umask 077 && exec "$@"', "sh")
+        run(*private, self.tools, "-m", "pip", "wheel", *OFFLINE, "-w", again, self.folder / "sources")
+        self.assertEqual((again / self.wheel.name).read_bytes(), self.wheel.read_bytes())
+
+    def test_editable_is_refused_at_once(self):
+        with self.assertRaises(AssertionError) as refused:
+            run(self.tools, "-m", "pip", "install", "--no-build-isolation", "-e", self.folder / "sources")
+        self.assertIn("\n      error: a compiled module cannot be edited in place: run", str(refused.exception))
+        self.assertNotIn("Traceback", str(refused.exception))
+        self.assertNotIn("cmake", str(refused.exception).lower())
+
     def test_holds_the_extension_and_its_types_and_nothing_else(self):
         self.assertTrue(self.wheel.stem.endswith(f"-cp311-cp311-linux_{platform.machine()}"), self.wheel.name)
         with zipfile.ZipFile(self.wheel) as wheel:
