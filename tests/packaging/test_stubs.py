@@ -1,28 +1,83 @@
-"""The stubs declare the types that the functions themselves name."""
+"""The stubs tell what the functions take, read and say of themselves."""
 
 import ast
 import sys
 import unittest
+from types import MappingProxyType
 
 from workplace import BUILD, ROOT
 
-sys.path.insert(0, str(BUILD))
-from hollin import mcp_responses  # noqa: E402
+sys.path[:0] = map(str, (BUILD, ROOT / "packaging", ROOT / "tests" / "mcp_responses"))
+from make_stubs import RECORDS, STUBS, functions, taken, with_functions  # noqa: E402
+from samples import ROW, good_calls, real  # noqa: E402
 
-RECORDS = {"_Symbol": "Symbol", "_Reference": "Reference", "_ComponentInfo": "ComponentInfo"}
+WRITTEN = STUBS.read_text("utf-8")
+CLASSES = {node.name: node for node in ast.parse(WRITTEN).body if isinstance(node, ast.ClassDef)}
 
 
-def declared(function: ast.FunctionDef) -> dict[str, str]:
-    parameters = function.args.args + function.args.kwonlyargs
-    types = {one.arg: ast.unparse(one.annotation) for one in parameters} | {"return": ast.unparse(function.returns)}
-    return {name: RECORDS.get(type_, type_) for name, type_ in types.items()}
+class Dict(dict):
+    pass
+
+
+class Path:
+    def __init__(self, path):
+        self.path = path
+
+    def __fspath__(self):
+        return self.path
+
+
+class Recorder:
+    def __init__(self, record, read):
+        self._of = record, read
+
+    def __getattr__(self, name):
+        record, read = self._of
+        read.append(name)
+        return getattr(record, name)
+
+
+def members(name):
+    """The attributes of a protocol and of those that it is made of."""
+    own = [node.name for node in CLASSES[name].body if isinstance(node, ast.FunctionDef)]
+    return own + [member for base in CLASSES[name].bases if base.id in CLASSES for member in members(base.id)]
+
+
+# For each kind of type: what else it takes, and what not, made of what a good call has there.
+OTHERS = {
+    "os.PathLike": ([str, lambda root: Path(str(root))], [bytes]),
+    " | tuple[": ([tuple], [iter]),
+    "Sequence[_Dict]": ([tuple, lambda rows: [Dict(row) for row in rows]], [lambda rows: [MappingProxyType(rows[0])]]),
+    "_Dict": ([Dict], [MappingProxyType]),
+}
 
 
 class StubsTest(unittest.TestCase):
-    def test_declared_types(self):
-        stub = ast.parse((ROOT / "hollin-stubs" / "mcp_responses.pyi").read_text(encoding="utf-8"))
-        in_stub = {node.name: declared(node) for node in stub.body if isinstance(node, ast.FunctionDef)}
-        functions = {name: one for name, one in vars(mcp_responses).items() if type(one).__name__ == "function"}
-        functions.pop("add_pagination_hint")
-        self.assertEqual(in_stub, {name: one.__annotations__ for name, one in functions.items()})
-        self.assertEqual(list(in_stub), list(functions))
+    maxDiff = None
+
+    def test_written_anew(self):
+        self.assertEqual(WRITTEN, with_functions(WRITTEN, real), "./dev stubs writes them")
+
+    def test_records_have_what_is_read_of_them(self):
+        for name, protocol in RECORDS.items():
+            arguments, read = good_calls()[name], []
+            first = next(iter(arguments))
+            getattr(real, name)(**arguments | {first: Recorder(arguments[first], read)})
+            self.assertEqual(sorted(read), sorted(members(protocol)), name)
+
+    def test_types_that_are_taken(self):
+        met, calls = set(), good_calls() | {"_encoded_size": {"result": ROW}}
+        for function in functions(real):
+            name, call = function.__name__, calls[function.__name__]
+            for parameter, value in call.items():
+                type_ = taken(name, function.__annotations__[parameter])
+                kind = next((kind for kind in OTHERS if kind in type_), None)
+                if kind is None:
+                    continue
+                met.add(kind)
+                for other in OTHERS[kind][0]:
+                    self.assertEqual(function(**call | {parameter: other(value)}), function(**call), (name, parameter))
+                for other in OTHERS[kind][1]:
+                    with self.assertRaises(TypeError, msg=(name, parameter)):
+                        function(**call | {parameter: other(value)})
+        self.assertEqual(met, {*OTHERS})

@@ -1,8 +1,11 @@
 """What a service writes, for mypy --strict: it must accept this, and each fault that is marked must be one to it."""
 
+from collections import OrderedDict
+from collections.abc import Mapping
 from dataclasses import dataclass
 from pathlib import Path
-from typing import TYPE_CHECKING, Any, NamedTuple
+from types import SimpleNamespace
+from typing import TYPE_CHECKING, Any, NamedTuple, TypedDict
 
 from hollin import mcp_responses
 from hollin.index import ComponentInfo, Reference
@@ -10,7 +13,7 @@ from hollin.source_file import Symbol
 from hollin.utils.pagination import add_pagination_hint
 
 if TYPE_CHECKING:
-    from hollin.mcp_responses import _Symbol
+    from hollin.mcp_responses import _FoundSymbol
 
 
 @dataclass(frozen=True)
@@ -25,7 +28,23 @@ class Named(NamedTuple):
     name: str
 
 
-def search(symbols: "list[_Symbol]", paths: dict[str, str], total: int) -> str:
+class Citation(TypedDict):
+    path: str
+    line_start: int
+
+
+@dataclass
+class Endpoint:
+    """What an endpoint's row reads of a symbol, and no more."""
+
+    fqn: str
+    name: str
+    kind: str
+    start_line: int
+    signature: str | None = None
+
+
+def search(symbols: "list[_FoundSymbol]", paths: dict[str, str], total: int) -> str:
     rows = [mcp_responses.build_symbol_search_result(symbol, paths.get(symbol.fqn)) for symbol in symbols]
     return mcp_responses.tool_result_text(mcp_responses.build_paginated_response(rows, total, 0, items_key="symbols"))
 
@@ -54,13 +73,25 @@ def ask(sections: list[dict[str, Any]], budget: int | None) -> int:
     return mcp_responses._encoded_size(mcp_responses.get_empty_response("wiki"))
 
 
+def other_kinds(citations: list[Citation], rows: list[OrderedDict[str, int]], code: Mapping[str, Any]) -> None:
+    mcp_responses.build_wiki_read_response(page_id="p", title="t", content="", citations=citations)
+    mcp_responses.build_wiki_list_response(tuple(rows), len(rows))
+    mcp_responses.build_paginated_response(tuple(rows), len(rows), 0)
+    mcp_responses.build_wiki_ask_response(mode="m", query="q", answer=None, sections=[{}, {"title": "t"}], code={})
+    mcp_responses.without_nulls(code)  # type: ignore[arg-type]  # a mapping that may be no dict
+
+
 mcp_responses.add_pagination_hint = add_pagination_hint
+mcp_responses.build_api_endpoint(Endpoint("shop.pay", "pay", "function", 9))
+mcp_responses.build_symbol_full_details(Endpoint("shop.pay", "pay", "function", 9))  # type: ignore[arg-type]
+mcp_responses.build_component(SimpleNamespace(name="core"))
+mcp_responses.code_lines("/srv/repo", [])
 search(list[Symbol](), {}, 0)  # type: ignore[arg-type]  # a list of them is no list of the protocol
 mcp_responses.build_component(Named("core"))  # type: ignore[arg-type]
 mcp_responses.build_index_status_response("asleep", "healthy", None, 0)  # type: ignore[arg-type]
 mcp_responses.build_paginated_response([], 0, 0, "rows")  # type: ignore[misc]
 mcp_responses.build_wiki_ask_response(mode="m", query="q", sections=[])  # type: ignore[call-arg]
-mcp_responses.code_lines("/srv/repo", [])  # type: ignore[arg-type]
+mcp_responses.code_lines(b"/srv/repo", [])  # type: ignore[arg-type]
 mcp_responses.first_sentence(None).upper()  # type: ignore[union-attr]
 mcp_responses.tool_result_text({}) + 1  # type: ignore[operator]
 mcp_responses.get_empty_response("wiki") + mcp_responses.no_such_name  # type: ignore[attr-defined]
