@@ -1,5 +1,4 @@
-# The types of the extension module. What stands before the first function is written by hand; the functions are written
-# by `./dev stubs`, from what the module tells of them.
+# The types of the extension module.
 import os
 import re
 from __future__ import annotations as annotations
@@ -10,69 +9,12 @@ from types import SimpleNamespace
 from typing import TYPE_CHECKING as TYPE_CHECKING
 from typing import Any, Literal, Protocol
 
-# The names that begin here are for annotations: the module itself does not have them.
+# The protocols are for annotations: the module itself does not have them.
 
 # A dict, of a class of its own or with the keys of a TypedDict; no other mapping is taken. A sequence of them is a list
 # or a tuple: declared as one of these two, it would not be taken for a list of another kind of dict.
 class _Dict(Protocol):
     def items(self) -> dict_items[str, object]: ...
-
-# What each builder reads of a record: any object with these attributes will do. A SimpleNamespace has whatever it is
-# given, which some type checkers would refuse.
-
-class _Symbol(Protocol):
-    @property
-    def fqn(self) -> str: ...
-    @property
-    def kind(self) -> str: ...
-    @property
-    def start_line(self) -> int: ...
-    @property
-    def signature(self) -> str | None: ...
-
-class _EndpointSymbol(_Symbol, Protocol):
-    @property
-    def name(self) -> str: ...
-
-class _FoundSymbol(_EndpointSymbol, Protocol):
-    @property
-    def docstring(self) -> str | None: ...
-
-class _WholeSymbol(_FoundSymbol, Protocol):
-    @property
-    def end_line(self) -> int | None: ...
-    @property
-    def is_export(self) -> bool: ...
-    @property
-    def docstring_truncated(self) -> bool: ...
-
-class _OutlineSymbol(_Symbol, Protocol):
-    @property
-    def end_line(self) -> int | None: ...
-    @property
-    def docstring(self) -> str | None: ...
-
-class _Reference(Protocol):
-    @property
-    def file_path(self) -> str | None: ...
-    @property
-    def line(self) -> int | None: ...
-    @property
-    def caller_symbol(self) -> _Dict | None: ...
-    @property
-    def usage_type(self) -> str | None: ...
-
-class _ComponentInfo(Protocol):
-    @property
-    def name(self) -> str: ...
-    @property
-    def layer(self) -> str | None: ...
-    @property
-    def path_pattern(self) -> str | None: ...
-    @property
-    def file_count(self) -> int: ...
-    @property
-    def symbol_count(self) -> int: ...
 
 # The service's own function, looked up here at each call of build_paginated_response.
 add_pagination_hint: Callable[[dict[str, Any], int], Any]
@@ -89,6 +31,91 @@ _ASK_MAX_CITATIONS: int
 _BYTES_PER_TOKEN: int
 
 EMPTY_TOOL_RESPONSES: dict[str, dict[str, Any]]
+
+# From here on `./dev stubs` writes: first what each builder reads of a record, any object with these attributes. (A
+# SimpleNamespace has whatever it is given, which not every type checker knows.)
+
+class _SymbolSearchResultRecord(Protocol):
+    @property
+    def fqn(self) -> str: ...
+    @property
+    def name(self) -> str: ...
+    @property
+    def kind(self) -> str: ...
+    @property
+    def start_line(self) -> int: ...
+    @property
+    def signature(self) -> str | None: ...
+    @property
+    def docstring(self) -> str | None: ...
+
+class _SymbolFullDetailsRecord(Protocol):
+    @property
+    def fqn(self) -> str: ...
+    @property
+    def name(self) -> str: ...
+    @property
+    def kind(self) -> str: ...
+    @property
+    def start_line(self) -> int: ...
+    @property
+    def end_line(self) -> int | None: ...
+    @property
+    def signature(self) -> str | None: ...
+    @property
+    def is_export(self) -> bool: ...
+    @property
+    def docstring(self) -> str | None: ...
+    @property
+    def docstring_truncated(self) -> bool: ...
+
+class _FileSymbolRecord(Protocol):
+    @property
+    def fqn(self) -> str: ...
+    @property
+    def kind(self) -> str: ...
+    @property
+    def start_line(self) -> int: ...
+    @property
+    def end_line(self) -> int | None: ...
+    @property
+    def signature(self) -> str | None: ...
+    @property
+    def docstring(self) -> str | None: ...
+
+class _ApiEndpointRecord(Protocol):
+    @property
+    def fqn(self) -> str: ...
+    @property
+    def name(self) -> str: ...
+    @property
+    def kind(self) -> str: ...
+    @property
+    def start_line(self) -> int: ...
+    @property
+    def signature(self) -> str | None: ...
+
+class _ReferenceRecord(Protocol):
+    @property
+    def caller_symbol(self) -> _Dict | None: ...
+    @property
+    def usage_type(self) -> str | None: ...
+    @property
+    def file_path(self) -> str | None: ...
+    @property
+    def line(self) -> int | None: ...
+
+class _ComponentRecord(Protocol):
+    @property
+    def name(self) -> str: ...
+    @property
+    def layer(self) -> str | None: ...
+    @property
+    def path_pattern(self) -> str | None: ...
+    @property
+    def file_count(self) -> int: ...
+    @property
+    def symbol_count(self) -> int: ...
 
 def tool_result_text(result: Any) -> str:
     """Encode a tool's result as the ``text`` of an MCP content block.
@@ -162,7 +189,9 @@ def build_index_status_response(
     100. No value is checked or clamped.
     """
 
-def build_symbol_search_result(symbol: _FoundSymbol | SimpleNamespace, file_path: str | None = None) -> dict[str, Any]:
+def build_symbol_search_result(
+    symbol: _SymbolSearchResultRecord | SimpleNamespace, file_path: str | None = None
+) -> dict[str, Any]:
     """Build the row of a symbol a search lists.
 
     Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only when
@@ -171,7 +200,9 @@ def build_symbol_search_result(symbol: _FoundSymbol | SimpleNamespace, file_path
     record's AttributeError comes through for one that it lacks.
     """
 
-def build_symbol_full_details(symbol: _WholeSymbol | SimpleNamespace, file_path: str | None = None) -> dict[str, Any]:
+def build_symbol_full_details(
+    symbol: _SymbolFullDetailsRecord | SimpleNamespace, file_path: str | None = None
+) -> dict[str, Any]:
     """Build dict for full symbol details (get_symbol).
 
     Keys, all always present: "found" (True), "fqn", "name", "kind", "file",
@@ -189,7 +220,7 @@ def outline_module(fqns: Iterable[str]) -> str:
     Raises TypeError for an fqn that is no str.
     """
 
-def build_file_symbol(symbol: _OutlineSymbol | SimpleNamespace, module: str = "") -> dict[str, Any]:
+def build_file_symbol(symbol: _FileSymbolRecord | SimpleNamespace, module: str = "") -> dict[str, Any]:
     """Build the compact row of a symbol in a file's outline (``file symbols``).
 
     Keys: "name" (the fqn without ``module`` and its dot), "kind", "line", "end_line"
@@ -199,7 +230,7 @@ def build_file_symbol(symbol: _OutlineSymbol | SimpleNamespace, module: str = ""
     """
 
 def build_api_endpoint(
-    symbol: _EndpointSymbol | SimpleNamespace, file_path: str | None = None, component_name: str | None = None
+    symbol: _ApiEndpointRecord | SimpleNamespace, file_path: str | None = None, component_name: str | None = None
 ) -> dict[str, Any]:
     """Build dict for API endpoints (get_api_endpoints).
 
@@ -208,7 +239,7 @@ def build_api_endpoint(
     AttributeError comes through for an attribute that it lacks.
     """
 
-def build_reference(reference: _Reference | SimpleNamespace, code: str | None = None) -> dict[str, Any]:
+def build_reference(reference: _ReferenceRecord | SimpleNamespace, code: str | None = None) -> dict[str, Any]:
     """Build the row of a reference (``symbol references``).
 
     Keys: "file" and "line", None when unknown, then "code", "caller", "caller_kind" and
@@ -217,7 +248,7 @@ def build_reference(reference: _Reference | SimpleNamespace, code: str | None = 
     dict or None. The record's AttributeError comes through for an attribute that it lacks.
     """
 
-def build_component(component: _ComponentInfo | SimpleNamespace) -> dict[str, Any]:
+def build_component(component: _ComponentRecord | SimpleNamespace) -> dict[str, Any]:
     """Build dict for component info (get_components).
 
     Keys, all always present: "name", "layer", "path_pattern", "file_count",

@@ -1,24 +1,23 @@
-"""Writes the functions of the stubs anew, as the module tells them: parameters, defaults, types and documentation."""
+"""Writes the functions of the stubs anew, as the module tells them: parameters, defaults, types, documentation, and what
+they read of a record, whose types are those of the schemas."""
 
 import inspect
+import json
 from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
 from hollin import mcp_responses
 
-STUBS = Path(__file__).resolve().parents[1] / "hollin-stubs" / "mcp_responses.pyi"
+ROOT = Path(__file__).resolve().parents[1]
+STUBS = ROOT / "hollin-stubs" / "mcp_responses.pyi"
+BY_HAND_UNTIL = "# From here on `./dev stubs` writes"
 MOST_COLUMNS = 120
 
-# The stubs know for each builder what it reads of a record.
-RECORDS = {
-    "build_symbol_search_result": "_FoundSymbol",
-    "build_symbol_full_details": "_WholeSymbol",
-    "build_file_symbol": "_OutlineSymbol",
-    "build_api_endpoint": "_EndpointSymbol",
-    "build_reference": "_Reference",
-    "build_component": "_ComponentInfo",
-}
+# The schema that has a record's attributes as keys, and those that it has not.
+RECORDS = {"Symbol": "symbol_details", "Reference": "reference_row", "ComponentInfo": "component"}
+OTHER_ATTRIBUTES = {"file_path": "str | None", "caller_symbol": "_Dict | None"}
+TYPES = {"string": "str", "integer": "int", "boolean": "bool", "null": "None"}
 # What is taken where the module declares less.
 TAKEN = {
     "list[dict[str, Any]]": "Sequence[_Dict]",
@@ -34,9 +33,45 @@ def functions(module: Any) -> list[Callable[..., Any]]:
     return [one for one in vars(module).values() if type(one).__name__ == "function" and one.__module__ == module.__name__]
 
 
+class Recorder:
+    """A record of which nothing is known, and which attributes were asked for."""
+
+    def __init__(self) -> None:
+        self.read = list[str]()
+
+    def __getattr__(self, name: str) -> None:
+        self.read.append(name)
+
+
+def record_kind(function: Callable[..., Any]) -> str | None:
+    return next((one for one in function.__annotations__.values() if one in RECORDS), None)
+
+
+def protocol_name(function: str) -> str:
+    return "_" + function.removeprefix("build_").title().replace("_", "") + "Record"
+
+
+def attribute_type(schema: dict[str, Any], name: str) -> str:
+    if name in OTHER_ATTRIBUTES:
+        return OTHER_ATTRIBUTES[name]
+    types = schema["properties"][name]["type"]
+    types = [types] if isinstance(types, str) else types
+    if name not in schema["required"]:
+        types = [*types, "null"]
+    return " | ".join(TYPES[one] for one in types)
+
+
+def protocol(function: Callable[..., Any], record: str) -> str:
+    schema = json.loads((ROOT / "schemas" / f"{RECORDS[record]}.json").read_text("utf-8"))
+    recorder = Recorder()
+    function(recorder)
+    lines = [f"    @property\n    def {name}(self) -> {attribute_type(schema, name)}: ...\n" for name in recorder.read]
+    return f"class {protocol_name(function.__name__)}(Protocol):\n" + "".join(lines)
+
+
 def taken(function: str, declared: str) -> str:
-    if declared in ("Symbol", "Reference", "ComponentInfo"):
-        return f"{RECORDS[function]} | SimpleNamespace"
+    if declared in RECORDS:
+        return f"{protocol_name(function)} | SimpleNamespace"
     for less, more in TAKEN.items():
         declared = declared.replace(less, more)
     return in_double_quotes(declared)
@@ -68,13 +103,14 @@ def head(function: Callable[..., Any]) -> str:
 
 
 def stub(function: Callable[..., Any]) -> str:
-    documentation = "".join(f"    {line}".rstrip() + "\n" for line in function.__doc__.splitlines()).rstrip()
-    return f'{head(function)}\n    """{documentation.lstrip()}\n    """\n'
+    documentation = "".join(f"    {line}".rstrip() + "\n" for line in str(function.__doc__).splitlines())
+    return f'{head(function)}\n    """{documentation.strip()}\n    """\n'
 
 
 def with_functions(stubs: str, module: Any) -> str:
-    by_hand, _, _ = stubs.partition("\ndef ")
-    return "\n".join([by_hand, *map(stub, functions(module))])
+    end = stubs.index("\n\n", stubs.index(BY_HAND_UNTIL)) + 1
+    records = [(function, record) for function in functions(module) if (record := record_kind(function))]
+    return "\n".join([stubs[:end], *(protocol(*one) for one in records), *map(stub, functions(module))])
 
 
 if __name__ == "__main__":

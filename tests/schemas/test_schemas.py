@@ -115,6 +115,15 @@ class SchemaTest(Judge):
         for tool, answer in EMPTY_ANSWERS.items():
             self.assertEqual(list(EMPTY[tool]["const"]), list(answer), tool)
 
+    def test_functions_tell_their_keys_in_their_order(self):
+        for name, function in BUILDERS.items():
+            build = getattr(real, function)
+            told = re.findall(r'"(\w+)"', build.__doc__)
+            # Parameters name their keys; the hint, and what an empty answer has, are not the function's to tell.
+            others = {*inspect.signature(build).parameters, "hint", *EMPTY["symbol"]["const"]}
+            keys = [key for key in SCHEMAS[name]["properties"] if key not in others]
+            self.assertEqual([key for key in dict.fromkeys(told) if key in keys], keys, function)
+
     def test_answers_with_one_key_changed(self):
         pairs = [(name, SCHEMAS[name], *pair) for name, pair in ANSWERS.items()]
         pairs += [(tool, EMPTY[tool], answer, answer) for tool, answer in EMPTY_ANSWERS.items()]

@@ -13,7 +13,7 @@ from hollin.source_file import Symbol
 from hollin.utils.pagination import add_pagination_hint
 
 if TYPE_CHECKING:
-    from hollin.mcp_responses import _FoundSymbol
+    from hollin.mcp_responses import _SymbolSearchResultRecord
 
 
 @dataclass(frozen=True)
@@ -44,7 +44,7 @@ class Endpoint:
     signature: str | None = None
 
 
-def search(symbols: "list[_FoundSymbol]", paths: dict[str, str], total: int) -> str:
+def search(symbols: "list[_SymbolSearchResultRecord]", paths: dict[str, str], total: int) -> str:
     rows = [mcp_responses.build_symbol_search_result(symbol, paths.get(symbol.fqn)) for symbol in symbols]
     return mcp_responses.tool_result_text(mcp_responses.build_paginated_response(rows, total, 0, items_key="symbols"))
 
