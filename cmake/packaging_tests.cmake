@@ -1,5 +1,5 @@
-# The tests of what others pick up: the wheel, the installed C++ library, the examples. Not of a sanitized build,
-# which nobody picks up. Their work stays in the build folder's packaging/ until they run again.
+# The tests of what others pick up: the wheel, the installed C++ library, the examples. Of a Release build alone, which
+# is what they pick up. Their work stays in the build folder's packaging/ until they run again.
 
 file(GLOB test_files CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/packaging"
   "${CMAKE_CURRENT_SOURCE_DIR}/packaging/test_*.py")
