@@ -1,5 +1,5 @@
-"""Writes the functions of the stubs anew, as the module tells them: parameters, defaults, types, documentation, and what
-they read of a record, whose types are those of the schemas."""
+"""Writes the functions of the stubs anew, as the module tells them: parameters, defaults, types, documentation; and
+what each builder reads of a record, with the types that the schemas give."""
 
 import inspect
 import json
@@ -30,7 +30,8 @@ TAKEN = {
 
 
 def functions(module: Any) -> list[Callable[..., Any]]:
-    return [one for one in vars(module).values() if type(one).__name__ == "function" and one.__module__ == module.__name__]
+    named = [one for one in vars(module).values() if type(one).__name__ == "function"]
+    return [one for one in named if one.__module__ == module.__name__]
 
 
 class Recorder:

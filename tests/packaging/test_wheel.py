@@ -1,4 +1,4 @@
-"""The wheel from first to last: sources, sdist, wheel, a clean environment with a service in it, an answer, gone again."""
+"""The wheel from first to last: sources, sdist, wheel, an environment with a service in it, an answer, gone again."""
 
 import platform
 import shutil
@@ -58,7 +58,7 @@ class WheelTest(unittest.TestCase):
         (cls.wheel,) = cls.folder.glob("*.whl")
 
     def test_is_the_same_when_made_anew(self):
-        """From the sources, not the sdist, with what was compiled in another folder, and by whom others may not read."""
+        """From the sources instead of the sdist, of what was compiled elsewhere, and where others may read nothing."""
         sources, again = self.folder / "sources", self.folder / "again"
         for file in (sources / "hollin-stubs").iterdir():
             file.chmod(0o600)
