@@ -82,7 +82,9 @@ HostRef build_file_symbol(Call& call) {
 }
 
 HostRef build_api_endpoint(Call& call) {
-  return call.answer(api_endpoint(call.record(), call.looked_into(1), call.handed_on(2)));
+  Value file_path = call.looked_into(1);
+  HostRef component = call.handed_on(2);
+  return call.answer(api_endpoint(call.record(), std::move(file_path), std::move(component)));
 }
 
 HostRef build_reference(Call& call) {
@@ -102,13 +104,19 @@ HostRef build_paginated_response(Call& call) {
         in_host([&] { return PyObject_Vectorcall(function.get(), arguments, 2, nullptr); }));
     return {};  // the host's answer goes to the caller as it is, whatever it is
   };
-  mcp_responses::build_paginated_response(call.looked_into(0), call.looked_into(1),
-                                          call.looked_into(2), call.text(3), add_pagination_hint);
+  const Value items = call.looked_into(0);
+  const Value total_count = call.looked_into(1);
+  const Value offset = call.looked_into(2);
+  mcp_responses::build_paginated_response(items, total_count, offset, call.text(3),
+                                          add_pagination_hint);
   return hinted;
 }
 
 HostRef build_test_coverage(Call& call) {
-  return call.answer(test_coverage(call.handed_on(0), call.handed_on(1), call.looked_into(2)));
+  HostRef test_file = call.handed_on(0);
+  HostRef source_file = call.handed_on(1);
+  const Value symbols = call.looked_into(2);
+  return call.answer(test_coverage(std::move(test_file), std::move(source_file), symbols));
 }
 
 HostRef build_empty_paginated_response(Call& call) {
@@ -130,8 +138,10 @@ HostRef build_wiki_status_response(Call& call) {
 }
 
 HostRef build_wiki_list_response(Call& call) {
-  return call.answer(
-      wiki_list(call.looked_into(0), call.looked_into(1), call.looked_into(2), call.handed_on(3)));
+  const Value pages = call.looked_into(0);
+  const Value total = call.looked_into(1);
+  const Value offset = call.looked_into(2);
+  return call.answer(wiki_list(pages, total, offset, call.handed_on(3)));
 }
 
 HostRef build_wiki_read_response(Call& call) {
@@ -160,7 +170,8 @@ HostRef build_wiki_ask_response(Call& call) {
 }
 
 HostRef ask_citations(Call& call) {
-  return call.answer(Value(mcp_responses::_ask_citations(call.list(0), call.sequence(1))));
+  const List sections = call.list(0);
+  return call.answer(Value(mcp_responses::_ask_citations(sections, call.sequence(1))));
 }
 
 HostRef get_empty_response(Call& call) {

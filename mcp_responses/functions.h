@@ -3,7 +3,8 @@
 // answers are is told where callers read it, in signatures.cc. Arguments are named by their
 // position among the parameters there, counted from 0. A body throws what crosses to the host as
 // its error (see host_errors.h); when no value can stand for an argument, the call's edge says
-// which.
+// which. Of several arguments that cannot be taken, the first counts: each is asked for in a
+// statement of its own, for C++ leaves open which argument of a call comes first.
 #pragma once
 
 #include "call.h"

@@ -103,8 +103,11 @@ class Values(ComparingTest):
         thing = object()
         # Keys with more digits than the interpreter writes, with code of their own, and without UTF-8.
         for key, subscript in ((10**5000, "..."), (OVERRIDING[str]("k"), "..."), ("\ud800", r"'\ud800'")):
-            error = TypeError, f"test_file[{subscript}] must be {ANYTHING}, not object"
-            self.assertEqual(outcome(real.build_test_coverage, {key: thing}, thing), error)
+            error = TypeError, f"items[0][{subscript}] must be {ANYTHING}, not object"
+            self.assertEqual(outcome(real.build_paginated_response, [{key: thing}], thing, 0), error)
+        for first, second in itertools.permutations((thing, 2**63)):
+            error = outcome(real.build_test_coverage, first, second)
+            self.assertEqual(error[1].split()[0], "test_file", "the first of two that cannot be taken")
 
     def test_arguments_that_cannot_be_anything(self):
         handed_on = {(place.function, place.where) for place in PLACES}
