@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <exception>
 #include <map>
+#include <memory>
 #include <tuple>
 #include <utility>
 
@@ -43,17 +45,21 @@ std::vector<File> files_of(std::span<const Place> places, const CodeLinesHooks& 
   return files;
 }
 
-void look_up(const WorkTree& tree, File& file) {
+void look_up(const WorkTree& tree, File& file, const CodeLinesHooks& hooks) {
   try {
-    const auto content = tree.read(file.name);
-    if (!content) return;
-    LineFinder finder(*content);
+    auto reader = tree.open(file.name);
+    if (!reader) return;
+    LineFinder finder([&](std::span<char> to) {
+      hooks.before_piece();
+      return reader->read(to);
+    });
     for (const std::int64_t number : file.numbers) {
       const auto line = finder.find(number);
       if (!line) break;
       file.lines.emplace_back(number, code_line_text(*line));
     }
   } catch (const Unreadable& error) {
+    file.lines.clear();
     file.not_read = error.what();
   }
 }
@@ -84,6 +90,20 @@ std::size_t break_length(std::string_view bytes, std::size_t at) {
 }
 
 constexpr std::size_t skip_block = 64;
+constexpr std::size_t longest_break = 3;
+constexpr std::size_t window_size = std::size_t{1} << 16;
+/// Of a line, before what is not needed of it is dropped.
+constexpr std::size_t most_of_line = 4096;
+
+/// The bytes of the last character, when more of it may follow; 0 when the bytes end with a whole
+/// one.
+std::size_t cut_off_character(std::string_view bytes) {
+  for (std::size_t size = 1; size <= 3; ++size) {
+    const auto byte = static_cast<unsigned char>(bytes[bytes.size() - size]);
+    if ((byte & 0xC0U) != 0x80) return byte < 0xC0 ? 0 : size;
+  }
+  return 0;
+}
 
 // Of a fixed length and without a branch, so that the compiler makes vector instructions of them.
 
@@ -122,28 +142,88 @@ unsigned breaks_in_any_block(const std::uint8_t* block) {
 
 }  // namespace
 
+LineFinder::LineFinder(More more)
+    : more_(std::move(more)), window_(std::make_unique_for_overwrite<char[]>(window_size)) {}
+
+bool LineFinder::fetch(std::size_t bytes) {
+  while (end_ - at_ < bytes) {
+    if (is_last_) return false;
+    std::memmove(window_.get(), &window_[at_], end_ - at_);
+    end_ -= std::exchange(at_, 0);
+    const std::size_t count = more_({&window_[end_], window_size - end_});
+    is_last_ = count == 0;
+    end_ += count;
+  }
+  return true;
+}
+
 std::optional<std::string_view> LineFinder::find(std::int64_t number) {
   skip_blocks_before(number);
-  while (at_ < bytes_.size()) {
-    const std::size_t start = at_;
-    std::size_t length = 0;
-    while (at_ < bytes_.size() && (length = break_length(bytes_, at_)) == 0) ++at_;
-    const std::string_view line = bytes_.substr(start, at_ - start);
-    at_ += length;
-    if (line_++ == number) return line;
+  bool is_begun = false;   // some of the line was there, and is not needed
+  std::size_t length = 0;  // of the line, as far as it was looked at and is needed
+  while (has(length + 1)) {
+    const auto next = static_cast<unsigned char>(window_[at_ + length]);
+    std::size_t break_size = 0;
+    if (next < 0x20 || next >= 0x80) {
+      has(length + longest_break);
+      break_size = break_length({&window_[at_], end_ - at_}, length);
+    }
+    if (break_size > 0) {
+      const std::string_view line = ahead(length);
+      at_ += std::exchange(length, 0) + break_size;
+      if (line_++ == number) return line;
+    } else if (line_ < number) {
+      ++at_;
+    } else if (++length == most_of_line) {
+      is_begun = true;
+      if (shorten(length)) return ahead(length);
+    }
   }
-  return {};
+  if (line_ != number || (length == 0 && !is_begun)) return {};
+  const std::string_view last = ahead(length);
+  at_ = end_;
+  ++line_;
+  return last;
 }
 
 void LineFinder::skip_blocks_before(std::int64_t number) {
-  while (at_ + skip_block + 2 <= bytes_.size()) {
-    const auto* const block = reinterpret_cast<const std::uint8_t*>(bytes_.data() + at_);
+  while (has(skip_block + longest_break - 1)) {
+    const auto* const block = reinterpret_cast<const std::uint8_t*>(&window_[at_]);
     const auto plain = breaks_in_plain_block(block);
     const std::int64_t line_after = line_ + (plain ? *plain : breaks_in_any_block(block));
     if (line_after >= number) return;
     line_ = line_after;
     at_ += skip_block;
   }
+}
+
+/// Drops what `code_line_text` does not need of a line whose first `length` bytes stand ahead: white
+/// space in front, and behind as many characters as are shown. True when something else stands
+/// there: then the line is cut, whatever follows.
+bool LineFinder::shorten(std::size_t& length) {
+  const std::string_view line = ahead(length - cut_off_character(ahead(length)));
+  std::size_t at = 0;
+  std::size_t start = 0;  // behind the white space in front
+  std::size_t shown = 0;  // characters behind it
+  std::size_t end = 0;    // of those that may be shown
+  while (at < line.size()) {
+    const bool is_space = is_white_space(decode_next(line, at));
+    if (is_space && shown == 0) {
+      start = end = at;
+    } else if (shown < CODE_LINE_CHARS) {
+      ++shown;
+      end = at;
+    } else if (!is_space) {
+      length = line.size();
+      return true;
+    }
+  }
+  // What is kept moves behind what is dropped.
+  const std::size_t dropped = line.size() - end;
+  std::memmove(&window_[at_ + start + dropped], &window_[at_ + start], end - start);
+  at_ += start + dropped;
+  length -= start + dropped;
+  return false;
 }
 
 Text code_line_text(std::string_view line) {
@@ -187,10 +267,9 @@ std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> pl
   std::exception_ptr failure;
   hooks.while_reading([&] {
     for (File& file : files) {
-      hooks.before_file();
       try {
-        look_up(tree, file);
-      } catch (...) {
+        look_up(tree, file, hooks);
+      } catch (const LinkLoop&) {
         failure = std::current_exception();  // what was not read before is told first
         return;
       }

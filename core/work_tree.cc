@@ -200,26 +200,13 @@ int open_folder_by_folder(int directory, const std::string& path, int flags) {
   return -1;
 }
 
-/// To its end, whatever its size says, for a file may grow while it is read, and the size of one in
-/// /proc says nothing. But one that grows as fast as it is read has no end: then what its size said,
-/// as much again, and what a file without a size may have, is enough, for no place that the service
-/// has indexed stands behind it.
-std::string read_all(int file, std::size_t expected, const std::string& path) {
+/// What is read of a file at most. A file may grow while it is read, and the size of one in /proc
+/// says nothing, so a file is read to its end. But one that grows as fast as it is read has none:
+/// then what its size said, as much again, and what a file without a size may have, is enough, for
+/// no place that the service has indexed stands behind it.
+std::size_t most_of(std::size_t size) {
   constexpr std::size_t most_without_size = std::size_t{64} << 20;
-  const std::size_t most = 2 * expected + most_without_size;
-  constexpr std::size_t page = 4096;  // some files in /proc give no less
-  std::string content(std::min(expected, most_without_size) + page, '\0');
-  std::size_t size = 0;
-  while (size < most) {
-    const ssize_t count = ::read(file, content.data() + size, content.size() - size);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw Unreadable(errno, path);
-    if (count == 0) break;
-    size += static_cast<std::size_t>(count);
-    if (size == content.size()) content.resize(std::min(size * 2, most));
-  }
-  content.resize(size);
-  return content;
+  return 2 * size + most_without_size;
 }
 
 /// What an error shows of a path: the beginning, where it is far longer than any file's.
@@ -271,12 +258,22 @@ WorkTree::WorkTree(std::string_view root, Opening opening)
   if (root_ == "/") root_.clear();
 }
 
-std::optional<std::string> WorkTree::read(std::string_view path) const {
+std::size_t FileReader::read(std::span<char> to) {
+  ssize_t count = 0;
+  do {
+    count = ::read(file_.get(), to.data(), std::min(to.size(), most_));
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) throw Unreadable(errno, path_);
+  most_ -= static_cast<std::size_t>(count);
+  return static_cast<std::size_t>(count);
+}
+
+std::optional<FileReader> WorkTree::open(std::string_view path) const {
   if (is_plain(path)) {
     // Most paths hold neither links nor "..": the kernel then says so by finding the file.
     const std::string plain(path);
     const Descriptor found = open_beneath(plain, look_flags);
-    if (found.is_open()) return read_found(found, plain);
+    if (found.is_open()) return open_found(found, plain);
   }
   const std::string target = resolved_from(root_, path);
   const bool is_root = target == root_;
@@ -284,24 +281,25 @@ std::optional<std::string> WorkTree::read(std::string_view path) const {
   const std::string below = is_root ? "" : target.substr(root_.size() + 1);
   const Descriptor found = open_beneath(below, look_flags);
   if (!found.is_open()) throw Unreadable(errno, rooted(target));
-  return read_found(found, below);
+  return open_found(found, below);
 }
 
 /// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would
 /// notice. What is opened then is what was looked at.
-std::string WorkTree::read_found(const Descriptor& found, const std::string& below) const {
-  const std::string path = below.empty() ? rooted(root_) : root_ + '/' + below;
+FileReader WorkTree::open_found(const Descriptor& found, const std::string& below) const {
+  std::string path = below.empty() ? rooted(root_) : root_ + '/' + below;
   struct stat looked_at {};
   if (::fstat(found.get(), &looked_at) != 0) throw Unreadable(errno, path);
   if (S_ISDIR(looked_at.st_mode)) throw Unreadable(EISDIR, path);
   if (S_ISSOCK(looked_at.st_mode)) throw Unreadable(ENXIO, path);  // as opening it would fail
   if (!S_ISREG(looked_at.st_mode)) throw Unreadable("Not a regular file", path);
-  const Descriptor file = open_beneath(below, read_flags);
+  Descriptor file = open_beneath(below, read_flags);
   if (!file.is_open()) throw Unreadable(errno, path);
   struct stat opened {};
   if (::fstat(file.get(), &opened) != 0) throw Unreadable(errno, path);
   if (!is_same(looked_at, opened)) throw Unreadable("Exchanged while it was opened", path);
-  return read_all(file.get(), static_cast<std::size_t>(std::max<off_t>(0, opened.st_size)), path);
+  const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
+  return {std::move(file), std::move(path), most_of(size)};
 }
 
 /// Sets errno when nothing was opened.

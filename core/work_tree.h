@@ -6,7 +6,9 @@
 // opens nothing. Hard links and mounts inside the root are trusted.
 #pragma once
 
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -54,6 +56,24 @@ std::string absolute(std::string_view path);
 /// for a path that ends in one, and as `absolute` does. Requires a path without NUL.
 std::string resolved(std::string_view path);
 
+/// A file of a work tree, open from its beginning on.
+class FileReader {
+ public:
+  /// Reads on into `to` and returns how many bytes that gave, 0 at the end. The end of a file that
+  /// grows as fast as it is read comes after twice what its size said, and 64 MiB. Throws
+  /// `Unreadable`.
+  std::size_t read(std::span<char> to);
+
+ private:
+  friend class WorkTree;
+  FileReader(Descriptor file, std::string path, std::size_t most)
+      : file_(std::move(file)), path_(std::move(path)), most_(most) {}
+
+  Descriptor file_;
+  std::string path_;
+  std::size_t most_;  // bytes that are still to come
+};
+
 class WorkTree {
  public:
   /// How files are opened beneath the root: by one system call where the kernel has it, or folder
@@ -63,15 +83,13 @@ class WorkTree {
   /// Resolves the root, which need not exist. Throws as `resolved` does.
   explicit WorkTree(std::string_view root, Opening opening = Opening::openat2);
 
-  /// The whole content of a file, or nothing when its path leaves the root. `path` is relative to
-  /// the root; an absolute one is taken as it is. Of a file that grows as fast as it is read, twice
-  /// what its size said and 64 MiB. Throws `Unreadable`, also for what is no regular file, which is
-  /// not even opened, and as `resolved` does.
-  /// Requires a path without NUL.
-  std::optional<std::string> read(std::string_view path) const;
+  /// Opens a file, or nothing when its path leaves the root. `path` is relative to the root; an
+  /// absolute one is taken as it is. Throws `Unreadable`, also for what is no regular file, which is
+  /// not even opened, and as `resolved` does. Requires a path without NUL.
+  std::optional<FileReader> open(std::string_view path) const;
 
  private:
-  std::string read_found(const Descriptor& found, const std::string& below) const;
+  FileReader open_found(const Descriptor& found, const std::string& below) const;
   Descriptor open_beneath(const std::string& path, int flags) const;
 
   std::string root_;  // resolved; "" for "/"

@@ -113,12 +113,12 @@ TEST_P(WorkTreeTest, APipeIsNotOpenedWhenItIsLookedAt) {
 TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadSoFar) {
   const char* const endless = "/proc/self/pagemap";
   if (!fs::exists(endless)) GTEST_SKIP() << "no " << endless;
-  EXPECT_EQ(WorkTree("/", GetParam()).read(endless)->size(), std::size_t{64} << 20);
+  EXPECT_EQ(models::content(WorkTree("/", GetParam()), endless)->size(), std::size_t{64} << 20);
 }
 
 std::string reason(const WorkTree& tree, const std::string& path) {
   try {
-    tree.read(path);
+    models::content(tree, path);
     return "read";
   } catch (const Unreadable& error) {
     return error.what();
@@ -160,13 +160,14 @@ TEST_P(WorkTreeTest, AFailureNamesItsCauseAndTheResolvedPath) {
 TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeSays) {
   const WorkTree everything("/", GetParam());
   ASSERT_EQ(fs::file_size("/proc/self/status"), 0U);
-  EXPECT_TRUE(everything.read("/proc/self/status")->starts_with("Name:"));
-  EXPECT_EQ(everything.read("/proc/cpuinfo")->size(), content_of("/proc/cpuinfo").size());
+  EXPECT_TRUE(models::content(everything, "/proc/self/status")->starts_with("Name:"));
+  EXPECT_EQ(models::content(everything, "/proc/cpuinfo")->size(),
+            content_of("/proc/cpuinfo").size());
   for (const std::size_t size : {0U, 1U, 4095U, 4096U, 65537U, 3000000U}) {
     std::string content(size, 'x');
     for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 251);
     write(root_ + "/n\xFF", content);
-    EXPECT_TRUE(tree_.read("n\xFF") == content) << size;
+    EXPECT_TRUE(models::content(tree_, "n\xFF") == content) << size;
   }
 }
 

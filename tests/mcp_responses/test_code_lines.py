@@ -200,10 +200,18 @@ class CodeLines(unittest.TestCase):
             os.chdir(self.base)
             self.assertEqual(real.code_lines(root, places()), {("a.py", 1): "one"})
 
-    def test_a_signal_is_seen_between_files(self):
+    def make_long_file(self, name, size):
+        (self.base / name).touch()
+        os.truncate(self.base / name, size)
+
+    def test_of_a_file_without_measure_only_what_is_needed_is_read_and_held(self):
+        self.make_long_file("huge", 10**12)
+        self.assertEqual(real.code_lines(self.base, [("huge", 1)]), {("huge", 1): "\0" * 199 + "…"})
+
+    def test_a_signal_is_seen_between_files_and_in_one(self):
+        self.make_long_file("huge", 10**12)
         for i in range(500):
-            (self.base / f"big{i}").touch()
-            os.truncate(self.base / f"big{i}", 4 * 10**7)
+            self.make_long_file(f"big{i}", 4 * 10**7)
 
         class Alarm(Exception):
             pass
@@ -212,13 +220,14 @@ class CodeLines(unittest.TestCase):
             raise Alarm
 
         self.addCleanup(signal.signal, signal.SIGALRM, signal.signal(signal.SIGALRM, end))
-        signal.setitimer(signal.ITIMER_REAL, 0.3)
-        with mock.patch.object(real.logger, "info") as info, self.assertRaises(Alarm):
-            real.code_lines(self.base, [("missing", 1), *((f"big{i}", 1) for i in range(500))])
-        self.assertEqual(info.mock_calls, [], "no host code runs while the handler's error is on its way")
+        for names in ([f"big{i}" for i in range(500)], ["huge"]):
+            signal.setitimer(signal.ITIMER_REAL, 0.3)
+            with mock.patch.object(real.logger, "info") as info, self.assertRaises(Alarm):
+                real.code_lines(self.base, [("missing", 1), *((name, 2) for name in names)])
+            self.assertEqual(info.mock_calls, [], "no host code runs while the handler's error is on its way")
 
     def test_other_threads_run_while_a_file_is_read(self):
-        (self.base / "big").write_bytes(bytes(5 * 10**7))
+        (self.base / "big").write_bytes(bytes(5 * 10**7) + b"\nlast")
         self.addCleanup(sys.setswitchinterval, sys.getswitchinterval())
         sys.setswitchinterval(1000)  # nobody is made to hand over the interpreter
         for _ in range(50):
@@ -227,7 +236,7 @@ class CodeLines(unittest.TestCase):
             thread.start()
             go.set()
             ran_before = ran.is_set()
-            self.assertEqual(len(real.code_lines(self.base, [("big", 1)])), 1)
+            self.assertEqual(real.code_lines(self.base, [("big", 2)]), {("big", 2): "last"})
             ran_meanwhile = ran.is_set() and not ran_before
             thread.join()
             if ran_meanwhile:

@@ -4,10 +4,12 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,10 +18,21 @@
 
 namespace models {
 
+/// All of a file, or nothing when its path leaves the root.
+inline std::optional<std::string> content(const mcp_responses::WorkTree& tree,
+                                          const std::string& path) {
+  auto reader = tree.open(path);
+  if (!reader) return {};
+  std::string bytes;
+  std::array<char, 5000> piece;
+  while (const std::size_t count = reader->read(piece)) bytes.append(piece.data(), count);
+  return bytes;
+}
+
 /// What reading comes to, in the words of `LinkTree::read`.
 inline std::string outcome(const mcp_responses::WorkTree& tree, const std::string& path) {
   try {
-    return tree.read(path).value_or("outside");
+    return content(tree, path).value_or("outside");
   } catch (const mcp_responses::Unreadable&) {
     return "unreadable";
   } catch (const mcp_responses::LinkLoop&) {

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,6 +73,15 @@ inline std::vector<std::u32string> split_lines(const std::u32string& text) {
     start = end + (text.compare(end, 2, U"\r\n") == 0 ? 2 : 1);
   }
   return lines;
+}
+
+/// Hands a text out, so many bytes at a time.
+inline auto in_pieces(std::string_view text, std::size_t size) {
+  return [text, size](std::span<char> to) mutable {
+    const std::size_t count = text.copy(to.data(), std::min(size, to.size()));
+    text.remove_prefix(count);
+    return count;
+  };
 }
 
 inline std::u32string shown_line(const std::u32string& line) { return cut(stripped(line), 200); }
