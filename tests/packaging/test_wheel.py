@@ -15,7 +15,7 @@ SERVICE = {
     "__init__.py": "",
     "py.typed": "",
     "utils/__init__.py": "",
-    "utils/pagination.py": "def add_pagination_hint(page, count):\n    return page | {'hint': f'{count} of many'}\n",
+    "utils/pagination.py": (ROOT / "stand_in/hollin/utils/pagination.py").read_text("utf-8"),
 }
 USE = """
 import importlib.metadata
@@ -26,7 +26,7 @@ print(importlib.metadata.version("mcp_responses"))
 """
 ANSWER = (
     '{"items":[{"name":"naïve","score":0.5}],"total_count":57,"truncated":true,"has_more":true,"offset":0,'
-    '"hint":"1 of many"}\n'
+    '"hint":"More rows follow: call again with offset=1."}\n'
 )
 # As the README has it, and held to what pyproject.toml asks for.
 OFFLINE = ("--no-build-isolation", "--check-build-dependencies", "--no-deps")
@@ -99,5 +99,7 @@ class WheelTest(unittest.TestCase):
         run(self.tools, "-m", "pip", "--python", clean, "install", self.wheel)
         self.assertEqual(before, {name: text for name, text in contents(packages).items() if name in before})
         self.assertEqual(run(clean, "-I", "-X", "utf8", "-c", USE), f"{ANSWER}{newest_release()}\n")
+        page = run(clean, "-I", "-X", "utf8", Path(__file__).with_name("run_page.py"), ROOT / "docs" / "in_a_service.md")
+        self.assertRegex(page, r"^[5-9] blocks$")
         run(self.tools, "-m", "pip", "--python", clean, "uninstall", "--yes", "mcp_responses")
         self.assertEqual(contents(packages), before)
