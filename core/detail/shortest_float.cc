@@ -93,7 +93,7 @@ constexpr int log2_of_power_of_10(int e) { return (e * 1741647) >> 19; }
 /// The highest 64 bits of the product, the last one set when anything but zeros follows. The power
 /// is rounded up, so a one there may be its own.
 std::uint64_t product_to_odd(const Power& power, std::uint64_t factor) noexcept {
-  const std::uint64_t low = static_cast<std::uint64_t>(Wide{power.low} * factor >> 64);
+  const auto low = static_cast<std::uint64_t>(Wide{power.low} * factor >> 64);
   const Wide product = Wide{power.high} * factor + low;
   const auto rest = static_cast<std::uint64_t>(product);
   return static_cast<std::uint64_t>(product >> 64) | (rest > 1 ? 1 : 0);

@@ -25,7 +25,7 @@ namespace mcp_responses {
 /// Memory that texts are written into, one after the other.
 struct TextBuffer {
   struct Free {
-    void operator()(void* bytes) const noexcept { std::free(bytes); }
+    void operator()(void* memory) const noexcept { std::free(memory); }
   };
   std::unique_ptr<void, Free> bytes;
   std::size_t capacity = 0;  // in bytes

@@ -50,9 +50,15 @@ def checked(arguments: dict[str, Any], schema: Schema) -> dict[str, Any]:
     for name in schema["required"]:
         if name not in arguments:
             raise ArgumentError(name, "is missing")
-    for name, value in arguments.items():
+    given = {name: _whole(value) for name, value in arguments.items()}
+    for name, value in given.items():
         _check(name, value, properties[name])
-    return {name: each["default"] for name, each in properties.items() if "default" in each} | arguments
+    return {name: each["default"] for name, each in properties.items() if "default" in each} | given
+
+
+def _whole(value: Any) -> Any:
+    """JSON Schema's integers are the numbers without a fraction, however they are written: 2.0 is one."""
+    return int(value) if isinstance(value, float) and value.is_integer() else value
 
 
 def _check(name: str, value: Any, schema: Schema) -> None:

@@ -4,6 +4,9 @@ from __future__ import annotations
 
 import argparse
 import json
+import os
+import re
+import shutil
 import signal
 import sys
 import sysconfig
@@ -15,10 +18,13 @@ from typing import Any
 
 from hollin import mcp_responses, tools
 from hollin.arguments import TEXT_CHARS, ArgumentError, checked
-from hollin.index import PHASES, Index
+from hollin.index import PHASES, Index, Progress
 from hollin.tools import TOOLS
 
-COLUMNS, HEAD_LINES, TAIL_LINES = 88, 5, 3
+COLUMNS = max(40, min(88, shutil.get_terminal_size((92, 24)).columns - 4))
+HEAD_LINES, TAIL_LINES = 5, 3
+IS_COLOURED = sys.stdout.isatty() and "NO_COLOR" not in os.environ and os.environ.get("TERM") != "dumb"
+HEADING, CALL, KEY = "1", "36", "34"  # ANSI: bold, cyan, blue
 BUDGETS = (1000, 400, 100)
 ROWS = 4
 
@@ -63,12 +69,16 @@ class Demo:
         library.seconds, library.calls = 0.0, 0
         response = answer()
         text = library.tool_result_text(response)
-        print(f"\n{title[:COLUMNS]}")
+        print(f"\n{coloured(title[:COLUMNS], CALL)}")
         show_text(text)
         size = len(text.encode())
         took = f"the library took {library.seconds * 1e6:,.0f} \N{MICRO SIGN}s in {library.calls} calls"
         print(f"    = {size:,} bytes, {-(-size // 4):,} tokens; {took}")
         return response
+
+
+def coloured(text: str, colour: str) -> str:
+    return f"\x1b[{colour}m{text}\x1b[0m" if IS_COLOURED else text
 
 
 def show_text(text: str) -> None:
@@ -85,28 +95,50 @@ def show_text(text: str) -> None:
 def show_lines(text: str) -> None:
     shown = "".join(char if char.isprintable() else "\N{MIDDLE DOT}" for char in text)
     for start in range(0, len(shown), COLUMNS):
-        print(f"    {shown[start : start + COLUMNS]}")
+        line = shown[start : start + COLUMNS]
+        print("    " + re.sub(r'"\w+"(?=:)', lambda key: coloured(key[0], KEY), line))
 
 
 def section(title: str) -> None:
-    print(f"\n\n--- {title} {'-' * (COLUMNS - len(title))}")
+    print("\n\n" + coloured(f"--- {title} {'-' * (COLUMNS - len(title))}", HEADING))
+
+
+class Counter:
+    """A line that moves while something is counted; on a terminal alone."""
+
+    def __init__(self) -> None:
+        self.is_shown = sys.stdout.isatty()
+        self.due = 0.0
+
+    def show(self, progress: Progress) -> None:
+        if self.is_shown and time.perf_counter() >= self.due:
+            self.due = time.perf_counter() + 0.1
+            print(f"\r\x1b[K{progress.phase} {progress.done:,}/{progress.total:,}", end="", flush=True)
+
+    def clear(self) -> None:
+        if self.is_shown:
+            print("\r\x1b[K", end="")
 
 
 def make_index(demo: Demo) -> None:
-    index, start, shown = demo.index, time.perf_counter(), set()
+    index, start, shown, counter = demo.index, time.perf_counter(), set(), Counter()
     print(f"Indexing {index.root}")
     print(f"Left out: hidden folders, links and {', '.join(sorted(index.left_out))}.")
     section("While the index is being built")
     for _ in index.build():
         now = index.progress
-        if now.phase in PHASES[::2] and now.phase not in shown and 2 * now.done >= now.total - 1:
+        counter.show(now)
+        if now.total and now.phase in PHASES[::2] and now.phase not in shown and 2 * now.done >= now.total - 1:
             shown.add(now.phase)
+            counter.clear()
             demo.ask("status")
+    counter.clear()
     seconds = time.perf_counter() - start
     calls = sum(map(len, index.references.values()))
     print(f"\nIndexed {len(index.files):,} files in {seconds:.1f} s: {len(index.symbols):,} symbols, {calls:,} calls, "
           f"{len(index.wiki.pages):,} wiki pages.")
-    print(f"Not indexed, as they do not parse: {len(index.skipped)} files.")
+    some = ": " + ", ".join(index.skipped[:3]) + (", ..." if len(index.skipped) > 3 else "") if index.skipped else ""
+    print(f"Left out, for they cannot be read or do not parse: {len(index.skipped)}{some}"[: COLUMNS + 4])
 
 
 def show_code(demo: Demo, word: str) -> None:
@@ -179,12 +211,15 @@ def options() -> tuple[Index, str]:
 def main() -> None:
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a pager may be left early
     sys.stdout.reconfigure(errors="replace")
-    index, word = options()
-    demo = Demo(index)
-    make_index(demo)
-    show_code(demo, word)
-    show_wiki(demo, word)
-    show_empty(demo)
+    try:
+        index, word = options()
+        demo = Demo(index)
+        make_index(demo)
+        show_code(demo, word)
+        show_wiki(demo, word)
+        show_empty(demo)
+    except KeyboardInterrupt:
+        sys.exit("\nhollin.demo: stopped")
 
 
 if __name__ == "__main__":

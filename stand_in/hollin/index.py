@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import re
+import stat
 import warnings
 from collections import defaultdict
 from collections.abc import Iterator
@@ -53,12 +54,12 @@ class Progress:
 
     @property
     def percent(self) -> int:
-        share = self.done / self.total if self.total else 1.0
+        share = self.done / self.total if self.total else 0.0
         return int(100 * (PHASES.index(self.phase) + share) / len(PHASES))
 
 
 class Index:
-    """Empty until `build` has run to its end; `progress` is None from then on."""
+    """Grows while `build` runs; `progress` is None from its end on. What cannot be read stands in `skipped`."""
 
     def __init__(self, root: Path, left_out: frozenset[str] = frozenset()) -> None:
         self.root = root.resolve()
@@ -66,6 +67,7 @@ class Index:
         self.branch = _branch(self.root)
         self.wiki = Wiki(self.root)
         self.progress: Progress | None = Progress(PHASES[0], 0, 0)
+        self.failure: str | None = None  # why the index could not be made
         self.updated: str | None = None
         self.skipped: list[str] = []
         self._sources: list[SourceFile] = []  # while the index is being built
@@ -81,10 +83,14 @@ class Index:
 
     def build(self) -> Iterator[None]:
         """Make the index, a step at a time; whoever drives it may look at `progress` or stop."""
-        paths = list(self.walk())
+        self.skipped.clear()
+        paths = []
+        for path in self.walk():
+            paths.append(path)
+            yield
         steps = (
             ([path for path in paths if path.endswith(".py")], self._read),
-            ([path for path in paths if path.endswith(DOCUMENTS)], self.wiki.add_document),
+            ([path for path in paths if path.endswith(DOCUMENTS)], self._add_document),
             (self._sources, self._add_references),
             (self._sources, self._add_coverage),
         )
@@ -98,14 +104,39 @@ class Index:
         self.updated = datetime.now(timezone.utc).isoformat(timespec="seconds")
         self.progress = None
 
+    @property
+    def is_ready(self) -> bool:
+        return self.progress is None and self.failure is None
+
+    @property
+    def remark(self) -> str:
+        """Why there is no answer yet."""
+        if self.failure:
+            return f"The index could not be made ({self.failure}); the server's log says more."
+        now = self.progress
+        how_far = f"{now.phase}, {now.done} of {now.total}, {now.percent} % in all" if now else "nearly done"
+        return f"The index is being built: {how_far}. Ask status, and call again when it is ready."
+
     def walk(self) -> Iterator[str]:
-        """The tree's regular files, as paths from the root; links and odd names stay outside."""
-        for folder, names, files in os.walk(self.root):
+        """The tree's regular files, as paths from the root; links and odd names stay outside. A folder or a file that
+        cannot be looked at joins `skipped`."""
+        for folder, names, files in os.walk(self.root, onerror=self._skip_unreadable):
             names[:] = sorted(n for n in names if n not in self.left_out and not n.startswith("."))
             for path in (Path(folder, name) for name in sorted(files)):
                 relative = path.relative_to(self.root).as_posix()
-                if _is_text(relative) and path.is_file() and not path.is_symlink():
-                    yield relative
+                if not _is_text(relative):
+                    continue
+                try:
+                    is_regular = stat.S_ISREG(path.lstat().st_mode)
+                except OSError:
+                    self.skipped.append(relative)
+                else:
+                    if is_regular:
+                        yield relative
+
+    def _skip_unreadable(self, error: OSError) -> None:
+        path = Path(error.filename).relative_to(self.root).as_posix()
+        self.skipped.append(path.encode("utf-8", "replace").decode())
 
     def search(self, query: str) -> list[Located]:
         """Symbols whose fqn holds every word, those that are called just so first."""
@@ -126,6 +157,12 @@ class Index:
             self.skipped.append(path)
         else:
             self._add(source)
+
+    def _add_document(self, path: str) -> None:
+        try:
+            self.wiki.add_document(path)
+        except OSError:
+            self.skipped.append(path)
 
     def _add(self, source: SourceFile) -> None:
         self._sources.append(source)

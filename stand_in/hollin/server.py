@@ -15,10 +15,16 @@ from hollin.arguments import ArgumentError, checked
 from hollin.index import Index
 from hollin.mcp_responses import get_empty_response, tool_result_text
 from hollin.shapes import output_schema
-from hollin.tools import TOOLS
+from hollin.tools import TOOLS, Tool
 
 VERSIONS = ("2025-06-18", "2025-11-25")
 PARSE_ERROR, INVALID_REQUEST, METHOD_NOT_FOUND, INVALID_PARAMS, INTERNAL_ERROR = -32700, -32600, -32601, -32602, -32603
+
+INSTRUCTIONS = """Answers about the symbols, files, tests and wiki of one tree of Python sources.
+Begin with search, which finds fully qualified names by words; then ask symbol for one of them, or for its references.
+Lines are counted from 1, offsets from 0, lengths in characters; token_budget counts 4 bytes of UTF-8 as a token.
+A list that says "truncated": true goes on: call again with the offset that its hint names.
+While the tree is being indexed, status tells how far that is, and every other tool answers with an error."""
 
 Message = dict[str, Any]
 logger = logging.getLogger("hollin.server")
@@ -30,27 +36,25 @@ class ProtocolError(Exception):
         self.code = code
 
 
-class Server:
-    """Answers one line at a time; until it is given an index, every tool gives its empty answer."""
+class NotReady(Exception):
+    """The index cannot answer yet, or never will."""
 
-    def __init__(self, out: BinaryIO) -> None:
+
+class Server:
+    """Answers one line at a time, about an index that another thread may still be building. Without an index every tool
+    gives its empty answer."""
+
+    def __init__(self, out: BinaryIO, index: Index | None) -> None:
         self._out = out
-        self._writing = threading.Lock()
-        self._index: Index | None = None
+        self._index = index
+        self._tools = {name: tool for name, tool in TOOLS.items() if tool.handler or not index}
         self._greeted = False  # the client has asked to initialize
-        self._operating = False  # the client has heard the answer, so that it may be told of changes
         self._methods = {
             "initialize": self._initialize,
             "ping": self._ping,
             "tools/list": self._list_tools,
             "tools/call": self._call_tool,
         }
-
-    def use(self, index: Index) -> None:
-        """From now on the tools answer about this index; any thread may call this."""
-        self._index = index
-        if self._operating:
-            self._send({"method": "notifications/tools/list_changed"})
 
     def take(self, line: bytes) -> None:
         """A request gets one line in return; a notification and an answer get none."""
@@ -59,10 +63,10 @@ class Server:
             message = _parsed(line)
             if _is_request(message):
                 self._send({"id": message["id"], "result": self._result(message)})
-            elif message.get("method") == "notifications/initialized":
-                self._operating = self._greeted
         except ProtocolError as error:
-            self._send({"id": _id(message), "error": {"code": error.code, "message": str(error)}})
+            # Of a message whose id cannot be read, the answer has none.
+            answers = {} if (number := _id(message)) is None else {"id": number}
+            self._send({**answers, "error": {"code": error.code, "message": str(error)}})
 
     def _result(self, request: Message) -> Message:
         name, params = request["method"], request.get("params", {})
@@ -82,8 +86,9 @@ class Server:
         self._greeted = True
         return {
             "protocolVersion": wanted if wanted in VERSIONS else VERSIONS[-1],
-            "capabilities": {"tools": {"listChanged": True}},
+            "capabilities": {"tools": {"listChanged": False}},
             "serverInfo": {"name": "hollin", "title": "Code intelligence (example)", "version": "1"},
+            "instructions": INSTRUCTIONS,
         }
 
     def _ping(self, params: Message) -> Message:
@@ -92,43 +97,47 @@ class Server:
     def _list_tools(self, params: Message) -> Message:
         if "cursor" in params:
             raise ProtocolError(INVALID_PARAMS, "cursor: the list has one page only")
-        listed = {name: tool for name, tool in TOOLS.items() if tool.handler or not self._index}
         return {
             "tools": [
                 {
                     "name": name,
+                    "title": tool.title,
                     "description": tool.description,
                     "inputSchema": tool.arguments,
                     "outputSchema": output_schema(name),
+                    "annotations": {"readOnlyHint": True, "openWorldHint": False},
                 }
-                for name, tool in listed.items()
+                for name, tool in self._tools.items()
             ]
         }
 
     def _call_tool(self, params: Message) -> Message:
-        name, arguments, index = params.get("name"), params.get("arguments", {}), self._index
+        name, arguments = params.get("name"), params.get("arguments", {})
         if not isinstance(name, str) or not isinstance(arguments, dict):
             raise ProtocolError(INVALID_PARAMS, "name must be a string and arguments an object")
-        tool = TOOLS.get(name)
-        if not tool or (index and not tool.handler):
+        tool = self._tools.get(name)
+        if not tool:
             raise ProtocolError(INVALID_PARAMS, f"Unknown tool: {name}")
-        if not index:
-            return _answered(get_empty_response(name))
         try:
-            return _answered(tool.handler(index, **checked(arguments, tool.arguments)))
-        except ArgumentError as error:
+            return _answered(self._answer(name, tool, checked(arguments, tool.arguments)))
+        except (ArgumentError, NotReady) as error:
             return {"content": _content(str(error)), "isError": True}
         except Exception as error:
             logger.exception("%s failed", name)
             raise ProtocolError(INTERNAL_ERROR, f"{name} failed; the server's log says why") from error
 
+    def _answer(self, name: str, tool: Tool, arguments: Message) -> Message:
+        if not self._index:
+            return get_empty_response(name)
+        if name != "status" and not self._index.is_ready:
+            raise NotReady(self._index.remark)
+        return tool.handler(self._index, **arguments)
+
     def _send(self, message: Message) -> None:
         text = json.dumps({"jsonrpc": "2.0", **message}, ensure_ascii=False, separators=(",", ":"))
         # A lone surrogate, which a client's id may hold, becomes the JSON escape that it came as.
-        line = text.encode("utf-8", "backslashreplace") + b"\n"
-        with self._writing:
-            self._out.write(line)
-            self._out.flush()
+        self._out.write(text.encode("utf-8", "backslashreplace") + b"\n")
+        self._out.flush()
 
 
 def _parsed(line: bytes) -> Any:
@@ -169,16 +178,19 @@ def _content(text: str) -> list[Message]:
     return [{"type": "text", "text": text}]
 
 
-def _build(root: Path, server: Server, stop: threading.Event) -> None:
-    index = Index(root)
+def build_index(index: Index, stop: threading.Event) -> None:
     try:
         for _ in index.build():
             if stop.is_set():
                 return
-        logger.info("%d files with %d symbols indexed in %s", len(index.files), len(index.symbols), root)
-        server.use(index)
-    except Exception:
-        logger.exception("The index of %s could not be made", root)
+    except Exception as error:
+        index.failure = f"{type(error).__name__}: {error}"
+        logger.exception("The index of %s could not be made", index.root)
+    else:
+        logger.info("%d files with %d symbols indexed in %s", len(index.files), len(index.symbols), index.root)
+        for path in index.skipped[:10]:
+            logger.info("left out, for it cannot be read or does not parse: %s", path)
+        logger.info("%d left out", len(index.skipped))
 
 
 def _own_output() -> BinaryIO:
@@ -201,10 +213,10 @@ def main() -> None:
     root, stop = _root(), threading.Event()
     logging.basicConfig(level=logging.INFO, format="%(name)s: %(message)s")
     logger.info("MCP on standard input and output, about %s", root or "nothing: without --root every answer is empty")
-    server = Server(_own_output())
-    indexing = threading.Thread(target=_build, args=(root, server, stop))
-    if root:
-        indexing.start()
+    index = Index(root) if root else None
+    server = Server(_own_output(), index)
+    if index:
+        threading.Thread(target=build_index, args=(index, stop)).start()
     try:
         for line in sys.stdin.buffer:
             if line.strip():

@@ -21,8 +21,8 @@ _NO_MODEL = "No model is configured: the sections are those that share most word
 def status(index: Index) -> Answer:
     now = index.progress
     return responses.build_index_status_response(
-        "indexing" if now else "ready",
-        "degraded" if index.skipped else "healthy",
+        "error" if index.failure else "indexing" if now else "ready",
+        "unhealthy" if index.failure else "degraded" if index.skipped else "healthy",
         index.branch,
         now.percent if now else 100,
         files_indexed=len(index.files),
@@ -178,19 +178,22 @@ def _page(key: str, found: list[Any], row: Callable[[Any], Answer], offset: int,
 class Tool:
     """A tool without a handler is known to clients of the service, but this example does not answer it."""
 
+    title: str
     description: str
     arguments: dict[str, Any] = field(default_factory=object_schema)
     handler: Callable[..., Answer] | None = None
 
 
 TOOLS = {
-    "status": Tool("State of the index: progress, counters, errors.", handler=status),
+    "status": Tool("State of the index", "State of the index: progress, counters, errors.", handler=status),
     "search": Tool(
+        "Search symbols",
         "Symbols whose fully qualified name holds every word of the query.",
         object_schema("query", query=text("Words or parts of names"), **PAGING),
         search,
     ),
     "symbol": Tool(
+        "One symbol",
         "One symbol's details, or the calls of its name with their lines of code.",
         object_schema(
             "fqn",
@@ -201,21 +204,28 @@ TOOLS = {
         symbol,
     ),
     "file": Tool(
+        "Outline of a file",
         "Outline of one file: every symbol, named within the file's module.",
         object_schema("path", path=text("The file's path from the root, as files lists it")),
         file,
     ),
-    "files": Tool("The files of the index.", object_schema(**PAGING), files),
+    "files": Tool("Files", "The files of the index.", object_schema(**PAGING), files),
     "architecture": Tool(
-        "Top-level packages with their counts, and the API endpoints.", object_schema(**PAGING), architecture
+        "Architecture",
+        "Top-level packages with their counts, and the API endpoints.",
+        object_schema(**PAGING),
+        architecture,
     ),
-    "git": Tool("History of the repository."),
-    "quality": Tool("Code that nothing refers to."),
-    "context": Tool("Context for a task."),
-    "tests": Tool("Test files, and what each imports from which source file.", object_schema(**PAGING), tests),
-    "explore": Tool("Search by meaning."),
-    "remember": Tool("Keeps a note about the repository."),
+    "git": Tool("History", "History of the repository."),
+    "quality": Tool("Quality", "Code that nothing refers to."),
+    "context": Tool("Context", "Context for a task."),
+    "tests": Tool(
+        "Tests", "Test files, and what each imports from which source file.", object_schema(**PAGING), tests
+    ),
+    "explore": Tool("Explore", "Search by meaning."),
+    "remember": Tool("Remember", "Keeps a note about the repository."),
     "wiki": Tool(
+        "Wiki",
         "The repository's wiki: its status, its pages, one page, or the sections that answer a question.",
         object_schema(
             "action",
@@ -227,5 +237,5 @@ TOOLS = {
         ),
         wiki,
     ),
-    "force_reindex": Tool("Builds the index anew."),
+    "force_reindex": Tool("Index anew", "Builds the index anew."),
 }

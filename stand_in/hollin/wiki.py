@@ -51,10 +51,8 @@ class Wiki:
         self.holders: dict[str, set[int]] = defaultdict(set)  # word -> positions in `sections`
 
     def add_document(self, path: str) -> None:
-        try:
-            text = (self.root / path).read_text(encoding="utf-8", errors="replace")
-        except OSError:
-            return
+        """Raises OSError where it cannot be read."""
+        text = (self.root / path).read_text(encoding="utf-8", errors="replace")
         self.add_page(path, path, text, 1)
 
     def add_page(self, path: str, title: str, text: str, first_line: int) -> None:

@@ -1,12 +1,18 @@
 """The example service as its users meet it: an MCP server behind two pipes, and the demo on a terminal."""
 
+import io
+import json
 import os
 import re
 import subprocess
 import sys
+import threading
 import unittest
+from unittest import mock
 
+from hollin.index import Index
 from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
+from hollin.server import Server, build_index
 from service import ASK, ENVIRONMENT, ServiceTest, conversation, make_tree
 from workplace import make_folder
 
@@ -32,19 +38,49 @@ class EmptyServerTest(ServiceTest):
             self.assertEqual(client.initialize(asked)["protocolVersion"], agreed, asked)
         self.assertEqual([*client.tools()], [*EMPTY_TOOL_RESPONSES])
         for tool, empty in EMPTY_TOOL_RESPONSES.items():
-            self.assertEqual(client.call(tool, nonsense=1), tool_result_text(empty), tool)
+            needed = {"search": {"query": "a"}, "symbol": {"fqn": "a"}, "file": {"path": "a"}, "wiki": {"action": "list"}}
+            self.assertEqual(client.call(tool, **needed.get(tool, {})), tool_result_text(empty), tool)
+            self.assertIn("nonsense: is not an argument", client.call(tool, nonsense=1))
 
-    def test_while_a_tree_is_indexed(self):
+    def make_long_tree(self) -> str:
         folder = make_folder(self.addCleanup)
         for number in range(300):
             (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 100)
-        client = self.start("--root", str(folder))
+        return str(folder)
+
+    def test_while_a_tree_is_indexed(self):
+        folder = self.make_long_tree()
+        client = self.start("--root", folder)
         client.initialize()
-        self.assertEqual([*client.tools()], [*EMPTY_TOOL_RESPONSES])
-        self.assertEqual(client.answer("status"), EMPTY_TOOL_RESPONSES["status"])
-        self.assertEqual(client.hear(), {"jsonrpc": "2.0", "method": "notifications/tools/list_changed"})
-        self.assertEqual(client.answer("status")["files_indexed"], 300)
-        self.start("--root", str(folder)).initialize()  # and is left while it indexes
+        tools = client.tools()
+        shown = [client.answer("status")]
+        while shown[-1]["status"] == "indexing":
+            said = client.call("search", query="f")
+            self.assertTrue(said.startswith(("error: The index is being built: ", '{"symbols":[{')), said)
+            self.assertEqual(client.call("search", query=7), "error: query: must be text")
+            shown.append(client.answer("status"))
+        grown = [answer["progress"] for answer in shown]
+        self.assertEqual(grown, sorted(grown))
+        self.assertGreater(len({*grown}), 3)
+        self.assertEqual((shown[0]["phase"], shown[-1]["files_indexed"]), ("indexing files", 300))
+        self.assertEqual(tools, client.tools(), "none comes, none goes")
+        self.start("--root", folder).initialize()  # and is left while it indexes
+
+    def test_an_index_that_cannot_be_made(self):
+        index, out = Index(make_tree(self.addCleanup)), io.BytesIO()
+        with mock.patch.object(index, "_add_coverage", lambda _: 1 / 0), self.assertLogs("hollin.server", "ERROR"):
+            build_index(index, threading.Event())
+        server = Server(out, index)
+        for message in (
+            {"id": 1, "method": "initialize", "params": {"protocolVersion": ""}},
+            {"id": 2, "method": "tools/call", "params": {"name": "status"}},
+            {"id": 3, "method": "tools/call", "params": {"name": "files"}},
+        ):
+            server.take(json.dumps({"jsonrpc": "2.0"} | message).encode())
+        _, status, files = (json.loads(line)["result"] for line in out.getvalue().splitlines())
+        self.assertEqual(status["structuredContent"]["status"], "error")
+        self.assertEqual(files["isError"], True)
+        self.assertIn("could not be made (ZeroDivisionError: division by zero)", files["content"][0]["text"])
 
 
 class ReadyServerTest(ServiceTest):
@@ -92,9 +128,57 @@ class ReadyServerTest(ServiceTest):
         for line, number, code in WRONG_MESSAGES:
             self.client.send(line)
             error = self.client.hear()
-            self.assertEqual((error["id"], error["error"]["code"]), (number, code), line[:100])
+            self.assertEqual((error.get("id"), error["error"]["code"]), (number, code), line[:100])
+            self.assertEqual("id" in error, number is not None, "it is left out where it cannot be read")
             self.client.send(b'{"jsonrpc":"2.0","method":"tools/call","params":[]}\n\r')  # neither has an answer
             self.assertEqual(self.client.request("ping"), {"jsonrpc": "2.0", "id": "r", "result": {}}, line[:100])
+
+
+def as_nobody(work):
+    """What `work` gives in a process that may not read everything, which root may."""
+    reading, writing = os.pipe()
+    child = os.fork()
+    if child == 0:
+        if os.geteuid() == 0:
+            os.setgroups([])
+            os.setgid(65534)
+            os.setuid(65534)
+        try:
+            os.write(writing, json.dumps(work()).encode())
+        finally:
+            os._exit(0)
+    os.close(writing)
+    with open(reading, encoding="utf-8") as told:
+        answer = told.read()
+    os.waitpid(child, 0)
+    return json.loads(answer)
+
+
+class IndexTest(unittest.TestCase):
+    def test_what_cannot_be_read_is_left_out_and_named(self):
+        tree = make_tree(self.addCleanup)
+        closed = {"closed": tree / "closed", "closed.py": tree / "closed.py", "docs/closed.md": tree / "docs/closed.md"}
+        (tree / "closed").mkdir()
+        for path in (tree / "closed.py", tree / "docs/closed.md", tree / "closed/a.py"):
+            path.write_text("a = 1\n")
+        (tree / "hole.py").symlink_to(tree / "closed/a.py")
+        (tree / "searched_only").mkdir()
+        (tree / "searched_only/a.py").write_text("a = 1\n")
+        for path in closed.values():
+            self.addCleanup(path.chmod, 0o700)
+            path.chmod(0)
+        (tree / "searched_only").chmod(0o444)  # its names can be listed, and nothing more
+        tree.chmod(0o755)
+
+        def indexed():
+            index = Index(tree)
+            for _ in index.build():
+                pass
+            return sorted(index.skipped), sorted(index.files)
+
+        skipped, files = as_nobody(indexed)
+        self.assertEqual(skipped, sorted(["broken.py", "deep.py", "searched_only/a.py", *closed]))
+        self.assertEqual(files, ["shop/__init__.py", "shop/cart.py", "tests/test_cart.py"])
 
 
 class DemoTest(unittest.TestCase):
