@@ -5,7 +5,6 @@
 
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
-#include <stdint.h>
 
 /* The keys of a dict: a table of 1 << log2_index_bytes bytes follows, and the entries behind it. */
 struct HostDictKeys {

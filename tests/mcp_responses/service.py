@@ -42,6 +42,8 @@ TREE = {
     "broken.py": "def (:\n",
     "deep.py": "x = " + "-" * 100000 + "1",
 }
+# The arguments that a tool cannot do without.
+NEEDED = {"search": {"query": "a"}, "symbol": {"fqn": "a"}, "file": {"path": "a"}, "wiki": {"action": "list"}}
 ASK = {"action": "ask", "query": "How do I pay a cart?"}
 
 

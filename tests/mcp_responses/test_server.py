@@ -13,7 +13,7 @@ from unittest import mock
 from hollin.index import Index
 from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
 from hollin.server import Server, build_index
-from service import ASK, ENVIRONMENT, ServiceTest, conversation, make_tree
+from service import ASK, ENVIRONMENT, NEEDED, ServiceTest, conversation, make_tree
 from workplace import make_folder
 
 LISTS = [("search", {"query": "a"}, "symbols"), ("files", {}, "files"), ("architecture", {}, "components")]
@@ -38,8 +38,7 @@ class EmptyServerTest(ServiceTest):
             self.assertEqual(client.initialize(asked)["protocolVersion"], agreed, asked)
         self.assertEqual([*client.tools()], [*EMPTY_TOOL_RESPONSES])
         for tool, empty in EMPTY_TOOL_RESPONSES.items():
-            needed = {"search": {"query": "a"}, "symbol": {"fqn": "a"}, "file": {"path": "a"}, "wiki": {"action": "list"}}
-            self.assertEqual(client.call(tool, **needed.get(tool, {})), tool_result_text(empty), tool)
+            self.assertEqual(client.call(tool, **NEEDED.get(tool, {})), tool_result_text(empty), tool)
             self.assertIn("nonsense: is not an argument", client.call(tool, nonsense=1))
 
     def make_long_tree(self) -> str:

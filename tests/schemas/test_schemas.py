@@ -17,7 +17,7 @@ HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 sys.path.insert(0, str(HERE.parent / "mcp_responses"))
 from samples import CITATION, SECTION, good_calls, real, record  # noqa: E402
-from service import ASK, ServiceTest, conversation, make_tree  # noqa: E402
+from service import ASK, NEEDED, ServiceTest, conversation, make_tree  # noqa: E402
 
 SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (ROOT / "schemas").glob("*.json")}
 EMPTY = SCHEMAS["empty_answers"]["$defs"]
@@ -145,7 +145,7 @@ class ToolSchemaTest(ServiceTest, Judge):
         for tool, schema in schemas.items():
             self.assertEqual(schema["type"], "object", tool)
             self.assertNotIn("$ref", json.dumps(schema), tool)
-        self.judge([(tool, schema, client.answer(tool), True) for tool, schema in schemas.items()])
+        self.judge([(tool, schema, client.answer(tool, **NEEDED.get(tool, {})), True) for tool, schema in schemas.items()])
 
     def test_of_an_index(self):
         client = self.start_with_tree(make_tree(self.addCleanup))
