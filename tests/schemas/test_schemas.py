@@ -145,7 +145,8 @@ class ToolSchemaTest(ServiceTest, Judge):
         for tool, schema in schemas.items():
             self.assertEqual(schema["type"], "object", tool)
             self.assertNotIn("$ref", json.dumps(schema), tool)
-        self.judge([(tool, schema, client.answer(tool, **NEEDED.get(tool, {})), True) for tool, schema in schemas.items()])
+        answers = {tool: client.answer(tool, **NEEDED.get(tool, {})) for tool in schemas}
+        self.judge([(tool, schema, answers[tool], True) for tool, schema in schemas.items()])
 
     def test_of_an_index(self):
         client = self.start_with_tree(make_tree(self.addCleanup))
