@@ -8,6 +8,7 @@ import os
 import re
 import shutil
 import signal
+import subprocess
 import sys
 import sysconfig
 import time
@@ -16,7 +17,7 @@ from pathlib import Path
 from types import ModuleType
 from typing import Any
 
-from hollin import mcp_responses, tools
+from hollin import budget_chart, mcp_responses, tools
 from hollin.arguments import TEXT_CHARS, ArgumentError, checked
 from hollin.index import PHASES, Index, Progress
 from hollin.tools import TOOLS
@@ -183,17 +184,34 @@ def fit(budget: int | None, answer: dict[str, Any]) -> str:
             f"  {'yes' if 'code' in answer else 'no'}")
 
 
+def draw_budgets(index: Index, word: str, file: Path) -> None:
+    """The question of the demo, from the smallest budget to the one that the whole answer fits."""
+    for _ in index.build():
+        pass
+
+    def ask(**budget: int) -> dict[str, Any]:
+        arguments = {"action": "ask", "query": f"How does {word} work?"[:TEXT_CHARS], **budget}
+        return TOOLS["wiki"].handler(index, **checked(arguments, TOOLS["wiki"].arguments))
+
+    sizes = json.dumps(budget_chart.measured(ask, mcp_responses._encoded_size))
+    # Debian's matplotlib goes with Debian's Python, which need not be the one that runs the service.
+    subprocess.run(["/usr/bin/python3", budget_chart.__file__, file.resolve()], input=sizes, text=True, check=True)
+    print(f"{file} shows how the answer gives way.")
+
+
 def show_empty(demo: Demo) -> None:
     section("Every tool, before a repository is initialised")
     for tool in mcp_responses.EMPTY_TOOL_RESPONSES:
         demo.show(tool, lambda: demo.library.get_empty_response(tool))
 
 
-def options() -> tuple[Index, str]:
+def options() -> tuple[Index, str, Path | None]:
     parser = argparse.ArgumentParser(prog="hollin.demo", description=__doc__)
     tree = "a tree of Python sources (default: this interpreter's standard library, without its folder test)"
     parser.add_argument("--root", type=Path, metavar="FOLDER", help=tree)
     parser.add_argument("--query", metavar="WORD", default="parse", help="what is searched and asked (default: parse)")
+    chart = "draw how the answer of the wiki gives way, with Debian's matplotlib, and show nothing else"
+    parser.add_argument("--chart", type=Path, metavar="FILE.svg", help=chart)
     chosen = parser.parse_args()
     root = chosen.root or Path(sysconfig.get_path("stdlib"))
     if not root.is_dir():
@@ -205,14 +223,16 @@ def options() -> tuple[Index, str]:
         checked({"query": chosen.query}, TOOLS["search"].arguments)
     except ArgumentError as error:
         parser.exit(2, f"hollin.demo: {error}\n")
-    return index, chosen.query
+    return index, chosen.query, chosen.chart
 
 
 def main() -> None:
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a pager may be left early
     sys.stdout.reconfigure(errors="replace")
     try:
-        index, word = options()
+        index, word, chart = options()
+        if chart:
+            return draw_budgets(index, word, chart)
         demo = Demo(index)
         make_index(demo)
         show_code(demo, word)

@@ -10,12 +10,16 @@ import threading
 import unittest
 from unittest import mock
 
+from hollin import budget_chart
 from hollin.index import Index
 from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
+from hollin.mcp_responses import _encoded_size as size_of
 from hollin.server import Server, build_index
+from hollin.tools import TOOLS
 from service import ASK, ENVIRONMENT, NEEDED, ServiceTest, conversation, make_tree
 from workplace import make_folder
 
+PAGE = {"offset": 0, "limit": 20}
 LISTS = [("search", {"query": "a"}, "symbols"), ("files", {}, "files"), ("architecture", {}, "components")]
 LISTS += [("symbol", {"fqn": "shop.cart.Cart.total", "action": "references"}, "references")]
 LISTS += [("tests", {}, "tests"), ("wiki", {"action": "list"}, "pages")]
@@ -178,6 +182,22 @@ class IndexTest(unittest.TestCase):
         skipped, files = as_nobody(indexed)
         self.assertEqual(skipped, sorted(["broken.py", "deep.py", "searched_only/a.py", *closed]))
         self.assertEqual(files, ["shop/__init__.py", "shop/cart.py", "tests/test_cart.py"])
+
+
+    def test_the_parts_of_an_answer_over_its_budgets(self):
+        index = Index(make_tree(self.addCleanup))
+        for _ in index.build():
+            pass
+
+        def ask(**budget):
+            return TOOLS["wiki"].handler(index, **PAGE, **ASK, **budget)
+
+        measured = budget_chart.measured(ask, size_of)
+        sizes = [sum(map(sum, each["parts"].values())) for each in measured]
+        self.assertEqual(sizes, [size_of(ask(token_budget=each["budget"])) for each in measured])
+        self.assertEqual(sizes[-1], size_of(ask()))
+        self.assertTrue(all(part >= 0 for each in measured for parts in each["parts"].values() for part in parts))
+        self.assertTrue(all(size <= 4 * each["budget"] for each, size in zip(measured, sizes)))
 
 
 class DemoTest(unittest.TestCase):
