@@ -57,8 +57,8 @@ class Call {
 
   /// What a builder made, as the host object that is answered.
   template <class Made>
-  HostRef answer(const Made& made) {
-    return state_.dicts.of(made);
+  HostRef answer(Made&& made) {
+    return state_.dicts.of(std::forward<Made>(made));
   }
 
   /// Where texts are written: the module's, kept from call to call.

@@ -63,7 +63,7 @@ HostRef run(const Function& function, const GivenArguments& given) {
   PyObject* laid_out[most_parameters];
   PyObject* const* arguments = given.values;
   if (given.names != nullptr || given.by_position != count || count != signature.positional) {
-    lay_out(parameters, given, {laid_out, count});
+    lay_out(parameters, given, laid_out);
     arguments = laid_out;
   }
   Call call(function.module, *function.state, {signature.parameters.data(), count}, arguments);

@@ -4,19 +4,33 @@
 #include "host_value.h"
 
 namespace mcp_responses {
-StartedDict::StartedDict(const DictStart& start)
-    : start_(start), dict_(checked(PyDict_Copy(start.dict.get()))) {}
+
+DictStart::DictStart(std::vector<PyObject*> keys)
+    : keys_(std::move(keys)), dict_(checked(PyDict_New())) {
+  for (PyObject* key : keys_) check(PyDict_SetItem(dict_.get(), key, Py_None));
+  has_no_values_ = take_values_out(dict_.get());
+}
+
+HostRef DictStart::dict_of(std::span<PyObject* const> values) const {
+  HostRef dict = checked(PyDict_Copy(dict_.get()));
+  if (has_no_values_) {
+    put_values_in(dict.get(), values);
+  } else {
+    for (std::size_t i = 0; i < keys_.size(); ++i)
+      check(PyDict_SetItem(dict.get(), keys_[i], values[i]));
+    for (PyObject* value : values) Py_DECREF(value);
+  }
+  return dict;
+}
 
 const DictStart& HostDicts::found_start(const Layout& layout) {
   const auto found = starts_.find(layout);
   if (found != starts_.end()) return found->second;
-  DictStart start;
+  std::vector<PyObject*> keys;
   for (std::size_t i = 0; layout.kept >> i != 0; ++i) {
-    if ((layout.kept >> i & 1) != 0) start.keys.push_back(names_.of(*layout.keys[i]));
+    if ((layout.kept >> i & 1) != 0) keys.push_back(names_.of(*layout.keys[i]));
   }
-  start.dict = checked(PyDict_New());
-  for (PyObject* key : start.keys) check(PyDict_SetItem(start.dict.get(), key, Py_None));
-  return starts_.try_emplace(layout, std::move(start)).first->second;
+  return starts_.try_emplace(layout, std::move(keys)).first->second;
 }
 
 HostRef HostDicts::of(const Object& object) {

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -36,32 +37,41 @@ struct Layout {
   bool operator==(const Layout&) const = default;
 };
 
-/// What all dicts of one layout start as.
-struct DictStart {
-  std::vector<PyObject*> keys;  // in order; borrowed from the names
-  HostRef dict;                 // of these keys, every value None
-};
-
-/// A dict of one layout, while its members are being set in order. Requires as many calls of
-/// `set_next` as the layout has keys: then no key holds the None that it began with.
-class StartedDict {
+/// Some references, as many as `most`, in the order in which they are added.
+template <std::size_t most>
+class HostRefs {
  public:
-  /// Begins with a copy of the start's dict. `start` must outlive this object. Throws `HostError`.
-  explicit StartedDict(const DictStart& start);
-  /// Sets the value under the next key. Adds a reference of its own. Throws `HostError`.
-  void set_next(PyObject* object) {
-    PyObject* const key = start_.keys[next_];
-    const auto index = static_cast<Py_ssize_t>(next_++);
-    if (object != Py_None && !set_in_place(dict_.get(), index, key, object)) [[unlikely]]
-      check(PyDict_SetItem(dict_.get(), key, object));
+  HostRefs() noexcept = default;
+  HostRefs(const HostRefs&) = delete;
+  HostRefs& operator=(const HostRefs&) = delete;
+  ~HostRefs() {
+    while (count_ > 0) give_up(objects_[--count_]);
   }
-  /// The dict, a new reference.
-  HostRef finished() && { return std::move(dict_); }
+
+  void add(HostRef object) noexcept { objects_[count_++] = object.release(); }
+  /// All of them, borrowed. Valid while this object is not changed.
+  std::span<PyObject* const> all() const noexcept { return {objects_.data(), count_}; }
+  /// Somebody else has taken them over.
+  void release() noexcept { count_ = 0; }
 
  private:
-  const DictStart& start_;
-  std::size_t next_ = 0;
-  HostRef dict_;  // has None under every key that is not set yet
+  std::array<PyObject*, most> objects_;
+  std::size_t count_ = 0;
+};
+
+/// What all dicts of one layout start as.
+class DictStart {
+ public:
+  /// `keys` are borrowed, and must outlive this object. Throws `HostError`.
+  explicit DictStart(std::vector<PyObject*> keys);
+  /// A new dict of the keys, in order, and these values, one for each, which it takes over if it
+  /// does not throw `HostError`.
+  HostRef dict_of(std::span<PyObject* const> values) const;
+
+ private:
+  std::vector<PyObject*> keys_;
+  HostRef dict_;        // of these keys
+  bool has_no_values_;  // only the keys, else None under each
 };
 
 /// Makes the host objects of one module's answers, and keeps what they start as for as long as the
@@ -79,14 +89,22 @@ class HostDicts {
   /// The same of members that hold Values or host objects, in their order, without an Object
   /// between them and the dict.
   template <class... Members>
-  HostRef of(const Shaped<Members...>& members) {
+  HostRef of(Shaped<Members...>&& members) {
     static_assert(sizeof...(Members) < 32, "each needs a bit");
     std::uint32_t kept = 0;
     std::uint32_t bit = 1;
-    ((kept |= is_left_out<Members>(members) ? 0 : bit, bit <<= 1), ...);
-    StartedDict dict(start_of({keys_of<Members...>.data(), kept}));
-    (set_next<Members>(dict, members), ...);
-    return std::move(dict).finished();
+    HostRefs<sizeof...(Members)> values;
+    const auto keep = [&]<class Member>(Member& member) {
+      if (!(Member::optional && is_null(member.value))) {
+        values.add(object_of(std::move(member.value)));
+        kept |= bit;
+      }
+      bit <<= 1;
+    };
+    (keep.template operator()<Members>(members), ...);
+    HostRef dict = start_of({keys_of<Members...>.data(), kept}).dict_of(values.all());
+    values.release();
+    return dict;
   }
 
  private:
@@ -96,15 +114,7 @@ class HostDicts {
     }
   };
 
-  template <class Member>
-  static bool is_left_out(const Member& member) noexcept {
-    return Member::optional && is_null(member.value);
-  }
-  template <class Member>
-  void set_next(StartedDict& dict, const Member& member) {
-    if (!is_left_out<Member>(member)) dict.set_next(object_of(member.value).get());
-  }
-  static const HostRef& object_of(const HostRef& object) noexcept { return object; }
+  static HostRef object_of(HostRef&& object) noexcept { return std::move(object); }
   HostRef object_of(const Value& value) { return of(value); }
 
   HostRef list_of(const List& elements);

@@ -31,6 +31,51 @@ bool gives_way(PyObject* in_class) noexcept {
                                  PyType_HasFeature(Py_TYPE(in_class), Py_TPFLAGS_IMMUTABLETYPE));
 }
 
+/// The keys that the instances of a class share: of its values, or of dicts in their place.
+HostDictKeys* shared_keys_of(PyTypeObject* type) noexcept {
+  return reinterpret_cast<HostDictKeys*>(reinterpret_cast<PyHeapTypeObject*>(type)->ht_cached_keys);
+}
+
+/// The value of the entry at `index` of an instance's dict, if its key is this very `name`, or null.
+/// The dict may have the keys that the instances of the class share.
+PyObject* value_in(PyObject* dict, Py_ssize_t index, PyObject* name,
+                   const HostDictKeys* shared_keys) noexcept {
+  if (dict == nullptr) return nullptr;
+  const auto* const object = reinterpret_cast<const PyDictObject*>(dict);
+  if (object->ma_values != nullptr) {
+    const bool shares_keys = reinterpret_cast<const HostDictKeys*>(object->ma_keys) == shared_keys;
+    const auto* const values = reinterpret_cast<const HostDictValues*>(object->ma_values);
+    return shares_keys ? values->values[index] : nullptr;
+  }
+  HostDictKeys* const keys = own_keys_of(dict);
+  if (keys == nullptr || index >= keys->entry_count) return nullptr;
+  const HostDictEntry& entry = entries_of(keys)[index];
+  return entry.key == name ? entry.value : nullptr;
+}
+
+/// Where the instances of the object's class have the attribute: `in_class` is what the class has
+/// under its name, or null.
+AttributePlace looked_for(PyObject* object, PyObject* in_class, PyObject* name) noexcept {
+  PyTypeObject* const type = Py_TYPE(object);
+  if (type->tp_getattro != PyObject_GenericGetAttr) return {.keeper = Keeper::somebody_else};
+  if (!gives_way(in_class)) {
+    const Py_ssize_t at = slot_of(type, in_class);
+    return {.keeper = at > 0 ? Keeper::slot : Keeper::somebody_else, .at = at};
+  }
+  AttributePlace place{.keeper = Keeper::somebody_else};
+  HostDictKeys* keys = nullptr;
+  if (PyType_HasFeature(type, Py_TPFLAGS_MANAGED_DICT)) {
+    keys = shared_keys_of(type);
+    place.keeper = Keeper::values;
+  } else if (type->tp_dictoffset > 0) {
+    PyObject* const dict = inside(object, type->tp_dictoffset);
+    keys = dict == nullptr ? nullptr : own_keys_of(dict);
+    place.keeper = Keeper::dict;
+  }
+  place.at = index_of(name, keys);
+  return place.at < 0 ? AttributePlace() : place;  // other instances may have it
+}
+
 // What is confirmed when a module is loaded.
 
 bool walks_as_the_interpreter(PyObject* dict) {
@@ -50,10 +95,19 @@ bool walks_as_the_interpreter(PyObject* dict) {
 bool dicts_agree() {
   const HostRef dict = checked(Py_BuildValue("{sOsss[]}", "a", Py_None, "b", "", "c"));
   check(PyDict_DelItemString(dict.get(), "b"));
-  PyObject* const key = PySequence_Fast_GET_ITEM(checked(PyDict_Keys(dict.get())).get(), 0);
-  return own_keys_of(dict.get()) != nullptr && walks_as_the_interpreter(dict.get()) &&
-         !set_in_place(dict.get(), 1, key, key) && set_in_place(dict.get(), 0, key, key) &&
-         PyDict_GetItemWithError(dict.get(), key) == key;
+  return own_keys_of(dict.get()) != nullptr && walks_as_the_interpreter(dict.get());
+}
+
+bool copies_agree() {
+  const HostRef start = checked(Py_BuildValue("{sOsO}", "a", Py_None, "b", Py_None));
+  if (!take_values_out(start.get())) return false;
+  const HostRef copy = checked(PyDict_Copy(start.get()));
+  PyObject* const values[] = {Py_NewRef(Py_True), checked(PyList_New(0)).release()};
+  put_values_in(copy.get(), values);
+  const HostRef expected = checked(Py_BuildValue("{sOs[]}", "a", Py_True, "b"));
+  const int is_equal = PyObject_RichCompareBool(copy.get(), expected.get(), Py_EQ);
+  check(is_equal);
+  return is_equal != 0 && PyObject_GC_IsTracked(copy.get()) != 0;
 }
 
 /// For an instance of a new class that is made with this namespace.
@@ -75,15 +129,31 @@ bool attributes_agree(const HostRef& members) {
 }
 
 bool layout_agrees() {
-  return Py_Version >> 16 == PY_VERSION_HEX >> 16 && dicts_agree() &&
+  return Py_Version >> 16 == PY_VERSION_HEX >> 16 && dicts_agree() && copies_agree() &&
          attributes_agree(checked(Py_BuildValue("{ss}", "__slots__", "member"))) &&
          attributes_agree(checked(PyDict_New()));
 }
 
 }  // namespace
 
-void have_tracked(PyObject* dict) noexcept {
-  if (PyObject_GC_IsTracked(dict) == 0) PyObject_GC_Track(dict);
+bool take_values_out(PyObject* dict) noexcept {
+  HostDictKeys* const keys = own_keys_of(dict);
+  if (keys == nullptr) return false;
+  for (HostDictEntry& entry :
+       std::span(entries_of(keys), static_cast<std::size_t>(keys->entry_count)))
+    Py_CLEAR(entry.value);
+  return true;
+}
+
+void put_values_in(PyObject* copy, std::span<PyObject* const> values) noexcept {
+  HostDictEntry* entry = entries_of(own_keys_of(copy));
+  bool may_be_in_a_cycle = false;
+  for (PyObject* value : values) {
+    may_be_in_a_cycle |= PyType_IS_GC(Py_TYPE(value)) != 0;
+    Py_INCREF(entry->key);  // which a copy leaves to whoever gives it a value
+    entry++->value = value;
+  }
+  if (may_be_in_a_cycle) PyObject_GC_Track(copy);  // the collector has to know it
 }
 
 void confirm_layout() {
@@ -97,30 +167,37 @@ void confirm_layout() {
   }
 }
 
-AttributePlaces::Place AttributePlaces::found(PyObject* object, PyObject* name) {
+PyObject* AttributePlaces::find(PyObject* object, Field field, PyObject* name) {
+  if (!is_layout_known()) return nullptr;
+  const AttributePlace place = place_of(object, field, name);
+  switch (place.keeper) {
+    case Keeper::slot:
+      return inside(object, place.at);
+    case Keeper::values:
+      if (const auto* const own = before<HostDictValues>(object, HOST_VALUES_BEFORE_OBJECT))
+        return own->values[place.at];
+      return value_in(before<PyObject>(object, HOST_DICT_BEFORE_OBJECT), place.at, name,
+                      shared_keys_of(Py_TYPE(object)));
+    case Keeper::dict:
+      return value_in(inside(object, Py_TYPE(object)->tp_dictoffset), place.at, name, nullptr);
+    default:
+      return nullptr;
+  }
+}
+
+AttributePlace AttributePlaces::place_of(PyObject* object, Field field, PyObject* name) {
   PyTypeObject* const type = Py_TYPE(object);
+  const auto index = static_cast<std::size_t>(field);
+  const Class& known = class_of(object);
+  if (known.version_ == type->tp_version_tag &&
+      known.places_[index].keeper != Keeper::not_looked_for)
+    return known.places_[index];
   PyObject* const in_class = _PyType_Lookup(type, name);  // which gives the class a version
   if (!PyType_HasFeature(type, Py_TPFLAGS_VALID_VERSION_TAG)) return {};
-  Place place{.version = type->tp_version_tag};
-  if (type->tp_getattro != PyObject_GenericGetAttr) return place;
-  if (!gives_way(in_class)) {
-    place.at = slot_of(type, in_class);
-    if (place.at > 0) place.keeper = Keeper::slot;
-    return place;
-  }
-  HostDictKeys* keys = nullptr;
-  if (PyType_HasFeature(type, Py_TPFLAGS_MANAGED_DICT)) {
-    keys =
-        reinterpret_cast<HostDictKeys*>(reinterpret_cast<PyHeapTypeObject*>(type)->ht_cached_keys);
-    place.keys = keys;
-    place.keeper = Keeper::values;
-  } else if (type->tp_dictoffset > 0) {
-    PyObject* const dict = inside(object, type->tp_dictoffset);
-    keys = dict == nullptr ? nullptr : own_keys_of(dict);
-    place.keeper = Keeper::dict;
-  }
-  place.at = index_of(name, keys);
-  return place.at < 0 ? Place() : place;  // other instances may have it
+  Class& looked_at = classes_[type->tp_version_tag % classes_.size()];
+  if (looked_at.version_ != type->tp_version_tag) looked_at = {};
+  looked_at.version_ = type->tp_version_tag;
+  return looked_at.places_[index] = looked_for(object, in_class, name);
 }
 
 }  // namespace mcp_responses

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "host_layout_parts.h"
@@ -59,22 +60,13 @@ inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
   return false;
 }
 
-/// The collector has to know a dict once it holds what may be part of a cycle.
-void have_tracked(PyObject* dict) noexcept;
+/// Takes all values out of a dict and leaves it good for one thing: to be copied by `PyDict_Copy`
+/// for `put_values_in`. False, and the dict is as it was, where the layout is not known.
+bool take_values_out(PyObject* dict) noexcept;
 
-/// Sets the value under this very key where it is the key of the entry at `index`, and None its
-/// value; false where that is not so. Adds a reference of its own.
-inline bool set_in_place(PyObject* dict, Py_ssize_t index, PyObject* key,
-                         PyObject* value) noexcept {
-  HostDictKeys* const keys = own_keys_of(dict);
-  if (keys == nullptr || index >= keys->entry_count) return false;
-  HostDictEntry& entry = entries_of(keys)[index];
-  if (entry.key != key || entry.value != Py_None) return false;
-  entry.value = Py_NewRef(value);
-  if (PyType_IS_GC(Py_TYPE(value))) have_tracked(dict);
-  Py_DECREF(Py_None);
-  return true;
-}
+/// Gives the keys of such a copy their values, in order, and takes these over. Requires one for
+/// each key, and that nothing else sees the copy before.
+void put_values_in(PyObject* copy, std::span<PyObject* const> values) noexcept;
 
 /// The content of an int, or of a subclass, that takes one digit.
 inline std::optional<std::int64_t> small_integer(PyObject* integer) noexcept {
@@ -83,77 +75,60 @@ inline std::optional<std::int64_t> small_integer(PyObject* integer) noexcept {
   return size * std::int64_t{reinterpret_cast<const PyLongObject*>(integer)->ob_digit[0]};
 }
 
-/// Where the instances of some classes keep their attributes, by the version of the class: the
-/// interpreter gives a class a new one, never used before, whenever the class or a base of it
-/// changes. So what was found once for a version holds for all its instances.
+/// A pointer that lies before an object.
+template <class Pointed>
+Pointed* before(PyObject* object, int pointers) noexcept {
+  return reinterpret_cast<Pointed**>(object)[-pointers];
+}
+
+/// A pointer that lies in an object.
+inline PyObject* inside(PyObject* object, Py_ssize_t bytes) noexcept {
+  return *reinterpret_cast<PyObject**>(reinterpret_cast<char*>(object) + bytes);
+}
+
+/// Where an instance has an attribute.
+enum class Keeper : std::uint8_t { not_looked_for, somebody_else, slot, values, dict };
+struct AttributePlace {
+  Keeper keeper = Keeper::not_looked_for;
+  Py_ssize_t at = 0;  // of a slot, bytes into the instance; else an entry's index
+};
+
+/// Where the instances of some classes keep their attributes.
 class AttributePlaces {
  public:
-  /// The attribute, whose name is `name`, borrowed; null where it has to be asked for: a descriptor
-  /// makes it, it is the class's own, or it is missing.
-  PyObject* find(PyObject* object, Field field, PyObject* name) {
-    if (!is_layout_known()) return nullptr;
-    const unsigned version = Py_TYPE(object)->tp_version_tag;
-    Place& place = places_[static_cast<std::size_t>(field)][version % classes_at_a_time];
-    if (version == no_version || place.version != version) [[unlikely]]
-      place = found(object, name);
-    return value_at(place, object, name);
-  }
+  /// What is known of one class. It holds for a version of the class: the interpreter gives a class
+  /// a new one, never used before, whenever the class or a base of it changes.
+  class Class {
+   public:
+    /// The attribute, borrowed; null where it lies elsewhere than in the object and its values, or
+    /// nobody has looked for it in this version of the object's class.
+    [[gnu::always_inline]] PyObject* find(PyObject* object, Field field) const noexcept {
+      if (version_ != Py_TYPE(object)->tp_version_tag) return nullptr;
+      const AttributePlace& place = places_[static_cast<std::size_t>(field)];
+      if (place.keeper == Keeper::slot) return inside(object, place.at);
+      if (place.keeper != Keeper::values) return nullptr;
+      const auto* const own = before<HostDictValues>(object, HOST_VALUES_BEFORE_OBJECT);
+      return own != nullptr ? own->values[place.at] : nullptr;
+    }
 
- private:
-  static constexpr unsigned no_version = 0;  // of a class that has changed, or may not have one
-  static constexpr std::size_t classes_at_a_time = 4;
-
-  enum class Keeper : std::uint8_t { somebody_else, slot, values, dict };
-  struct Place {
-    unsigned version = no_version;
-    Keeper keeper = Keeper::somebody_else;
-    Py_ssize_t at = 0;  // of a slot, bytes into the instance; else an entry's index
-    const HostDictKeys* keys = nullptr;  // those that the instances of the class share
+   private:
+    friend class AttributePlaces;
+    unsigned version_ = 0;  // of no class, or of one that has changed
+    std::array<AttributePlace, field_names.size()> places_;
   };
 
-  static Place found(PyObject* object, PyObject* name);
-
-  /// A pointer that lies before the object.
-  template <class Pointed>
-  static Pointed* before(PyObject* object, int pointers) noexcept {
-    return reinterpret_cast<Pointed**>(object)[-pointers];
+  /// What is known of the object's class; valid while this object lives.
+  const Class& class_of(PyObject* object) noexcept {
+    return classes_[Py_TYPE(object)->tp_version_tag % classes_.size()];
   }
-  /// A pointer that lies in the object.
-  static PyObject* inside(PyObject* object, Py_ssize_t bytes) noexcept {
-    return *reinterpret_cast<PyObject**>(reinterpret_cast<char*>(object) + bytes);
-  }
+  /// The attribute, whose name is `name`, borrowed; null where it has to be asked for: a descriptor
+  /// makes it, it is the class's own, or it is missing.
+  PyObject* find(PyObject* object, Field field, PyObject* name);
 
-  static PyObject* value_at(const Place& place, PyObject* object, PyObject* name) noexcept {
-    switch (place.keeper) {
-      case Keeper::somebody_else:
-        break;
-      case Keeper::slot:
-        return inside(object, place.at);
-      case Keeper::values:
-        if (const auto* own = before<HostDictValues>(object, HOST_VALUES_BEFORE_OBJECT))
-          return own->values[place.at];
-        return value_in(before<PyObject>(object, HOST_DICT_BEFORE_OBJECT), place, name);
-      case Keeper::dict:
-        return value_in(inside(object, Py_TYPE(object)->tp_dictoffset), place, name);
-    }
-    return nullptr;
-  }
+ private:
+  AttributePlace place_of(PyObject* object, Field field, PyObject* name);
 
-  static PyObject* value_in(PyObject* dict, const Place& place, PyObject* name) noexcept {
-    if (dict == nullptr) return nullptr;
-    const auto* const object = reinterpret_cast<const PyDictObject*>(dict);
-    if (object->ma_values != nullptr) {
-      const bool shares_keys = reinterpret_cast<const HostDictKeys*>(object->ma_keys) == place.keys;
-      const auto* const values = reinterpret_cast<const HostDictValues*>(object->ma_values);
-      return shares_keys ? values->values[place.at] : nullptr;
-    }
-    HostDictKeys* const keys = own_keys_of(dict);
-    if (keys == nullptr || place.at >= keys->entry_count) return nullptr;
-    const HostDictEntry& entry = entries_of(keys)[place.at];
-    return entry.key == name ? entry.value : nullptr;
-  }
-
-  std::array<std::array<Place, classes_at_a_time>, field_names.size()> places_;
+  std::array<Class, 4> classes_;  // by version
 };
 
 }  // namespace mcp_responses

@@ -79,6 +79,12 @@ HostRef HostRecord::summary(Field field) const {
   refuse_docstring(to_value(HostRef::borrow(read_.hold(name_, field, std::move(docstring)))));
 }
 
+HostRef HostRecord::attribute_otherwise(Field field) const {
+  PyObject* const name = names_.of(field);
+  PyObject* const found = places_.find(object_, field, name);
+  return found != nullptr ? HostRef::borrow(found) : asked_of_host(name);
+}
+
 HostRef HostRecord::asked_of_host(PyObject* name) const {
   // PyObject_GetAttr is one step more to where the attributes of most objects are.
   const bool is_generic = Py_TYPE(object_)->tp_getattro == PyObject_GenericGetAttr;

@@ -42,10 +42,15 @@ class HostRecord {
   /// `name` is what errors call it. Everything must outlive the record.
   HostRecord(const HostNames& names, AttributePlaces& places, PyObject* object, const char* name,
              ReadAttributes& read) noexcept
-      : names_(names), places_(places), object_(object), name_(name), read_(read) {}
+      : names_(names),
+        places_(places),
+        class_(places.class_of(object)),
+        object_(object),
+        name_(name),
+        read_(read) {}
 
-  HostRef handed_on(Field field) const {
-    PyObject* const found = places_.find(object_, field, names_.of(field));
+  [[gnu::always_inline]] HostRef handed_on(Field field) const {
+    PyObject* const found = class_.find(object_, field);
     if (found != nullptr && is_shareable(found)) [[likely]]
       return HostRef::borrow(found);
     return handed_on_otherwise(field);
@@ -56,14 +61,16 @@ class HostRecord {
 
  private:
   HostRef attribute(Field field) const {
-    PyObject* const found = places_.find(object_, field, names_.of(field));
-    return found != nullptr ? HostRef::borrow(found) : asked_of_host(names_.of(field));
+    PyObject* const found = class_.find(object_, field);
+    return found != nullptr ? HostRef::borrow(found) : attribute_otherwise(field);
   }
   HostRef handed_on_otherwise(Field field) const;
+  HostRef attribute_otherwise(Field field) const;
   HostRef asked_of_host(PyObject* name) const;
 
   const HostNames& names_;
   AttributePlaces& places_;
+  const AttributePlaces::Class& class_;
   PyObject* object_;
   const char* name_;
   ReadAttributes& read_;

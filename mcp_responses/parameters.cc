@@ -29,11 +29,14 @@ std::string listed(const std::vector<PyObject*>& names) {
   return list;
 }
 
-/// The parameter of this name; names.size() when there is none.
-std::size_t position_of(std::span<PyObject* const> names, PyObject* name) {
+/// The parameter of this name, most likely the one at `expected`; names.size() when there is none.
+std::size_t position_of(std::span<PyObject* const> names, PyObject* name, std::size_t expected) {
   // Names are interned as a rule, so the same name is the same object.
-  const auto same = std::ranges::find(names, name);
-  if (same != names.end()) return static_cast<std::size_t>(same - names.begin());
+  std::size_t at = expected;
+  for (std::size_t left = names.size(); left > 0; --left, ++at) {
+    if (at >= names.size()) at = 0;
+    if (names[at] == name) return at;
+  }
   for (std::size_t i = 0; i < names.size(); ++i) {
     const int equal = in_host([&] { return PyObject_RichCompareBool(name, names[i], Py_EQ); });
     check(equal);
@@ -42,12 +45,13 @@ std::size_t position_of(std::span<PyObject* const> names, PyObject* name) {
   return names.size();
 }
 
-void take_named(const HostParameters& parameters, PyObject* name, PyObject* value,
-                std::span<PyObject*> arguments) {
+/// Gives the parameter's position.
+std::size_t take_named(const HostParameters& parameters, PyObject* name, PyObject* value,
+                       std::size_t expected, std::span<PyObject*> arguments) {
   if (!PyUnicode_Check(name)) {
     raise(PyExc_TypeError, "%s() keywords must be strings", parameters.function);
   }
-  const std::size_t position = position_of(parameters.names, name);
+  const std::size_t position = position_of(parameters.names, name, expected);
   if (position == parameters.names.size()) {
     raise(PyExc_TypeError, "%s() got an unexpected keyword argument '%.500S'", parameters.function,
           name);
@@ -57,6 +61,7 @@ void take_named(const HostParameters& parameters, PyObject* name, PyObject* valu
           name);
   }
   arguments[position] = value;
+  return position;
 }
 
 [[noreturn]] void refuse_positional(const HostParameters& parameters, std::size_t given,
@@ -83,12 +88,16 @@ void take_named(const HostParameters& parameters, PyObject* name, PyObject* valu
 /// Fills what was left out of the parameters from `first` to `last` with their defaults.
 void fill(const HostParameters& parameters, std::size_t first, std::size_t last, const char* kind,
           std::span<PyObject*> arguments) {
-  std::vector<PyObject*> missing;
+  bool is_complete = true;
   for (std::size_t i = first; i < last; ++i) {
     if (arguments[i] == nullptr) arguments[i] = parameters.defaults[i];
+    is_complete &= arguments[i] != nullptr;
+  }
+  if (is_complete) return;
+  std::vector<PyObject*> missing;
+  for (std::size_t i = first; i < last; ++i) {
     if (arguments[i] == nullptr) missing.push_back(parameters.names[i]);
   }
-  if (missing.empty()) return;
   raise(PyExc_TypeError, "%s() missing %zu required %s argument%s: %s", parameters.function,
         missing.size(), kind, plural(missing.size()), listed(missing).c_str());
 }
@@ -96,13 +105,15 @@ void fill(const HostParameters& parameters, std::size_t first, std::size_t last,
 }  // namespace
 
 void lay_out(const HostParameters& parameters, const GivenArguments& given,
-             std::span<PyObject*> arguments) {
+             std::span<PyObject*, most_parameters> arguments) {
   std::ranges::fill(arguments, nullptr);
   std::copy_n(given.values, std::min(given.by_position, parameters.positional), arguments.begin());
   const Py_ssize_t named = given.names == nullptr ? 0 : PyTuple_GET_SIZE(given.names);
+  std::size_t expected = given.by_position;  // whoever names them keeps their order as a rule
   for (Py_ssize_t i = 0; i < named; ++i) {
     PyObject* const value = given.values[given.by_position + static_cast<std::size_t>(i)];
-    take_named(parameters, PyTuple_GET_ITEM(given.names, i), value, arguments);
+    PyObject* const name = PyTuple_GET_ITEM(given.names, i);
+    expected = take_named(parameters, name, value, expected, arguments) + 1;
   }
   if (given.by_position > parameters.positional)
     refuse_positional(parameters, given.by_position, arguments);

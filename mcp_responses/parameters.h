@@ -37,9 +37,9 @@ struct GivenArguments {
   PyObject* names;  // a tuple, or null
 };
 
-/// Fills `arguments`, one for each parameter, with borrowed references. Throws `HostError`
-/// (TypeError) for a call that does not fit.
+/// Fills `arguments`, from the first on one for each parameter, with borrowed references. Throws
+/// `HostError` (TypeError) for a call that does not fit.
 void lay_out(const HostParameters& parameters, const GivenArguments& given,
-             std::span<PyObject*> arguments);
+             std::span<PyObject*, most_parameters> arguments);
 
 }  // namespace mcp_responses
