@@ -215,8 +215,10 @@ std::string shown(const std::string& path) {
   return path.size() <= most ? path : path.substr(0, 200) + "...";
 }
 
+/// The number of a file that is gone may be given to another one, of another kind.
 bool is_same(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+  constexpr mode_t kind = S_IFMT;
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && (a.st_mode & kind) == (b.st_mode & kind);
 }
 
 }  // namespace
@@ -268,38 +270,42 @@ std::size_t FileReader::read(std::span<char> to) {
   return static_cast<std::size_t>(count);
 }
 
-std::optional<FileReader> WorkTree::open(std::string_view path) const {
-  if (is_plain(path)) {
-    // Most paths hold neither links nor "..": the kernel then says so by finding the file.
-    const std::string plain(path);
-    const Descriptor found = open_beneath(plain, look_flags);
-    if (found.is_open()) return open_found(found, plain);
-  }
-  const std::string target = resolved_from(root_, path);
-  const bool is_root = target == root_;
-  if (!is_root && !target.starts_with(root_ + '/')) return {};
-  const std::string below = is_root ? "" : target.substr(root_.size() + 1);
-  const Descriptor found = open_beneath(below, look_flags);
-  if (!found.is_open()) throw Unreadable(errno, rooted(target));
-  return open_found(found, below);
-}
-
-/// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would
-/// notice. What is opened then is what was looked at.
-FileReader WorkTree::open_found(const Descriptor& found, const std::string& below) const {
-  std::string path = below.empty() ? rooted(root_) : root_ + '/' + below;
-  struct stat looked_at {};
-  if (::fstat(found.get(), &looked_at) != 0) throw Unreadable(errno, path);
-  if (S_ISDIR(looked_at.st_mode)) throw Unreadable(EISDIR, path);
-  if (S_ISSOCK(looked_at.st_mode)) throw Unreadable(ENXIO, path);  // as opening it would fail
-  if (!S_ISREG(looked_at.st_mode)) throw Unreadable("Not a regular file", path);
-  Descriptor file = open_beneath(below, read_flags);
-  if (!file.is_open()) throw Unreadable(errno, path);
+/// Of an open file, which has to be what was looked at before it was opened.
+FileReader WorkTree::reader_of(Descriptor file, const struct stat& looked_at, std::string path) {
   struct stat opened {};
   if (::fstat(file.get(), &opened) != 0) throw Unreadable(errno, path);
   if (!is_same(looked_at, opened)) throw Unreadable("Exchanged while it was opened", path);
   const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
   return {std::move(file), std::move(path), most_of(size)};
+}
+
+/// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would
+/// notice.
+std::optional<FileReader> WorkTree::open(std::string_view path) const {
+  if (is_plain(path)) {
+    // Most paths hold neither links nor "..": the kernel then says so by opening the file.
+    const std::string plain(path);
+    struct stat looked_at {};
+    if (::fstatat(directory_.get(), plain.c_str(), &looked_at, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISREG(looked_at.st_mode)) {
+      Descriptor file = open_beneath(plain, read_flags);
+      if (file.is_open()) return reader_of(std::move(file), looked_at, root_ + '/' + plain);
+    }
+  }
+  const std::string target = resolved_from(root_, path);
+  const bool is_root = target == root_;
+  if (!is_root && !target.starts_with(root_ + '/')) return {};
+  const std::string below = is_root ? "" : target.substr(root_.size() + 1);
+  std::string full_path = rooted(target);
+  const Descriptor found = open_beneath(below, look_flags);
+  struct stat looked_at {};
+  if (!found.is_open() || ::fstat(found.get(), &looked_at) != 0) throw Unreadable(errno, full_path);
+  if (S_ISDIR(looked_at.st_mode)) throw Unreadable(EISDIR, full_path);
+  if (S_ISSOCK(looked_at.st_mode)) throw Unreadable(ENXIO, full_path);  // as opening it would fail
+  if (!S_ISREG(looked_at.st_mode)) throw Unreadable("Not a regular file", full_path);
+  Descriptor file = open_beneath(below, read_flags);
+  if (!file.is_open()) throw Unreadable(errno, full_path);
+  return reader_of(std::move(file), looked_at, std::move(full_path));
 }
 
 /// Sets errno when nothing was opened.

@@ -6,6 +6,8 @@
 // opens nothing. Hard links and mounts inside the root are trusted.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -89,7 +91,7 @@ class WorkTree {
   std::optional<FileReader> open(std::string_view path) const;
 
  private:
-  FileReader open_found(const Descriptor& found, const std::string& below) const;
+  static FileReader reader_of(Descriptor file, const struct stat& looked_at, std::string path);
   Descriptor open_beneath(const std::string& path, int flags) const;
 
   std::string root_;  // resolved; "" for "/"
