@@ -82,11 +82,11 @@ class Call {
 template <class Visitor>
 void Call::for_each_in(std::size_t position, Visitor visitor) const {
   const HostRef iterator = checked(in_host([&] { return PyObject_GetIter(arguments_[position]); }));
-  for (std::size_t count = 1;; ++count) {
+  for (;;) {
     HostRef element = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }));
     if (!element) break;
     visitor(std::move(element));
-    if (count % 1024 == 0) check_signals();
+    check_signals(1);
   }
   if (PyErr_Occurred() != nullptr) throw HostError();
 }

@@ -195,9 +195,9 @@ HostRef plain_copy(PyObject* root) {
   ShallowCopy copy(root);
   std::vector<Level> levels;
   if (!copy.is_whole) levels.emplace_back(copy.object.get());
-  for (std::size_t steps = 1; !levels.empty(); ++steps) {
+  while (!levels.empty()) {
     // A handler may change what is copied, but the copies, and the references in them, are our own.
-    if (steps % 4096 == 0) check_signals();
+    check_signals(1);
     if (!levels.back().next()) {
       levels.pop_back();
       continue;

@@ -10,6 +10,7 @@
 // `code_lines` hands an exception over to the thread that has the lock again.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "host_ref.h"
@@ -34,6 +35,16 @@ inline void check(int answer) {
 /// has to call this now and then. Throws `HostError` with a handler's error.
 inline void check_signals() {
   check(in_host([] { return PyErr_CheckSignals(); }));
+}
+
+/// The same for work that goes in small steps, of which some more are due: looks for signals every
+/// few thousand of them.
+inline void check_signals(std::size_t steps) {
+  static std::size_t since_last = 0;  // in all threads, which take turns by the interpreter's lock
+  since_last += steps;
+  if (since_last < 4096) return;
+  since_last = 0;
+  check_signals();
 }
 
 /// Sets the interpreter's error, of this type, its text formatted as by `PyErr_Format`; throws

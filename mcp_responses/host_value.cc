@@ -15,7 +15,8 @@ void retain(Payload payload) noexcept { Py_INCREF(object_in(payload)); }
 void release(Payload payload) noexcept { give_up(object_in(payload)); }
 
 std::int64_t integer(Payload payload) noexcept {
-  return PyLong_AsLongLong(object_in(payload));  // it was checked
+  const auto small = small_integer(object_in(payload));
+  return small ? *small : PyLong_AsLongLong(object_in(payload));  // it was checked
 }
 TextView text(Payload payload) noexcept { return view_of(object_in(payload)); }
 
@@ -30,7 +31,7 @@ std::size_t dict_size(Payload payload) noexcept {
 // Signals are looked for before a container is walked, which the handle holds; the walk itself runs
 // no host code, so what is walked cannot change meanwhile.
 Value opened_list(Payload payload) {
-  check_signals();
+  check_signals(1 + list_size(payload));
   List list;
   list.reserve(list_size(payload));
   for (HostCursor at(object_in(payload), false); at.next();)
@@ -39,7 +40,7 @@ Value opened_list(Payload payload) {
 }
 
 Value opened_dict(Payload payload) {
-  check_signals();
+  check_signals(1 + dict_size(payload));
   Object object;
   object.reserve(dict_size(payload));
   const HostRef keyed_by_text = with_text_keys(object_in(payload));
@@ -48,19 +49,25 @@ Value opened_dict(Payload payload) {
   return object;
 }
 
-bool is_key(PyObject* key, const TextView& wanted) {
-  if (!PyUnicode_Check(key)) return false;
-  check(PyUnicode_READY(key));
-  return static_cast<std::size_t>(PyUnicode_GET_LENGTH(key)) == wanted.size &&
-         view_of(key) == wanted;
+/// Whether a str has just these characters.
+bool is_text(PyObject* string, const TextView& wanted) {
+  check(PyUnicode_READY(string));
+  return static_cast<std::size_t>(PyUnicode_GET_LENGTH(string)) == wanted.size &&
+         view_of(string) == wanted;
 }
 
-/// As in the dict opened: of several keys with the same text, the last one counts.
+/// As in the dict opened: of several keys with the same text, the last one counts. Keys that are
+/// all exactly str have no text in common.
 Value found_in_dict(Payload payload, const TextView& wanted) {
-  check_signals();
+  check_signals(1 + dict_size(payload));
+  PyObject* const dict = object_in(payload);
+  const bool has_one_at_most = own_keys_of(dict) != nullptr;
   PyObject* found = nullptr;
-  for (HostCursor at(object_in(payload), true); at.next();) {
-    if (is_key(at.key(), wanted)) found = at.value();
+  for (HostCursor at(dict, true); at.next();) {
+    const bool is_string = has_one_at_most || PyUnicode_Check(at.key());
+    if (!is_string || !is_text(at.key(), wanted)) continue;
+    found = at.value();
+    if (has_one_at_most) break;
   }
   return found == nullptr ? Value() : to_value(HostRef::borrow(found));
 }

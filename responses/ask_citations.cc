@@ -45,7 +45,8 @@ CitationLists::Place CitationLists::place_of(const Value& citation, const Where&
   if (citation.kind() != Kind::object) throw KindError(where(), "dict", citation.kind());
   const auto part = [&](const Text& key) {
     const Value value = citation.get(key);
-    if (!value.size()) return part_of(value);
+    const bool is_container = value.kind() == Kind::list || value.kind() == Kind::object;
+    if (!is_container) return part_of(value);
     throw KindError(where() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
   };
   Part path = part("path"_key);
