@@ -300,6 +300,12 @@ Object::Object(std::initializer_list<Member> members) : Object() {
 std::span<const Member> Object::items() const noexcept { return members_of(*this); }
 
 const Member* Object::find(const Text& key) const noexcept {
+  // A fixed word is most likely there as that very word.
+  for (const Member& member : items()) {
+    if (&member.key.holder() == &word_holder &&
+        member.key.payload().pointer == key.payload().pointer)
+      return &member;
+  }
   const TextView wanted = key.view();
   for (const Member& member : items()) {
     if (member.key.view() == wanted) return &member;

@@ -37,6 +37,7 @@ CitationLists::CitationLists(const List& sections, List extra, const char* extra
     if (sections[i].kind() != Kind::object)
       throw KindError(at("sections", i), "dict", sections[i].kind());
   }
+  from_sections_.reserve(_ASK_MAX_CITATIONS);
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
 }
 

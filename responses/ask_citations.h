@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <memory_resource>
 #include <variant>
 #include <vector>
 
@@ -77,7 +78,10 @@ class CitationLists {
 
   std::vector<Candidate> from_sections_;
   std::vector<Candidate> from_extra_;
-  std::map<Place, Mention> mentions_;
+  // Most answers cite so few places that they need no memory of their own.
+  std::array<std::byte, 2048> buffer_;
+  std::pmr::monotonic_buffer_resource memory_{buffer_.data(), buffer_.size()};
+  std::pmr::map<Place, Mention> mentions_{&memory_};
   List extra_;
   const char* extra_name_;
   std::size_t extra_read_ = 0;

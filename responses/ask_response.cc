@@ -67,6 +67,8 @@ class Draft {
         sections_(list_of(answer_.sections)),
         citations_(sections_, extra_of(answer_.citations), "citations"),
         kept_(sections_.size()) {
+    rows_.reserve(kept_);
+    excerpts_.reserve(kept_);
     for (const Value& section : sections_) {
       rows_.push_back(row_of(section));
       excerpts_.push_back(excerpt_of(section));
