@@ -85,7 +85,7 @@ def print_times(table: Table, seconds: float, tries: int) -> Results:
         least = f"{case.at_least:g}" if case.at_least else ""
         columns = (*times, digits(result.ratio), least, *beside(result))
         table.row(case.group, case.name, *columns, missed=not result.is_enough)
-    print_growth(table, results)
+    print_growth(table, results, seconds, tries)
     return results
 
 
@@ -96,13 +96,16 @@ def beside(result: Result) -> list[str]:
     return [duration(result.others[name].best) if name in result.others else "differs" for name in others.ENCODERS]
 
 
-def print_growth(table: Table, results: Results) -> None:
+def print_growth(table: Table, results: Results, seconds: float, tries: int) -> None:
     group, many_name, few_name, at_most = cases.GROWTH
     many, few = results.get((group, many_name)), results.get((group, few_name))
     if many is None or few is None:
         return
     table.head("growth of the time", "ours", "plain Python", "", "at most")
-    growth = many.ours.best / few.ours.best
+    while (growth := many.ours.best / few.ours.best) > at_most and (tries := tries - 1):
+        # On, as for a missed ratio: who else uses the machine's memory slows the many alone.
+        few.take_turns(seconds)
+        many.take_turns(seconds)
     plain_growth = many.plain.best / few.plain.best
     name = f"{many_name} over {few_name}"
     table.row(group, name, digits(growth), digits(plain_growth), "", f"{at_most:g}", missed=growth > at_most)
