@@ -58,6 +58,14 @@ def make_tree(add_cleanup) -> Path:
     return folder
 
 
+def make_long_tree(add_cleanup) -> Path:
+    """One that takes a while to index."""
+    folder = make_folder(add_cleanup)
+    for number in range(300):
+        (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 100)
+    return folder
+
+
 def conversation() -> list[tuple[str, dict, str]]:
     """Tool, arguments and answer, or "error: " and why there is none."""
     text = (HERE / "conversation.txt").read_text("utf-8")

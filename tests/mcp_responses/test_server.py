@@ -16,7 +16,7 @@ from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
 from hollin.mcp_responses import _encoded_size as size_of
 from hollin.server import Server, build_index
 from hollin.tools import TOOLS
-from service import ASK, ENVIRONMENT, NEEDED, ServiceTest, conversation, make_tree
+from service import ASK, ENVIRONMENT, NEEDED, ServiceTest, conversation, make_long_tree, make_tree
 from workplace import make_folder
 
 PAGE = {"offset": 0, "limit": 20}
@@ -45,14 +45,8 @@ class EmptyServerTest(ServiceTest):
             self.assertEqual(client.call(tool, **NEEDED.get(tool, {})), tool_result_text(empty), tool)
             self.assertIn("nonsense: is not an argument", client.call(tool, nonsense=1))
 
-    def make_long_tree(self) -> str:
-        folder = make_folder(self.addCleanup)
-        for number in range(300):
-            (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 100)
-        return str(folder)
-
     def test_while_a_tree_is_indexed(self):
-        folder = self.make_long_tree()
+        folder = str(make_long_tree(self.addCleanup))
         client = self.start("--root", folder)
         client.initialize()
         tools = client.tools()
