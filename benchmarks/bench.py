@@ -54,7 +54,7 @@ class Table:
 
 def duration(seconds: float) -> str:
     for unit, size in (("s ", 1.0), ("ms", 1e-3), ("µs", 1e-6), ("ns", 1e-9)):
-        if seconds >= size:
+        if seconds >= 0.9995 * size:  # which is shown as 1.00
             break
     return f"{seconds / size:#.3g} {unit}".replace(". ", " ")
 

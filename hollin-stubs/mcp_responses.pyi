@@ -269,7 +269,7 @@ def build_paginated_response(
     work of ``add_pagination_hint``, whose result is returned as it is.
 
     Raises TypeError when ``items`` is no list or a count no number, and, saying where, for
-    a row with something in it that JSON cannot hold.
+    a row with something in it that no answer can carry.
     """
 
 def build_test_coverage(
@@ -316,7 +316,7 @@ def build_wiki_list_response(
     flag), "has_more" (whether pages remain past these).
 
     Raises TypeError when ``pages`` is no list or a count no number, and, saying where, for
-    a page with something in it that JSON cannot hold.
+    a page with something in it that no answer can carry.
     """
 
 def build_wiki_read_response(

@@ -67,7 +67,7 @@ using HostMember = std::pair<HostRef, HostRef>;
 
 std::vector<HostMember> members_as_stored(PyObject* dict) {
   std::vector<HostMember> members;
-  members.reserve(static_cast<std::size_t>(PyDict_GET_SIZE(dict)));
+  members.reserve(static_cast<std::size_t>(PyDict_Size(dict)));
   for (HostCursor at(dict, true); at.next();)
     members.emplace_back(HostRef::borrow(at.key()), HostRef::borrow(at.value()));
   return members;

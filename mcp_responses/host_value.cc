@@ -25,7 +25,9 @@ std::size_t list_size(Payload payload) noexcept {
 }
 
 std::size_t dict_size(Payload payload) noexcept {
-  return static_cast<std::size_t>(PyDict_GET_SIZE(object_in(payload)));
+  // What PyDict_GET_SIZE does, but for its cast.
+  const auto* const dict = reinterpret_cast<const PyDictObject*>(object_in(payload));
+  return static_cast<std::size_t>(dict->ma_used);
 }
 
 // Signals are looked for before a container is walked, which the handle holds; the walk itself runs

@@ -192,7 +192,7 @@ Returns: Dict with items, pagination info, and hint if truncated. The hint is th
 work of ``add_pagination_hint``, whose result is returned as it is.
 
 Raises TypeError when ``items`` is no list or a count no number, and, saying where, for
-a row with something in it that JSON cannot hold.)"},
+a row with something in it that no answer can carry.)"},
     {.name = "build_test_coverage",
      .parameters = {{{"test_file", "str"},
                      {"source_file", "str"},
@@ -245,7 +245,7 @@ Keys, all always present: "pages", "total_count", "offset", "truncated" (the cal
 flag), "has_more" (whether pages remain past these).
 
 Raises TypeError when ``pages`` is no list or a count no number, and, saying where, for
-a page with something in it that JSON cannot hold.)"},
+a page with something in it that no answer can carry.)"},
     {.name = "build_wiki_read_response",
      .parameters = {{{"page_id", "str"},
                      {"title", "str"},
