@@ -144,7 +144,7 @@ CHART = {
     ("tool_result_text", "ask answer, ASCII cut with an ellipsis"): "text of an ask answer",
     ("tool_result_text", "ask answer, CJK"): "the same in Chinese and Japanese",
     ("tool_result_text", "ask answer, emoji"): "the same with emoji",
-    ("tool_result_text", "1,000 rows with 17-digit floats"): "text of 1,000 floats",
+    ("tool_result_text", "1,000 rows with 17-digit floats"): "text of 1,000 rows of floats",
     ("rows", "symbol search row"): "a row of a search",
     ("rows that only copy", "details, endpoint, component, status"): "rows that only copy",
     ("ask with a budget", "8 sections"): "ask fitted to a budget",

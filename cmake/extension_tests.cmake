@@ -22,7 +22,7 @@ foreach(folder IN ITEMS mcp_responses mcp_client schemas docs)
   foreach(file IN LISTS test_files)
     cmake_path(GET file STEM stem)
     add_test(NAME ${folder}.${stem}
-      COMMAND "${Python_EXECUTABLE}" -X dev -W error -bb -m unittest discover
+      COMMAND "${Python_EXECUTABLE}" -X dev -W error -bb -m unittest discover --verbose
         --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" --pattern ${file})
     set_tests_properties(${folder}.${stem} PROPERTIES
       ENVIRONMENT "${environment}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "Ran 0 tests")

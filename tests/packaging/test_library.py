@@ -1,6 +1,7 @@
 """The C++ library as another project takes it: installed and moved elsewhere, or from its sources."""
 
 import os
+import shlex
 import unittest
 
 from workplace import BUILD, ROOT, empty_folder, newest_release, run
@@ -31,7 +32,8 @@ class LibraryTest(unittest.TestCase):
 
     def compile(self, source, program):
         (found,) = self.prefix.glob("lib*/**/pkgconfig")
-        flags = run("pkg-config", "--cflags", "--libs", "mcp_responses", PKG_CONFIG_LIBDIR=found).split()
+        # As a shell takes it apart: what is no ASCII, and spaces, are behind backslashes.
+        flags = shlex.split(run("pkg-config", "--cflags", "--libs", "mcp_responses", PKG_CONFIG_LIBDIR=found))
         run(os.environ["CXX"], "-std=c++20", "-Werror", source, "-o", program, *flags)
 
     def test_found_by_cmake(self):

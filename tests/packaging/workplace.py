@@ -31,7 +31,8 @@ def run(*command: object, **variables: object) -> str:
     """What the command says on its standard output."""
     environment = ENVIRONMENT | {name: str(value) for name, value in variables.items()}
     words = [*map(str, command)]
-    done = subprocess.run(words, capture_output=True, encoding="utf-8", env=environment, timeout=900)
+    text = {"encoding": "utf-8", "errors": "surrogateescape"}  # as file names are
+    done = subprocess.run(words, capture_output=True, **text, env=environment, timeout=900)
     if done.returncode:
         raise AssertionError(f"{shlex.join(words)} ended with {done.returncode}\n{done.stdout}\n{done.stderr}")
     return done.stdout
