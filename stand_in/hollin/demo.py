@@ -25,9 +25,10 @@ from hollin.tools import TOOLS
 COLUMNS = max(40, min(88, shutil.get_terminal_size((92, 24)).columns - 4))
 HEAD_LINES, TAIL_LINES = 5, 3
 IS_COLOURED = sys.stdout.isatty() and "NO_COLOR" not in os.environ and os.environ.get("TERM") != "dumb"
-HEADING, CALL, KEY = "1", "36", "34"  # ANSI: bold, cyan, blue
+HEADING, CALL, KEY = "1", "36", "35"  # ANSI: bold, cyan, magenta
 BUDGETS = (1000, 400, 100)
 ROWS = 4
+SKIPPED_SHOWN = 3
 
 
 class Stopwatch:
@@ -95,9 +96,9 @@ def show_text(text: str) -> None:
 
 def show_lines(text: str) -> None:
     shown = "".join(char if char.isprintable() else "\N{MIDDLE DOT}" for char in text)
-    for start in range(0, len(shown), COLUMNS):
-        line = shown[start : start + COLUMNS]
-        print("    " + re.sub(r'"\w+"(?=:)', lambda key: coloured(key[0], KEY), line))
+    lines = "\n".join(shown[start : start + COLUMNS] for start in range(0, len(shown), COLUMNS))
+    keys = re.sub(r'"[\w\n]+"(?=\n?:)', lambda key: coloured(key[0], KEY), lines)  # a line may end inside a key
+    print("    " + keys.replace("\n", "\n    "))
 
 
 def section(title: str) -> None:
@@ -138,8 +139,11 @@ def make_index(demo: Demo) -> None:
     calls = sum(map(len, index.references.values()))
     print(f"\nIndexed {len(index.files):,} files in {seconds:.1f} s: {len(index.symbols):,} symbols, {calls:,} calls, "
           f"{len(index.wiki.pages):,} wiki pages.")
-    some = ": " + ", ".join(index.skipped[:3]) + (", ..." if len(index.skipped) > 3 else "") if index.skipped else ""
-    print(f"Left out, for they cannot be read or do not parse: {len(index.skipped)}{some}"[: COLUMNS + 4])
+    print(f"Left out, for they cannot be read or do not parse: {len(index.skipped)}")
+    for path in index.skipped[:SKIPPED_SHOWN]:
+        print(f"    {path}"[:COLUMNS])
+    if len(index.skipped) > SKIPPED_SHOWN:
+        print("    ...")
 
 
 def show_code(demo: Demo, word: str) -> None:
