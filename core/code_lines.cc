@@ -47,10 +47,10 @@ std::vector<File> files_of(std::span<const Place> places, const CodeLinesHooks& 
 
 void look_up(const WorkTree& tree, File& file, const CodeLinesHooks& hooks) {
   try {
-    auto reader = tree.open(file.name);
+    auto reader = tree.open(file.name, hooks.before_step);
     if (!reader) return;
     LineFinder finder([&](std::span<char> to) {
-      hooks.before_piece();
+      hooks.before_step();
       return reader->read(to);
     });
     for (const std::int64_t number : file.numbers) {

@@ -45,8 +45,9 @@ struct CodeLinesHooks {
   /// A host that has a lock gives it up meanwhile.
   std::function<void(const std::function<void()>& read_files)> while_reading =
       [](const auto& read) { read(); };
-  /// Called before each piece of a file is read. What it throws ends the call at once.
-  std::function<void()> before_piece = [] {};
+  /// Called before each piece of a file is read, and as `BeforeStep` says. What it throws ends the
+  /// call at once.
+  BeforeStep before_step = [] {};
   /// Hears of each file that is not read, in the order of the files: the path as the caller wrote
   /// it, and why.
   std::function<void(const Text& path, const std::string& reason)> not_read =

@@ -24,33 +24,17 @@ constexpr int look_flags = O_PATH | O_CLOEXEC;
 // means nothing to a regular file.
 constexpr int read_flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-/// The components still to be looked at, the next one last.
-class Pending {
- public:
-  void push(std::string_view path) {
-    const std::size_t below = components_.size();
-    while (!path.empty()) {
-      const std::size_t end = std::min(path.find('/'), path.size());
-      if (end > 0) components_.emplace_back(path.substr(0, end));
-      path.remove_prefix(std::min(end + 1, path.size()));
-    }
-    std::reverse(components_.begin() + static_cast<std::ptrdiff_t>(below), components_.end());
-  }
-  /// A component that no path has: here the target of a link ends.
-  void push_end_of_link() { components_.emplace_back(); }
-  bool empty() const { return components_.empty(); }
-  std::string pop() {
-    std::string component = std::move(components_.back());
-    components_.pop_back();
-    return component;
-  }
-
- private:
-  std::vector<std::string> components_;
-};
+/// Takes the first component off a path, and the slashes in front of it; "" at the end.
+std::string_view take_component(std::string_view& path) {
+  path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+  const std::string_view component = path.substr(0, path.find('/'));
+  path.remove_prefix(component.size());
+  return component;
+}
 
 /// The target of a link; nothing when the path is no link, or not to be looked at.
 std::optional<std::string> link_target(const std::string& path) {
+  if (path.size() >= PATH_MAX) return {};  // as the kernel says, but at once
   std::array<char, PATH_MAX> target;
   const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
   if (size < 0) return {};
@@ -64,17 +48,19 @@ void go_up(std::string& base) { base.erase(base.empty() ? 0 : base.rfind('/')); 
 /// the time grows with the number of links, not with the number of ways through them.
 class Resolution {
  public:
-  explicit Resolution(std::string base) : base_(std::move(base)) {}
+  Resolution(std::string base, const BeforeStep& before_step)
+      : base_(std::move(base)), before_step_(before_step) {}
 
   /// False when a link leads to itself. Then `path()` is what stood before that link, the link, and
   /// what stood behind it, as written.
   bool follow(std::string_view path) {
-    push(path);
+    push(path, nullptr);
     while (!pending_.empty()) {
-      const std::string component = pending_.pop();
+      Pending& pending = pending_.back();
+      const std::string_view component = take_component(pending.path);
       if (component.empty()) {
-        *open_links_.back() = base_;
-        open_links_.pop_back();
+        if (pending.link != nullptr) pending.link->end = base_;
+        pending_.pop_back();
       } else if (!take(component)) {
         take_rest_as_written();
         return false;
@@ -87,63 +73,73 @@ class Resolution {
   std::string path() && { return std::move(base_); }
 
  private:
-  void push(std::string_view path) {
+  struct Link {
+    std::string target;
+    std::optional<std::string> end;  // where it leads; nothing yet while the target is followed
+  };
+  struct Pending {
+    std::string_view path;
+    Link* link;  // whose target this is the rest of, if of any
+  };
+
+  void push(std::string_view path, Link* link) {
     if (path.starts_with('/')) base_.clear();
-    pending_.push(path);
+    pending_.push_back({path, link});
   }
 
-  bool take(const std::string& component) {
-    if (component == ".") return true;
+  /// Takes a component as it is written. True when that leads to a name.
+  bool take_as_written(std::string_view component) {
+    if (component == ".") return false;
     if (component == "..") {
       go_up(base_);
-      return true;
+      return false;
     }
     base_ += '/';
     base_ += component;
-    const auto target = link_target(base_);
-    if (!target) return true;
-    const auto [link, is_new] = links_.try_emplace(base_);
-    if (!is_new && !link->second) return false;
-    if (!is_new) {
-      base_ = *link->second;
-      return true;
-    }
-    open_links_.push_back(&link->second);
-    go_up(base_);
-    pending_.push_end_of_link();
-    push(*target);
     return true;
   }
 
+  bool take(std::string_view component) {
+    before_step_();
+    if (!take_as_written(component)) return true;
+    auto target = link_target(base_);
+    if (!target) return true;
+    const auto [found, is_new] = links_.try_emplace(base_);
+    Link& link = found->second;
+    if (is_new) {
+      link.target = std::move(*target);
+      go_up(base_);
+      push(link.target, &link);
+      return true;
+    }
+    if (link.end) base_ = *link.end;
+    return link.end.has_value();
+  }
+
   void take_rest_as_written() {
-    while (!pending_.empty()) {
-      const std::string component = pending_.pop();
-      if (component == "..") {
-        go_up(base_);
-      } else if (!component.empty() && component != ".") {
-        base_ += '/';
-        base_ += component;
-      }
+    for (; !pending_.empty(); pending_.pop_back()) {
+      std::string_view& rest = pending_.back().path;
+      while (!rest.empty()) take_as_written(take_component(rest));
     }
   }
 
   std::string base_;
-  Pending pending_;
-  // By a link's own path: where it leads; nothing yet while its target is being followed.
-  std::map<std::string, std::optional<std::string>> links_;
-  std::vector<std::optional<std::string>*> open_links_;
+  const BeforeStep& before_step_;
+  std::vector<Pending> pending_;       // the next one last
+  std::map<std::string, Link> links_;  // by a link's own path
 };
 
 /// `path` taken from the folder `base`, which is resolved. Like `base`, the result is "" for "/".
 ///
 /// As the host's pathlib has it, a circle of links is no error as long as the path leaves it again by
 /// "..": `loop/../a.py` is `a.py`.
-std::string resolved_from(std::string base, std::string_view path) {
-  Resolution resolution(std::move(base));
+std::string resolved_from(
+    std::string base, std::string_view path, const BeforeStep& before_step = [] {}) {
+  Resolution resolution(std::move(base), before_step);
   const bool is_resolved = resolution.follow(path);
   std::string result = std::move(resolution).path();
   if (is_resolved) return result;
-  Resolution again("");
+  Resolution again("", before_step);
   if (!again.follow(result)) throw LinkLoop(result);
   return std::move(again).path();
 }
@@ -187,12 +183,11 @@ int open_no_link(int folder, const std::string& name, int flags) {
 }
 
 int open_folder_by_folder(int directory, const std::string& path, int flags) {
-  Pending folders;
-  folders.push(path);
+  std::string_view rest = path;
   Descriptor folder(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
   while (folder.is_open()) {
-    const std::string name = folders.pop();
-    if (folders.empty()) return open_no_link(folder.get(), name, flags);
+    const std::string name(take_component(rest));
+    if (rest.empty()) return open_no_link(folder.get(), name, flags);
     const int next =
         ::openat(folder.get(), name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     folder = Descriptor(next);
@@ -281,7 +276,8 @@ FileReader WorkTree::reader_of(Descriptor file, const struct stat& looked_at, st
 
 /// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would
 /// notice.
-std::optional<FileReader> WorkTree::open(std::string_view path) const {
+std::optional<FileReader> WorkTree::open(std::string_view path,
+                                         const BeforeStep& before_step) const {
   if (is_plain(path)) {
     // Most paths hold neither links nor "..": the kernel then says so by opening the file.
     const std::string plain(path);
@@ -292,7 +288,7 @@ std::optional<FileReader> WorkTree::open(std::string_view path) const {
       if (file.is_open()) return reader_of(std::move(file), looked_at, root_ + '/' + plain);
     }
   }
-  const std::string target = resolved_from(root_, path);
+  const std::string target = resolved_from(root_, path, before_step);
   const bool is_root = target == root_;
   if (!is_root && !target.starts_with(root_ + '/')) return {};
   const std::string below = is_root ? "" : target.substr(root_.size() + 1);

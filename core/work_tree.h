@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -58,6 +59,9 @@ std::string absolute(std::string_view path);
 /// for a path that ends in one, and as `absolute` does. Requires a path without NUL.
 std::string resolved(std::string_view path);
 
+/// Called before each component of a path that is resolved. What it throws ends the call.
+using BeforeStep = std::function<void()>;
+
 /// A file of a work tree, open from its beginning on.
 class FileReader {
  public:
@@ -87,8 +91,9 @@ class WorkTree {
 
   /// Opens a file, or nothing when its path leaves the root. `path` is relative to the root; an
   /// absolute one is taken as it is. Throws `Unreadable`, also for what is no regular file, which is
-  /// not even opened, and as `resolved` does. Requires a path without NUL.
-  std::optional<FileReader> open(std::string_view path) const;
+  /// not even opened, and as `resolved` and `before_step` do. Requires a path without NUL.
+  std::optional<FileReader> open(
+      std::string_view path, const BeforeStep& before_step = [] {}) const;
 
  private:
   static FileReader reader_of(Descriptor file, const struct stat& looked_at, std::string path);

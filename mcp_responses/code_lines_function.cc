@@ -113,7 +113,7 @@ HostRef code_lines(Call& call) {
             reading = &unlocked;
             read_files();
           },
-      .before_piece =
+      .before_step =
           [&] {
             const auto now = std::chrono::steady_clock::now();
             if (now - last_check < std::chrono::milliseconds(50)) return;

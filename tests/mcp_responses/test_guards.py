@@ -105,6 +105,7 @@ def outline(value):
 LONG = {
     "names": lambda: real.outline_module(itertools.repeat("a.b")),
     "places": lambda: real.code_lines("/", itertools.repeat(("a", 1))),
+    "a path": lambda: real.code_lines("/", [("tmp/../" * 10**7, 1)]),
     "text": lambda: real.tool_result_text(shared(40)),
     "text of dicts": lambda: real.tool_result_text(shared(40, dict)),
     "size": lambda: real._encoded_size(shared(40)),
