@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "detail/handle.h"
-#include "detail/number_text.h"
 
 namespace mcp_responses {
 
@@ -24,10 +23,10 @@ bool encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink) {
       sink.put(tree.boolean(node) ? "true" : "false");
       return true;
     case Kind::integer:
-      sink.put(NumberText(tree.integer(node)));
+      sink.put_number(tree.integer(node));
       return true;
     case Kind::real:
-      sink.put(NumberText(tree.real(node)));
+      sink.put_number(tree.real(node));
       return true;
     case Kind::string:
       sink.put_string(tree.text(node));

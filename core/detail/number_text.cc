@@ -6,7 +6,7 @@
 //   exponential = d1 ["." d2 ... dn] "e" ("+" | "-") exponent      at least two digits, elsewhere
 #include "detail/number_text.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -50,70 +50,62 @@ struct Shortest {
   explicit Shortest(double magnitude) noexcept {
     const Decimal decimal = magnitude == 0 ? Decimal{} : shortest_decimal(magnitude);
     constexpr std::uint64_t half = 100'000'000;
+    const auto last_8 = static_cast<std::uint32_t>(decimal.digits % half);
     digits[0] = static_cast<char>('0' + decimal.digits / (half * half));
     write_8(static_cast<std::uint32_t>(decimal.digits / half % half), &digits[1]);
-    write_8(static_cast<std::uint32_t>(decimal.digits % half), &digits[1 + 8]);
+    write_8(last_8, &digits[1 + 8]);
     std::memset(&digits[most_digits], '0', piece);
     while (first < most_digits - 1 && digits[first] == '0') ++first;
     count = most_digits - first;
     exponent = decimal.exponent + static_cast<int>(count) - 1;
+    if (last_8 == 0 && count > 8) count -= 8;  // as where a service rounds
     while (count > 1 && digits[first + count - 1] == '0') --count;
   }
 
   const char* begin() const noexcept { return &digits[first]; }
 };
 
+char* write_word(std::string_view word, char* to) noexcept {
+  return std::copy(word.begin(), word.end(), to);
+}
+
+char* write_exponential(std::string_view digits, int exponent, char* to) noexcept {
+  *to++ = digits.front();
+  if (digits.size() > 1) {
+    *to++ = '.';
+    to = write_word(digits.substr(1), to);
+  }
+  to = write_word(exponent < 0 ? "e-" : "e+", to);
+  const std::int64_t magnitude = std::abs(exponent);
+  if (magnitude < 10) *to++ = '0';
+  return write_number(magnitude, to);
+}
+
+char* write_finite(double magnitude, char* to) noexcept {
+  const Shortest shortest(magnitude);
+  const char* const digits = shortest.begin();
+  if (shortest.exponent < -4 || shortest.exponent > 15)
+    return write_exponential({digits, shortest.count}, shortest.exponent, to);
+  if (shortest.exponent < 0) {
+    std::memcpy(to, "0.0000", 6);
+    to += 1 - shortest.exponent;
+    std::memcpy(to, digits, piece);
+    return to + shortest.count;
+  }
+  const std::size_t before_point = static_cast<std::size_t>(shortest.exponent) + 1;
+  std::memcpy(to, digits, piece);
+  to += before_point;
+  *to++ = '.';
+  std::memcpy(to, digits + before_point, piece);
+  return to + (shortest.count > before_point ? shortest.count - before_point : 1);
+}
+
 }  // namespace
 
-NumberText::NumberText(std::int64_t integer) noexcept {
-  char* const end =
-      std::to_chars(characters_.data(), characters_.data() + characters_.size(), integer).ptr;
-  size_ = static_cast<std::size_t>(end - characters_.data());
-}
-
-NumberText::NumberText(double real) noexcept {
-  if (std::signbit(real) && !std::isnan(real)) characters_[size_++] = '-';
-  if (std::isfinite(real)) {
-    put_finite(std::fabs(real));
-  } else {
-    put(std::isnan(real) ? "NaN" : "Infinity");
-  }
-}
-
-void NumberText::put_finite(double magnitude) noexcept {
-  const Shortest shortest(magnitude);
-  if (shortest.exponent < -4 || shortest.exponent > 15) {
-    put_with_exponent({shortest.begin(), shortest.count}, shortest.exponent);
-  } else if (shortest.exponent < 0) {
-    std::memcpy(end(), "0.0000", 6);
-    size_ += static_cast<std::size_t>(1 - shortest.exponent);
-    std::memcpy(end(), shortest.begin(), piece);
-    size_ += shortest.count;
-  } else {
-    const std::size_t before_point = static_cast<std::size_t>(shortest.exponent) + 1;
-    std::memcpy(end(), shortest.begin(), piece);
-    size_ += before_point;
-    *end() = '.';
-    std::memcpy(end() + 1, shortest.begin() + before_point, piece);
-    size_ += 1 + (shortest.count > before_point ? shortest.count - before_point : 1);
-  }
-}
-
-void NumberText::put(std::string_view text) noexcept {
-  std::memcpy(end(), text.data(), text.size());
-  size_ += text.size();
-}
-
-void NumberText::put_with_exponent(std::string_view digits, int exponent) noexcept {
-  put(digits.substr(0, 1));
-  if (digits.size() > 1) {
-    put(".");
-    put(digits.substr(1));
-  }
-  put(exponent < 0 ? "e-" : "e+");
-  const NumberText magnitude(static_cast<std::int64_t>(std::abs(exponent)));
-  if (magnitude.size_ < 2) put("0");
-  put(magnitude.view());
+char* write_number(double real, char* to) noexcept {
+  if (std::isnan(real)) return write_word("NaN", to);
+  if (std::signbit(real)) *to++ = '-';
+  return std::isinf(real) ? write_word("Infinity", to) : write_finite(std::fabs(real), to);
 }
 
 }  // namespace mcp_responses

@@ -3,36 +3,40 @@
 #pragma once
 
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace mcp_responses {
 
+/// The room that a number is written into. What stands there past its text means nothing.
+inline constexpr std::size_t number_room = 48;
+
+/// Writes "0", "-42": decimal digits, "-" in front of a negative number. Returns the end of the text.
+/// Requires `number_room` characters at `to`.
+inline char* write_number(std::int64_t integer, char* to) noexcept {
+  return std::to_chars(to, to + number_room, integer).ptr;
+}
+
+/// Writes "50.0", "0.0001", "1e-05", "1e+16", "-0.0", "NaN", "-Infinity": the interpreter's own float
+/// text, but for the names of what is not a finite number. Positional from 1e-4 up to below 1e16, in
+/// exponent form elsewhere. Otherwise as above.
+char* write_number(double real, char* to) noexcept;
+
 /// The text of one number, in place.
 class NumberText {
  public:
-  /// "0", "-42": decimal digits, "-" in front of a negative number.
-  explicit NumberText(std::int64_t integer) noexcept;
-
-  /// "50.0", "0.0001", "1e-05", "1e+16", "-0.0", "NaN", "-Infinity": the interpreter's own float
-  /// text, but for the names of what is not a finite number. Positional from 1e-4 up to below 1e16,
-  /// in exponent form elsewhere.
-  explicit NumberText(double real) noexcept;
+  template <class Number>
+  explicit NumberText(Number number) noexcept
+      : size_(static_cast<std::size_t>(write_number(number, characters_.data()) -
+                                       characters_.data())) {}
 
   std::string_view view() const noexcept { return {characters_.data(), size_}; }
 
-  /// So many characters stand at `view().data()`, of which those past the text mean nothing.
-  static constexpr std::size_t room = 32;
-
  private:
-  char* end() noexcept { return characters_.data() + size_; }
-  void put(std::string_view text) noexcept;
-  void put_finite(double magnitude) noexcept;
-  void put_with_exponent(std::string_view digits, int exponent) noexcept;
-
-  std::array<char, 48> characters_;  // some may be written past the end of the text
-  std::size_t size_ = 0;
+  std::array<char, number_room> characters_;
+  std::size_t size_;
 };
 
 }  // namespace mcp_responses

@@ -89,17 +89,6 @@ void TextSink::put(std::string_view ascii) {
   }
 }
 
-void TextSink::put(const NumberText& number) {
-  switch (unit_size(repertoire_)) {
-    case 1:
-      return put_digits<std::uint8_t>(number);
-    case 2:
-      return put_digits<std::uint16_t>(number);
-    default:
-      return put_digits<std::uint32_t>(number);
-  }
-}
-
 void TextSink::put_any(unsigned commas, const TextView& text, unsigned colons) {
   if (text.repertoire > repertoire_) widen(text.repertoire);
   const auto put_as = [&]<class Unit>(Unit) {
@@ -123,15 +112,6 @@ void TextSink::put_ascii(std::string_view ascii) {
   Unit* to = room_for<Unit>(ascii.size());
   for (const char character : ascii) *to++ = static_cast<unsigned char>(character);
   size_ += ascii.size();
-}
-
-template <class Unit>
-void TextSink::put_digits(const NumberText& number) {
-  using Bytes = Block<std::uint8_t>;
-  Unit* const to = room_for<Unit>(NumberText::room);
-  const auto* const from = reinterpret_cast<const std::uint8_t*>(number.view().data());
-  for (std::size_t i = 0; i < NumberText::room; i += Bytes::size) Bytes(from + i).copy_to(to + i);
-  size_ += number.view().size();
 }
 
 template <class Unit>

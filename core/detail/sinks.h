@@ -2,7 +2,7 @@
 // Both take the same calls, so that the size of an answer cannot disagree with its text:
 //
 //   put(character), put(ascii)    punctuation and words: ASCII, written as it is
-//   put(number)                   the text of a number
+//   put_number(number)            the text of an integer or a float
 //   put_string(text)              a string in quotation marks, escaped where it must be
 //   put_key(text, is_first)       the key of a member: a string and a colon, and a comma before any
 //                                 but the first member of its object
@@ -47,7 +47,12 @@ class TextSink {
     }
   }
   void put(std::string_view ascii);
-  void put(const NumberText& number);
+  template <class Number>
+  void put_number(Number number) {
+    if (unit_size(repertoire_) > 1) return put(NumberText(number).view());
+    char* const to = reinterpret_cast<char*>(room_for<std::uint8_t>(number_room));
+    size_ += static_cast<std::size_t>(write_number(number, to) - to);
+  }
   void put_string(const TextView& text) { put_between(0, text, 0); }
   void put_key(const TextView& text, bool is_first) { put_between(is_first ? 0 : 1, text, 1); }
 
@@ -118,8 +123,6 @@ class TextSink {
   template <class Unit>
   void put_ascii(std::string_view ascii);
   template <class Unit>
-  void put_digits(const NumberText& number);
-  template <class Unit>
   void put_quoted(const TextView& text);
   template <class Unit, class From>
   void put_escaped(std::span<const From> units);
@@ -139,7 +142,10 @@ class CountSink {
  public:
   void put(char) noexcept { ++bytes_; }
   void put(std::string_view ascii) noexcept { bytes_ += ascii.size(); }
-  void put(const NumberText& number) noexcept { put(number.view()); }
+  template <class Number>
+  void put_number(Number number) noexcept {
+    put(NumberText(number).view());
+  }
   void put_string(const TextView& text);
   void put_key(const TextView& text, bool is_first) {
     bytes_ += is_first ? 1 : 2;
