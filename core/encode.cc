@@ -64,8 +64,8 @@ class ValueTree {
 Text tool_result_text(const Value& result) {
   TextSink sink;
   ValueTree tree;
-  encode(tree, &result, sink);
-  return Text::copy_of(sink.view());
+  const std::size_t size = encode(tree, &result, sink);
+  return Text::copy_of(sink.view(size));
 }
 
 std::size_t _encoded_size(const Value& result) {
@@ -73,14 +73,9 @@ std::size_t _encoded_size(const Value& result) {
   if (holder.encoded_size != nullptr) return holder.encoded_size(result.payload());
   CountSink sink;
   ValueTree tree;
-  encode(tree, &result, sink);
-  return sink.bytes();
+  return encode(tree, &result, sink);
 }
 
-std::size_t encoded_string_size(const TextView& string) {
-  CountSink sink;
-  sink.put_string(string);
-  return sink.bytes();
-}
+std::size_t encoded_string_size(const TextView& string) { return CountSink::put_string(0, string); }
 
 }  // namespace mcp_responses

@@ -94,19 +94,19 @@ class HostTree {
 };
 
 template <class Sink>
-void encode_as_it_lies(PyObject* root, Sink& sink) {
+std::size_t encode_as_it_lies(PyObject* root, Sink& sink) {
   HostTree tree;
-  encode(tree, root, sink);
+  return encode(tree, root, sink);
 }
 
 template <class Sink>
-void encode_host(PyObject* root, Sink& sink) {
+std::size_t encode_host(PyObject* root, Sink& sink) {
   try {
-    encode_as_it_lies(root, sink);
+    return encode_as_it_lies(root, sink);
   } catch (const NeedsCopy&) {
     const HostRef copy = plain_copy(root);
     sink.clear();
-    encode_as_it_lies(copy.get(), sink);
+    return encode_as_it_lies(copy.get(), sink);
   }
 }
 
@@ -133,14 +133,13 @@ class KeptBufferSink : public TextSink {
 
 HostRef encoded_host_text(PyObject* root, TextBuffer& kept) {
   KeptBufferSink sink(kept);
-  encode_host(root, sink);
-  return exact_string_of(sink.view());
+  const std::size_t size = encode_host(root, sink);
+  return exact_string_of(sink.view(size));
 }
 
 std::size_t encoded_host_size(PyObject* root) {
   CountSink sink;
-  encode_host(root, sink);
-  return sink.bytes();
+  return encode_host(root, sink);
 }
 
 }  // namespace mcp_responses

@@ -6,38 +6,35 @@
 //   object = "{" [string ":" value *("," string ":" value)] "}"        members in insertion order
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "detail/handle.h"
 
 namespace mcp_responses {
 
-/// Writes a value that holds no others; false for a list or an object.
+/// Writes a value that holds no others; nothing of a list or an object. Takes and returns the size.
 template <class Tree, class Sink>
-bool encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink) {
+std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink,
+                        std::size_t size) {
   switch (kind) {
     case Kind::null:
-      sink.put("null");
-      return true;
+      return sink.put(size, "null");
     case Kind::boolean:
-      sink.put(tree.boolean(node) ? "true" : "false");
-      return true;
+      return sink.put(size, tree.boolean(node) ? "true" : "false");
     case Kind::integer:
-      sink.put_number(tree.integer(node));
-      return true;
+      return sink.put_number(size, tree.integer(node));
     case Kind::real:
-      sink.put_number(tree.real(node));
-      return true;
+      return sink.put_number(size, tree.real(node));
     case Kind::string:
-      sink.put_string(tree.text(node));
-      return true;
+      return sink.put_string(size, tree.text(node));
     default:
-      return false;
+      return size;
   }
 }
 
-/// Writes the tree at `node` into the sink, depth first. The containers that are open stand in a
-/// list of their own, so that depth costs no stack.
+/// Writes the tree at `node` into the sink, depth first, and returns the size of its text. The
+/// containers that are open stand in a list of their own, so that depth costs no stack.
 ///
 /// A Tree has types Node and Cursor, and
 ///
@@ -50,27 +47,30 @@ bool encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink) {
 /// A Cursor has next() (on to an element or member; false past the end), value(), is_object() and,
 /// if so, key().
 template <class Tree, class Sink>
-void encode(Tree& tree, typename Tree::Node node, Sink& sink) {
+std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
+  std::size_t size = 0;
   std::vector<typename Tree::Cursor> open;
   open.reserve(8);    // deeper answers are rare
   bool first = true;  // nothing stands in the innermost container yet
   for (;;) {
     const Kind kind = tree.kind(node, open);
-    if (!encode_leaf(tree, kind, node, sink)) {
-      sink.put(kind == Kind::object ? '{' : '[');
+    if (kind == Kind::list || kind == Kind::object) {
+      size = sink.put(size, kind == Kind::object ? '{' : '[');
       open.push_back(tree.open(node, kind));
       first = true;
+    } else {
+      size = encode_leaf(tree, kind, node, sink, size);
     }
     while (!open.empty() && !open.back().next()) {
-      sink.put(open.back().is_object() ? '}' : ']');
+      size = sink.put(size, open.back().is_object() ? '}' : ']');
       open.pop_back();
       first = false;
     }
-    if (open.empty()) return;
+    if (open.empty()) return size;
     if (open.back().is_object()) {
-      sink.put_key(open.back().key(), first);
+      size = sink.put_key(size, open.back().key(), first);
     } else if (!first) {
-      sink.put(',');
+      size = sink.put(size, ',');
     }
     first = false;
     node = open.back().value();

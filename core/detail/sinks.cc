@@ -78,24 +78,27 @@ constexpr std::size_t most_in_chunk = 1024;
 
 }  // namespace
 
-void TextSink::put(std::string_view ascii) {
+std::size_t TextSink::put(std::size_t size, std::string_view ascii) {
   switch (unit_size(repertoire_)) {
     case 1:
-      return put_ascii<std::uint8_t>(ascii);
+      return put_ascii<std::uint8_t>(size, ascii);
     case 2:
-      return put_ascii<std::uint16_t>(ascii);
+      return put_ascii<std::uint16_t>(size, ascii);
     default:
-      return put_ascii<std::uint32_t>(ascii);
+      return put_ascii<std::uint32_t>(size, ascii);
   }
 }
 
-void TextSink::put_any(unsigned commas, const TextView& text, unsigned colons) {
-  if (text.repertoire > repertoire_) widen(text.repertoire);
+std::size_t TextSink::put_any(std::size_t size, unsigned commas, const TextView& text,
+                              unsigned colons) {
+  if (text.repertoire > repertoire_) widen(size, text.repertoire);
   const auto put_as = [&]<class Unit>(Unit) {
-    if (sizeof(Unit) > 1 && put_short<Unit>(commas, text, colons)) return;
-    if (commas > 0) put(',');
-    put_quoted<Unit>(text);
-    if (colons > 0) put(':');
+    const std::size_t after =
+        sizeof(Unit) > 1 ? put_short<Unit>(size, commas, text, colons) : std::size_t{0};
+    if (after > 0) return after;
+    if (commas > 0) size = put(size, ',');
+    size = put_quoted<Unit>(size, text);
+    return colons > 0 ? put(size, ':') : size;
   };
   switch (unit_size(repertoire_)) {
     case 1:
@@ -108,33 +111,34 @@ void TextSink::put_any(unsigned commas, const TextView& text, unsigned colons) {
 }
 
 template <class Unit>
-void TextSink::put_ascii(std::string_view ascii) {
-  Unit* to = room_for<Unit>(ascii.size());
+std::size_t TextSink::put_ascii(std::size_t size, std::string_view ascii) {
+  Unit* to = room_for<Unit>(size, ascii.size());
   for (const char character : ascii) *to++ = static_cast<unsigned char>(character);
-  size_ += ascii.size();
+  return size + ascii.size();
 }
 
 template <class Unit>
-void TextSink::put_quoted(const TextView& text) {
-  *room_for<Unit>(1) = '"';
-  ++size_;
+std::size_t TextSink::put_quoted(std::size_t size, const TextView& text) {
+  *room_for<Unit>(size, 1) = '"';
   visit_units(text, [&](auto units) {
     using From = typename decltype(units)::value_type;
-    if constexpr (sizeof(From) <= sizeof(Unit)) put_escaped<Unit>(units);
+    if constexpr (sizeof(From) <= sizeof(Unit)) size = put_escaped<Unit>(size + 1, units);
   });
+  return size;
 }
 
 /// Writes the content of a string and the closing quotation mark.
 template <class Unit, class From>
-void TextSink::put_escaped(std::span<const From> units) {
+std::size_t TextSink::put_escaped(std::size_t size, std::span<const From> units) {
   do {
     const auto chunk = units.first(std::min(units.size(), most_in_chunk));
     units = units.subspan(chunk.size());
-    Unit* const start = room_for<Unit>(chunk.size() * longest_escape + most_past_end);
+    Unit* const start = room_for<Unit>(size, chunk.size() * longest_escape + most_past_end);
     Unit* const end = write_escaped(chunk, start);
     *end = '"';
-    size_ += static_cast<std::size_t>(end - start) + (units.empty() ? 1 : 0);
+    size += static_cast<std::size_t>(end - start);
   } while (!units.empty());
+  return size + 1;
 }
 
 void TextSink::grow(std::size_t needed) {
@@ -149,40 +153,41 @@ void TextSink::grow(std::size_t needed) {
 
 /// Makes the units wide enough for `repertoire`, from the last to the first so that they can stay
 /// in one buffer.
-void TextSink::widen(Repertoire repertoire) {
+void TextSink::widen(std::size_t size, Repertoire repertoire) {
   const std::size_t from = unit_size(repertoire_);
   const std::size_t to = unit_size(repertoire);
-  if (to > from && size_ > 0) {
-    if (size_ * to > buffer_.capacity) grow(size_ * to);
+  if (to > from && size > 0) {
+    if (size * to > buffer_.capacity) grow(size * to);
     if (from == 2) {
-      widen_units<std::uint16_t, std::uint32_t>();
+      widen_units<std::uint16_t, std::uint32_t>(size);
     } else if (to == 2) {
-      widen_units<std::uint8_t, std::uint16_t>();
+      widen_units<std::uint8_t, std::uint16_t>(size);
     } else {
-      widen_units<std::uint8_t, std::uint32_t>();
+      widen_units<std::uint8_t, std::uint32_t>(size);
     }
   }
   repertoire_ = repertoire;
 }
 
 template <class From, class To>
-void TextSink::widen_units() {
+void TextSink::widen_units(std::size_t size) {
   const auto* from = static_cast<const From*>(buffer_.bytes.get());
   auto* to = static_cast<To*>(buffer_.bytes.get());
   constexpr std::size_t block = Block<From>::size;
-  std::size_t rest = size_;
+  std::size_t rest = size;
   for (; rest >= block; rest -= block) Block<From>(from + rest - block).copy_to(to + rest - block);
   while (rest-- > 0) to[rest] = from[rest];
 }
 
-void CountSink::put_string(const TextView& text) {
+std::size_t CountSink::put_string(std::size_t size, const TextView& text) {
   bool has_surrogate = false;
-  bytes_ += 2 + text.size;
+  size += 2 + text.size;
   visit_units(text, [&](auto units) {
-    bytes_ += escape_bytes(units);
-    if (text.repertoire != Repertoire::ascii) bytes_ += utf8_bytes_of_any(units, has_surrogate);
+    size += escape_bytes(units);
+    if (text.repertoire != Repertoire::ascii) size += utf8_bytes_of_any(units, has_surrogate);
   });
   if (has_surrogate) refuse_surrogate(text);
+  return size;
 }
 
 }  // namespace mcp_responses
