@@ -256,13 +256,18 @@ WorkTree::WorkTree(std::string_view root, Opening opening)
 }
 
 std::size_t FileReader::read(std::span<char> to) {
+  if (is_at_end_) return 0;
+  const std::size_t asked = std::min(to.size(), most_of(size_) - read_);
   ssize_t count = 0;
   do {
-    count = ::read(file_.get(), to.data(), std::min(to.size(), most_));
+    count = ::read(file_.get(), to.data(), asked);
   } while (count < 0 && errno == EINTR);
   if (count < 0) throw Unreadable(errno, path_);
-  most_ -= static_cast<std::size_t>(count);
-  return static_cast<std::size_t>(count);
+  const auto got = static_cast<std::size_t>(count);
+  read_ += got;
+  // Less than was asked for, and just what its size said: the kernel need not be asked for more.
+  is_at_end_ = got < asked && read_ == size_;
+  return got;
 }
 
 /// Of an open file, which has to be what was looked at before it was opened.
@@ -271,7 +276,7 @@ FileReader WorkTree::reader_of(Descriptor file, const struct stat& looked_at, st
   if (::fstat(file.get(), &opened) != 0) throw Unreadable(errno, path);
   if (!is_same(looked_at, opened)) throw Unreadable("Exchanged while it was opened", path);
   const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
-  return {std::move(file), std::move(path), most_of(size)};
+  return {std::move(file), std::move(path), size};
 }
 
 /// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would

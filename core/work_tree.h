@@ -72,12 +72,14 @@ class FileReader {
 
  private:
   friend class WorkTree;
-  FileReader(Descriptor file, std::string path, std::size_t most)
-      : file_(std::move(file)), path_(std::move(path)), most_(most) {}
+  FileReader(Descriptor file, std::string path, std::size_t size)
+      : file_(std::move(file)), path_(std::move(path)), size_(size) {}
 
   Descriptor file_;
   std::string path_;
-  std::size_t most_;  // bytes that are still to come
+  std::size_t size_;  // in bytes, as it was when the file was opened
+  std::size_t read_ = 0;
+  bool is_at_end_ = false;
 };
 
 class WorkTree {
