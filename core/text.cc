@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <vector>
 

@@ -9,13 +9,14 @@
 #include <sys/stat.h>
 
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "resolved_path.h"
 
 namespace mcp_responses {
 
@@ -36,31 +37,13 @@ class Descriptor {
 };
 
 /// A file could not be read. The text names the failure as the operating system does, and the
-/// resolved path, in the bytes that the file system has:
+/// resolved path as `shown_path` has it, in the bytes that the file system has:
 /// "[Errno 2] No such file or directory: '/srv/repo/missing.py'".
 class Unreadable : public std::runtime_error {
  public:
   Unreadable(int error_number, const std::string& path);
   Unreadable(std::string_view reason, const std::string& path);
 };
-
-/// A path ends in a circle of symbolic links.
-class LinkLoop : public std::runtime_error {
- public:
-  explicit LinkLoop(const std::string& path);
-};
-
-/// The path taken from the current directory as it is now, links in that one resolved. Throws
-/// std::system_error when there is none.
-std::string absolute(std::string_view path);
-
-/// Makes a path absolute and free of ".", ".." and links. Parts that do not exist stay as written, and
-/// a circle of links is as good as not there when the path leaves it again by "..". Throws `LinkLoop`
-/// for a path that ends in one, and as `absolute` does. Requires a path without NUL.
-std::string resolved(std::string_view path);
-
-/// Called before each component of a path that is resolved. What it throws ends the call.
-using BeforeStep = std::function<void()>;
 
 /// A file of a work tree, open from its beginning on.
 class FileReader {
@@ -82,18 +65,21 @@ class FileReader {
   bool is_at_end_ = false;
 };
 
+/// May be used by several threads at a time.
 class WorkTree {
  public:
   /// How files are opened beneath the root: by one system call where the kernel has it, or folder
   /// by folder.
   enum class Opening { openat2, folder_by_folder };
 
-  /// Resolves the root, which need not exist. Throws as `resolved` does.
-  explicit WorkTree(std::string_view root, Opening opening = Opening::openat2);
+  /// Resolves the root, which need not exist. Throws as `absolute` and `resolved_path` do.
+  explicit WorkTree(
+      std::string_view root, const BeforeStep& before_step = [] {},
+      Opening opening = Opening::openat2);
 
   /// Opens a file, or nothing when its path leaves the root. `path` is relative to the root; an
   /// absolute one is taken as it is. Throws `Unreadable`, also for what is no regular file, which is
-  /// not even opened, and as `resolved` and `before_step` do. Requires a path without NUL.
+  /// not even opened, and as `resolved_path` does. Requires a path without NUL.
   std::optional<FileReader> open(
       std::string_view path, const BeforeStep& before_step = [] {}) const;
 
@@ -104,7 +90,7 @@ class WorkTree {
   std::string root_;  // resolved; "" for "/"
   Descriptor directory_;
   int directory_error_;
-  mutable Opening opening_;
+  Opening opening_;
 };
 
 }  // namespace mcp_responses

@@ -13,7 +13,7 @@
 
 namespace mcp_responses {
 
-/// Writes a value that holds no others; nothing of a list or an object. Takes and returns the size.
+/// Writes a leaf. Takes and returns the size. Requires that the node is no list and no object.
 template <class Tree, class Sink>
 std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink,
                         std::size_t size) {
@@ -26,10 +26,8 @@ std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& s
       return sink.put_number(size, tree.integer(node));
     case Kind::real:
       return sink.put_number(size, tree.real(node));
-    case Kind::string:
-      return sink.put_string(size, tree.text(node));
     default:
-      return size;
+      return sink.put_string(size, tree.text(node));
   }
 }
 

@@ -19,7 +19,9 @@ namespace {
 // Pieces are copied in one size, as long as the longest may be: what stands too far is written over
 // by the next one, or past the end.
 constexpr std::size_t most_digits = 17;
+constexpr std::size_t most_before_point = 16;
 constexpr std::size_t piece = 24;
+static_assert(number_room >= 1 + most_before_point + 1 + piece);  // "-", and two pieces
 
 /// "00" to "99".
 constexpr auto pairs = [] {
@@ -42,7 +44,9 @@ void write_8(std::uint32_t number, char* to) noexcept {
 /// The shortest digits of a finite, non-negative number that read back as the same double; zeros
 /// follow them.
 struct Shortest {
-  std::array<char, most_digits + piece> digits;
+  // A piece may begin one behind the last digit: 9999999999999990.0 has 15, which stand from the
+  // third place on, and a zero before its point.
+  std::array<char, most_digits + 1 + piece> digits;
   std::size_t first = 0;
   std::size_t count;
   int exponent;
@@ -54,11 +58,11 @@ struct Shortest {
     digits[0] = static_cast<char>('0' + decimal.digits / (half * half));
     write_8(static_cast<std::uint32_t>(decimal.digits / half % half), &digits[1]);
     write_8(last_8, &digits[1 + 8]);
-    std::memset(&digits[most_digits], '0', piece);
+    std::fill(digits.begin() + most_digits, digits.end(), '0');
     while (first < most_digits - 1 && digits[first] == '0') ++first;
     count = most_digits - first;
     exponent = decimal.exponent + static_cast<int>(count) - 1;
-    if (last_8 == 0 && count > 8) count -= 8;  // as where a service rounds
+    if (last_8 == 0 && count > 8) count -= 8;  // eight zeros at once: most floats have few digits
     while (count > 1 && digits[first + count - 1] == '0') --count;
   }
 

@@ -1,9 +1,9 @@
 #include "detail/sinks.h"
 
 #include <algorithm>
+#include <bit>
 #include <new>
 #include <span>
-#include <type_traits>
 
 #include "detail/block.h"
 #include "detail/escapes.h"

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -93,32 +94,32 @@ class TextSink {
   /// are; returns 0 when it is not. It is copied by blocks that may overlap, so that hardly a branch
   /// depends on the length.
   template <class Unit>
-  std::size_t put_short(std::size_t before, unsigned commas, const TextView& text,
+  std::size_t put_short(std::size_t size, unsigned commas, const TextView& text,
                         unsigned colons) noexcept {
     using Bytes = Block<std::uint8_t>;
-    constexpr std::size_t size = Bytes::size;
-    if (text.size > 4 * size || text.repertoire > Repertoire::latin1 ||
-        text.repertoire > repertoire_ || buffer_.capacity / sizeof(Unit) - before < 5 * size) {
+    constexpr std::size_t block = Bytes::size;
+    if (text.size > 4 * block || text.repertoire > Repertoire::latin1 ||
+        text.repertoire > repertoire_ || buffer_.capacity / sizeof(Unit) - size < 5 * block) {
       return 0;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
-    Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + before;
+    Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + size;
     *to = ',';
     to += commas;
     std::uint32_t found = 0;
-    const auto take = [&](const Bytes& block, std::size_t position) {
-      found |= block.where(needs_escape);
-      block.copy_to(to + 1 + position);
+    const auto take = [&](const Bytes& bytes, std::size_t position) {
+      found |= bytes.where(needs_escape);
+      bytes.copy_to(to + 1 + position);
     };
-    if (text.size < size) {
+    if (text.size < block) {
       take(Bytes(from, text.size), 0);
       found &= (1U << text.size) - 1;
     } else {
-      const std::size_t last = text.size - size;
+      const std::size_t last = text.size - block;
       take(Bytes(from), 0);
-      if (text.size > 2 * size) {
-        take(Bytes(from + size), size);
-        take(Bytes(from + last - size), last - size);
+      if (text.size > 2 * block) {
+        take(Bytes(from + block), block);
+        take(Bytes(from + last - block), last - block);
       }
       take(Bytes(from + last), last);
     }
@@ -126,7 +127,7 @@ class TextSink {
     to[0] = '"';
     to[text.size + 1] = '"';
     to[text.size + 2] = ':';
-    return before + commas + text.size + 2 + colons;
+    return size + commas + text.size + 2 + colons;
   }
   template <class Unit>
   std::size_t put_ascii(std::size_t size, std::string_view ascii);

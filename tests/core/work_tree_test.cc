@@ -36,7 +36,7 @@ class WorkTreeTest : public testing::TestWithParam<WorkTree::Opening> {
  protected:
   models::LinkTree files_;
   const std::string root_ = files_.root();
-  const WorkTree tree_{root_, GetParam()};
+  const WorkTree tree_{root_, [] {}, GetParam()};
 };
 
 INSTANTIATE_TEST_SUITE_P(Openings, WorkTreeTest,
@@ -113,7 +113,11 @@ TEST_P(WorkTreeTest, APipeIsNotOpenedWhenItIsLookedAt) {
 TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadSoFar) {
   const char* const endless = "/proc/self/pagemap";
   if (!fs::exists(endless)) GTEST_SKIP() << "no " << endless;
-  EXPECT_EQ(models::content(WorkTree("/", GetParam()), endless)->size(), std::size_t{64} << 20);
+  EXPECT_EQ(models::content(WorkTree(
+                                "/", [] {}, GetParam()),
+                            endless)
+                ->size(),
+            std::size_t{64} << 20);
 }
 
 std::string reason(const WorkTree& tree, const std::string& path) {
@@ -147,7 +151,8 @@ TEST_P(WorkTreeTest, AFailureNamesItsCauseAndTheResolvedPath) {
       {"n\xFF.py", "[Errno 2] No such file or directory: '" + root_ + "/n\xFF.py'"}};
   for (const auto& [path, text] : rows) EXPECT_EQ(reason(tree_, path), text) << path;
 
-  const WorkTree everything("/", GetParam());
+  const WorkTree everything(
+      "/", [] {}, GetParam());
   for (const char* device : {"/dev/null", "/dev/zero", "/dev/full"}) {
     EXPECT_EQ(reason(everything, device), std::string("Not a regular file: '") + device + "'");
   }
@@ -158,7 +163,8 @@ TEST_P(WorkTreeTest, AFailureNamesItsCauseAndTheResolvedPath) {
 }
 
 TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeSays) {
-  const WorkTree everything("/", GetParam());
+  const WorkTree everything(
+      "/", [] {}, GetParam());
   ASSERT_EQ(fs::file_size("/proc/self/status"), 0U);
   EXPECT_TRUE(models::content(everything, "/proc/self/status")->starts_with("Name:"));
   EXPECT_EQ(models::content(everything, "/proc/cpuinfo")->size(),
@@ -179,7 +185,8 @@ TEST_P(WorkTreeTest, FailuresLeaveNoDescriptorOpen) {
   const char* failing[] = {"gone", "sub", "sub/deep", "sub/gone/x", "a.py/x",
                            "pipe", "out", "dangling", "",           "dir/gone"};
   for (int i = 0; i < 10'000; ++i) {
-    const WorkTree tree(root_, GetParam());
+    const WorkTree tree(
+        root_, [] {}, GetParam());
     const std::string end =
         outcome(tree, failing[static_cast<std::size_t>(i) % std::size(failing)]);
     ASSERT_TRUE(end == "unreadable" || end == "outside") << end;

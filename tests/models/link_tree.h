@@ -83,8 +83,8 @@ class LinkTree {
   const std::string& base() const { return base_; }
   std::string root() const { return base_ + "/root"; }
 
-  /// The absolute path without links that `path`, taken from the folder `from`, comes to; "circle"
-  /// for one that a circle is still part of once it has been taken by the letter from there on.
+  /// The absolute path without links that `path`, taken from the folder `from`, comes to, "" for "/";
+  /// "circle" for one that a circle is still part of once it has been taken by the letter from there on.
   std::string resolved(const std::string& from, const std::string& path) const {
     std::set<std::string> open;
     std::string end = path.starts_with('/') ? "" : from;
@@ -93,7 +93,7 @@ class LinkTree {
       open.clear();
       if (!walk(end, by_letter, open)) return "circle";
     }
-    return end.empty() ? "/" : end;
+    return end;
   }
 
   /// The content of a file, or "circle", "outside" or "unreadable".

@@ -1,6 +1,6 @@
 // The lines of a file: found without decoding, equal to decoding and splitting everything first.
-#include "code_lines.h"
 #include "contract.h"
+#include "line_finder.h"
 #include "models/slow_lines.h"
 
 namespace mcp_responses {
