@@ -1,6 +1,7 @@
 // The one function that leaves the interpreter: what `code_lines` needs of the host before, while
 // and after it reads.
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,14 +62,14 @@ Place place_of(PyObject* pair, std::size_t position) {
   const bool is_pair =
       (PyTuple_Check(pair) || PyList_Check(pair)) && PySequence_Fast_GET_SIZE(pair) == 2;
   if (!is_pair) {
-    raise(PyExc_TypeError, "places[%zu] must be a pair of str and int, not %s", position,
+    raise(PyExc_TypeError, "places[%zu] must be a pair of str and int, not %.200s", position,
           Py_TYPE(pair)->tp_name);
   }
   PyObject* const path = PySequence_Fast_GET_ITEM(pair, 0);
   PyObject* const line = PySequence_Fast_GET_ITEM(pair, 1);
   if (!PyUnicode_Check(path) || !PyLong_Check(line)) {
-    raise(PyExc_TypeError, "places[%zu] must be a pair of str and int, not of %s and %s", position,
-          Py_TYPE(path)->tp_name, Py_TYPE(line)->tp_name);
+    raise(PyExc_TypeError, "places[%zu] must be a pair of str and int, not of %.200s and %.200s",
+          position, Py_TYPE(path)->tp_name, Py_TYPE(line)->tp_name);
   }
   int overflow = 0;
   const long long number = PyLong_AsLongLongAndOverflow(line, &overflow);
@@ -97,32 +98,35 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
 HostRef code_lines(Call& call) {
   HostRef lines = checked(PyDict_New());
   if (call[0] == Py_None) return lines;  // the places are left as they are
-  const std::string root = root_of(call[0]);
-  const WorkTree tree = [&root] {
-    const Unlocked unlocked;
-    return WorkTree(root);
-  }();
-  const std::vector<Place> places = places_of(call);
-  Unlocked* reading = nullptr;
+  Unlocked* unlocked = nullptr;
+  const auto while_unlocked = [&unlocked](const auto& function) {
+    Unlocked for_now;
+    unlocked = &for_now;
+    function();
+  };
   auto last_check = std::chrono::steady_clock::now();
+  const auto check_signals_now_and_then = [&] {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_check < std::chrono::milliseconds(50)) return;
+    last_check = now;
+    unlocked->check_signals();
+  };
+  const std::string root = root_of(call[0]);
+  std::optional<WorkTree> tree;
+  while_unlocked([&] { tree.emplace(root, check_signals_now_and_then); });
+  const std::vector<Place> places = places_of(call);
   const CodeLinesHooks hooks{
-      .name_of = [](const Text& path) { return encoded_name(string_of(path).get()); },
-      .while_reading =
-          [&reading](const auto& read_files) {
-            Unlocked unlocked;
-            reading = &unlocked;
-            read_files();
+      .name_of =
+          [](const Text& path) {
+            check_signals(1);
+            return encoded_name(string_of(path).get());
           },
-      .before_step =
-          [&] {
-            const auto now = std::chrono::steady_clock::now();
-            if (now - last_check < std::chrono::milliseconds(50)) return;
-            last_check = now;
-            reading->check_signals();
-          },
+      .while_reading = while_unlocked,
+      .before_step = check_signals_now_and_then,
       .not_read = [&](const Text& path,
                       const std::string& reason) { log_not_read(call, path, reason); }};
-  for (const CodeLine& line : mcp_responses::code_lines(tree, places, hooks)) {
+  for (const CodeLine& line : mcp_responses::code_lines(*tree, places, hooks)) {
+    check_signals(1);
     const HostRef number = checked(PyLong_FromLongLong(line.place.line));
     const HostRef key = checked(PyTuple_Pack(2, string_of(line.place.path).get(), number.get()));
     check(PyDict_SetItem(lines.get(), key.get(), string_of(line.text).get()));

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstddef>
-#include <span>
 
 #include "host_ref.h"
 #include "parameters.h"

@@ -96,8 +96,10 @@ std::vector<HostMember> members_in_order(PyObject* dict) {
 HostRef rekeyed(PyObject* dict) {
   const CollectorAtRest at_rest;
   HostRef copy = checked(PyDict_New());
-  for (const auto& [key, value] : members_in_order(dict))
+  for (const auto& [key, value] : members_in_order(dict)) {
+    check_signals(1);
     check(PyDict_SetItem(copy.get(), key_text(key.get()).get(), value.get()));
+  }
   return copy;
 }
 
@@ -217,7 +219,10 @@ HostRef plain_copy_without_nulls(PyObject* dict) {
   for (HostCursor at(copy.get(), true); at.next();) {
     if (at.value() == Py_None) without_value.push_back(HostRef::borrow(at.key()));
   }
-  for (const HostRef& key : without_value) check(PyDict_DelItem(copy.get(), key.get()));
+  for (const HostRef& key : without_value) {
+    check_signals(1);
+    check(PyDict_DelItem(copy.get(), key.get()));
+  }
   return copy;
 }
 

@@ -30,10 +30,14 @@ const DictStart& HostDicts::found_start(const Layout& layout) {
   for (std::size_t i = 0; layout.kept >> i != 0; ++i) {
     if ((layout.kept >> i & 1) != 0) keys.push_back(names_.of(*layout.keys[i]));
   }
-  return starts_.try_emplace(layout, std::move(keys)).first->second;
+  // A dict that is made may have a finalizer run, which meets other layouts: only then is this one's
+  // place looked for.
+  DictStart start(std::move(keys));
+  return starts_.try_emplace(layout, std::move(start)).first->second;
 }
 
 HostRef HostDicts::of(const Object& object) {
+  check_signals(1 + object.size());
   // With room for all from the start: growing takes as long as setting a few members.
   HostRef dict = checked(_PyDict_NewPresized(static_cast<Py_ssize_t>(object.size())));
   for (const Member& member : object)

@@ -6,8 +6,9 @@
 //
 // Who catches: `crossing`, around everything that the interpreter calls and that may throw; the
 // call of a function (function_type.cc), which knows where in its arguments a Refused object
-// stands; and the encoder, which begins anew for a dict with keys that are no strings. In `core`,
-// `code_lines` hands an exception over to the thread that has the lock again.
+// stands; the encoder, which begins anew for a dict with keys that are no strings; and what holds
+// the layout against the interpreter, which does without. In `core`, `code_lines` takes note of a
+// file that is not read, and hands a circle of links over to the thread that has the lock again.
 #pragma once
 
 #include <cstddef>

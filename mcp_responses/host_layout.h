@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <utility>
 
 #include "host_layout_parts.h"
 #include "host_ref.h"

@@ -58,8 +58,8 @@ bool is_text(PyObject* string, const TextView& wanted) {
          view_of(string) == wanted;
 }
 
-/// As in the dict opened: of several keys with the same text, the last one counts. Keys that are
-/// all exactly str have no text in common.
+/// Of several keys with the same text, the last one in the dict's storage counts. Keys that are all
+/// exactly str have no text in common.
 Value found_in_dict(Payload payload, const TextView& wanted) {
   check_signals(1 + dict_size(payload));
   PyObject* const dict = object_in(payload);

@@ -1,5 +1,5 @@
-// What a module object keeps for as long as it lives: names, dicts, places and memory that would otherwise be
-// made anew for every call. Each interpreter, and each import, has its own.
+// What a module object keeps for as long as it lives: names, dicts, places and memory that would
+// otherwise be made anew for every call. Each interpreter, and each import, has its own.
 #pragma once
 
 #include "detail/sinks.h"

@@ -7,9 +7,9 @@ import random
 import types
 import unittest
 
-from samples import plain, real
+from samples import COMPONENT, plain, real
 
-FIELDS = ("name", "layer", "path_pattern", "file_count", "symbol_count")
+FIELDS = tuple(COMPONENT)
 fresh = map("value {}".format, itertools.count())  # no two reads of different values look alike
 
 
@@ -149,5 +149,5 @@ class Attributes(unittest.TestCase):
 
     def test_the_collector_knows_a_row_with_a_container(self):
         for layer, is_tracked in (("text", False), (["list"], True)):
-            record = types.SimpleNamespace(name="", layer=layer, path_pattern="", file_count=1, symbol_count=1)
+            record = types.SimpleNamespace(**COMPONENT | {"layer": layer})
             self.assertEqual(gc.is_tracked(real.build_component(record)), is_tracked)

@@ -156,10 +156,6 @@ class CodeLines(unittest.TestCase):
             reason = f"Not a regular file: '{os.path.join(root, paths[0])}'"
             self.assertEqual(logged[0], ("code_lines: %s is not read (%s)", paths[0], reason))
 
-    def test_a_file_is_read_to_its_end_whatever_its_size_says(self):
-        places = [("/proc/self/status", 1), ("/proc/self/status", 20)]
-        self.assertEqual([*real.code_lines("/", places)], places)
-
     def test_no_descriptor_is_lost(self):
         os.mkfifo(self.base / "pipe")
         (self.base / "loop").symlink_to("loop")

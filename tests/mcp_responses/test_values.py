@@ -252,6 +252,8 @@ class Errors(unittest.TestCase):
             lambda: real.tool_result_text({long: {(1,): 1}}),
             lambda: real.tool_result_text(**{long: 1}),
             lambda: real.tool_result_text(type(long, (), {})()),
+            lambda: real.code_lines("/", [type(long, (), {})()]),
+            lambda: real.code_lines("/", [(type(long, (), {})(), 1)]),
         ):
             with self.assertRaises((TypeError, OverflowError)) as raised:
                 call()
