@@ -151,8 +151,9 @@ def code_lines(root: str | os.PathLike[str] | None, places: Iterable[tuple[str, 
     cannot be read is logged at info level and gives nothing. Without a root the result
     is empty and ``places`` is not read.
 
-    Raises TypeError for a place that is no pair of str and int, ValueError for a path
-    with a NUL, RuntimeError for a circle of links.
+    Raises TypeError for a root that is no path of str and for a place that is no pair of str
+    and int, OverflowError for a line beyond 64 bits, and for a path that is none ValueError
+    (a NUL), UnicodeEncodeError (a lone surrogate) or RuntimeError (a circle of links).
     """
 
 def _cut(text: str, chars: int) -> str:
@@ -354,12 +355,13 @@ def build_wiki_ask_response(
     Keys: "mode", "query", "answer", "sections", "citations", then those of "model",
     "tokens", "note", "decisions", "code" and "memories" that are not None. A section row
     has "page_id", "title", "heading", "similarity", "stale" and "excerpt", cut to 1200
-    characters; the citations of all sections stand in one list, each place once.
+    characters. "citations" has three of each section, then ``citations``, each place once,
+    24 in all.
 
     With a ``token_budget`` (a token is four bytes of the encoded answer) the answer gives
-    way until it fits: the excerpts shrink from the bottom section up, then whole sections
-    go from the bottom, then the memories and the code. The answer itself is never cut, so
-    that a budget too small for the rest is exceeded.
+    way until it fits: the excerpts shrink, from the bottom section up, to about 200 bytes
+    each; then whole sections go from the bottom, then the memories, then the code. All else
+    is never cut, and may exceed the budget by itself: ``answer`` above all.
 
     Raises TypeError, saying where, when a list or dict is something else or holds what JSON
     cannot, and with a budget UnicodeEncodeError for a lone surrogate, which has no size.

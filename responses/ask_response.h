@@ -1,7 +1,6 @@
 // The answer of the wiki tool's action "ask", fitted to a token budget.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "value.h"
@@ -35,9 +34,10 @@ struct AskAnswer {
 
 /// {"mode", "query", "answer", "sections", "citations"}, then those of "model", "tokens", "note",
 /// "decisions", "code" and "memories" that are not null. With a budget the answer gives way until
-/// its text has at most `token_budget` times `_BYTES_PER_TOKEN` bytes: excerpts shrink from the
-/// bottom section up, then whole sections go from the bottom, then the memories, then the code.
-/// What is left may still be over: "answer" is never cut. Throws `KindError`, and `SurrogateError`
+/// its text has at most `token_budget` times `_BYTES_PER_TOKEN` bytes: excerpts shrink, from the
+/// bottom section up, to about `_ASK_MIN_EXCERPT_CHARS` bytes, then whole sections go from the
+/// bottom, then the memories, then the code. The other members, and the places in `citations`, are
+/// never cut, and may take more by themselves. Throws `KindError`, and `SurrogateError`
 /// when a budget asks for the size of a string that has none.
 Object build_wiki_ask_response(AskAnswer answer);
 

@@ -175,7 +175,7 @@ def show_wiki(demo: Demo, word: str) -> None:
     fits = [fit(None, demo.ask("wiki", action="ask", query=question))]
     for budget in BUDGETS:
         fits.append(fit(budget, demo.ask("wiki", action="ask", query=question, token_budget=budget)))
-    print("\nHow the answer gives way: excerpts shrink from the bottom, then sections go, then the code.\n")
+    print("\nHow the answer gives way: excerpts shrink to 200 bytes each, then sections go, then the code.\n")
     print("    budget    limit     size  sections  excerpts' characters  citations  code")
     print("\n".join(fits))
 

@@ -23,7 +23,7 @@ PARSE_ERROR, INVALID_REQUEST, METHOD_NOT_FOUND, INVALID_PARAMS, INTERNAL_ERROR =
 INSTRUCTIONS = """Answers about the symbols, files, tests and wiki of one tree of Python sources.
 Begin with search, which finds fully qualified names by words; then ask symbol for one of them, or for its references.
 Lines are counted from 1, offsets from 0, lengths in characters; token_budget counts 4 bytes of UTF-8 as a token.
-A list that says "truncated": true goes on: call again with the offset that its hint names.
+A list that says "truncated": true goes on: call again with the offset raised by the rows you got, as most hints say.
 While the tree is being indexed, status tells how far that is, and every other tool answers with an error."""
 
 Message = dict[str, Any]

@@ -232,7 +232,7 @@ TOOLS = {
             action=choice("What to do", "status", "list", "read", "ask"),
             page_id=text("The page to read, as list names it; needed by read"),
             query=text("The question; needed by ask"),
-            token_budget=integer("Most tokens of the answer of ask, 4 bytes each", 0),
+            token_budget=integer("Most tokens of the answer of ask, 4 bytes each; without it the answer is whole", 0),
             **PAGING,
         ),
         wiki,
