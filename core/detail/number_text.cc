@@ -91,7 +91,7 @@ char* write_finite(double magnitude, char* to) noexcept {
   if (shortest.exponent < -4 || shortest.exponent > 15)
     return write_exponential({digits, shortest.count}, shortest.exponent, to);
   if (shortest.exponent < 0) {
-    std::memcpy(to, "0.0000", 6);
+    write_word("0.0000", to);
     to += 1 - shortest.exponent;
     std::memcpy(to, digits, piece);
     return to + shortest.count;

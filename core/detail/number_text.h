@@ -28,9 +28,9 @@ char* write_number(double real, char* to) noexcept;
 class NumberText {
  public:
   template <class Number>
-  explicit NumberText(Number number) noexcept
-      : size_(static_cast<std::size_t>(write_number(number, characters_.data()) -
-                                       characters_.data())) {}
+  explicit NumberText(Number number) noexcept {
+    size_ = static_cast<std::size_t>(write_number(number, characters_.data()) - characters_.data());
+  }
 
   std::string_view view() const noexcept { return {characters_.data(), size_}; }
 
