@@ -8,7 +8,8 @@ execute_process(
   COMMAND "${asked}" -c "import sys; print(sys.executable)"
   OUTPUT_VARIABLE executable OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET RESULT_VARIABLE failed)
 if(failed)
-  message(FATAL_ERROR "${asked} cannot be run; choose an interpreter with -DPython_EXECUTABLE=/path/to/python3.11")
+  message(FATAL_ERROR "${asked} cannot be run; choose an interpreter with -DPython_EXECUTABLE=/path/to/python3.11, "
+    "or build without the extension: -DMCP_RESPONSES_EXTENSION=OFF")
 endif()
 set(Python_EXECUTABLE "${executable}" CACHE FILEPATH "The CPython 3.11 to build for" FORCE)
 

@@ -11,6 +11,7 @@ import signal
 import subprocess
 import sys
 import sysconfig
+import textwrap
 import time
 from collections.abc import Callable
 from pathlib import Path
@@ -22,9 +23,10 @@ from hollin.arguments import TEXT_CHARS, ArgumentError, checked
 from hollin.index import PHASES, Index, Progress
 from hollin.tools import TOOLS
 
-COLUMNS = max(40, min(88, shutil.get_terminal_size((92, 24)).columns - 4))
+WIDTH = max(44, min(92, shutil.get_terminal_size((92, 24)).columns))
+COLUMNS = WIDTH - 4  # of what is indented
 HEAD_LINES, TAIL_LINES = 5, 3
-IS_COLOURED = sys.stdout.isatty() and "NO_COLOR" not in os.environ and os.environ.get("TERM") != "dumb"
+IS_COLOURED = sys.stdout.isatty() and not os.environ.get("NO_COLOR") and os.environ.get("TERM") != "dumb"
 HEADING, CALL, KEY = "1", "36", "35"  # ANSI: bold, cyan, magenta
 BUDGETS = (1000, 400, 100)
 ROWS = 4
@@ -71,7 +73,7 @@ class Demo:
         library.seconds, library.calls = 0.0, 0
         response = answer()
         text = library.tool_result_text(response)
-        print(f"\n{coloured(title[:COLUMNS], CALL)}")
+        print(f"\n{coloured(title[:WIDTH], CALL)}")
         show_text(text)
         size = len(text.encode())
         took = f"the library took {library.seconds * 1e6:,.0f} \N{MICRO SIGN}s in {library.calls} calls"
@@ -102,7 +104,11 @@ def show_lines(text: str) -> None:
 
 
 def section(title: str) -> None:
-    print("\n\n" + coloured(f"--- {title} {'-' * (COLUMNS - len(title))}", HEADING))
+    print("\n\n" + coloured(f"--- {title} ".ljust(WIDTH, "-"), HEADING))
+
+
+def say(text: str) -> None:
+    print(textwrap.fill(text, WIDTH, break_on_hyphens=False))
 
 
 class Counter:
@@ -115,7 +121,7 @@ class Counter:
     def show(self, progress: Progress) -> None:
         if self.is_shown and time.perf_counter() >= self.due:
             self.due = time.perf_counter() + 0.1
-            print(f"\r\x1b[K{progress.phase} {progress.done:,}/{progress.total:,}", end="", flush=True)
+            print(f"\r\x1b[K{progress}"[: WIDTH + 4], end="", flush=True)
 
     def clear(self) -> None:
         if self.is_shown:
@@ -125,7 +131,7 @@ class Counter:
 def make_index(demo: Demo) -> None:
     index, start, shown, counter = demo.index, time.perf_counter(), set(), Counter()
     print(f"Indexing {index.root}")
-    print(f"Left out: hidden folders, links and {', '.join(sorted(index.left_out))}.")
+    say(f"Left out: hidden folders, links and {index.names_left_out}.")
     section("While the index is being built")
     for _ in index.build():
         now = index.progress
@@ -137,8 +143,9 @@ def make_index(demo: Demo) -> None:
     counter.clear()
     seconds = time.perf_counter() - start
     calls = sum(map(len, index.references.values()))
-    print(f"\nIndexed {len(index.files):,} files in {seconds:.1f} s: {len(index.symbols):,} symbols, {calls:,} calls, "
-          f"{len(index.wiki.pages):,} wiki pages.")
+    print()
+    say(f"Indexed {len(index.files):,} files in {seconds:.1f} s: {len(index.symbols):,} symbols, {calls:,} calls, "
+        f"{len(index.wiki.pages):,} wiki pages.")
     print(f"Left out, for they cannot be read or do not parse: {len(index.skipped)}")
     for path in index.skipped[:SKIPPED_SHOWN]:
         print(f"    {path}"[:COLUMNS])
@@ -175,7 +182,9 @@ def show_wiki(demo: Demo, word: str) -> None:
     fits = [fit(None, demo.ask("wiki", action="ask", query=question))]
     for budget in BUDGETS:
         fits.append(fit(budget, demo.ask("wiki", action="ask", query=question, token_budget=budget)))
-    print("\nHow the answer gives way: excerpts shrink to 200 bytes each, then sections go, then the code.\n")
+    print()
+    say("How the answer gives way: excerpts shrink to 200 bytes each, then sections go, then code.")
+    print()
     print("    budget    limit     size  sections  excerpts' characters  citations  code")
     print("\n".join(fits))
 
@@ -222,7 +231,9 @@ def options() -> tuple[Index, str, Path | None]:
         parser.exit(2, f"hollin.demo: {root} is not a folder\n")
     index = Index(root, frozenset() if chosen.root else frozenset({"test"}))
     if not any(path.endswith(".py") for path in index.walk()):
-        parser.exit(2, f"hollin.demo: {root} holds no Python file\n")
+        parser.exit(2, f"hollin.demo: {root} holds no Python file outside of {index.names_left_out}\n")
+    if chosen.chart and not chosen.chart.absolute().parent.is_dir():
+        parser.exit(2, f"hollin.demo: {chosen.chart.parent} is not a folder\n")
     try:
         checked({"query": chosen.query}, TOOLS["search"].arguments)
     except ArgumentError as error:
@@ -231,19 +242,17 @@ def options() -> tuple[Index, str, Path | None]:
 
 
 def main() -> None:
-    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a pager may be left early
+    for number in (signal.SIGPIPE, signal.SIGINT):  # a pager may be left early, and so may the demo
+        signal.signal(number, signal.SIG_DFL)
     sys.stdout.reconfigure(errors="replace")
-    try:
-        index, word, chart = options()
-        if chart:
-            return draw_budgets(index, word, chart)
-        demo = Demo(index)
-        make_index(demo)
-        show_code(demo, word)
-        show_wiki(demo, word)
-        show_empty(demo)
-    except KeyboardInterrupt:
-        sys.exit("\nhollin.demo: stopped")
+    index, word, chart = options()
+    if chart:
+        return draw_budgets(index, word, chart)
+    demo = Demo(index)
+    make_index(demo)
+    show_code(demo, word)
+    show_wiki(demo, word)
+    show_empty(demo)
 
 
 if __name__ == "__main__":

@@ -52,6 +52,9 @@ class Progress:
     done: int
     total: int
 
+    def __str__(self) -> str:
+        return f"{self.phase}, {self.done:,} of {self.total:,}" if self.total else "looking for files"
+
     @property
     def percent(self) -> int:
         share = self.done / self.total if self.total else 0.0
@@ -114,8 +117,12 @@ class Index:
         if self.failure:
             return f"The index could not be made ({self.failure}); the server's log says more."
         now = self.progress
-        how_far = f"{now.phase}, {now.done} of {now.total}, {now.percent} % in all" if now else "nearly done"
+        how_far = f"{now}, {now.percent} % in all" if now else "nearly done"
         return f"The index is being built: {how_far}. Ask status, and call again when it is ready."
+
+    @property
+    def names_left_out(self) -> str:
+        return ", ".join(sorted(self.left_out))
 
     def walk(self) -> Iterator[str]:
         """The tree's regular files, as paths from the root; links and odd names stay outside. A folder or a file that

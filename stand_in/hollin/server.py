@@ -190,7 +190,7 @@ def build_index(index: Index, stop: threading.Event) -> None:
         logger.info("%d files with %d symbols indexed in %s", len(index.files), len(index.symbols), index.root)
         for path in index.skipped[:10]:
             logger.info("left out, for it cannot be read or does not parse: %s", path)
-        logger.info("%d left out", len(index.skipped))
+        logger.info("%d left out, and hidden folders, links and %s", len(index.skipped), index.names_left_out)
 
 
 def _own_output() -> BinaryIO:
