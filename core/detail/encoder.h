@@ -13,7 +13,7 @@
 
 namespace mcp_responses {
 
-/// Writes a leaf. Takes and returns the size. Requires that the node is no list and no object.
+/// Writes a leaf, and nothing of a list or an object. Takes and returns the size.
 template <class Tree, class Sink>
 std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink,
                         std::size_t size) {
@@ -26,8 +26,10 @@ std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& s
       return sink.put_number(size, tree.integer(node));
     case Kind::real:
       return sink.put_number(size, tree.real(node));
-    default:
+    case Kind::string:
       return sink.put_string(size, tree.text(node));
+    default:
+      return size;
   }
 }
 
