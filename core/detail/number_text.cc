@@ -21,7 +21,8 @@ namespace {
 constexpr std::size_t most_digits = 17;
 constexpr std::size_t most_before_point = 16;
 constexpr std::size_t piece = 24;
-static_assert(number_room >= 1 + most_before_point + 1 + piece);  // "-", and two pieces
+// "-", the digits before the point, the point, and a piece.
+static_assert(number_room >= 1 + most_before_point + 1 + piece);
 
 /// "00" to "99".
 constexpr auto pairs = [] {
