@@ -11,7 +11,7 @@
 namespace mcp_responses {
 namespace {
 
-/// A Value as the encoder walks it. A list or object held elsewhere is opened when it is met.
+/// A Value as the encoder walks it. A list or object held elsewhere is materialized when it is met.
 class ValueTree {
  public:
   using Node = const Value*;
@@ -19,9 +19,9 @@ class ValueTree {
   class Cursor {
    public:
     Cursor(const Value& container, Kind kind) : is_object_(kind == Kind::object) {
-      const Holder& holder = container.holder();
-      if (holder.opened != nullptr) opened_ = holder.opened(container.payload());
-      const Value& own = holder.opened == nullptr ? container : opened_;
+      const ValueOps& ops = container.ops();
+      if (ops.materialized != nullptr) materialized_ = ops.materialized(container.payload());
+      const Value& own = ops.materialized == nullptr ? container : materialized_;
       if (is_object_) {
         members_ = members_of(own);
       } else {
@@ -38,7 +38,7 @@ class ValueTree {
 
    private:
     bool is_object_;
-    Value opened_;  // of a container that is held elsewhere: keeps what the spans show alive
+    Value materialized_;  // of a container that is held elsewhere: keeps what the spans show alive
     std::span<const Value> elements_;
     std::span<const Member> members_;
     std::size_t past_ = 0;
@@ -47,7 +47,7 @@ class ValueTree {
   /// A value held elsewhere may stand in itself.
   static Kind kind(Node node, const std::vector<Cursor>& open) {
     const Kind kind = node->kind();
-    if (open.size() == NestingError::most_levels && (kind == Kind::list || kind == Kind::object)) {
+    if (open.size() == NestingError::max_levels && (kind == Kind::list || kind == Kind::object)) {
       throw NestingError();
     }
     return kind;
@@ -69,8 +69,8 @@ Text tool_result_text(const Value& result) {
 }
 
 std::size_t _encoded_size(const Value& result) {
-  const Holder& holder = result.holder();
-  if (holder.encoded_size != nullptr) return holder.encoded_size(result.payload());
+  const ValueOps& ops = result.ops();
+  if (ops.encoded_size != nullptr) return ops.encoded_size(result.payload());
   CountSink sink;
   ValueTree tree;
   return encode(tree, &result, sink);

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "detail/handle.h"
+#include "handle.h"
 
 namespace mcp_responses {
 
@@ -30,7 +30,7 @@ class AttributeMissing : public std::invalid_argument {
 /// host's RecursionError.
 class NestingError : public std::runtime_error {
  public:
-  static constexpr std::size_t most_levels = 1000;
+  static constexpr std::size_t max_levels = 1000;
 
   NestingError();
 };

@@ -52,10 +52,10 @@ TextView view_text(Payload payload) noexcept {
 }
 
 TextView view_word(Payload payload) noexcept {
-  return static_cast<const Word*>(payload.pointer)->view();
+  return static_cast<const StringLiteral*>(payload.pointer)->view();
 }
 
-constexpr Word no_characters{"", 0};
+constexpr StringLiteral no_characters{"", 0};
 
 Text decoded(std::string_view utf8) {
   std::vector<std::uint32_t> code_points;
@@ -67,11 +67,11 @@ Text decoded(std::string_view utf8) {
 
 }  // namespace
 
-const Holder null_holder{.kind = Kind::null,
-                         .text = [](Payload) noexcept { return no_characters.view(); }};
-const Holder text_holder{
+const ValueOps null_ops{.kind = Kind::null,
+                        .text = [](Payload) noexcept { return no_characters.view(); }};
+const ValueOps text_ops{
     .kind = Kind::string, .retain = retain_text, .release = release_text, .text = view_text};
-const Holder word_holder{.kind = Kind::string, .text = view_word};
+const ValueOps literal_ops{.kind = Kind::string, .text = view_word};
 
 char32_t TextView::operator[](std::size_t position) const {
   return visit_units(*this,
@@ -103,7 +103,7 @@ Text Text::joined(const TextView& first, const TextView& second) {
   const Repertoire repertoire = joined_repertoire(first, second);
   TextStorage* const storage = TextStorage::allocate(size, repertoire);
   join(first, second, repertoire, storage->units());
-  return {text_holder, Payload{.pointer = storage}};
+  return {text_ops, Payload{.pointer = storage}};
 }
 
 std::string Text::utf8() const {

@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-#include "detail/handle.h"
+#include "handle.h"
 
 namespace mcp_responses {
 
@@ -62,7 +62,7 @@ decltype(auto) visit_units(const TextView& view, Visitor&& visitor) {
 }
 
 /// An ASCII text that lives as long as the program: the name of a key, a fixed message.
-struct Word {
+struct StringLiteral {
   const char* data;
   std::size_t size;
 
@@ -70,21 +70,22 @@ struct Word {
 };
 
 /// How texts are held that this library allocates, and those that are part of the program.
-extern const Holder text_holder;
-extern const Holder word_holder;
+extern const ValueOps text_ops;
+extern const ValueOps literal_ops;
 
 class Text : public Handle {
  public:
   /// The empty text.
   Text() noexcept;
   /// A text of the program's own; nothing is copied.
-  explicit Text(const Word& word) noexcept : Handle(word_holder, Payload{.pointer = &word}) {}
+  explicit Text(const StringLiteral& word) noexcept
+      : Handle(literal_ops, Payload{.pointer = &word}) {}
   /// Decodes UTF-8; each maximal ill-formed subsequence becomes one U+FFFD (the Unicode Standard,
   /// section 3.9).
   explicit Text(std::string_view utf8);
-  /// Takes over one reference to a text held elsewhere. Requires `holder.kind` to be
+  /// Takes over one reference to a text held elsewhere. Requires `ops.kind` to be
   /// `Kind::string`.
-  Text(const Holder& holder, Payload payload) noexcept : Handle(holder, payload) {}
+  Text(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {}
 
   /// Copies code points into the narrowest storage.
   static Text copy_of(std::span<const std::uint8_t> units);
@@ -95,7 +96,7 @@ class Text : public Handle {
   static Text joined(const TextView& first, const TextView& second);
 
   /// Valid while this text, or a copy of it, lives.
-  TextView view() const noexcept { return holder().text(payload()); }
+  TextView view() const noexcept { return ops().text(payload()); }
   std::size_t size() const noexcept { return view().size; }
   bool empty() const noexcept { return size() == 0; }
 

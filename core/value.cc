@@ -31,14 +31,14 @@ auto items_in(Payload payload) noexcept {
 
 /// A list or an object of this library's own, by how it is held.
 struct Container {
-  const Holder* holder;
+  const ValueOps* ops;
   Payload payload;
 };
 void remove(Container doomed) noexcept;
 
 /// How this library holds its own lists and objects.
-template <class Storage, const Holder& self>
-constexpr Holder holder_of(Kind kind) {
+template <class Storage, const ValueOps& self>
+constexpr ValueOps ops_of(Kind kind) {
   return {.kind = kind,
           .retain = [](Payload payload) noexcept { Storage::retain(storage_in<Storage>(payload)); },
           .release =
@@ -50,23 +50,23 @@ constexpr Holder holder_of(Kind kind) {
           }};
 }
 
-extern const Holder list_holder;
-extern const Holder object_holder;
-constinit const Holder list_holder = holder_of<Elements, list_holder>(Kind::list);
-constinit const Holder object_holder = holder_of<Members, object_holder>(Kind::object);
+extern const ValueOps list_ops;
+extern const ValueOps object_ops;
+constinit const ValueOps list_ops = ops_of<Elements, list_ops>(Kind::list);
+constinit const ValueOps object_ops = ops_of<Members, object_ops>(Kind::object);
 
 Value& value_in(Value& element) noexcept { return element; }
 Value& value_in(Member& member) noexcept { return member.value; }
 
 bool is_container(const Value& value) noexcept {
-  return &value.holder() == &list_holder || &value.holder() == &object_holder;
+  return &value.ops() == &list_ops || &value.ops() == &object_ops;
 }
 
 /// Calls `visitor` with the container's storage.
 template <class Visitor>
 auto visit_storage(const Container& container, Visitor visitor) noexcept {
-  return container.holder == &list_holder ? visitor(storage_in<Elements>(container.payload))
-                                          : visitor(storage_in<Members>(container.payload));
+  return container.ops == &list_ops ? visitor(storage_in<Elements>(container.payload))
+                                    : visitor(storage_in<Members>(container.payload));
 }
 
 /// Destroys what stands behind the last container in this one, which it returns, or everything and
@@ -91,22 +91,22 @@ bool give_up(const Container& container) noexcept {
 /// Depth costs no stack: on the way down, the place of a container in the one around it remembers
 /// the way back up.
 void remove(Container doomed) noexcept {
-  Container around{&null_holder, {.pointer = nullptr}};
+  Container around{&null_ops, {.pointer = nullptr}};
   for (;;) {
     if (Value* const last = removed_to_last_container(doomed)) {
-      const Container inside{&last->holder(), last->payload()};
+      const Container inside{&last->ops(), last->payload()};
       if (give_up(inside)) {
-        std::construct_at(last, *around.holder, around.payload);
+        std::construct_at(last, *around.ops, around.payload);
         around = std::exchange(doomed, inside);
       } else {
         std::construct_at(last);
       }
     } else {
-      if (around.holder == &null_holder) return;
+      if (around.ops == &null_ops) return;
       doomed = around;
       Value* const place =
           visit_storage(doomed, [](auto* storage) -> Value* { return &value_in(storage->last()); });
-      around = {&place->holder(), place->payload()};
+      around = {&place->ops(), place->payload()};
       std::construct_at(place);
     }
   }
@@ -150,7 +150,7 @@ bool same_outside(const Value& a, const Value& b) {
 /// Adds the pairs that two lists or objects of the same size consist of. A key that one of them
 /// lacks is paired with nothing that is equal.
 void add_contents(const Pair& outside, std::vector<Pair>& contents) {
-  if (outside.levels == NestingError::most_levels) throw NestingError();
+  if (outside.levels == NestingError::max_levels) throw NestingError();
   const std::size_t levels = outside.levels + 1;
   if (outside.a.kind() == Kind::list) {
     const List a = *outside.a.list();
@@ -181,14 +181,14 @@ bool Value::truthy() const noexcept {
     case Kind::boolean:
       return payload().boolean;
     case Kind::integer:
-      return holder().integer(payload()) != 0;
+      return ops().integer(payload()) != 0;
     case Kind::real:
       return payload().real != 0;
     case Kind::string:
-      return holder().text(payload()).size != 0;
+      return ops().text(payload()).size != 0;
     case Kind::list:
     case Kind::object:
-      return holder().size(payload()) != 0;
+      return ops().size(payload()) != 0;
   }
   return false;
 }
@@ -200,28 +200,28 @@ std::optional<std::int64_t> Value::whole() const noexcept {
 
 std::optional<Text> Value::text() const noexcept {
   if (kind() != Kind::string) return {};
-  if (holder().retain != nullptr) holder().retain(payload());
-  return Text(holder(), payload());
+  if (ops().retain != nullptr) ops().retain(payload());
+  return Text(ops(), payload());
 }
 
 std::optional<List> Value::list() const {
   if (kind() != Kind::list) return {};
-  return holder().opened == nullptr ? List(*this) : List(holder().opened(payload()));
+  return ops().materialized == nullptr ? List(*this) : List(ops().materialized(payload()));
 }
 
 std::optional<Object> Value::object() const {
   if (kind() != Kind::object) return {};
-  return holder().opened == nullptr ? Object(*this) : Object(holder().opened(payload()));
+  return ops().materialized == nullptr ? Object(*this) : Object(ops().materialized(payload()));
 }
 
 Value Value::get(const Text& key) const {
   if (kind() != Kind::object) return {};
-  return holder().get == nullptr ? Object(*this).get(key) : holder().get(payload(), key.view());
+  return ops().get == nullptr ? Object(*this).get(key) : ops().get(payload(), key.view());
 }
 
 std::optional<std::size_t> Value::size() const noexcept {
   if (kind() != Kind::list && kind() != Kind::object) return {};
-  return holder().size(payload());
+  return ops().size(payload());
 }
 
 bool operator==(const Value& a, const Value& b) {
@@ -239,7 +239,7 @@ bool operator==(const Value& a, const Value& b) {
   return true;
 }
 
-List::List() noexcept : Handle(list_holder, Payload{.pointer = nullptr}) {}
+List::List() noexcept : Handle(list_ops, Payload{.pointer = nullptr}) {}
 
 List::List(std::initializer_list<Value> elements) : List() {
   reserve(elements.size());
@@ -290,7 +290,7 @@ List List::first(std::size_t count) const {
   return list;
 }
 
-Object::Object() noexcept : Handle(object_holder, Payload{.pointer = nullptr}) {}
+Object::Object() noexcept : Handle(object_ops, Payload{.pointer = nullptr}) {}
 
 Object::Object(std::initializer_list<Member> members) : Object() {
   reserve(members.size());
@@ -302,8 +302,7 @@ std::span<const Member> Object::items() const noexcept { return members_of(*this
 const Member* Object::find(const Text& key) const noexcept {
   // A fixed word is most likely there as that very word.
   for (const Member& member : items()) {
-    if (&member.key.holder() == &word_holder &&
-        member.key.payload().pointer == key.payload().pointer)
+    if (&member.key.ops() == &literal_ops && member.key.payload().pointer == key.payload().pointer)
       return &member;
   }
   const TextView wanted = key.view();

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "detail/handle.h"
+#include "handle.h"
 #include "text.h"
 
 namespace mcp_responses {
@@ -23,49 +23,49 @@ class List;
 class Object;
 struct Member;
 template <class... Members>
-struct Shaped;
+struct StaticObject;
 template <class T>
 class SharedArray;
 
 /// How numbers and truth values are held: in place.
-inline constexpr Holder boolean_holder{.kind = Kind::boolean};
-inline constexpr Holder integer_holder{
+inline constexpr ValueOps boolean_ops{.kind = Kind::boolean};
+inline constexpr ValueOps integer_ops{
     .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
-inline constexpr Holder real_holder{.kind = Kind::real};
+inline constexpr ValueOps real_ops{.kind = Kind::real};
 
 class Value : public Handle {
  public:
   /// Null.
   Value() noexcept = default;
   Value(std::same_as<bool> auto boolean) noexcept
-      : Handle(boolean_holder, Payload{.boolean = boolean}) {}
+      : Handle(boolean_ops, Payload{.boolean = boolean}) {}
   template <std::signed_integral Integer>
-  Value(Integer integer) noexcept : Handle(integer_holder, Payload{.integer = integer}) {}
-  Value(double real) noexcept : Handle(real_holder, Payload{.real = real}) {}
+  Value(Integer integer) noexcept : Handle(integer_ops, Payload{.integer = integer}) {}
+  Value(double real) noexcept : Handle(real_ops, Payload{.real = real}) {}
   Value(Text text) noexcept : Handle(std::move(text)) {}
-  Value(const Word& word) noexcept : Value(Text(word)) {}
+  Value(const StringLiteral& word) noexcept : Value(Text(word)) {}
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
   Value(List list) noexcept;
   Value(Object object) noexcept;
-  /// An object of these members (see shaped.h).
+  /// An object of these members (see static_object.h).
   template <class... Members>
-  Value(Shaped<Members...> members);
+  Value(StaticObject<Members...> members);
   /// Takes over one reference to a value held elsewhere.
-  Value(const Holder& holder, Payload payload) noexcept : Handle(holder, payload) {}
+  Value(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {}
 
-  Kind kind() const noexcept { return holder().kind; }
+  Kind kind() const noexcept { return ops().kind; }
   bool is_null() const noexcept { return kind() == Kind::null; }
 
   /// False for null, false, 0, 0.0, -0.0, "", [] and {}; true for every other value, NaN included.
   bool truthy() const noexcept;
 
   /// The content when the value is of that kind, else nothing. A list or object that is held
-  /// elsewhere is opened one level deep, which may throw std::bad_alloc.
+  /// elsewhere is materialized one level deep, which may throw std::bad_alloc.
   std::optional<bool> boolean() const noexcept {
     return kind() == Kind::boolean ? std::optional(payload().boolean) : std::nullopt;
   }
   std::optional<std::int64_t> integer() const noexcept {
-    return kind() == Kind::integer ? std::optional(holder().integer(payload())) : std::nullopt;
+    return kind() == Kind::integer ? std::optional(ops().integer(payload())) : std::nullopt;
   }
   /// An integer, or a boolean as 0 or 1: what counts as a whole number.
   std::optional<std::int64_t> whole() const noexcept;
@@ -75,7 +75,7 @@ class Value : public Handle {
   std::optional<Text> text() const noexcept;
   /// The characters of a string where they lie. Valid while this value, or a copy of it, lives.
   std::optional<TextView> view() const noexcept {
-    return kind() == Kind::string ? std::optional(holder().text(payload())) : std::nullopt;
+    return kind() == Kind::string ? std::optional(ops().text(payload())) : std::nullopt;
   }
   std::optional<List> list() const;
   std::optional<Object> object() const;

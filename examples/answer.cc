@@ -1,7 +1,7 @@
 // From records to the text that a language model reads.
 #include <mcp_responses/encode.h>
 #include <mcp_responses/pagination.h>
-#include <mcp_responses/shaped.h>
+#include <mcp_responses/static_object.h>
 #include <mcp_responses/symbol_rows.h>
 
 #include <iostream>

@@ -3,7 +3,7 @@
 #include "ask_response.h"
 #include "contract.h"
 #include "encode.h"
-#include "shaped.h"
+#include "static_object.h"
 
 namespace mcp_responses {
 namespace {
@@ -24,7 +24,7 @@ List any_citations(Choices& choices, std::size_t most) {
   List citations;
   for (std::size_t n = choices.below(most + 1); n > 0; --n) {
     const auto line = static_cast<int>(choices.below(30));
-    citations.append(Shaped{"line_start"_key = line, "why"_key = any(choices)});
+    citations.append(StaticObject{"line_start"_key = line, "why"_key = any(choices)});
   }
   return citations;
 }
@@ -32,8 +32,8 @@ List any_citations(Choices& choices, std::size_t most) {
 List any_sections(Choices& choices) {
   List sections;
   for (std::size_t n = choices.below(9); n > 0; --n) {
-    sections.append(Shaped{"title"_key = any(choices), "excerpt"_key = any_excerpt(choices),
-                           "citations"_key = any_citations(choices, 5)});
+    sections.append(StaticObject{"title"_key = any(choices), "excerpt"_key = any_excerpt(choices),
+                                 "citations"_key = any_citations(choices, 5)});
   }
   return sections;
 }

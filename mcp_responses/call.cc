@@ -1,21 +1,21 @@
 #include "call.h"
 
+#include "argument_path.h"
 #include "errors.h"
-#include "host_errors.h"
-#include "host_object.h"
-#include "host_place.h"
-#include "host_value.h"
+#include "py_errors.h"
+#include "py_object.h"
+#include "py_value.h"
 
 namespace mcp_responses {
 
-Value Call::looked_into(std::size_t position) const {
-  return to_value(HostRef::borrow(arguments_[position]));
+Value Call::value(std::size_t position) const {
+  return to_value(PyRef::borrow(arguments_[position]));
 }
 
 Text Call::text(std::size_t position) const {
   PyObject* const argument = arguments_[position];
   if (!PyUnicode_Check(argument)) raise_wrong_type(name(position), "str", argument);
-  return to_text(HostRef::borrow(argument));
+  return to_text(PyRef::borrow(argument));
 }
 
 std::int64_t Call::integer(std::size_t position) const {
@@ -25,7 +25,7 @@ std::int64_t Call::integer(std::size_t position) const {
 }
 
 List Call::list(std::size_t position) const {
-  const Value argument = looked_into(position);
+  const Value argument = value(position);
   const auto list = argument.list();
   if (!list) throw KindError(name(position), "list", argument.kind());
   return *list;
@@ -33,29 +33,28 @@ List Call::list(std::size_t position) const {
 
 List Call::sequence(std::size_t position) const {
   PyObject* const argument = arguments_[position];
-  if (host_kind(argument) != HostKind::other || PySequence_Check(argument) == 0)
-    return list(position);
-  const HostRef elements = checked(PyList_New(0));
+  if (py_kind(argument) != PyKind::other || PySequence_Check(argument) == 0) return list(position);
+  const PyRef elements = checked(PyList_New(0));
   for_each_in(position,
-              [&](const HostRef& element) { check(PyList_Append(elements.get(), element.get())); });
-  return *to_value(HostRef::borrow(elements.get())).list();
+              [&](const PyRef& element) { check(PyList_Append(elements.get(), element.get())); });
+  return *to_value(PyRef::borrow(elements.get())).list();
 }
 
 PyObject* Call::dict(std::size_t position) const {
   PyObject* const argument = arguments_[position];
-  if (host_kind(argument) == HostKind::dict) return argument;
-  throw KindError(name(position), "dict", looked_into(position).kind());
+  if (py_kind(argument) == PyKind::dict) return argument;
+  throw KindError(name(position), "dict", value(position).kind());
 }
 
-HostRef Call::global(const Word& name) const {
+PyRef Call::global(const StringLiteral& name) const {
   PyObject* const key = state_.names.of(name);
   PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), key);
-  if (found != nullptr) return HostRef::borrow(found);
-  if (PyErr_Occurred() != nullptr) throw HostError();
+  if (found != nullptr) return PyRef::borrow(found);
+  if (PyErr_Occurred() != nullptr) throw PythonError();
   raise_name_error(key);
 }
 
-std::string Call::place_of(const Refused& refused) const {
+std::string Call::place_of(const UnsupportedObject& refused) const {
   std::string place = read_.place_of(refused.object());
   for (std::size_t i = 0; place.empty() && i < parameters_.size(); ++i)
     place = place_in(arguments_[i], parameters_[i].name, refused.object());

@@ -11,11 +11,11 @@
 #include <string>
 #include <utility>
 
-#include "host_copy.h"
-#include "host_errors.h"
-#include "host_record.h"
-#include "host_ref.h"
-#include "parameters.h"
+#include "arguments.h"
+#include "py_copy.h"
+#include "py_errors.h"
+#include "py_record.h"
+#include "py_ref.h"
 #include "state.h"
 #include "value.h"
 
@@ -34,12 +34,12 @@ class Call {
   PyObject* operator[](std::size_t position) const noexcept { return arguments_[position]; }
   const char* name(std::size_t position) const noexcept { return parameters_[position].name; }
 
-  /// The argument as an answer carries it: itself, or a copy. Throws `Refused` and `NestingError`.
-  HostRef handed_on(std::size_t position) const {
-    return mcp_responses::handed_on(HostRef::borrow(arguments_[position]));
+  /// The argument as an answer carries it: itself, or a copy. Throws `UnsupportedObject` and `NestingError`.
+  PyRef pass_through(std::size_t position) const {
+    return mcp_responses::pass_through(PyRef::borrow(arguments_[position]));
   }
-  /// The argument as a value. Throws `Refused`.
-  Value looked_into(std::size_t position) const;
+  /// The argument as a value. Throws `UnsupportedObject`.
+  Value value(std::size_t position) const;
   /// The argument, which must be a str, an int, a list or a dict: raises TypeError if it is not.
   Text text(std::size_t position) const;
   std::int64_t integer(std::size_t position) const;
@@ -51,13 +51,13 @@ class Call {
   template <class Visitor>
   void for_each_in(std::size_t position, Visitor visitor) const;
   /// The first argument, for its attributes to be read.
-  HostRecord record() noexcept {
+  PyRecord record() noexcept {
     return {state_.names, state_.places, arguments_[0], name(0), read_};
   }
 
   /// What a builder made, as the host object that is answered.
   template <class Made>
-  HostRef answer(Made&& made) {
+  PyRef answer(Made&& made) {
     return state_.dicts.of(std::forward<Made>(made));
   }
 
@@ -65,11 +65,11 @@ class Call {
   TextBuffer& text_buffer() noexcept { return state_.text_buffer; }
 
   /// A name of the module's namespace as it is now. Raises NameError when it is not there.
-  HostRef global(const Word& name) const;
+  PyRef global(const StringLiteral& name) const;
 
   /// Where in what the call was given the refused object stands: "items[3]['line']". Meant for the
   /// moment when the call has failed already.
-  std::string place_of(const Refused& refused) const;
+  std::string place_of(const UnsupportedObject& refused) const;
 
  private:
   PyObject* module_;
@@ -81,14 +81,15 @@ class Call {
 
 template <class Visitor>
 void Call::for_each_in(std::size_t position, Visitor visitor) const {
-  const HostRef iterator = checked(in_host([&] { return PyObject_GetIter(arguments_[position]); }));
+  const PyRef iterator =
+      checked(call_python([&] { return PyObject_GetIter(arguments_[position]); }));
   for (;;) {
-    HostRef element = HostRef::steal(in_host([&] { return PyIter_Next(iterator.get()); }));
+    PyRef element = PyRef::steal(call_python([&] { return PyIter_Next(iterator.get()); }));
     if (!element) break;
     visitor(std::move(element));
     check_signals(1);
   }
-  if (PyErr_Occurred() != nullptr) throw HostError();
+  if (PyErr_Occurred() != nullptr) throw PythonError();
 }
 
 }  // namespace mcp_responses

@@ -7,29 +7,29 @@
 
 #include "code_lines.h"
 #include "functions.h"
-#include "host_errors.h"
-#include "host_object.h"
-#include "host_value.h"
-#include "shaped.h"
+#include "py_errors.h"
+#include "py_object.h"
+#include "py_value.h"
+#include "static_object.h"
 #include "work_tree.h"
 
 namespace mcp_responses::functions {
 namespace {
 
 /// Gives the interpreter's lock to other threads for as long as it lives.
-class Unlocked {
+class GilReleased {
  public:
-  Unlocked() noexcept : thread_(PyEval_SaveThread()) {}
-  Unlocked(const Unlocked&) = delete;
-  Unlocked& operator=(const Unlocked&) = delete;
-  ~Unlocked() {
-    in_host([this] { PyEval_RestoreThread(thread_); });
+  GilReleased() noexcept : thread_(PyEval_SaveThread()) {}
+  GilReleased(const GilReleased&) = delete;
+  GilReleased& operator=(const GilReleased&) = delete;
+  ~GilReleased() {
+    call_python([this] { PyEval_RestoreThread(thread_); });
   }
 
   /// Takes the lock for so long as to run the handlers of signals that have come.
   void check_signals() {
-    in_host([this] { PyEval_RestoreThread(thread_); });
-    const int answer = in_host([] { return PyErr_CheckSignals(); });
+    call_python([this] { PyEval_RestoreThread(thread_); });
+    const int answer = call_python([] { return PyErr_CheckSignals(); });
     thread_ = PyEval_SaveThread();
     check(answer);
   }
@@ -40,7 +40,7 @@ class Unlocked {
 
 /// The bytes of a file name for a str, as `os.fsencode` makes them.
 std::string encoded_name(PyObject* path) {
-  const HostRef bytes = checked(PyUnicode_EncodeFSDefault(path));
+  const PyRef bytes = checked(PyUnicode_EncodeFSDefault(path));
   std::string name(PyBytes_AS_STRING(bytes.get()),
                    static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
   if (name.find('\0') != std::string::npos) throw NulInPath();
@@ -50,7 +50,7 @@ std::string encoded_name(PyObject* path) {
 /// The root, a relative one taken from the folder that is the current one now: what reading the places
 /// changes, or another thread, does not count.
 std::string root_of(PyObject* root) {
-  const HostRef path = checked(in_host([root] { return PyOS_FSPath(root); }));
+  const PyRef path = checked(call_python([root] { return PyOS_FSPath(root); }));
   if (!PyUnicode_Check(path.get())) {
     raise(PyExc_TypeError, "root must be a path of str or None, not of %.200s",
           Py_TYPE(path.get())->tp_name);
@@ -73,21 +73,22 @@ Place place_of(PyObject* pair, std::size_t position) {
   }
   int overflow = 0;
   const long long number = PyLong_AsLongLongAndOverflow(line, &overflow);
-  if (overflow != 0) raise_refused(Refused(line), "places[" + std::to_string(position) + "][1]");
-  return {to_text(HostRef::borrow(path)), number};
+  if (overflow != 0)
+    raise_unsupported(UnsupportedObject(line), "places[" + std::to_string(position) + "][1]");
+  return {to_text(PyRef::borrow(path)), number};
 }
 
 std::vector<Place> places_of(const Call& call) {
   std::vector<Place> places;
   call.for_each_in(
-      1, [&places](const HostRef& pair) { places.push_back(place_of(pair.get(), places.size())); });
+      1, [&places](const PyRef& pair) { places.push_back(place_of(pair.get(), places.size())); });
   return places;
 }
 
 void log_not_read(const Call& call, const Text& path, const std::string& reason) {
-  const HostRef logger = call.global(word<"logger">);
-  const HostRef reason_text = checked(PyUnicode_DecodeFSDefault(reason.c_str()));
-  checked(in_host([&] {
+  const PyRef logger = call.global(literal<"logger">);
+  const PyRef reason_text = checked(PyUnicode_DecodeFSDefault(reason.c_str()));
+  checked(call_python([&] {
     return PyObject_CallMethod(logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
                                string_of(path).get(), reason_text.get());
   }));
@@ -95,12 +96,12 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
 
 }  // namespace
 
-HostRef code_lines(Call& call) {
-  HostRef lines = checked(PyDict_New());
+PyRef code_lines(Call& call) {
+  PyRef lines = checked(PyDict_New());
   if (call[0] == Py_None) return lines;  // the places are left as they are
-  Unlocked* unlocked = nullptr;
+  GilReleased* unlocked = nullptr;
   const auto while_unlocked = [&unlocked](const auto& function) {
-    Unlocked for_now;
+    GilReleased for_now;
     unlocked = &for_now;
     function();
   };
@@ -127,8 +128,8 @@ HostRef code_lines(Call& call) {
                       const std::string& reason) { log_not_read(call, path, reason); }};
   for (const CodeLine& line : mcp_responses::code_lines(*tree, places, hooks)) {
     check_signals(1);
-    const HostRef number = checked(PyLong_FromLongLong(line.place.line));
-    const HostRef key = checked(PyTuple_Pack(2, string_of(line.place.path).get(), number.get()));
+    const PyRef number = checked(PyLong_FromLongLong(line.place.line));
+    const PyRef key = checked(PyTuple_Pack(2, string_of(line.place.path).get(), number.get()));
     check(PyDict_SetItem(lines.get(), key.get(), string_of(line.text).get()));
   }
   return lines;

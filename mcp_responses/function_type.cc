@@ -3,7 +3,7 @@
 #include <structmember.h>
 
 #include "call.h"
-#include "host_errors.h"
+#include "py_errors.h"
 #include "state.h"
 
 namespace mcp_responses {
@@ -15,9 +15,9 @@ struct Function {
   const Signature* signature;
   PyObject* module;  // keeps the state alive; null once the collector has cleared this function
   State* state;
-  PyObject* names;                      // of the parameters, interned
-  PyObject* defaults[most_parameters];  // null: the parameter must be given
-  PyObject* attributes;                 // a dict
+  PyObject* names;                     // of the parameters, interned
+  PyObject* defaults[max_parameters];  // null: the parameter must be given
+  PyObject* attributes;                // a dict
   PyObject* weak_references;
 };
 
@@ -25,16 +25,16 @@ Function* as_function(PyObject* object) { return reinterpret_cast<Function*>(obj
 
 const Signature& signature_of(PyObject* self) { return *as_function(self)->signature; }
 
-HostRef text(const char* utf8) { return checked(PyUnicode_FromString(utf8)); }
+PyRef text(const char* utf8) { return checked(PyUnicode_FromString(utf8)); }
 
-HostRef make_default(Default fallback) {
+PyRef make_default(Default fallback) {
   switch (fallback) {
     case Default::required:
       return {};
     case Default::none:
-      return HostRef::borrow(Py_None);
+      return PyRef::borrow(Py_None);
     case Default::no:
-      return HostRef::borrow(Py_False);
+      return PyRef::borrow(Py_False);
     case Default::zero:
       return checked(PyLong_FromLong(0));
     case Default::zero_real:
@@ -51,26 +51,26 @@ HostRef make_default(Default fallback) {
 
 /// Runs the body on the arguments, laid out; the error for what no value can stand for says where
 /// that is.
-HostRef run(const Function& function, const GivenArguments& given) {
+PyRef run(const Function& function, const CallArguments& given) {
   const Signature& signature = *function.signature;
   if (function.module == nullptr)
     raise(PyExc_RuntimeError, "%s() is called after its module has gone", signature.name);
   const auto count = static_cast<std::size_t>(PyTuple_GET_SIZE(function.names));
-  const HostParameters parameters{.function = signature.name,
-                                  .names = {PySequence_Fast_ITEMS(function.names), count},
-                                  .defaults = {function.defaults, count},
-                                  .positional = signature.positional};
-  PyObject* laid_out[most_parameters];
+  const BoundParameters parameters{.function = signature.name,
+                                   .names = {PySequence_Fast_ITEMS(function.names), count},
+                                   .defaults = {function.defaults, count},
+                                   .positional = signature.positional};
+  PyObject* bound[max_parameters];
   PyObject* const* arguments = given.values;
   if (given.names != nullptr || given.by_position != count || count != signature.positional) {
-    lay_out(parameters, given, laid_out);
-    arguments = laid_out;
+    bind_arguments(parameters, given, bound);
+    arguments = bound;
   }
   Call call(function.module, *function.state, {signature.parameters.data(), count}, arguments);
   try {
     return signature.body(call);
-  } catch (const Refused& refused) {
-    raise_refused(refused, call.place_of(refused));
+  } catch (const UnsupportedObject& refused) {
+    raise_unsupported(refused, call.place_of(refused));
   }
 }
 
@@ -95,7 +95,7 @@ class RecursionGuard {
 
 PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagged_count,
                      PyObject* names) {
-  return crossing([&] {
+  return translate_exceptions([&] {
     const RecursionGuard guard;
     const auto by_position = static_cast<std::size_t>(PyVectorcall_NARGS(flagged_count));
     return run(*as_function(self), {.values = values, .by_position = by_position, .names = names});
@@ -113,37 +113,37 @@ PyObject* get_globals(PyObject* self, void*) {
 
 /// A tuple of the defaults of the parameters by position, or None without any.
 PyObject* get_defaults(PyObject* self, void*) {
-  return crossing([self] {
+  return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    HostRef defaults = checked(PyList_New(0));
+    PyRef defaults = checked(PyList_New(0));
     for (std::size_t i = 0; i < function.signature->positional; ++i) {
       if (function.defaults[i] != nullptr)
         check(PyList_Append(defaults.get(), function.defaults[i]));
     }
-    if (PyList_GET_SIZE(defaults.get()) == 0) return HostRef::borrow(Py_None);
+    if (PyList_GET_SIZE(defaults.get()) == 0) return PyRef::borrow(Py_None);
     return checked(PyList_AsTuple(defaults.get()));
   });
 }
 
 /// A dict of the defaults of the parameters by name alone, or None without any.
 PyObject* get_keyword_defaults(PyObject* self, void*) {
-  return crossing([self] {
+  return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    HostRef defaults = checked(PyDict_New());
+    PyRef defaults = checked(PyDict_New());
     for (std::size_t i = function.signature->positional; i < function.signature->count(); ++i) {
       if (function.defaults[i] == nullptr) continue;
       check(PyDict_SetItemString(defaults.get(), function.signature->parameters[i].name,
                                  function.defaults[i]));
     }
-    return PyDict_Size(defaults.get()) == 0 ? HostRef::borrow(Py_None) : std::move(defaults);
+    return PyDict_Size(defaults.get()) == 0 ? PyRef::borrow(Py_None) : std::move(defaults);
   });
 }
 
 /// "(items, total_count, offset, *, items_key='items')".
 PyObject* get_text_signature(PyObject* self, void*) {
-  return crossing([self] {
+  return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    HostRef pieces = checked(PyList_New(0));
+    PyRef pieces = checked(PyList_New(0));
     for (std::size_t i = 0; i < function.signature->count(); ++i) {
       if (i == function.signature->positional) check(PyList_Append(pieces.get(), text("*").get()));
       const char* name = function.signature->parameters[i].name;
@@ -153,37 +153,37 @@ PyObject* get_text_signature(PyObject* self, void*) {
                               ? text(name).get()
                               : checked(PyUnicode_FromFormat("%s=%R", name, fallback)).get()));
     }
-    const HostRef inner = checked(PyUnicode_Join(text(", ").get(), pieces.get()));
+    const PyRef inner = checked(PyUnicode_Join(text(", ").get(), pieces.get()));
     return checked(PyUnicode_FromFormat("(%U)", inner.get()));
   });
 }
 
 /// An inspect.Signature, which is what inspect.signature(function) then answers.
 PyObject* get_signature(PyObject* self, void*) {
-  return crossing([self] {
+  return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    const HostRef inspect = checked(PyImport_ImportModule("inspect"));
-    const HostRef parameter_type = checked(PyObject_GetAttrString(inspect.get(), "Parameter"));
-    const HostRef empty = checked(PyObject_GetAttrString(parameter_type.get(), "empty"));
-    const HostRef by_position =
+    const PyRef inspect = checked(PyImport_ImportModule("inspect"));
+    const PyRef parameter_type = checked(PyObject_GetAttrString(inspect.get(), "Parameter"));
+    const PyRef empty = checked(PyObject_GetAttrString(parameter_type.get(), "empty"));
+    const PyRef by_position =
         checked(PyObject_GetAttrString(parameter_type.get(), "POSITIONAL_OR_KEYWORD"));
-    const HostRef by_name = checked(PyObject_GetAttrString(parameter_type.get(), "KEYWORD_ONLY"));
-    const HostRef parameters = checked(PyList_New(0));
+    const PyRef by_name = checked(PyObject_GetAttrString(parameter_type.get(), "KEYWORD_ONLY"));
+    const PyRef parameters = checked(PyList_New(0));
     for (std::size_t i = 0; i < function.signature->count(); ++i) {
       const Parameter& parameter = function.signature->parameters[i];
-      const HostRef arguments = checked(
+      const PyRef arguments = checked(
           Py_BuildValue("sO", parameter.name,
                         i < function.signature->positional ? by_position.get() : by_name.get()));
-      const HostRef details = checked(Py_BuildValue(
+      const PyRef details = checked(Py_BuildValue(
           "{sOss}", "default", function.defaults[i] == nullptr ? empty.get() : function.defaults[i],
           "annotation", parameter.type));
-      const HostRef made =
+      const PyRef made =
           checked(PyObject_Call(parameter_type.get(), arguments.get(), details.get()));
       check(PyList_Append(parameters.get(), made.get()));
     }
-    const HostRef signature_type = checked(PyObject_GetAttrString(inspect.get(), "Signature"));
-    const HostRef arguments = checked(PyTuple_Pack(1, parameters.get()));
-    const HostRef returns =
+    const PyRef signature_type = checked(PyObject_GetAttrString(inspect.get(), "Signature"));
+    const PyRef arguments = checked(PyTuple_Pack(1, parameters.get()));
+    const PyRef returns =
         checked(Py_BuildValue("{ss}", "return_annotation", function.signature->returns));
     return checked(PyObject_Call(signature_type.get(), arguments.get(), returns.get()));
   });
@@ -258,7 +258,7 @@ void* slot(Slot* function) {
 
 }  // namespace
 
-HostRef make_function_type(PyObject* module) {
+PyRef make_function_type(PyObject* module) {
   PyType_Slot slots[] = {{Py_tp_call, slot(PyVectorcall_Call)},
                          {Py_tp_doc, const_cast<char*>("A function of hollin.mcp_responses.")},
                          {Py_tp_repr, slot(represent)},
@@ -280,8 +280,8 @@ HostRef make_function_type(PyObject* module) {
   return checked(PyType_FromModuleAndSpec(module, &spec, nullptr));
 }
 
-HostRef make_function(PyObject* type, PyObject* module, const Signature& signature) {
-  HostRef object = checked(PyType_GenericAlloc(reinterpret_cast<PyTypeObject*>(type), 0));
+PyRef make_function(PyObject* type, PyObject* module, const Signature& signature) {
+  PyRef object = checked(PyType_GenericAlloc(reinterpret_cast<PyTypeObject*>(type), 0));
   Function& function = *as_function(object.get());
   function.vectorcall = vectorcall;
   function.signature = &signature;
@@ -289,10 +289,10 @@ HostRef make_function(PyObject* type, PyObject* module, const Signature& signatu
   function.state = state_of(module);
   const std::size_t count = signature.count();
   function.names = checked(PyTuple_New(static_cast<Py_ssize_t>(count))).release();
-  const HostRef annotations = checked(PyDict_New());
+  const PyRef annotations = checked(PyDict_New());
   for (std::size_t i = 0; i < count; ++i) {
     const Parameter& parameter = signature.parameters[i];
-    HostRef name = checked(PyUnicode_InternFromString(parameter.name));
+    PyRef name = checked(PyUnicode_InternFromString(parameter.name));
     function.defaults[i] = make_default(parameter.fallback).release();
     check(PyDict_SetItem(annotations.get(), name.get(), text(parameter.type).get()));
     PyTuple_SET_ITEM(function.names, static_cast<Py_ssize_t>(i), name.release());

@@ -6,8 +6,8 @@
 #include <array>
 #include <cstddef>
 
-#include "host_ref.h"
-#include "parameters.h"
+#include "arguments.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 
@@ -18,10 +18,10 @@ struct Signature {
   const char* name;
   /// Those before `positional` may be given by position or by name, the others only by name. A null
   /// name ends them.
-  std::array<Parameter, most_parameters + 1> parameters;
+  std::array<Parameter, max_parameters + 1> parameters;
   std::size_t positional;
   const char* returns;  // as the host's annotations hold it: text
-  HostRef (*body)(Call& call);
+  PyRef (*body)(Call& call);
   const char* documentation;
 
   constexpr std::size_t count() const {
@@ -31,11 +31,11 @@ struct Signature {
   }
 };
 
-/// The type, made for one module object. Throws `HostError`.
-HostRef make_function_type(PyObject* module);
+/// The type, made for one module object. Throws `PythonError`.
+PyRef make_function_type(PyObject* module);
 
 /// A function of that type. Requires that the module keeps a `State*` and that the signature lives
-/// as long as the program. Throws `HostError`.
-HostRef make_function(PyObject* type, PyObject* module, const Signature& signature);
+/// as long as the program. Throws `PythonError`.
+PyRef make_function(PyObject* type, PyObject* module, const Signature& signature);
 
 }  // namespace mcp_responses

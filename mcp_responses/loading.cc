@@ -7,18 +7,18 @@
 #include "ask_citations.h"
 #include "ask_response.h"
 #include "code_lines.h"
+#include "cpython_layout.h"
 #include "cuts.h"
 #include "empty_responses.h"
 #include "function_type.h"
-#include "host_errors.h"
-#include "host_layout.h"
+#include "py_errors.h"
 #include "signatures.h"
 #include "state.h"
 
 namespace mcp_responses {
 namespace {
 
-void define(PyObject* module, const char* name, const HostRef& object) {
+void define(PyObject* module, const char* name, const PyRef& object) {
   check(PyModule_AddObjectRef(module, name, object.get()));
 }
 
@@ -28,9 +28,9 @@ void import_module(PyObject* module, const char* name) {
 
 /// Whether the module is still running its own loading, which imports this one.
 bool is_initializing(PyObject* module) {
-  const HostRef spec = HostRef::steal(PyObject_GetAttrString(module, "__spec__"));
-  const HostRef flag =
-      HostRef::steal(spec ? PyObject_GetAttrString(spec.get(), "_initializing") : nullptr);
+  const PyRef spec = PyRef::steal(PyObject_GetAttrString(module, "__spec__"));
+  const PyRef flag =
+      PyRef::steal(spec ? PyObject_GetAttrString(spec.get(), "_initializing") : nullptr);
   PyErr_Clear();
   return flag && PyObject_IsTrue(flag.get()) > 0;
 }
@@ -38,10 +38,10 @@ bool is_initializing(PyObject* module) {
 /// ImportError with the words, name and path of the interpreter's own.
 [[noreturn]] void raise_import_error(PyObject* module, const char* name) {
   PyErr_Clear();
-  const HostRef source = checked(PyObject_GetAttrString(module, "__name__"));
-  const HostRef path = HostRef::steal(PyModule_GetFilenameObject(module));
+  const PyRef source = checked(PyObject_GetAttrString(module, "__name__"));
+  const PyRef path = PyRef::steal(PyModule_GetFilenameObject(module));
   PyErr_Clear();
-  const HostRef text = checked(
+  const PyRef text = checked(
       !path ? PyUnicode_FromFormat("cannot import name '%s' from %R (unknown location)", name,
                                    source.get())
       : is_initializing(module)
@@ -51,13 +51,13 @@ bool is_initializing(PyObject* module) {
           : PyUnicode_FromFormat("cannot import name '%s' from %R (%S)", name, source.get(),
                                  path.get()));
   PyErr_SetImportError(text.get(), source.get(), path.get());
-  throw HostError();
+  throw PythonError();
 }
 
 /// As `from source import name`.
 void import_name(PyObject* module, const char* source, const char* name) {
-  const HostRef from = checked(PyImport_ImportModule(source));
-  HostRef object = HostRef::steal(PyObject_GetAttrString(from.get(), name));
+  const PyRef from = checked(PyImport_ImportModule(source));
+  PyRef object = PyRef::steal(PyObject_GetAttrString(from.get(), name));
   if (!object && PyErr_ExceptionMatches(PyExc_AttributeError) != 0)
     raise_import_error(from.get(), name);
   define(module, name, checked(object.release()));
@@ -75,8 +75,8 @@ void import_host_modules(PyObject* module) {
 }
 
 void define_logger(PyObject* module) {
-  const HostRef logging = checked(PyObject_GetAttrString(module, "logging"));
-  const HostRef name = checked(PyObject_GetAttrString(module, "__name__"));
+  const PyRef logging = checked(PyObject_GetAttrString(module, "logging"));
+  const PyRef name = checked(PyObject_GetAttrString(module, "__name__"));
   define(module, "logger",
          checked(PyObject_CallMethod(logging.get(), "getLogger", "O", name.get())));
 }
@@ -88,7 +88,7 @@ void define_integers(PyObject* module,
 }
 
 void define_sentence_end(PyObject* module) {
-  const HostRef re = checked(PyObject_GetAttrString(module, "re"));
+  const PyRef re = checked(PyObject_GetAttrString(module, "re"));
   define(module, "_SENTENCE_END",
          checked(PyObject_CallMethod(re.get(), "compile", "s", R"((?<=[.!?])\s)")));
 }
@@ -109,15 +109,15 @@ class FunctionDefinitions {
 
  private:
   PyObject* module_;
-  HostRef type_;
+  PyRef type_;
   decltype(signatures)::const_iterator next_ = signatures.begin();
 };
 
 void define_empty_responses(PyObject* module) {
   constexpr const char* name = "EMPTY_TOOL_RESPONSES";
   define(module, name, state_of(module)->dicts.of(EMPTY_TOOL_RESPONSES()));
-  const HostRef annotations = checked(PyObject_GetAttrString(module, "__annotations__"));
-  const HostRef type = checked(PyUnicode_FromString("dict[str, dict[str, Any]]"));
+  const PyRef annotations = checked(PyObject_GetAttrString(module, "__annotations__"));
+  const PyRef type = checked(PyUnicode_FromString("dict[str, dict[str, Any]]"));
   check(PyDict_SetItemString(annotations.get(), name, type.get()));
 }
 
@@ -133,11 +133,11 @@ void load(PyObject* module) {
   define_sentence_end(module);
   FunctionDefinitions functions(module);
   functions.define_before("build_wiki_ask_response");
-  define_integers(module, {{"_ASK_EXCERPT_CHARS", _ASK_EXCERPT_CHARS},
-                           {"_ASK_MIN_EXCERPT_CHARS", _ASK_MIN_EXCERPT_CHARS},
-                           {"_ASK_CITATIONS_PER_SECTION", _ASK_CITATIONS_PER_SECTION},
-                           {"_ASK_MAX_CITATIONS", _ASK_MAX_CITATIONS},
-                           {"_BYTES_PER_TOKEN", _BYTES_PER_TOKEN}});
+  define_integers(module, {{"_ASK_EXCERPT_CHARS", ASK_EXCERPT_CHARS},
+                           {"_ASK_MIN_EXCERPT_CHARS", ASK_MIN_EXCERPT_CHARS},
+                           {"_ASK_CITATIONS_PER_SECTION", ASK_CITATIONS_PER_SECTION},
+                           {"_ASK_MAX_CITATIONS", ASK_MAX_CITATIONS},
+                           {"_BYTES_PER_TOKEN", BYTES_PER_TOKEN}});
   functions.define_before("get_empty_response");
   define_empty_responses(module);
   functions.define_the_rest();

@@ -2,11 +2,11 @@
 // import with its error; a later import starts afresh.
 #pragma once
 
-#include "host_ref.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 
-/// Defines the module's names, in the order of its namespace. Throws `HostError`.
+/// Defines the module's names, in the order of its namespace. Throws `PythonError`.
 void load(PyObject* module);
 
 }  // namespace mcp_responses

@@ -1,8 +1,8 @@
 // The extension module hollin.mcp_responses: its definition, and what an import of it goes through.
 #include <utility>
 
-#include "host_errors.h"
 #include "loading.h"
+#include "py_errors.h"
 #include "state.h"
 
 namespace mcp_responses {
@@ -24,7 +24,7 @@ MAINTENANCE:
 State*& state_slot(PyObject* module) { return *static_cast<State**>(PyModule_GetState(module)); }
 
 int execute(PyObject* module) {
-  return crossing_status([module] {
+  return translate_exceptions_to_status([module] {
     state_slot(module) = new State();
     load(module);
   });

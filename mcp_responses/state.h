@@ -2,16 +2,16 @@
 // otherwise be made anew for every call. Each interpreter, and each import, has its own.
 #pragma once
 
+#include "cpython_layout.h"
 #include "detail/sinks.h"
-#include "host_dict.h"
-#include "host_layout.h"
-#include "host_names.h"
+#include "py_dict.h"
+#include "py_names.h"
 
 namespace mcp_responses {
 
 struct State {
-  HostNames names;
-  HostDicts dicts{names};
+  InternedStrings names;
+  AnswerConverter dicts{names};
   AttributePlaces places;
   TextBuffer text_buffer;
 };

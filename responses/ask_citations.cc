@@ -8,7 +8,7 @@
 
 #include "encode.h"
 #include "errors.h"
-#include "shaped.h"
+#include "static_object.h"
 
 namespace mcp_responses {
 namespace {
@@ -37,7 +37,7 @@ CitationLists::CitationLists(const List& sections, List extra, const char* extra
     if (sections[i].kind() != Kind::object)
       throw KindError(at("sections", i), "dict", sections[i].kind());
   }
-  from_sections_.reserve(_ASK_MAX_CITATIONS);
+  from_sections_.reserve(ASK_MAX_CITATIONS);
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
 }
 
@@ -71,9 +71,9 @@ void CitationLists::add_section(const Value& section, std::size_t position) {
   const auto list = citations.list();
   const auto where = [position] { return at("sections", position) + "['citations']"; };
   if (!list) throw KindError(where(), "list", citations.kind());
-  for (std::size_t i = 0; i < std::min(list->size(), _ASK_CITATIONS_PER_SECTION); ++i) {
+  for (std::size_t i = 0; i < std::min(list->size(), ASK_CITATIONS_PER_SECTION); ++i) {
     // A full list takes no more, whichever sections are kept: the first ones are always among them.
-    if (from_sections_.size() == _ASK_MAX_CITATIONS) return;
+    if (from_sections_.size() == ASK_MAX_CITATIONS) return;
     const Value& citation = (*list)[i];
     Place place = place_of(citation, [&] { return at(where().c_str(), i); });
     if (mentions_.try_emplace(std::move(place), Mention{.section = position}).second) {
@@ -101,7 +101,7 @@ void CitationLists::visit(std::size_t sections, Visitor visitor) {
     visitor(candidate);
     ++count;
   }
-  for (std::size_t i = 0; count < _ASK_MAX_CITATIONS; ++i) {
+  for (std::size_t i = 0; count < ASK_MAX_CITATIONS; ++i) {
     Candidate* extra = extra_at(i);
     if (extra == nullptr) break;
     if (extra->section < sections) continue;  // one of these sections cites it already
@@ -112,7 +112,7 @@ void CitationLists::visit(std::size_t sections, Visitor visitor) {
 
 List CitationLists::for_first(std::size_t sections) {
   List list;
-  list.reserve(_ASK_MAX_CITATIONS);
+  list.reserve(ASK_MAX_CITATIONS);
   visit(sections, [&list](const Candidate& candidate) { list.append(candidate.citation); });
   return list;
 }

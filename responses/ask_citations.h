@@ -16,9 +16,9 @@
 namespace mcp_responses {
 
 /// How many citations of each section are candidates.
-inline constexpr std::size_t _ASK_CITATIONS_PER_SECTION = 3;
+inline constexpr std::size_t ASK_CITATIONS_PER_SECTION = 3;
 /// The most citations that the list holds.
-inline constexpr std::size_t _ASK_MAX_CITATIONS = 24;
+inline constexpr std::size_t ASK_MAX_CITATIONS = 24;
 
 /// The citations for these sections (objects, best first, with an optional list "citations") and
 /// `extra` (a list of citation objects), whole and unchanged. Two citations are the same place when

@@ -12,7 +12,7 @@
 #include "cuts.h"
 #include "encode.h"
 #include "errors.h"
-#include "shaped.h"
+#include "static_object.h"
 
 namespace mcp_responses {
 namespace {
@@ -31,12 +31,12 @@ Text excerpt_of(const Value& section) {
   const Value excerpt = section.get("excerpt"_key);
   if (!excerpt.truthy()) return {};
   const auto text = excerpt.text();
-  return _trimmed(text ? *text : tool_result_text(excerpt), _ASK_EXCERPT_CHARS);
+  return _trimmed(text ? *text : tool_result_text(excerpt), ASK_EXCERPT_CHARS);
 }
 
 /// The row of a section, its excerpt empty.
 Object row_of(const Value& section) {
-  return Shaped{
+  return StaticObject{
       "page_id"_key = section.get("page_id"_key),
       "title"_key = section.get("title"_key),
       "heading"_key = section.get("heading"_key),
@@ -102,7 +102,7 @@ class Draft {
 
  private:
   Object required(List rows, List citations) const {
-    return Shaped{
+    return StaticObject{
         "mode"_key = answer_.mode,
         "query"_key = answer_.query,
         "answer"_key = answer_.answer,
@@ -140,7 +140,7 @@ class Draft {
   }
 
   static std::int64_t reserve_for(std::size_t sections) {
-    return static_cast<std::int64_t>(sections) * _ASK_MIN_EXCERPT_CHARS;
+    return static_cast<std::int64_t>(sections) * ASK_MIN_EXCERPT_CHARS;
   }
 
   void settle_count(std::int64_t limit) {
@@ -192,7 +192,7 @@ std::int64_t limit_of(const Value& token_budget) {
   constexpr std::int64_t beyond_any_answer = std::int64_t{1} << 56;
   const auto budget = token_budget.whole();
   if (!budget) throw KindError("token_budget", "int or None", token_budget.kind());
-  return std::clamp(*budget, -beyond_any_answer, beyond_any_answer) * _BYTES_PER_TOKEN;
+  return std::clamp(*budget, -beyond_any_answer, beyond_any_answer) * BYTES_PER_TOKEN;
 }
 
 }  // namespace

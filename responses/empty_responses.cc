@@ -1,41 +1,43 @@
 #include "empty_responses.h"
 
 #include "pagination.h"
-#include "shaped.h"
+#include "static_object.h"
 
 namespace mcp_responses {
 namespace {
 
-constexpr Word not_initialized = word<"Repository not initialized">;
+constexpr StringLiteral not_initialized = literal<"Repository not initialized">;
 
-Object failure() { return Shaped{"error"_key = not_initialized}; }
+Object failure() { return StaticObject{"error"_key = not_initialized}; }
 
 Object failed_job() {
-  return Shaped{"message"_key = not_initialized, "status"_key = word<"failed">};
+  return StaticObject{"message"_key = not_initialized, "status"_key = literal<"failed">};
 }
 
 Object table() {
   const List no_rows;
   return {
-      {"status"_key, Shaped{"status"_key = word<"not_initialized">, "health"_key = word<"unknown">,
-                            "branch"_key = Value(), "progress"_key = 0, "files_indexed"_key = 0,
-                            "symbols_indexed"_key = 0, "errors_count"_key = 0}},
+      {"status"_key,
+       StaticObject{"status"_key = literal<"not_initialized">, "health"_key = literal<"unknown">,
+                    "branch"_key = Value(), "progress"_key = 0, "files_indexed"_key = 0,
+                    "symbols_indexed"_key = 0, "errors_count"_key = 0}},
       {"search"_key, build_empty_paginated_response("symbols"_key)},
-      {"symbol"_key, Shaped{"found"_key = false, "message"_key = not_initialized}},
-      {"file"_key, Shaped{"error"_key = not_initialized, "symbols"_key = no_rows}},
+      {"symbol"_key, StaticObject{"found"_key = false, "message"_key = not_initialized}},
+      {"file"_key, StaticObject{"error"_key = not_initialized, "symbols"_key = no_rows}},
       {"files"_key, build_empty_paginated_response("files"_key)},
-      {"architecture"_key, Shaped{"components"_key = no_rows}},
+      {"architecture"_key, StaticObject{"components"_key = no_rows}},
       {"git"_key,
-       Shaped{"error"_key = not_initialized, "files"_key = no_rows, "total_count"_key = 0,
-              "truncated"_key = false, "has_more"_key = false, "offset"_key = 0}},
-      {"quality"_key, Shaped{"dead_symbols"_key = no_rows, "total_count"_key = 0,
-                             "truncated"_key = false, "has_more"_key = false, "offset"_key = 0}},
+       StaticObject{"error"_key = not_initialized, "files"_key = no_rows, "total_count"_key = 0,
+                    "truncated"_key = false, "has_more"_key = false, "offset"_key = 0}},
+      {"quality"_key,
+       StaticObject{"dead_symbols"_key = no_rows, "total_count"_key = 0, "truncated"_key = false,
+                    "has_more"_key = false, "offset"_key = 0}},
       {"context"_key, failed_job()},
-      {"tests"_key, Shaped{"tests"_key = no_rows, "total_count"_key = 0}},
-      {"explore"_key, Shaped{"error"_key = not_initialized, "results"_key = no_rows}},
+      {"tests"_key, StaticObject{"tests"_key = no_rows, "total_count"_key = 0}},
+      {"explore"_key, StaticObject{"error"_key = not_initialized, "results"_key = no_rows}},
       {"remember"_key, failure()},
       {"wiki"_key,
-       Shaped{"built"_key = false, "message"_key = not_initialized, "pages"_key = no_rows}},
+       StaticObject{"built"_key = false, "message"_key = not_initialized, "pages"_key = no_rows}},
       {"force_reindex"_key, failed_job()},
   };
 }

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "shaped.h"
+#include "static_object.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -12,16 +12,16 @@ namespace mcp_responses {
 /// Arguments of `build_index_status_response`. `progress` is meant to be 0 to 100, `status` and
 /// `health` one of a few words; nothing is checked, mapped or clamped. All but the phases are only
 /// handed on, as whatever kind a host has for them.
-template <class HandedOn>
+template <class Passed>
 struct IndexStatusOf {
-  HandedOn status;
-  HandedOn health;
-  HandedOn branch;
-  HandedOn progress;
-  HandedOn files_indexed = 0;
-  HandedOn symbols_indexed = 0;
-  HandedOn last_updated;
-  HandedOn errors_count = 0;
+  Passed status;
+  Passed health;
+  Passed branch;
+  Passed progress;
+  Passed files_indexed = 0;
+  Passed symbols_indexed = 0;
+  Passed last_updated;
+  Passed errors_count = 0;
   Value phase;
   Value phase_detail;
 };
@@ -32,10 +32,10 @@ using IndexStatus = IndexStatusOf<Value>;
 Object build_index_status_response(IndexStatus status);
 
 /// The members of `build_index_status_response`.
-template <class HandedOn>
-auto index_status(IndexStatusOf<HandedOn> status) {
+template <class Passed>
+auto index_status(IndexStatusOf<Passed> status) {
   const auto if_truthy = [](Value value) { return value.truthy() ? std::move(value) : Value(); };
-  return Shaped{
+  return StaticObject{
       "status"_key = std::move(status.status),
       "health"_key = std::move(status.health),
       "branch"_key = std::move(status.branch),
@@ -44,8 +44,8 @@ auto index_status(IndexStatusOf<HandedOn> status) {
       "symbols_indexed"_key = std::move(status.symbols_indexed),
       "last_updated"_key = std::move(status.last_updated),
       "errors_count"_key = std::move(status.errors_count),
-      "phase"_known = if_truthy(std::move(status.phase)),
-      "phase_detail"_known = if_truthy(std::move(status.phase_detail)),
+      "phase"_optional = if_truthy(std::move(status.phase)),
+      "phase_detail"_optional = if_truthy(std::move(status.phase_detail)),
   };
 }
 

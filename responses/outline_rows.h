@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "records.h"
-#include "shaped.h"
+#include "static_object.h"
 #include "text.h"
 #include "value.h"
 
@@ -28,19 +28,20 @@ Value name_in_module(const Value& module, Value fqn);
 /// The members of `build_file_symbol`, of any kind of record.
 template <Record Source>
 auto file_symbol(const Source& symbol, const Value& module) {
-  Value name = module.truthy() ? name_in_module(module, symbol.asked_for("startswith", Field::fqn))
-                               : symbol.looked_into(Field::fqn);
-  auto kind = symbol.handed_on(Field::kind);
-  Value line = symbol.looked_into(Field::start_line);
-  Value end_line = symbol.looked_into(Field::end_line);
+  Value name = module.truthy()
+                   ? name_in_module(module, symbol.value_with_method("startswith", Field::fqn))
+                   : symbol.value(Field::fqn);
+  auto kind = symbol.pass_through(Field::kind);
+  Value line = symbol.value(Field::start_line);
+  Value end_line = symbol.value(Field::end_line);
   if (end_line == line) end_line = {};
-  return Shaped{
-      "name"_known = std::move(name),
-      "kind"_known = std::move(kind),
-      "line"_known = std::move(line),
-      "end_line"_known = std::move(end_line),
-      "signature"_known = symbol.handed_on(Field::signature),
-      "summary"_known = symbol.summary(Field::docstring),
+  return StaticObject{
+      "name"_optional = std::move(name),
+      "kind"_optional = std::move(kind),
+      "line"_optional = std::move(line),
+      "end_line"_optional = std::move(end_line),
+      "signature"_optional = symbol.pass_through(Field::signature),
+      "summary"_optional = symbol.summary(Field::docstring),
   };
 }
 

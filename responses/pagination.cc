@@ -1,7 +1,7 @@
 #include "pagination.h"
 
 #include "errors.h"
-#include "shaped.h"
+#include "static_object.h"
 
 namespace mcp_responses {
 namespace {

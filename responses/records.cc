@@ -7,20 +7,20 @@
 
 namespace mcp_responses {
 
-Value PlainRecord::looked_into(Field field) const {
+Value PlainRecord::value(Field field) const {
   const auto found = std::ranges::find(fields_, field, &std::pair<Field, Value>::first);
   if (found == fields_.end()) throw AttributeMissing("PlainRecord", field_name(field));
   return found->second;
 }
 
 Value PlainRecord::summary(Field field) const {
-  const Value docstring = looked_into(field);
-  if (!docstring.is_null() && !docstring.text()) refuse_docstring(docstring);
+  const Value docstring = value(field);
+  if (!docstring.is_null() && !docstring.text()) throw_docstring_error(docstring);
   const auto sentence = first_sentence(docstring.text());
   return sentence ? Value(*sentence) : Value();
 }
 
-void refuse_docstring(const Value& docstring) {
+void throw_docstring_error(const Value& docstring) {
   throw KindError("symbol.docstring", "str or None", docstring.kind());
 }
 

@@ -57,18 +57,18 @@ constexpr const char* field_name(Field field) {
 /// What a row is built from. All three throw what reading the field throws, `AttributeMissing` or a
 /// host's own error.
 ///
-///   handed_on(field)      a field that the row only carries, as whatever kind the host has for it
-///   looked_into(field)    a field that the row depends on, as a Value
-///   asked_for(attribute, field)    the same of a field that has to have an attribute (a method, as
+///   pass_through(field)      a field that the row only carries, as whatever kind the host has for it
+///   value(field)    a field that the row depends on, as a Value
+///   value_with_method(attribute, field)    the same of a field that has to have an attribute (a method, as
 ///                         a Python programmer sees it), such as "startswith": a truthy host object
 ///                         that no Value can stand for lacks it, `AttributeMissing`
 ///   summary(field)        the first sentence of a docstring, or null where there is none. Throws
 ///                         `KindError` when the field is neither a string nor null
 template <class Source>
 concept Record = requires(const Source& record, Field field) {
-  record.handed_on(field);
-  { record.looked_into(field) } -> std::same_as<Value>;
-  { record.asked_for("attribute", field) } -> std::same_as<Value>;
+  record.pass_through(field);
+  { record.value(field) } -> std::same_as<Value>;
+  { record.value_with_method("attribute", field) } -> std::same_as<Value>;
   record.summary(field);
 };
 
@@ -77,9 +77,9 @@ class PlainRecord {
  public:
   PlainRecord(std::initializer_list<std::pair<Field, Value>> fields) : fields_(fields) {}
 
-  Value handed_on(Field field) const { return looked_into(field); }
-  Value looked_into(Field field) const;
-  Value asked_for(const char*, Field field) const { return looked_into(field); }
+  Value pass_through(Field field) const { return value(field); }
+  Value value(Field field) const;
+  Value value_with_method(const char*, Field field) const { return value(field); }
   Value summary(Field field) const;
 
  private:
@@ -87,6 +87,6 @@ class PlainRecord {
 };
 
 /// Says that a record's docstring is neither a string nor null.
-[[noreturn]] void refuse_docstring(const Value& docstring);
+[[noreturn]] void throw_docstring_error(const Value& docstring);
 
 }  // namespace mcp_responses

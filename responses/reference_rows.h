@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "records.h"
-#include "shaped.h"
+#include "static_object.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -32,53 +32,53 @@ void check_caller(const Value& caller_symbol);
 
 /// The members of these rows, of any kind of record. What a row only hands on (`code`, `test_file`)
 /// is a Value, or whatever kind a host has for it; what it depends on is always a Value.
-template <Record Source, class HandedOn>
-auto reference_row(const Source& reference, HandedOn code) {
-  const Value caller = reference.asked_for("get", Field::caller_symbol);
+template <Record Source, class Passed>
+auto reference_row(const Source& reference, Passed code) {
+  const Value caller = reference.value_with_method("get", Field::caller_symbol);
   check_caller(caller);
-  auto usage_type = reference.handed_on(Field::usage_type);
-  return Shaped{
-      "file"_key = reference.handed_on(Field::file_path),
-      "line"_key = reference.handed_on(Field::line),
-      "code"_known = std::move(code),
-      "caller"_known = caller.get("fqn"_key),
-      "caller_kind"_known = caller.get("kind"_key),
-      "usage_type"_known = std::move(usage_type),
+  auto usage_type = reference.pass_through(Field::usage_type);
+  return StaticObject{
+      "file"_key = reference.pass_through(Field::file_path),
+      "line"_key = reference.pass_through(Field::line),
+      "code"_optional = std::move(code),
+      "caller"_optional = caller.get("fqn"_key),
+      "caller_kind"_optional = caller.get("kind"_key),
+      "usage_type"_optional = std::move(usage_type),
   };
 }
 
-template <Record Source, class HandedOn>
-auto api_endpoint(const Source& symbol, Value file_path, HandedOn component_name) {
+template <Record Source, class Passed>
+auto api_endpoint(const Source& symbol, Value file_path, Passed component_name) {
   if (!file_path.truthy()) file_path = Text();
-  return Shaped{
-      "fqn"_key = symbol.handed_on(Field::fqn),
-      "name"_key = symbol.handed_on(Field::name),
-      "kind"_key = symbol.handed_on(Field::kind),
+  return StaticObject{
+      "fqn"_key = symbol.pass_through(Field::fqn),
+      "name"_key = symbol.pass_through(Field::name),
+      "kind"_key = symbol.pass_through(Field::kind),
       "file"_key = std::move(file_path),
-      "line"_key = symbol.handed_on(Field::start_line),
-      "signature"_key = symbol.handed_on(Field::signature),
+      "line"_key = symbol.pass_through(Field::start_line),
+      "signature"_key = symbol.pass_through(Field::signature),
       "component"_key = std::move(component_name),
   };
 }
 
 template <Record Source>
 auto component_row(const Source& component) {
-  return Shaped{
-      "name"_key = component.handed_on(Field::name),
-      "layer"_key = component.handed_on(Field::layer),
-      "path_pattern"_key = component.handed_on(Field::path_pattern),
-      "file_count"_key = component.handed_on(Field::file_count),
-      "symbol_count"_key = component.handed_on(Field::symbol_count),
+  return StaticObject{
+      "name"_key = component.pass_through(Field::name),
+      "layer"_key = component.pass_through(Field::layer),
+      "path_pattern"_key = component.pass_through(Field::path_pattern),
+      "file_count"_key = component.pass_through(Field::file_count),
+      "symbol_count"_key = component.pass_through(Field::symbol_count),
   };
 }
 
-template <class HandedOn>
-auto test_coverage(HandedOn test_file, HandedOn source_file, Value symbols_imported) {
+template <class Passed>
+auto test_coverage(Passed test_file, Passed source_file, Value symbols_imported) {
   if (!symbols_imported.truthy()) symbols_imported = {};
-  return Shaped{
+  return StaticObject{
       "test_file"_key = std::move(test_file),
       "source_file"_key = std::move(source_file),
-      "symbols_imported"_known = std::move(symbols_imported),
+      "symbols_imported"_optional = std::move(symbols_imported),
   };
 }
 

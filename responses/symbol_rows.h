@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "records.h"
-#include "shaped.h"
+#include "static_object.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -22,33 +22,33 @@ Object build_symbol_full_details(const PlainRecord& symbol, Value file_path = {}
 /// The members of these answers, of any kind of record. The fields are read in the order of the
 /// keys, so the first that a record lacks is the one that its error names. What `file_path` holds
 /// is only handed on: a Value, or whatever kind a host has for it.
-template <Record Source, class HandedOn>
-auto symbol_search_result(const Source& symbol, HandedOn file_path) {
-  return Shaped{
-      "fqn"_known = symbol.handed_on(Field::fqn),
-      "name"_known = symbol.handed_on(Field::name),
-      "kind"_known = symbol.handed_on(Field::kind),
-      "file"_known = std::move(file_path),
-      "line"_known = symbol.handed_on(Field::start_line),
-      "signature"_known = symbol.handed_on(Field::signature),
-      "summary"_known = symbol.summary(Field::docstring),
+template <Record Source, class Passed>
+auto symbol_search_result(const Source& symbol, Passed file_path) {
+  return StaticObject{
+      "fqn"_optional = symbol.pass_through(Field::fqn),
+      "name"_optional = symbol.pass_through(Field::name),
+      "kind"_optional = symbol.pass_through(Field::kind),
+      "file"_optional = std::move(file_path),
+      "line"_optional = symbol.pass_through(Field::start_line),
+      "signature"_optional = symbol.pass_through(Field::signature),
+      "summary"_optional = symbol.summary(Field::docstring),
   };
 }
 
-template <Record Source, class HandedOn>
-auto symbol_full_details(const Source& symbol, HandedOn file_path) {
-  return Shaped{
+template <Record Source, class Passed>
+auto symbol_full_details(const Source& symbol, Passed file_path) {
+  return StaticObject{
       "found"_key = true,
-      "fqn"_key = symbol.handed_on(Field::fqn),
-      "name"_key = symbol.handed_on(Field::name),
-      "kind"_key = symbol.handed_on(Field::kind),
+      "fqn"_key = symbol.pass_through(Field::fqn),
+      "name"_key = symbol.pass_through(Field::name),
+      "kind"_key = symbol.pass_through(Field::kind),
       "file"_key = std::move(file_path),
-      "start_line"_key = symbol.handed_on(Field::start_line),
-      "end_line"_key = symbol.handed_on(Field::end_line),
-      "signature"_key = symbol.handed_on(Field::signature),
-      "is_export"_key = symbol.handed_on(Field::is_export),
-      "docstring"_key = symbol.handed_on(Field::docstring),
-      "docstring_truncated"_key = symbol.handed_on(Field::docstring_truncated),
+      "start_line"_key = symbol.pass_through(Field::start_line),
+      "end_line"_key = symbol.pass_through(Field::end_line),
+      "signature"_key = symbol.pass_through(Field::signature),
+      "is_export"_key = symbol.pass_through(Field::is_export),
+      "docstring"_key = symbol.pass_through(Field::docstring),
+      "docstring_truncated"_key = symbol.pass_through(Field::docstring_truncated),
   };
 }
 

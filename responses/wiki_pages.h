@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "pagination.h"
-#include "shaped.h"
+#include "static_object.h"
 #include "text.h"
 #include "value.h"
 
@@ -13,19 +13,19 @@ namespace mcp_responses {
 
 /// Arguments of `build_wiki_status_response`. `coverage_pct` is a percentage, as a float. All but
 /// the stale pages are only handed on, as whatever kind a host has for them.
-template <class HandedOn>
+template <class Passed>
 struct WikiStatusOf {
-  HandedOn built;
-  HandedOn branch;
-  HandedOn pages = 0;
-  HandedOn files_covered = 0;
-  HandedOn total_sources = 0;
-  HandedOn coverage_pct = 0.0;
-  HandedOn last_built;
-  HandedOn model;
+  Passed built;
+  Passed branch;
+  Passed pages = 0;
+  Passed files_covered = 0;
+  Passed total_sources = 0;
+  Passed coverage_pct = 0.0;
+  Passed last_built;
+  Passed model;
   Value stale_pages;
-  HandedOn enabled = false;
-  HandedOn configured = false;
+  Passed enabled = false;
+  Passed configured = false;
 };
 using WikiStatus = WikiStatusOf<Value>;
 
@@ -40,11 +40,11 @@ Object build_wiki_list_response(Value pages, Value total, Value offset = 0,
                                 Value truncated = false);
 
 /// Arguments of `build_wiki_read_response`. The lists may be null.
-template <class HandedOn>
+template <class Passed>
 struct WikiPageOf {
-  HandedOn page_id;
-  HandedOn title;
-  HandedOn content;
+  Passed page_id;
+  Passed title;
+  Passed content;
   Value citations;
   Value source_files;
   Value related_pages;
@@ -59,9 +59,9 @@ inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) 
 
 /// The members of these answers. What is only handed on is a Value, or whatever kind a host has for
 /// it; the lists that may be missing, and the numbers that tell whether pages remain, are Values.
-template <class HandedOn>
-auto wiki_status(WikiStatusOf<HandedOn> status) {
-  return Shaped{
+template <class Passed>
+auto wiki_status(WikiStatusOf<Passed> status) {
+  return StaticObject{
       "built"_key = std::move(status.built),
       "branch"_key = std::move(status.branch),
       "enabled"_key = std::move(status.enabled),
@@ -76,19 +76,19 @@ auto wiki_status(WikiStatusOf<HandedOn> status) {
   };
 }
 
-template <class HandedOn>
-auto wiki_list(Value pages, Value total, Value offset, HandedOn truncated) {
+template <class Passed>
+auto wiki_list(Value pages, Value total, Value offset, Passed truncated) {
   const bool has_more = rows_remain(offset, row_count(pages, "pages"), total, "total");
-  return Shaped{
+  return StaticObject{
       "pages"_key = std::move(pages),   "total_count"_key = std::move(total),
       "offset"_key = std::move(offset), "truncated"_key = std::move(truncated),
       "has_more"_key = has_more,
   };
 }
 
-template <class HandedOn>
-auto wiki_page(WikiPageOf<HandedOn> page) {
-  return Shaped{
+template <class Passed>
+auto wiki_page(WikiPageOf<Passed> page) {
+  return StaticObject{
       "page_id"_key = std::move(page.page_id),
       "title"_key = std::move(page.title),
       "content"_key = std::move(page.content),

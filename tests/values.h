@@ -23,13 +23,13 @@ class Foreign {
   Value handle() {
     ++owners;
     const Payload payload{.pointer = this};
-    return content_.kind() == Kind::string ? Value(holder<Kind::string>(), payload)
-           : content_.kind() == Kind::list ? Value(holder<Kind::list>(), payload)
-                                           : Value(holder<Kind::object>(), payload);
+    return content_.kind() == Kind::string ? Value(ops<Kind::string>(), payload)
+           : content_.kind() == Kind::list ? Value(ops<Kind::list>(), payload)
+                                           : Value(ops<Kind::object>(), payload);
   }
 
   int owners = 0;
-  int opened = 0;
+  int materialized = 0;
 
  private:
   static Foreign& at(Payload payload) {
@@ -38,17 +38,18 @@ class Foreign {
 
   /// With functions beyond those of its kind, which nobody calls.
   template <Kind held>
-  static const Holder& holder() {
-    static constexpr Holder holder{
+  static const ValueOps& ops() {
+    static constexpr ValueOps ops{
         .kind = held,
         .retain = [](Payload payload) noexcept { ++at(payload).owners; },
         .release = [](Payload payload) noexcept { --at(payload).owners; },
         .text = [](Payload payload) noexcept { return at(payload).content_.text()->view(); },
         .size = [](Payload payload) noexcept { return *at(payload).content_.size(); },
-        .opened = [](Payload payload) { return ++at(payload).opened, at(payload).content_; },
+        .materialized =
+            [](Payload payload) { return ++at(payload).materialized, at(payload).content_; },
         .get = [](Payload payload,
                   const TextView& key) { return at(payload).content_.get(Text::copy_of(key)); }};
-    return holder;
+    return ops;
   }
 
   Value content_;

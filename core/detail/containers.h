@@ -8,7 +8,7 @@
 
 namespace mcp_responses {
 
-/// In order. Requires a list, or an object, that is not held elsewhere: its `holder().opened` is
+/// In order. Requires a list, or an object, that is not held elsewhere: its `ops().materialized` is
 /// null. Valid while the handle, or a copy of it, lives unchanged.
 std::span<const Value> elements_of(const Handle& list) noexcept;
 std::span<const Member> members_of(const Handle& object) noexcept;

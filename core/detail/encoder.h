@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "detail/handle.h"
+#include "handle.h"
 
 namespace mcp_responses {
 

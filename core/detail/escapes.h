@@ -31,7 +31,7 @@ constexpr Escape make_escape(std::uint8_t unit) {
   return {{'\\', 'u', '0', '0', ascii(hex[unit >> 4]), ascii(hex[unit & 15])}, 6};
 }
 
-inline constexpr std::size_t longest_escape = 6;
+inline constexpr std::size_t max_escape_size = 6;
 inline constexpr std::size_t last_escaped = '\\';
 
 /// By code point, up to the last that needs one: those between that need none have one too, so that
@@ -49,7 +49,7 @@ inline constexpr auto needs_escape = [](auto units) {
 };
 
 /// Units that `write_escaped` may write past what it has to write.
-inline constexpr std::size_t most_past_end = 16;
+inline constexpr std::size_t max_overrun = 16;
 
 /// Writes the escape of a unit that needs one and returns its end. Requires room for 8 units.
 template <class To>
@@ -60,7 +60,7 @@ To* write_escape(std::uint32_t unit, To* to) noexcept {
 }
 
 /// Writes the units, escaped where they must be, and returns the end. Requires room for
-/// `longest_escape` units for each, and `most_past_end` more.
+/// `max_escape_size` units for each, and `max_overrun` more.
 template <class From, class To>
 To* write_escaped(std::span<const From> units, To* to) noexcept {
   constexpr std::size_t size = Block<From>::size;

@@ -66,9 +66,9 @@ std::size_t utf8_bytes_of_any(std::span<const Unit> units, bool& has_surrogate) 
 }
 
 /// Room is made for a chunk of a string at a time, as if each of its characters were to be escaped.
-constexpr std::size_t most_in_chunk = 1024;
+constexpr std::size_t max_chunk = 1024;
 
-[[noreturn]] void refuse_surrogate(const TextView& text) {
+[[noreturn]] void throw_surrogate_error(const TextView& text) {
   visit_units(text, [](auto units) {
     const auto at = std::ranges::find_if(units, [](auto unit) { return is_surrogate(unit); });
     throw SurrogateError(Text::copy_of(units), static_cast<std::size_t>(at - units.begin()));
@@ -112,14 +112,14 @@ std::size_t TextSink::put_any(std::size_t size, unsigned commas, const TextView&
 
 template <class Unit>
 std::size_t TextSink::put_ascii(std::size_t size, std::string_view ascii) {
-  Unit* to = room_for<Unit>(size, ascii.size());
+  Unit* to = reserve<Unit>(size, ascii.size());
   for (const char character : ascii) *to++ = static_cast<unsigned char>(character);
   return size + ascii.size();
 }
 
 template <class Unit>
 std::size_t TextSink::put_quoted(std::size_t size, const TextView& text) {
-  *room_for<Unit>(size, 1) = '"';
+  *reserve<Unit>(size, 1) = '"';
   visit_units(text, [&](auto units) {
     using From = typename decltype(units)::value_type;
     if constexpr (sizeof(From) <= sizeof(Unit)) size = put_escaped<Unit>(size + 1, units);
@@ -131,9 +131,9 @@ std::size_t TextSink::put_quoted(std::size_t size, const TextView& text) {
 template <class Unit, class From>
 std::size_t TextSink::put_escaped(std::size_t size, std::span<const From> units) {
   do {
-    const auto chunk = units.first(std::min(units.size(), most_in_chunk));
+    const auto chunk = units.first(std::min(units.size(), max_chunk));
     units = units.subspan(chunk.size());
-    Unit* const start = room_for<Unit>(size, chunk.size() * longest_escape + most_past_end);
+    Unit* const start = reserve<Unit>(size, chunk.size() * max_escape_size + max_overrun);
     Unit* const end = write_escaped(chunk, start);
     *end = '"';
     size += static_cast<std::size_t>(end - start);
@@ -186,7 +186,7 @@ std::size_t CountSink::put_string(std::size_t size, const TextView& text) {
     size += escape_bytes(units);
     if (text.repertoire != Repertoire::ascii) size += utf8_bytes_of_any(units, has_surrogate);
   });
-  if (has_surrogate) refuse_surrogate(text);
+  if (has_surrogate) throw_surrogate_error(text);
   return size;
 }
 

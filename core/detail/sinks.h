@@ -52,7 +52,7 @@ class TextSink {
   template <class Number>
   std::size_t put_number(std::size_t size, Number number) {
     if (unit_size(repertoire_) > 1) return put(size, NumberText(number).view());
-    char* const to = reinterpret_cast<char*>(room_for<std::uint8_t>(size, number_room));
+    char* const to = reinterpret_cast<char*>(reserve<std::uint8_t>(size, number_room));
     return size + static_cast<std::size_t>(write_number(number, to) - to);
   }
   std::size_t put_string(std::size_t size, const TextView& text) {
@@ -74,7 +74,7 @@ class TextSink {
  private:
   /// Makes room for `more` units of the width in use, and answers where the next one goes.
   template <class Unit>
-  Unit* room_for(std::size_t size, std::size_t more) {
+  Unit* reserve(std::size_t size, std::size_t more) {
     if (size + more > buffer_.capacity / sizeof(Unit)) [[unlikely]]
       grow((size + more) * sizeof(Unit));
     return static_cast<Unit*>(buffer_.bytes.get()) + size;

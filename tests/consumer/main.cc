@@ -1,7 +1,7 @@
 // Builds an answer, fits it to a budget and prints its text, whole and fitted.
 #include <mcp_responses/ask_response.h>
 #include <mcp_responses/encode.h>
-#include <mcp_responses/shaped.h>
+#include <mcp_responses/static_object.h>
 
 #include <initializer_list>
 #include <iostream>
@@ -14,9 +14,9 @@ namespace {
 Object section(const char* page, const char* sentence, std::int64_t line) {
   std::string excerpt;
   for (int i = 0; i < 10; ++i) excerpt += sentence;
-  const Object place = Shaped{"path"_key = "cart.py", "line_start"_key = line};
-  return Shaped{"page_id"_key = page, "similarity"_key = 0.5, "excerpt"_key = excerpt,
-                "citations"_key = List{place}};
+  const Object place = StaticObject{"path"_key = "cart.py", "line_start"_key = line};
+  return StaticObject{"page_id"_key = page, "similarity"_key = 0.5, "excerpt"_key = excerpt,
+                      "citations"_key = List{place}};
 }
 
 }  // namespace

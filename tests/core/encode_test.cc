@@ -65,7 +65,7 @@ Value nested(std::size_t levels, bool in_objects, Value inside) {
 }
 
 TEST(Encode, NestingHasALimitThatAllWalksShare) {
-  constexpr std::size_t most = NestingError::most_levels;
+  constexpr std::size_t most = NestingError::max_levels;
   EXPECT_EQ(written(nested(most, false, 7)), std::string(most, '[') + "7" + std::string(most, ']'));
   EXPECT_EQ(_encoded_size(nested(most, true, 7)), most * 6 + 1);
   EXPECT_EQ(nested(most, true, 7), nested(most, true, 7));

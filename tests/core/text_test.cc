@@ -29,7 +29,7 @@ TEST(Text, IsKeptInTheNarrowestWidth) {
 }
 
 TEST(Text, EqualTextsAreEqualAndAllAreInOrderHoweverHeld) {
-  static constexpr Word program_word{"word", 4};
+  static constexpr StringLiteral program_word{"word", 4};
   Foreign foreign("word"_t);
   std::vector<std::vector<Text>> rows{{Text(), ""_t, models::text_of(U"")}};  // ascending
   for (const char* utf8 : {"wor", "worc", "word", "wore", "wörd", "w\u0151rd", "w😀rd", "words"}) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "models/collisions.h"
-#include "shaped.h"
+#include "static_object.h"
 #include "values.h"
 
 namespace mcp_responses {
@@ -161,16 +161,17 @@ TEST(Value, EqualityIsByContentAndNumbersByValue) {
       {true, {most}},
       {true, {real_limit}},
       {true, {std::numeric_limits<double>::infinity()}},
-      {false, {""_t, word<"">}},
-      {true, {"a"_t, word<"a">, text.handle()}},
+      {false, {""_t, literal<"">}},
+      {true, {"a"_t, literal<"a">, text.handle()}},
       {true, {"é"_t}},
       {true, {"\u00e9\u4e00"_t}},
       {false, {List()}},
       {true, {List{1}, List{1.0}, List{true}, list.handle()}},
       {true, {List{1, 1}}},
       {true, {List{Value()}}},
-      {false, {Object(), Shaped{}, empty.handle()}},
-      {true, {Object{{"a"_t, 1}, {"b"_t, List{2}}}, Shaped{"b"_key = List{2.0}, "a"_key = true}}},
+      {false, {Object(), StaticObject{}, empty.handle()}},
+      {true,
+       {Object{{"a"_t, 1}, {"b"_t, List{2}}}, StaticObject{"b"_key = List{2.0}, "a"_key = true}}},
       {true, {Object{{"a"_t, 1}, {"b"_t, List{3}}}}},
       {true, {Object{{"a"_t, 1}}}},
       {true, {Object{{"a"_t, Value()}}}},

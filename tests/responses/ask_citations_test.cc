@@ -6,14 +6,14 @@
 #include <limits>
 
 #include "errors.h"
-#include "shaped.h"
+#include "static_object.h"
 #include "values.h"
 
 namespace mcp_responses {
 namespace {
 
 Value at(const Value& path, const Value& line = {}) {
-  return Shaped{"path"_key = path, "line_start"_key = line};
+  return StaticObject{"path"_key = path, "line_start"_key = line};
 }
 
 /// Citations of lines `first` to `last` of one file.
@@ -23,7 +23,7 @@ List lines(const Value& path, int first, int last) {
   return citations;
 }
 
-Value section(const Value& citations) { return Shaped{"citations"_key = citations}; }
+Value section(const Value& citations) { return StaticObject{"citations"_key = citations}; }
 
 /// Each citation as its path and line.
 std::string places(const List& citations) {
@@ -88,7 +88,7 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
        "a1 aNaN aNaN aNaN a2 a0.5 -1 -1 "},
       {"absent is null, and no zero",
        {},
-       {at(a), Shaped{"path"_key = a}, Object{}, at(Value()), at(a, 0)},
+       {at(a), StaticObject{"path"_key = a}, Object{}, at(Value()), at(a, 0)},
        "anull -null a0 "},
       {"eight fill it", eight_sections(), lines(b, 1, 3), twenty_four},
       {"no room for a ninth", nine, {}, twenty_four},
@@ -103,9 +103,10 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
 }
 
 TEST(AskCitations, TheFirstOfAPlaceStaysWhole) {
-  const Value first = Shaped{"why"_key = "first"_t, "line_end"_key = 2, "path"_key = "a"_t};
-  const Value second = Shaped{"path"_key = "a"_t, "line_end"_key = 2.0, "why"_key = "second"_t};
-  const Value other = Shaped{"path"_key = "a"_t, "line_end"_key = 3, "why"_key = "third"_t};
+  const Value first = StaticObject{"why"_key = "first"_t, "line_end"_key = 2, "path"_key = "a"_t};
+  const Value second =
+      StaticObject{"path"_key = "a"_t, "line_end"_key = 2.0, "why"_key = "second"_t};
+  const Value other = StaticObject{"path"_key = "a"_t, "line_end"_key = 3, "why"_key = "third"_t};
   EXPECT_EQ(written(_ask_citations({section(List{first})}, {second, other})),
             written(List{first, other}));
 }

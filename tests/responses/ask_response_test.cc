@@ -7,21 +7,22 @@
 #include <string>
 #include <utility>
 
-#include "shaped.h"
+#include "static_object.h"
 #include "values.h"
 
 namespace mcp_responses {
 namespace {
 
 Value cite(const char* path, int line) {
-  return Shaped{"path"_key = Text(path), "line_start"_key = line};
+  return StaticObject{"path"_key = Text(path), "line_start"_key = line};
 }
 
 Value filled(std::size_t size, char filling = 'z') { return Text(std::string(size, filling)); }
 
 TEST(AskResponse, HasTheseMembersInThisOrder) {
-  const Value section = Shaped{"excerpt"_key = List{7}, "stale"_key = 0,     "similarity"_key = 0.5,
-                               "heading"_key = "H"_t,   "title"_key = "T"_t, "page_id"_key = "P"_t};
+  const Value section =
+      StaticObject{"excerpt"_key = List{7}, "stale"_key = 0,     "similarity"_key = 0.5,
+                   "heading"_key = "H"_t,   "title"_key = "T"_t, "page_id"_key = "P"_t};
   const AskAnswer answer{.mode = 1,
                          .query = 2,
                          .answer = 3,
@@ -53,8 +54,8 @@ std::string outline(const Object& answer) {
 TEST(AskResponse, GivesWayInOrderAndNoFurtherThanItMust) {
   AskAnswer answer{.mode = "m"_t, .query = "question"_t};
   answer.sections =
-      List{Shaped{"title"_key = "abcde"_t, "excerpt"_key = filled(1300)},
-           Shaped{"excerpt"_key = filled(201, '"')}, Shaped{"excerpt"_key = filled(4)}};
+      List{StaticObject{"title"_key = "abcde"_t, "excerpt"_key = filled(1300)},
+           StaticObject{"excerpt"_key = filled(201, '"')}, StaticObject{"excerpt"_key = filled(4)}};
   answer.code = filled(200);
   answer.memories = filled(198);
   const std::pair<Value, const char*> rows[] = {
@@ -88,19 +89,19 @@ TEST(AskResponse, EachPartIsMeasuredOnceWhateverTheNumberOfSteps) {
   List extra;
   for (int i = 0; i < 200; ++i) {
     const List cited{held(cite("same.py", i % 7)), held(cite("own.py", i))};
-    sections.append(held(Shaped{"excerpt"_key = filled(500), "citations"_key = cited}));
+    sections.append(held(StaticObject{"excerpt"_key = filled(500), "citations"_key = cited}));
     extra.append(held(cite("extra.py", i)));
   }
   AskAnswer answer{.mode = "m"_t, .query = "q"_t, .answer = "a"_t, .sections = sections};
   answer.citations = extra;
-  answer.code = held(Shaped{"k"_key = List{filled(5000)}});
-  answer.memories = held(Shaped{"k"_key = List{filled(5000)}});
+  answer.code = held(StaticObject{"k"_key = List{filled(5000)}});
+  answer.memories = held(StaticObject{"k"_key = List{filled(5000)}});
   for (const int budget : {100'000, 30'000, 3'000, 2'000, 300, 0}) {
-    for (Foreign& part : parts) part.opened = 0;
+    for (Foreign& part : parts) part.materialized = 0;
     answer.token_budget = budget;
     tool_result_text(build_wiki_ask_response(answer));
     for (const Foreign& part : parts)
-      EXPECT_LE(part.opened, 2) << budget << ": to be measured and written";
+      EXPECT_LE(part.materialized, 2) << budget << ": to be measured and written";
   }
 }
 

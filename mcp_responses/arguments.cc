@@ -1,10 +1,10 @@
-#include "parameters.h"
+#include "arguments.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "host_errors.h"
+#include "py_errors.h"
 
 namespace mcp_responses {
 namespace {
@@ -13,7 +13,7 @@ const char* plural(std::size_t count) { return count == 1 ? "" : "s"; }
 
 std::string quoted(PyObject* name) {
   const char* characters = PyUnicode_AsUTF8(name);  // a parameter's name: ASCII
-  if (characters == nullptr) throw HostError();
+  if (characters == nullptr) throw PythonError();
   return std::string("'") + characters + "'";
 }
 
@@ -38,7 +38,7 @@ std::size_t position_of(std::span<PyObject* const> names, PyObject* name, std::s
     if (names[at] == name) return at;
   }
   for (std::size_t i = 0; i < names.size(); ++i) {
-    const int equal = in_host([&] { return PyObject_RichCompareBool(name, names[i], Py_EQ); });
+    const int equal = call_python([&] { return PyObject_RichCompareBool(name, names[i], Py_EQ); });
     check(equal);
     if (equal > 0) return i;
   }
@@ -46,7 +46,7 @@ std::size_t position_of(std::span<PyObject* const> names, PyObject* name, std::s
 }
 
 /// Gives the parameter's position.
-std::size_t take_named(const HostParameters& parameters, PyObject* name, PyObject* value,
+std::size_t take_named(const BoundParameters& parameters, PyObject* name, PyObject* value,
                        std::size_t expected, std::span<PyObject*> arguments) {
   if (!PyUnicode_Check(name)) {
     raise(PyExc_TypeError, "%s() keywords must be strings", parameters.function);
@@ -64,8 +64,8 @@ std::size_t take_named(const HostParameters& parameters, PyObject* name, PyObjec
   return position;
 }
 
-[[noreturn]] void refuse_positional(const HostParameters& parameters, std::size_t given,
-                                    std::span<PyObject* const> arguments) {
+[[noreturn]] void raise_too_many_positional(const BoundParameters& parameters, std::size_t given,
+                                            std::span<PyObject* const> arguments) {
   const std::size_t most = parameters.positional;
   const auto optional = std::ranges::count_if(parameters.defaults.first(most),
                                               [](auto* object) { return object != nullptr; });
@@ -86,7 +86,7 @@ std::size_t take_named(const HostParameters& parameters, PyObject* name, PyObjec
 }
 
 /// Fills what was left out of the parameters from `first` to `last` with their defaults.
-void fill(const HostParameters& parameters, std::size_t first, std::size_t last, const char* kind,
+void fill(const BoundParameters& parameters, std::size_t first, std::size_t last, const char* kind,
           std::span<PyObject*> arguments) {
   bool is_complete = true;
   for (std::size_t i = first; i < last; ++i) {
@@ -104,8 +104,8 @@ void fill(const HostParameters& parameters, std::size_t first, std::size_t last,
 
 }  // namespace
 
-void lay_out(const HostParameters& parameters, const GivenArguments& given,
-             std::span<PyObject*, most_parameters> arguments) {
+void bind_arguments(const BoundParameters& parameters, const CallArguments& given,
+                    std::span<PyObject*, max_parameters> arguments) {
   std::ranges::fill(arguments, nullptr);
   std::copy_n(given.values, std::min(given.by_position, parameters.positional), arguments.begin());
   const Py_ssize_t named = given.names == nullptr ? 0 : PyTuple_GET_SIZE(given.names);
@@ -116,7 +116,7 @@ void lay_out(const HostParameters& parameters, const GivenArguments& given,
     expected = take_named(parameters, name, value, expected, arguments) + 1;
   }
   if (given.by_position > parameters.positional)
-    refuse_positional(parameters, given.by_position, arguments);
+    raise_too_many_positional(parameters, given.by_position, arguments);
   fill(parameters, 0, parameters.positional, "positional", arguments);
   fill(parameters, parameters.positional, parameters.names.size(), "keyword-only", arguments);
 }

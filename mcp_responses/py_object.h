@@ -6,16 +6,16 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "host_errors.h"
-#include "host_layout.h"
-#include "host_ref.h"
+#include "cpython_layout.h"
+#include "py_errors.h"
+#include "py_ref.h"
 #include "text.h"
 
 namespace mcp_responses {
 
 /// What a host object is to the library, by its type alone: bool is told from int, and a tuple from
 /// a list, which answers turn it into. `other` has no counterpart.
-enum class HostKind : unsigned char {
+enum class PyKind : unsigned char {
   null,
   boolean,
   integer,
@@ -26,21 +26,21 @@ enum class HostKind : unsigned char {
   dict,
   other
 };
-inline HostKind host_kind(PyObject* object) noexcept {
+inline PyKind py_kind(PyObject* object) noexcept {
   PyTypeObject* const type = Py_TYPE(object);
-  if (type == &PyUnicode_Type) return HostKind::string;
-  if (type == &PyLong_Type) return HostKind::integer;
-  if (type == &PyDict_Type) return HostKind::dict;
-  if (object == Py_None) return HostKind::null;
-  if (type == &PyBool_Type) return HostKind::boolean;
-  if (type == &PyFloat_Type) return HostKind::real;
-  if (PyList_Check(object)) return HostKind::list;
-  if (PyTuple_Check(object)) return HostKind::tuple;
-  if (PyUnicode_Check(object)) return HostKind::string;
-  if (PyLong_Check(object)) return HostKind::integer;
-  if (PyDict_Check(object)) return HostKind::dict;
-  if (PyFloat_Check(object)) return HostKind::real;
-  return HostKind::other;
+  if (type == &PyUnicode_Type) return PyKind::string;
+  if (type == &PyLong_Type) return PyKind::integer;
+  if (type == &PyDict_Type) return PyKind::dict;
+  if (object == Py_None) return PyKind::null;
+  if (type == &PyBool_Type) return PyKind::boolean;
+  if (type == &PyFloat_Type) return PyKind::real;
+  if (PyList_Check(object)) return PyKind::list;
+  if (PyTuple_Check(object)) return PyKind::tuple;
+  if (PyUnicode_Check(object)) return PyKind::string;
+  if (PyLong_Check(object)) return PyKind::integer;
+  if (PyDict_Check(object)) return PyKind::dict;
+  if (PyFloat_Check(object)) return PyKind::real;
+  return PyKind::other;
 }
 
 /// True for an OrderedDict, whose own order is not that of its storage.
@@ -58,7 +58,7 @@ inline bool is_shareable(PyObject* object) noexcept {
   return PyBool_Check(object) || PyFloat_CheckExact(object);
 }
 
-/// The 64-bit content of an int, or of a subclass. Throws `Refused` beyond that.
+/// The 64-bit content of an int, or of a subclass. Throws `UnsupportedObject` beyond that.
 std::int64_t integer_in(PyObject* object);
 
 /// The characters of a str, or of a subclass, where they lie. Requires one that is ready. Valid
@@ -77,23 +77,21 @@ inline TextView view_of(PyObject* string) noexcept {
 Py_UCS4 highest_in(Repertoire repertoire) noexcept;
 
 /// A new str of these characters, in the narrowest form, as the host demands of each str. Throws
-/// `HostError`.
-HostRef string_of(const TextView& characters);
+/// `PythonError`.
+PyRef string_of(const TextView& characters);
 /// The same, without looking for the narrowest form. Requires that their repertoire is exact.
-HostRef exact_string_of(const TextView& characters);
+PyRef exact_string_of(const TextView& characters);
 
 /// How deep containers may stand inside each other: the host's own recursion limit, but at least
 /// 400 and at most 1000, whatever the limit is set to.
-std::size_t most_nesting() noexcept;
+std::size_t max_nesting() noexcept;
 
 /// Goes through a list, a tuple or a dict, in order. All references are borrowed and the container
 /// is not held: valid while no host code runs.
-class HostCursor {
+class PyCursor {
  public:
-  explicit HostCursor(PyObject* container) noexcept
-      : HostCursor(container, PyDict_Check(container)) {}
-  HostCursor(PyObject* container, bool is_dict) noexcept
-      : container_(container), is_dict_(is_dict) {}
+  explicit PyCursor(PyObject* container) noexcept : PyCursor(container, PyDict_Check(container)) {}
+  PyCursor(PyObject* container, bool is_dict) noexcept : container_(container), is_dict_(is_dict) {}
 
   /// On to the next element or member; false past the last.
   bool next() noexcept {

@@ -1,12 +1,12 @@
-#include "host_encode.h"
+#include "py_encode.h"
 
 #include <utility>
 #include <vector>
 
 #include "detail/encoder.h"
 #include "errors.h"
-#include "host_copy.h"
-#include "host_object.h"
+#include "py_copy.h"
+#include "py_object.h"
 
 namespace mcp_responses {
 namespace {
@@ -18,7 +18,7 @@ class NeedsCopy {};
 
 /// A host object as the encoder walks it. No host code runs during the walk but signal handlers, so
 /// borrowed references do, if what is still used is held before a handler runs.
-class HostTree {
+class PyTree {
  public:
   using Node = PyObject*;
 
@@ -37,34 +37,34 @@ class HostTree {
     TextView key() const { return text(at_.key()); }
 
    private:
-    HostCursor at_;
+    PyCursor at_;
   };
 
   Kind kind(PyObject* node, const std::vector<Cursor>& open) {
     if (++nodes_ % nodes_between_checks == 0) run_signal_handlers(node, open);
-    switch (host_kind(node)) {
-      case HostKind::null:
+    switch (py_kind(node)) {
+      case PyKind::null:
         return Kind::null;
-      case HostKind::boolean:
+      case PyKind::boolean:
         return Kind::boolean;
-      case HostKind::integer:
+      case PyKind::integer:
         return Kind::integer;
-      case HostKind::real:
+      case PyKind::real:
         return Kind::real;
-      case HostKind::string:
+      case PyKind::string:
         return Kind::string;
-      case HostKind::list:
-      case HostKind::tuple:
+      case PyKind::list:
+      case PyKind::tuple:
         if (open.size() >= most_nesting_) throw NestingError();
         return Kind::list;
-      case HostKind::dict:
+      case PyKind::dict:
         if (open.size() >= most_nesting_) throw NestingError();
         if (has_own_order(node)) throw NeedsCopy();
         return Kind::object;
-      case HostKind::other:
+      case PyKind::other:
         break;
     }
-    throw Refused(node);
+    throw UnsupportedObject(node);
   }
 
   static bool boolean(PyObject* node) noexcept { return node == Py_True; }
@@ -80,31 +80,31 @@ class HostTree {
   static constexpr std::size_t nodes_between_checks = 1 << 16;
 
   void run_signal_handlers(PyObject* node, const std::vector<Cursor>& open) {
-    std::vector<HostRef> held;
+    std::vector<PyRef> held;
     held.reserve(open.size() + 1);
-    for (const Cursor& cursor : open) held.push_back(HostRef::borrow(cursor.container()));
-    held.push_back(HostRef::borrow(node));
+    for (const Cursor& cursor : open) held.push_back(PyRef::borrow(cursor.container()));
+    held.push_back(PyRef::borrow(node));
     held_.swap(held);
     check_signals();
   }
 
-  std::size_t most_nesting_ = most_nesting();
+  std::size_t most_nesting_ = max_nesting();
   std::size_t nodes_ = 0;
-  std::vector<HostRef> held_;  // all that was open when handlers ran last
+  std::vector<PyRef> held_;  // all that was open when handlers ran last
 };
 
 template <class Sink>
 std::size_t encode_as_it_lies(PyObject* root, Sink& sink) {
-  HostTree tree;
+  PyTree tree;
   return encode(tree, root, sink);
 }
 
 template <class Sink>
-std::size_t encode_host(PyObject* root, Sink& sink) {
+std::size_t encode_py(PyObject* root, Sink& sink) {
   try {
     return encode_as_it_lies(root, sink);
   } catch (const NeedsCopy&) {
-    const HostRef copy = plain_copy(root);
+    const PyRef copy = plain_copy(root);
     sink.clear();
     return encode_as_it_lies(copy.get(), sink);
   }
@@ -112,34 +112,34 @@ std::size_t encode_host(PyObject* root, Sink& sink) {
 
 /// Writes into a buffer that is kept from one text to the next. A call that a signal's handler makes
 /// meanwhile finds none there, and writes into one of its own.
-class KeptBufferSink : public TextSink {
+class ScratchSink : public TextSink {
  public:
-  explicit KeptBufferSink(TextBuffer& kept) noexcept
+  explicit ScratchSink(TextBuffer& kept) noexcept
       : TextSink(std::exchange(kept, {})), kept_(kept) {}
-  KeptBufferSink(const KeptBufferSink&) = delete;
-  KeptBufferSink& operator=(const KeptBufferSink&) = delete;
-  ~KeptBufferSink() {
+  ScratchSink(const ScratchSink&) = delete;
+  ScratchSink& operator=(const ScratchSink&) = delete;
+  ~ScratchSink() {
     TextBuffer used = std::move(*this).buffer();
-    if (used.capacity <= most_kept) kept_ = std::move(used);
+    if (used.capacity <= max_scratch) kept_ = std::move(used);
   }
 
  private:
-  static constexpr std::size_t most_kept = 1 << 20;
+  static constexpr std::size_t max_scratch = 1 << 20;
 
   TextBuffer& kept_;
 };
 
 }  // namespace
 
-HostRef encoded_host_text(PyObject* root, TextBuffer& kept) {
-  KeptBufferSink sink(kept);
-  const std::size_t size = encode_host(root, sink);
+PyRef encoded_py_text(PyObject* root, TextBuffer& kept) {
+  ScratchSink sink(kept);
+  const std::size_t size = encode_py(root, sink);
   return exact_string_of(sink.view(size));
 }
 
-std::size_t encoded_host_size(PyObject* root) {
+std::size_t encoded_py_size(PyObject* root) {
   CountSink sink;
-  return encode_host(root, sink);
+  return encode_py(root, sink);
 }
 
 }  // namespace mcp_responses

@@ -1,14 +1,14 @@
-#include "host_layout.h"
+#include "cpython_layout.h"
 
 #include <structmember.h>
 
-#include "host_errors.h"
+#include "py_errors.h"
 
 namespace mcp_responses {
 namespace {
 
 /// The index of this very key among the entries, or -1.
-Py_ssize_t index_of(PyObject* key, HostDictKeys* keys) noexcept {
+Py_ssize_t index_of(PyObject* key, CPythonDictKeys* keys) noexcept {
   if (keys == nullptr) return -1;
   Py_ssize_t index = keys->entry_count - 1;
   while (index >= 0 && entries_of(keys)[index].key != key) --index;
@@ -32,24 +32,26 @@ bool gives_way(PyObject* in_class) noexcept {
 }
 
 /// The keys that the instances of a class share: of its values, or of dicts in their place.
-HostDictKeys* shared_keys_of(PyTypeObject* type) noexcept {
-  return reinterpret_cast<HostDictKeys*>(reinterpret_cast<PyHeapTypeObject*>(type)->ht_cached_keys);
+CPythonDictKeys* shared_keys_of(PyTypeObject* type) noexcept {
+  return reinterpret_cast<CPythonDictKeys*>(
+      reinterpret_cast<PyHeapTypeObject*>(type)->ht_cached_keys);
 }
 
 /// The value of the entry at `index` of an instance's dict, if its key is this very `name`, or null.
 /// The dict may have the keys that the instances of the class share.
 PyObject* value_in(PyObject* dict, Py_ssize_t index, PyObject* name,
-                   const HostDictKeys* shared_keys) noexcept {
+                   const CPythonDictKeys* shared_keys) noexcept {
   if (dict == nullptr) return nullptr;
   const auto* const object = reinterpret_cast<const PyDictObject*>(dict);
   if (object->ma_values != nullptr) {
-    const bool shares_keys = reinterpret_cast<const HostDictKeys*>(object->ma_keys) == shared_keys;
+    const bool shares_keys =
+        reinterpret_cast<const CPythonDictKeys*>(object->ma_keys) == shared_keys;
     const auto* const values = reinterpret_cast<const HostDictValues*>(object->ma_values);
     return shares_keys ? values->values[index] : nullptr;
   }
-  HostDictKeys* const keys = own_keys_of(dict);
+  CPythonDictKeys* const keys = own_keys_of(dict);
   if (keys == nullptr || index >= keys->entry_count) return nullptr;
-  const HostDictEntry& entry = entries_of(keys)[index];
+  const CPythonDictEntry& entry = entries_of(keys)[index];
   return entry.key == name ? entry.value : nullptr;
 }
 
@@ -63,7 +65,7 @@ AttributePlace looked_for(PyObject* object, PyObject* in_class, PyObject* name) 
     return {.keeper = at > 0 ? Keeper::slot : Keeper::somebody_else, .at = at};
   }
   AttributePlace place{.keeper = Keeper::somebody_else};
-  HostDictKeys* keys = nullptr;
+  CPythonDictKeys* keys = nullptr;
   if (PyType_HasFeature(type, Py_TPFLAGS_MANAGED_DICT)) {
     keys = shared_keys_of(type);
     place.keeper = Keeper::values;
@@ -93,29 +95,29 @@ bool walks_as_the_interpreter(PyObject* dict) {
 }
 
 bool dicts_agree() {
-  const HostRef dict = checked(Py_BuildValue("{sOsss[]}", "a", Py_None, "b", "", "c"));
+  const PyRef dict = checked(Py_BuildValue("{sOsss[]}", "a", Py_None, "b", "", "c"));
   check(PyDict_DelItemString(dict.get(), "b"));
   return own_keys_of(dict.get()) != nullptr && walks_as_the_interpreter(dict.get());
 }
 
 bool copies_agree() {
-  const HostRef start = checked(Py_BuildValue("{sOsO}", "a", Py_None, "b", Py_None));
+  const PyRef start = checked(Py_BuildValue("{sOsO}", "a", Py_None, "b", Py_None));
   if (!take_values_out(start.get())) return false;
-  const HostRef copy = checked(PyDict_Copy(start.get()));
+  const PyRef copy = checked(PyDict_Copy(start.get()));
   PyObject* const values[] = {Py_NewRef(Py_True), checked(PyList_New(0)).release()};
   put_values_in(copy.get(), values);
-  const HostRef expected = checked(Py_BuildValue("{sOs[]}", "a", Py_True, "b"));
+  const PyRef expected = checked(Py_BuildValue("{sOs[]}", "a", Py_True, "b"));
   const int is_equal = PyObject_RichCompareBool(copy.get(), expected.get(), Py_EQ);
   check(is_equal);
   return is_equal != 0 && PyObject_GC_IsTracked(copy.get()) != 0;
 }
 
 /// For an instance of a new class that is made with this namespace.
-bool attributes_agree(const HostRef& members) {
-  const HostRef type = checked(PyObject_CallFunction(reinterpret_cast<PyObject*>(&PyType_Type),
-                                                     "s()O", "Instance", members.get()));
-  const HostRef instance = checked(PyObject_CallNoArgs(type.get()));
-  const HostRef name = checked(PyUnicode_InternFromString("member"));
+bool attributes_agree(const PyRef& members) {
+  const PyRef type = checked(PyObject_CallFunction(reinterpret_cast<PyObject*>(&PyType_Type),
+                                                   "s()O", "Instance", members.get()));
+  const PyRef instance = checked(PyObject_CallNoArgs(type.get()));
+  const PyRef name = checked(PyUnicode_InternFromString("member"));
   check(PyObject_SetAttr(instance.get(), name.get(), name.get()));
   AttributePlaces places;
   const auto agrees = [&] {
@@ -137,16 +139,16 @@ bool layout_agrees() {
 }  // namespace
 
 bool take_values_out(PyObject* dict) noexcept {
-  HostDictKeys* const keys = own_keys_of(dict);
+  CPythonDictKeys* const keys = own_keys_of(dict);
   if (keys == nullptr) return false;
-  for (HostDictEntry& entry :
+  for (CPythonDictEntry& entry :
        std::span(entries_of(keys), static_cast<std::size_t>(keys->entry_count)))
     Py_CLEAR(entry.value);
   return true;
 }
 
 void put_values_in(PyObject* copy, std::span<PyObject* const> values) noexcept {
-  HostDictEntry* entry = entries_of(own_keys_of(copy));
+  CPythonDictEntry* entry = entries_of(own_keys_of(copy));
   bool may_be_in_a_cycle = false;
   for (PyObject* value : values) {
     may_be_in_a_cycle |= PyType_IS_GC(Py_TYPE(value)) != 0;

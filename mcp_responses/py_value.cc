@@ -1,12 +1,12 @@
-#include "host_value.h"
+#include "py_value.h"
 
 #include <utility>
 
 #include "cuts.h"
 #include "detail/join.h"
-#include "host_copy.h"
-#include "host_encode.h"
-#include "host_object.h"
+#include "py_copy.h"
+#include "py_encode.h"
+#include "py_object.h"
 
 namespace mcp_responses {
 namespace {
@@ -32,22 +32,22 @@ std::size_t dict_size(Payload payload) noexcept {
 
 // Signals are looked for before a container is walked, which the handle holds; the walk itself runs
 // no host code, so what is walked cannot change meanwhile.
-Value opened_list(Payload payload) {
+Value materialized_list(Payload payload) {
   check_signals(1 + list_size(payload));
   List list;
   list.reserve(list_size(payload));
-  for (HostCursor at(object_in(payload), false); at.next();)
-    list.append(to_value(HostRef::borrow(at.value())));
+  for (PyCursor at(object_in(payload), false); at.next();)
+    list.append(to_value(PyRef::borrow(at.value())));
   return list;
 }
 
-Value opened_dict(Payload payload) {
+Value materialized_dict(Payload payload) {
   check_signals(1 + dict_size(payload));
   Object object;
   object.reserve(dict_size(payload));
-  const HostRef keyed_by_text = with_text_keys(object_in(payload));
-  for (HostCursor at(keyed_by_text.get(), true); at.next();)
-    object.add(to_text(HostRef::borrow(at.key())), to_value(HostRef::borrow(at.value())));
+  const PyRef keyed_by_text = with_text_keys(object_in(payload));
+  for (PyCursor at(keyed_by_text.get(), true); at.next();)
+    object.add(to_text(PyRef::borrow(at.key())), to_value(PyRef::borrow(at.value())));
   return object;
 }
 
@@ -65,92 +65,93 @@ Value found_in_dict(Payload payload, const TextView& wanted) {
   PyObject* const dict = object_in(payload);
   const bool has_one_at_most = own_keys_of(dict) != nullptr;
   PyObject* found = nullptr;
-  for (HostCursor at(dict, true); at.next();) {
+  for (PyCursor at(dict, true); at.next();) {
     const bool is_string = has_one_at_most || PyUnicode_Check(at.key());
     if (!is_string || !is_text(at.key(), wanted)) continue;
     found = at.value();
     if (has_one_at_most) break;
   }
-  return found == nullptr ? Value() : to_value(HostRef::borrow(found));
+  return found == nullptr ? Value() : to_value(PyRef::borrow(found));
 }
 
-std::size_t encoded_size(Payload payload) { return encoded_host_size(object_in(payload)); }
+std::size_t encoded_size(Payload payload) { return encoded_py_size(object_in(payload)); }
 
-Value held_by(const Holder& holder, HostRef object) noexcept {
-  return {holder, Payload{.pointer = object.release()}};
+Value held_by(const ValueOps& ops, PyRef object) noexcept {
+  return {ops, Payload{.pointer = object.release()}};
 }
 
-Value integer_value(HostRef object) {
+Value integer_value(PyRef object) {
   const std::int64_t content = integer_in(object.get());
-  if (PyLong_CheckExact(object.get())) return held_by(host_integer, std::move(object));
+  if (PyLong_CheckExact(object.get())) return held_by(py_integer_ops, std::move(object));
   return content;
 }
 
 }  // namespace
 
-const Holder host_text{.kind = Kind::string, .retain = retain, .release = release, .text = text};
-const Holder host_integer{
+const ValueOps py_string_ops{
+    .kind = Kind::string, .retain = retain, .release = release, .text = text};
+const ValueOps py_integer_ops{
     .kind = Kind::integer, .retain = retain, .release = release, .integer = integer};
-const Holder host_list{.kind = Kind::list,
-                       .retain = retain,
-                       .release = release,
-                       .size = list_size,
-                       .opened = opened_list,
-                       .encoded_size = encoded_size};
-const Holder host_dict{.kind = Kind::object,
-                       .retain = retain,
-                       .release = release,
-                       .size = dict_size,
-                       .opened = opened_dict,
-                       .get = found_in_dict,
-                       .encoded_size = encoded_size};
+const ValueOps py_list_ops{.kind = Kind::list,
+                           .retain = retain,
+                           .release = release,
+                           .size = list_size,
+                           .materialized = materialized_list,
+                           .encoded_size = encoded_size};
+const ValueOps py_dict_ops{.kind = Kind::object,
+                           .retain = retain,
+                           .release = release,
+                           .size = dict_size,
+                           .materialized = materialized_dict,
+                           .get = found_in_dict,
+                           .encoded_size = encoded_size};
 
-Value to_value(HostRef object) {
-  switch (host_kind(object.get())) {
-    case HostKind::null:
+Value to_value(PyRef object) {
+  switch (py_kind(object.get())) {
+    case PyKind::null:
       return {};
-    case HostKind::boolean:
+    case PyKind::boolean:
       return object.get() == Py_True;
-    case HostKind::integer:
+    case PyKind::integer:
       return integer_value(std::move(object));
-    case HostKind::real:
+    case PyKind::real:
       return PyFloat_AS_DOUBLE(object.get());
-    case HostKind::string:
+    case PyKind::string:
       return to_text(std::move(object));
-    case HostKind::list:
-    case HostKind::tuple:
-      return held_by(host_list, std::move(object));
-    case HostKind::dict:
-      return held_by(host_dict, std::move(object));
-    case HostKind::other:
+    case PyKind::list:
+    case PyKind::tuple:
+      return held_by(py_list_ops, std::move(object));
+    case PyKind::dict:
+      return held_by(py_dict_ops, std::move(object));
+    case PyKind::other:
       break;
   }
-  throw Refused(object.get());
+  throw UnsupportedObject(object.get());
 }
 
-Text to_text(HostRef string) {
+Text to_text(PyRef string) {
   check(PyUnicode_READY(string.get()));
   if (!PyUnicode_CheckExact(string.get())) string = checked(PyUnicode_FromObject(string.get()));
-  return {host_text, Payload{.pointer = string.release()}};
+  return {py_string_ops, Payload{.pointer = string.release()}};
 }
 
-HostRef string_of(const Text& text) {
-  if (PyObject* object = leaf_of(text)) return HostRef::borrow(object);
+PyRef string_of(const Text& text) {
+  if (PyObject* object = leaf_of(text)) return PyRef::borrow(object);
   return exact_string_of(text.view());
 }
 
-HostRef string_of(const Cut& cut) {
+PyRef string_of(const Cut& cut) {
   const auto size = static_cast<Py_ssize_t>(cut.kept.size + cut.mark.size);
   const Repertoire repertoire = joined_repertoire(cut.kept, cut.mark);
-  HostRef string = checked(PyUnicode_New(size, highest_in(repertoire)));
+  PyRef string = checked(PyUnicode_New(size, highest_in(repertoire)));
   join(cut.kept, cut.mark, repertoire, PyUnicode_DATA(string.get()));
   return string;
 }
 
-HostRef first_sentence_of(PyObject* docstring) {
+PyRef first_sentence_of(PyObject* docstring) {
   check(PyUnicode_READY(docstring));
   const FirstSentence sentence(view_of(docstring));
-  return sentence.view().size == 0 ? HostRef::borrow(Py_None) : string_of(sentence.view());
+  return sentence.view().size == 0 ? PyRef::borrow(Py_None) : string_of(sentence.view());
 }
 
 }  // namespace mcp_responses

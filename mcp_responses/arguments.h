@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <span>
 
-#include "host_ref.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 
@@ -19,11 +19,11 @@ struct Parameter {
   Default fallback = Default::required;
 };
 
-inline constexpr std::size_t most_parameters = 12;
+inline constexpr std::size_t max_parameters = 12;
 
 /// A function's parameters as the host knows them. All pointers are borrowed from the function
 /// object.
-struct HostParameters {
+struct BoundParameters {
   const char* function;
   std::span<PyObject* const> names;     // interned
   std::span<PyObject* const> defaults;  // one for each name; null: it must be given
@@ -31,15 +31,15 @@ struct HostParameters {
 };
 
 /// A call as the vectorcall protocol hands it over.
-struct GivenArguments {
+struct CallArguments {
   PyObject* const* values;  // those by position, then those by name
   std::size_t by_position;
   PyObject* names;  // a tuple, or null
 };
 
 /// Fills `arguments`, from the first on one for each parameter, with borrowed references. Throws
-/// `HostError` (TypeError) for a call that does not fit.
-void lay_out(const HostParameters& parameters, const GivenArguments& given,
-             std::span<PyObject*, most_parameters> arguments);
+/// `PythonError` (TypeError) for a call that does not fit.
+void bind_arguments(const BoundParameters& parameters, const CallArguments& given,
+                    std::span<PyObject*, max_parameters> arguments);
 
 }  // namespace mcp_responses

@@ -1,13 +1,13 @@
-/* The insides of CPython 3.11's objects that no public header tells, as host_layout.h reads them.
- * Plain C, so that host_layout_check.c can hold them against the interpreter's own headers. */
-#ifndef MCP_RESPONSES_HOST_LAYOUT_PARTS_H
-#define MCP_RESPONSES_HOST_LAYOUT_PARTS_H
+/* The insides of CPython 3.11's objects that no public header tells, as cpython_layout.h reads them.
+ * Plain C, so that cpython_layout_check.c can hold them against the interpreter's own headers. */
+#ifndef MCP_RESPONSES_CPYTHON_LAYOUT_PARTS_H
+#define MCP_RESPONSES_CPYTHON_LAYOUT_PARTS_H
 
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
 
 /* The keys of a dict: a table of 1 << log2_index_bytes bytes follows, and the entries behind it. */
-struct HostDictKeys {
+struct CPythonDictKeys {
   Py_ssize_t references;
   uint8_t log2_size;
   uint8_t log2_index_bytes;
@@ -18,12 +18,12 @@ struct HostDictKeys {
 };
 
 /* The kinds of keys whose entries have no hash: all are exactly str. */
-enum HostDictKeysKind {
-  host_dict_keys_unicode = 1,
-  host_dict_keys_split = 2 /* shared by the instances of a class; their values lie elsewhere */
+enum CPythonDictKeysKind {
+  cpython_dict_keys_unicode = 1,
+  cpython_dict_keys_split = 2 /* shared by the instances of a class; their values lie elsewhere */
 };
 
-struct HostDictEntry {
+struct CPythonDictEntry {
   PyObject* key;
   PyObject* value; /* null for a deleted member */
 };

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "host_copy.h"
-#include "host_errors.h"
-#include "host_layout.h"
-#include "host_names.h"
-#include "host_object.h"
-#include "host_ref.h"
+#include "cpython_layout.h"
+#include "py_copy.h"
+#include "py_errors.h"
+#include "py_names.h"
+#include "py_object.h"
+#include "py_ref.h"
 #include "records.h"
 
 namespace mcp_responses {
@@ -20,7 +20,7 @@ namespace mcp_responses {
 class ReadAttributes {
  public:
   /// Holds the attribute, which the record called `record` gave for `field`; borrowed.
-  PyObject* hold(const char* record, Field field, HostRef attribute);
+  PyObject* hold(const char* record, Field field, PyRef attribute);
 
   /// Where the object stands in them: "symbol.docstring[0]". Empty when it does not.
   std::string place_of(PyObject* object) const;
@@ -29,18 +29,18 @@ class ReadAttributes {
   struct Attribute {
     const char* record;
     Field field;
-    HostRef object;
+    PyRef object;
   };
   std::vector<Attribute> attributes_;
 };
 
-/// See the concept `Record`. An attribute that cannot be read throws `HostError`: AttributeError as
+/// See the concept `Record`. An attribute that cannot be read throws `PythonError`: AttributeError as
 /// the interpreter raises it, or whatever the attribute's own code raises.
-class HostRecord {
+class PyRecord {
  public:
   /// `name` is what errors call it. Everything must outlive the record.
-  HostRecord(const HostNames& names, AttributePlaces& places, PyObject* object, const char* name,
-             ReadAttributes& read) noexcept
+  PyRecord(const InternedStrings& names, AttributePlaces& places, PyObject* object,
+           const char* name, ReadAttributes& read) noexcept
       : names_(names),
         places_(places),
         class_(places.class_of(object)),
@@ -48,32 +48,32 @@ class HostRecord {
         name_(name),
         read_(read) {}
 
-  [[gnu::always_inline]] HostRef handed_on(Field field) const {
+  [[gnu::always_inline]] PyRef pass_through(Field field) const {
     PyObject* const found = class_.find(object_, field);
     if (found != nullptr && is_shareable(found)) [[likely]]
-      return HostRef::borrow(found);
-    return handed_on_otherwise(field);
+      return PyRef::borrow(found);
+    return pass_through_slow(field);
   }
-  Value looked_into(Field field) const;
-  Value asked_for(const char* attribute, Field field) const;
-  HostRef summary(Field field) const;
+  Value value(Field field) const;
+  Value value_with_method(const char* attribute, Field field) const;
+  PyRef summary(Field field) const;
 
  private:
-  HostRef attribute(Field field) const {
+  PyRef attribute(Field field) const {
     PyObject* const found = class_.find(object_, field);
-    return found != nullptr ? HostRef::borrow(found) : attribute_otherwise(field);
+    return found != nullptr ? PyRef::borrow(found) : attribute_slow(field);
   }
-  HostRef handed_on_otherwise(Field field) const;
-  HostRef attribute_otherwise(Field field) const;
-  HostRef asked_of_host(PyObject* name) const;
+  PyRef pass_through_slow(Field field) const;
+  PyRef attribute_slow(Field field) const;
+  PyRef asked_of_host(PyObject* name) const;
 
-  const HostNames& names_;
+  const InternedStrings& names_;
   AttributePlaces& places_;
   const AttributePlaces::Class& class_;
   PyObject* object_;
   const char* name_;
   ReadAttributes& read_;
 };
-static_assert(Record<HostRecord>);
+static_assert(Record<PyRecord>);
 
 }  // namespace mcp_responses

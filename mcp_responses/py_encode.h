@@ -5,17 +5,17 @@
 #include <cstddef>
 
 #include "detail/sinks.h"
-#include "host_ref.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 
 /// The text of a tree of host objects, as a new str. It is written into `kept` first, which grows to
 /// the longest text so far, up to 1 MiB: memory that was freed after each text would go back to the
-/// kernel, and each page of it would be faulted in anew at the next one. Throws `Refused` and
+/// kernel, and each page of it would be faulted in anew at the next one. Throws `UnsupportedObject` and
 /// `NestingError`.
-HostRef encoded_host_text(PyObject* root, TextBuffer& kept);
+PyRef encoded_py_text(PyObject* root, TextBuffer& kept);
 
 /// The bytes of that text in UTF-8. Throws `SurrogateError` too.
-std::size_t encoded_host_size(PyObject* root);
+std::size_t encoded_py_size(PyObject* root);
 
 }  // namespace mcp_responses

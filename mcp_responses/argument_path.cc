@@ -1,35 +1,35 @@
-#include "host_place.h"
+#include "argument_path.h"
 
 #include <span>
 #include <unordered_set>
 #include <vector>
 
-#include "host_object.h"
+#include "py_object.h"
 
 namespace mcp_responses {
 namespace {
 
 /// The key itself, or what an error shows of a long str.
-HostRef first_characters(PyObject* key) {
+PyRef first_characters(PyObject* key) {
   constexpr Py_ssize_t shown = 100;
-  if (!PyUnicode_Check(key) || PyUnicode_GetLength(key) <= shown) return HostRef::borrow(key);
+  if (!PyUnicode_Check(key) || PyUnicode_GetLength(key) <= shown) return PyRef::borrow(key);
   return checked(PyUnicode_Substring(key, 0, shown));
 }
 
 /// "[3]" or "['line']": as a programmer would write it. Only exact built-in keys are asked for
 /// their text: no host code runs.
-std::string subscript(const HostCursor& at) {
+std::string subscript(const PyCursor& at) {
   PyObject* const key = at.key();
   if (key == nullptr) return std::string("[").append(std::to_string(at.index())).append("]");
   if (!PyUnicode_CheckExact(key) && !PyLong_CheckExact(key) && !PyFloat_CheckExact(key))
     return "[...]";
-  const HostRef start = first_characters(key);
-  const HostRef text = HostRef::steal(PyObject_Repr(start.get()));
+  const PyRef start = first_characters(key);
+  const PyRef text = PyRef::steal(PyObject_Repr(start.get()));
   if (!text) {  // an int of more digits than the host writes
     PyErr_Clear();
     return "[...]";
   }
-  const HostRef bytes = checked(PyUnicode_AsEncodedString(text.get(), "utf-8", "backslashreplace"));
+  const PyRef bytes = checked(PyUnicode_AsEncodedString(text.get(), "utf-8", "backslashreplace"));
   return std::string("[") + PyBytes_AS_STRING(bytes.get()) + (start.get() == key ? "]" : "...]");
 }
 
@@ -52,7 +52,7 @@ class Search {
     }
     if (steps_.empty()) return {};
     const bool is_key = steps_.back().key() == wanted_;
-    for (const HostCursor& step : std::span(steps_).first(steps_.size() - (is_key ? 1 : 0)))
+    for (const PyCursor& step : std::span(steps_).first(steps_.size() - (is_key ? 1 : 0)))
       name += subscript(step);
     return is_key ? "a key of " + name : name;
   }
@@ -63,15 +63,14 @@ class Search {
   }
 
   void enter(PyObject* object) {
-    const HostKind kind = host_kind(object);
-    const bool is_container =
-        kind == HostKind::list || kind == HostKind::tuple || kind == HostKind::dict;
+    const PyKind kind = py_kind(object);
+    const bool is_container = kind == PyKind::list || kind == PyKind::tuple || kind == PyKind::dict;
     // A container that was seen before holds nothing new; it may hold itself.
     if (is_container && seen_.insert(object).second) steps_.emplace_back(object);
   }
 
   PyObject* wanted_;
-  std::vector<HostCursor> steps_;  // the containers around what is looked at
+  std::vector<PyCursor> steps_;  // the containers around what is looked at
   std::unordered_set<PyObject*> seen_;
 };
 

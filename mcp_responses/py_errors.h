@@ -1,11 +1,11 @@
 // Errors on their way between the host and C++.
 //
-// Inwards, a failed call of the interpreter becomes a HostError, which carries nothing: the
+// Inwards, a failed call of the interpreter becomes a PythonError, which carries nothing: the
 // interpreter has set its own error. `checked` and `check` see to it, and `raise` sets the error
-// itself. Outwards, `crossing` turns any C++ exception into the host's error.
+// itself. Outwards, `translate_exceptions` turns any C++ exception into the host's error.
 //
-// Who catches: `crossing`, around everything that the interpreter calls and that may throw; the
-// call of a function (function_type.cc), which knows where in its arguments a Refused object
+// Who catches: `translate_exceptions`, around everything that the interpreter calls and that may throw; the
+// call of a function (function_type.cc), which knows where in its arguments a UnsupportedObject object
 // stands; the encoder, which begins anew for a dict with keys that are no strings; and what holds
 // the layout against the interpreter, which does without. In `core`, `code_lines` takes note of a
 // file that is not read, and hands a circle of links over to the thread that has the lock again.
@@ -14,28 +14,28 @@
 #include <cstddef>
 #include <string>
 
-#include "host_ref.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 
 /// The interpreter has set its error.
-class HostError {};
+class PythonError {};
 
-/// Takes over a new reference; throws `HostError` for null.
-inline HostRef checked(PyObject* object) {
-  if (object == nullptr) throw HostError();
-  return HostRef::steal(object);
+/// Takes over a new reference; throws `PythonError` for null.
+inline PyRef checked(PyObject* object) {
+  if (object == nullptr) throw PythonError();
+  return PyRef::steal(object);
 }
 
-/// Throws `HostError` for a negative answer.
+/// Throws `PythonError` for a negative answer.
 inline void check(int answer) {
-  if (answer < 0) throw HostError();
+  if (answer < 0) throw PythonError();
 }
 
 /// Runs the handlers of signals that have come, host code that may do anything. What may take long
-/// has to call this now and then. Throws `HostError` with a handler's error.
+/// has to call this now and then. Throws `PythonError` with a handler's error.
 inline void check_signals() {
-  check(in_host([] { return PyErr_CheckSignals(); }));
+  check(call_python([] { return PyErr_CheckSignals(); }));
 }
 
 /// The same for work that goes in small steps, of which some more are due: looks for signals every
@@ -49,7 +49,7 @@ inline void check_signals(std::size_t steps) {
 }
 
 /// Sets the interpreter's error, of this type, its text formatted as by `PyErr_Format`; throws
-/// `HostError`.
+/// `PythonError`.
 [[noreturn]] void raise(PyObject* type, const char* format, ...);
 
 /// Raises NameError for a global name that is not there, complete as the interpreter's own.
@@ -60,32 +60,32 @@ inline void check_signals(std::size_t steps) {
 
 /// An object that no value can stand for, or no key's text: of another type than values have, or an
 /// integer beyond 64 bits. Thrown where it is met, which knows nothing of where that is.
-class Refused {
+class UnsupportedObject {
  public:
   enum class As : bool { value, key };
 
-  explicit Refused(PyObject* object, As as = As::value) noexcept
-      : object_(HostRef::borrow(object)), as_(as) {}
+  explicit UnsupportedObject(PyObject* object, As as = As::value) noexcept
+      : object_(PyRef::borrow(object)), as_(as) {}
   PyObject* object() const noexcept { return object_.get(); }
   bool is_key() const noexcept { return as_ == As::key; }
 
  private:
-  HostRef object_;
+  PyRef object_;
   As as_;
 };
 
 /// Raises TypeError, or OverflowError for an integer; `where` is the place of what is refused.
-[[noreturn]] void raise_refused(const Refused& refused, const std::string& where);
+[[noreturn]] void raise_unsupported(const UnsupportedObject& refused, const std::string& where);
 
 /// Sets the interpreter's error to what is being thrown. Requires to be called from a catch block.
 void set_error_from_exception() noexcept;
 
-/// Calls `body` and gives its result, a HostRef, away. Any exception becomes the interpreter's
+/// Calls `body` and gives its result, a PyRef, away. Any exception becomes the interpreter's
 /// error, and the answer null.
 template <class Body>
-PyObject* crossing(Body&& body) noexcept {
+PyObject* translate_exceptions(Body&& body) noexcept {
   try {
-    return in_host(std::forward<Body>(body)).release();
+    return call_python(std::forward<Body>(body)).release();
   } catch (...) {
     set_error_from_exception();
     return nullptr;
@@ -94,9 +94,9 @@ PyObject* crossing(Body&& body) noexcept {
 
 /// The same for a body without a result, where the interpreter expects 0 or, for an error, -1.
 template <class Body>
-int crossing_status(Body&& body) noexcept {
+int translate_exceptions_to_status(Body&& body) noexcept {
   try {
-    in_host(std::forward<Body>(body));
+    call_python(std::forward<Body>(body));
     return 0;
   } catch (...) {
     set_error_from_exception();

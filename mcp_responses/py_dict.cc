@@ -1,18 +1,18 @@
-#include "host_dict.h"
+#include "py_dict.h"
 
-#include "host_copy.h"
-#include "host_value.h"
+#include "py_copy.h"
+#include "py_value.h"
 
 namespace mcp_responses {
 
-DictStart::DictStart(std::vector<PyObject*> keys)
+DictTemplate::DictTemplate(std::vector<PyObject*> keys)
     : keys_(std::move(keys)), dict_(checked(PyDict_New())) {
   for (PyObject* key : keys_) check(PyDict_SetItem(dict_.get(), key, Py_None));
   has_no_values_ = take_values_out(dict_.get());
 }
 
-HostRef DictStart::dict_of(std::span<PyObject* const> values) const {
-  HostRef dict = checked(PyDict_Copy(dict_.get()));
+PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
+  PyRef dict = checked(PyDict_Copy(dict_.get()));
   if (has_no_values_) {
     put_values_in(dict.get(), values);
   } else {
@@ -23,7 +23,7 @@ HostRef DictStart::dict_of(std::span<PyObject* const> values) const {
   return dict;
 }
 
-const DictStart& HostDicts::found_start(const Layout& layout) {
+const DictTemplate& AnswerConverter::found_start(const KeySet& layout) {
   const auto found = starts_.find(layout);
   if (found != starts_.end()) return found->second;
   std::vector<PyObject*> keys;
@@ -32,21 +32,21 @@ const DictStart& HostDicts::found_start(const Layout& layout) {
   }
   // A dict that is made may have a finalizer run, which meets other layouts: only then is this one's
   // place looked for.
-  DictStart start(std::move(keys));
+  DictTemplate start(std::move(keys));
   return starts_.try_emplace(layout, std::move(start)).first->second;
 }
 
-HostRef HostDicts::of(const Object& object) {
+PyRef AnswerConverter::of(const Object& object) {
   check_signals(1 + object.size());
   // With room for all from the start: growing takes as long as setting a few members.
-  HostRef dict = checked(_PyDict_NewPresized(static_cast<Py_ssize_t>(object.size())));
+  PyRef dict = checked(_PyDict_NewPresized(static_cast<Py_ssize_t>(object.size())));
   for (const Member& member : object)
     check(PyDict_SetItem(dict.get(), string_of(member.key).get(), of(member.value).get()));
   return dict;
 }
 
-HostRef HostDicts::of(const Value& value) {
-  if (PyObject* leaf = leaf_of(value)) return HostRef::borrow(leaf);
+PyRef AnswerConverter::of(const Value& value) {
+  if (PyObject* leaf = leaf_of(value)) return PyRef::borrow(leaf);
   if (PyObject* container = container_of(value)) return plain_copy(container);
   switch (value.kind()) {
     case Kind::integer:
@@ -62,15 +62,15 @@ HostRef HostDicts::of(const Value& value) {
   }
 }
 
-HostRef HostDicts::list_of(const List& elements) {
-  HostRef list = checked(PyList_New(0));
+PyRef AnswerConverter::list_of(const List& elements) {
+  PyRef list = checked(PyList_New(0));
   for (const Value& element : elements) check(PyList_Append(list.get(), of(element).get()));
   return list;
 }
 
-HostRef HostDicts::string_of(const Text& text) {
-  if (&text.holder() != &word_holder) return mcp_responses::string_of(text);
-  return HostRef::borrow(names_.of(*static_cast<const Word*>(text.payload().pointer)));
+PyRef AnswerConverter::string_of(const Text& text) {
+  if (&text.ops() != &literal_ops) return mcp_responses::string_of(text);
+  return PyRef::borrow(names_.of(*static_cast<const StringLiteral*>(text.payload().pointer)));
 }
 
 }  // namespace mcp_responses

@@ -2,7 +2,7 @@
 // those of its elements that cannot be shared are replaced by their copies. The garbage collector
 // rests meanwhile: no finalizer changes what is being copied, not even between the moment in which
 // the interpreter makes room for a copy and the one in which it fills it.
-#include "host_copy.h"
+#include "py_copy.h"
 
 #include <string_view>
 #include <unordered_map>
@@ -28,24 +28,24 @@ class CollectorAtRest {
   bool was_enabled_;
 };
 
-HostRef string_of_ascii(std::string_view ascii) {
+PyRef string_of_ascii(std::string_view ascii) {
   return checked(PyUnicode_FromStringAndSize(ascii.data(), static_cast<Py_ssize_t>(ascii.size())));
 }
 
-HostRef key_text(PyObject* key) {
-  switch (host_kind(key)) {
-    case HostKind::string:
+PyRef key_text(PyObject* key) {
+  switch (py_kind(key)) {
+    case PyKind::string:
       return checked(PyUnicode_FromObject(key));
-    case HostKind::integer:
+    case PyKind::integer:
       return string_of_ascii(NumberText(integer_in(key)).view());
-    case HostKind::real:
+    case PyKind::real:
       return string_of_ascii(NumberText(PyFloat_AS_DOUBLE(key)).view());
-    case HostKind::boolean:
+    case PyKind::boolean:
       return string_of_ascii(key == Py_True ? "true" : "false");
-    case HostKind::null:
+    case PyKind::null:
       return string_of_ascii("null");
     default:
-      throw Refused(key, Refused::As::key);
+      throw UnsupportedObject(key, UnsupportedObject::As::key);
   }
 }
 
@@ -56,46 +56,46 @@ struct DictContent {
   bool has_shareable_values = true;
 
   explicit DictContent(PyObject* dict) {
-    for (HostCursor at(dict, true); at.next();) {
+    for (PyCursor at(dict, true); at.next();) {
       has_plain_keys = has_plain_keys && PyUnicode_CheckExact(at.key());
       has_shareable_values = has_shareable_values && is_shareable(at.value());
     }
   }
 };
 
-using HostMember = std::pair<HostRef, HostRef>;
+using PyMember = std::pair<PyRef, PyRef>;
 
-std::vector<HostMember> members_as_stored(PyObject* dict) {
-  std::vector<HostMember> members;
+std::vector<PyMember> members_as_stored(PyObject* dict) {
+  std::vector<PyMember> members;
   members.reserve(static_cast<std::size_t>(PyDict_Size(dict)));
-  for (HostCursor at(dict, true); at.next();)
-    members.emplace_back(HostRef::borrow(at.key()), HostRef::borrow(at.value()));
+  for (PyCursor at(dict, true); at.next();)
+    members.emplace_back(PyRef::borrow(at.key()), PyRef::borrow(at.value()));
   return members;
 }
 
 /// An OrderedDict has an order of its own beside that of its storage. It is read by the type's own
 /// iterator, whatever a subclass overrides; the hash of a key that is an instance of a subclass may
 /// be host code.
-std::vector<HostMember> members_in_order(PyObject* dict) {
-  std::vector<HostMember> stored = members_as_stored(dict);
+std::vector<PyMember> members_in_order(PyObject* dict) {
+  std::vector<PyMember> stored = members_as_stored(dict);
   if (!has_own_order(dict)) return stored;
-  std::unordered_map<PyObject*, HostRef> values;
+  std::unordered_map<PyObject*, PyRef> values;
   for (auto& [key, value] : stored) values.emplace(key.get(), std::move(value));
-  const HostRef keys = checked(in_host([dict] { return PyODict_Type.tp_iter(dict); }));
-  std::vector<HostMember> members;
+  const PyRef keys = checked(call_python([dict] { return PyODict_Type.tp_iter(dict); }));
+  std::vector<PyMember> members;
   for (;;) {
-    HostRef key = HostRef::steal(in_host([&] { return PyIter_Next(keys.get()); }));
+    PyRef key = PyRef::steal(call_python([&] { return PyIter_Next(keys.get()); }));
     if (!key) break;
     const auto value = values.find(key.get());
     if (value != values.end()) members.emplace_back(std::move(key), std::move(value->second));
   }
-  if (PyErr_Occurred() != nullptr) throw HostError();
+  if (PyErr_Occurred() != nullptr) throw PythonError();
   return members;
 }
 
-HostRef rekeyed(PyObject* dict) {
+PyRef rekeyed(PyObject* dict) {
   const CollectorAtRest at_rest;
-  HostRef copy = checked(PyDict_New());
+  PyRef copy = checked(PyDict_New());
   for (const auto& [key, value] : members_in_order(dict)) {
     check_signals(1);
     check(PyDict_SetItem(copy.get(), key_text(key.get()).get(), value.get()));
@@ -103,9 +103,9 @@ HostRef rekeyed(PyObject* dict) {
   return copy;
 }
 
-HostRef list_of_tuple(PyObject* tuple) {
+PyRef list_of_tuple(PyObject* tuple) {
   const Py_ssize_t size = PyTuple_GET_SIZE(tuple);
-  HostRef list = checked(PyList_New(size));
+  PyRef list = checked(PyList_New(size));
   for (Py_ssize_t i = 0; i < size; ++i)
     PyList_SET_ITEM(list.get(), i, Py_NewRef(PyTuple_GET_ITEM(tuple, i)));
   return list;
@@ -113,43 +113,43 @@ HostRef list_of_tuple(PyObject* tuple) {
 
 /// A copy one level deep.
 struct ShallowCopy {
-  HostRef object;
+  PyRef object;
   bool is_whole = true;  // nothing in it is still to be copied
 
   explicit ShallowCopy(PyObject* original) {
-    switch (host_kind(original)) {
-      case HostKind::null:
-      case HostKind::boolean:
-        object = HostRef::borrow(original);
+    switch (py_kind(original)) {
+      case PyKind::null:
+      case PyKind::boolean:
+        object = PyRef::borrow(original);
         return;
-      case HostKind::string:
+      case PyKind::string:
         object = checked(PyUnicode_FromObject(original));  // itself when it is exactly a str
         return;
-      case HostKind::integer:
+      case PyKind::integer:
         object = checked(PyLong_FromLongLong(integer_in(original)));
         return;
-      case HostKind::real:
+      case PyKind::real:
         object = checked(PyFloat_FromDouble(PyFloat_AS_DOUBLE(original)));
         return;
-      case HostKind::list:
+      case PyKind::list:
         object = checked(PyList_GetSlice(original, 0, PyList_GET_SIZE(original)));
         is_whole = false;
         return;
-      case HostKind::tuple:
+      case PyKind::tuple:
         object = list_of_tuple(original);
         is_whole = false;
         return;
-      case HostKind::dict: {
+      case PyKind::dict: {
         const DictContent content(original);
         const bool is_plain = content.has_plain_keys && PyDict_CheckExact(original);
         object = is_plain ? checked(PyDict_Copy(original)) : rekeyed(original);
         is_whole = is_plain && content.has_shareable_values;
         return;
       }
-      case HostKind::other:
+      case PyKind::other:
         break;
     }
-    throw Refused(original);
+    throw UnsupportedObject(original);
   }
 };
 
@@ -160,7 +160,7 @@ bool is_leaf(PyObject* copy) { return !PyList_CheckExact(copy) && !PyDict_CheckE
 class Level {
  public:
   explicit Level(PyObject* container) noexcept
-      : container_(HostRef::borrow(container)), at_(container) {}
+      : container_(PyRef::borrow(container)), at_(container) {}
 
   /// On to the next element that cannot be shared; false when there is none.
   bool next() noexcept {
@@ -175,7 +175,7 @@ class Level {
   /// Requires that somebody else holds the element.
   void replace(PyObject* copy) {
     if (at_.is_dict()) {
-      const HostRef key = HostRef::borrow(at_.key());
+      const PyRef key = PyRef::borrow(at_.key());
       check(PyDict_SetItem(container_.get(), key.get(), copy));
     } else {
       PyObject* const element = at_.value();
@@ -185,15 +185,15 @@ class Level {
   }
 
  private:
-  HostRef container_;
-  HostCursor at_;
+  PyRef container_;
+  PyCursor at_;
 };
 
 }  // namespace
 
-HostRef plain_copy(PyObject* root) {
+PyRef plain_copy(PyObject* root) {
   const CollectorAtRest at_rest;
-  const std::size_t most = most_nesting();
+  const std::size_t most = max_nesting();
   ShallowCopy copy(root);
   std::vector<Level> levels;
   if (!copy.is_whole) levels.emplace_back(copy.object.get());
@@ -204,7 +204,7 @@ HostRef plain_copy(PyObject* root) {
       levels.pop_back();
       continue;
     }
-    const HostRef original = HostRef::borrow(levels.back().element());
+    const PyRef original = PyRef::borrow(levels.back().element());
     const ShallowCopy inner(original.get());
     levels.back().replace(inner.object.get());
     if (levels.size() >= most && !is_leaf(inner.object.get())) throw NestingError();
@@ -213,25 +213,25 @@ HostRef plain_copy(PyObject* root) {
   return std::move(copy.object);
 }
 
-HostRef plain_copy_without_nulls(PyObject* dict) {
-  HostRef copy = plain_copy(dict);
-  std::vector<HostRef> without_value;
-  for (HostCursor at(copy.get(), true); at.next();) {
-    if (at.value() == Py_None) without_value.push_back(HostRef::borrow(at.key()));
+PyRef plain_copy_without_nulls(PyObject* dict) {
+  PyRef copy = plain_copy(dict);
+  std::vector<PyRef> without_value;
+  for (PyCursor at(copy.get(), true); at.next();) {
+    if (at.value() == Py_None) without_value.push_back(PyRef::borrow(at.key()));
   }
-  for (const HostRef& key : without_value) {
+  for (const PyRef& key : without_value) {
     check_signals(1);
     check(PyDict_DelItem(copy.get(), key.get()));
   }
   return copy;
 }
 
-HostRef with_text_keys(PyObject* dict) {
+PyRef with_text_keys(PyObject* dict) {
   if (has_own_order(dict)) return rekeyed(dict);
-  for (HostCursor at(dict, true); at.next();) {
+  for (PyCursor at(dict, true); at.next();) {
     if (!PyUnicode_CheckExact(at.key())) return rekeyed(dict);
   }
-  return HostRef::borrow(dict);
+  return PyRef::borrow(dict);
 }
 
 }  // namespace mcp_responses

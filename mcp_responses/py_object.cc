@@ -1,4 +1,4 @@
-#include "host_object.h"
+#include "py_object.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,7 +17,7 @@ std::int64_t integer_in(PyObject* object) {
   if (const auto small = small_integer(object)) return *small;
   int overflow = 0;
   const long long content = PyLong_AsLongLongAndOverflow(object, &overflow);
-  if (overflow != 0) throw Refused(object);
+  if (overflow != 0) throw UnsupportedObject(object);
   return content;
 }
 
@@ -34,15 +34,15 @@ Py_UCS4 highest_in(Repertoire repertoire) noexcept {
   }
 }
 
-HostRef string_of(const TextView& characters) {
+PyRef string_of(const TextView& characters) {
   if (characters.repertoire == Repertoire::ascii) return exact_string_of(characters);
   return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(characters.repertoire)),
                                            characters.data,
                                            static_cast<Py_ssize_t>(characters.size)));
 }
 
-HostRef exact_string_of(const TextView& characters) {
-  HostRef string = checked(
+PyRef exact_string_of(const TextView& characters) {
+  PyRef string = checked(
       PyUnicode_New(static_cast<Py_ssize_t>(characters.size), highest_in(characters.repertoire)));
   if (characters.size > 0) {
     std::memcpy(PyUnicode_DATA(string.get()), characters.data,
@@ -51,9 +51,9 @@ HostRef exact_string_of(const TextView& characters) {
   return string;
 }
 
-std::size_t most_nesting() noexcept {
+std::size_t max_nesting() noexcept {
   return static_cast<std::size_t>(
-      std::clamp(Py_GetRecursionLimit(), 400, int{NestingError::most_levels}));
+      std::clamp(Py_GetRecursionLimit(), 400, int{NestingError::max_levels}));
 }
 
 }  // namespace mcp_responses

@@ -1,6 +1,6 @@
 // References to host objects: two types, two verbs.
 //
-// A HostRef owns one reference. It is made by `steal` (takes over a reference that somebody gives
+// A PyRef owns one reference. It is made by `steal` (takes over a reference that somebody gives
 // away, such as a new one) or `borrow` (adds one of its own), and given away by `release`. A raw
 // PyObject* is always borrowed.
 #pragma once
@@ -22,7 +22,7 @@ namespace mcp_responses {
 /// The unwinding throws no object, so the reference that catches it is null: nothing for a
 /// sanitizer to report.
 template <class Body>
-__attribute__((no_sanitize("undefined"))) auto in_host(Body&& body) {
+__attribute__((no_sanitize("undefined"))) auto call_python(Body&& body) {
   try {
     return std::forward<Body>(body)();
   } catch (const abi::__forced_unwind&) {
@@ -37,25 +37,25 @@ inline void give_up(PyObject* object) noexcept {
   if (Py_REFCNT(object) > 1) {
     Py_DECREF(object);
   } else {
-    in_host([object] { Py_DECREF(object); });
+    call_python([object] { Py_DECREF(object); });
   }
 }
 
-class HostRef {
+class PyRef {
  public:
-  HostRef() noexcept = default;
-  static HostRef steal(PyObject* object) noexcept { return HostRef(object); }
-  static HostRef borrow(PyObject* object) noexcept {
+  PyRef() noexcept = default;
+  static PyRef steal(PyObject* object) noexcept { return PyRef(object); }
+  static PyRef borrow(PyObject* object) noexcept {
     Py_XINCREF(object);
-    return HostRef(object);
+    return PyRef(object);
   }
-  HostRef(HostRef&& other) noexcept : object_(other.release()) {}
-  HostRef& operator=(HostRef&& other) noexcept {
+  PyRef(PyRef&& other) noexcept : object_(other.release()) {}
+  PyRef& operator=(PyRef&& other) noexcept {
     // The old object goes last: its finalizer may look at this very reference.
     give_up(std::exchange(object_, other.release()));
     return *this;
   }
-  ~HostRef() { give_up(object_); }
+  ~PyRef() { give_up(object_); }
 
   /// Borrowed; valid while this reference lives.
   PyObject* get() const noexcept { return object_; }
@@ -63,7 +63,7 @@ class HostRef {
   [[nodiscard]] PyObject* release() noexcept { return std::exchange(object_, nullptr); }
 
  private:
-  explicit HostRef(PyObject* object) noexcept : object_(object) {}
+  explicit PyRef(PyObject* object) noexcept : object_(object) {}
   PyObject* object_ = nullptr;
 };
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host_ref.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 

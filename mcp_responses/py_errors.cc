@@ -1,4 +1,4 @@
-#include "host_errors.h"
+#include "py_errors.h"
 
 #include <cstdarg>
 #include <exception>
@@ -22,10 +22,10 @@ void set_os_error(const std::system_error& error) {
 /// As encoding the string itself would fail.
 void set_unicode_error(const SurrogateError& error) {
   const TextView text = error.text().view();
-  const HostRef string = checked(PyUnicode_FromKindAndData(
+  const PyRef string = checked(PyUnicode_FromKindAndData(
       static_cast<int>(unit_size(text.repertoire)), text.data, static_cast<Py_ssize_t>(text.size)));
   const auto position = static_cast<Py_ssize_t>(error.position());
-  const HostRef raised =
+  const PyRef raised =
       checked(PyObject_CallFunction(PyExc_UnicodeEncodeError, "sOnns", "utf-8", string.get(),
                                     position, position + 1, "surrogates not allowed"));
   PyErr_SetObject(PyExc_UnicodeEncodeError, raised.get());
@@ -33,14 +33,14 @@ void set_unicode_error(const SurrogateError& error) {
 
 /// A text with a path in it, which may hold bytes that are not UTF-8.
 void set_error_with_path(PyObject* type, const char* text) {
-  const HostRef message = checked(PyUnicode_DecodeFSDefault(text));
+  const PyRef message = checked(PyUnicode_DecodeFSDefault(text));
   PyErr_SetObject(type, message.get());
 }
 
 void set_error_from_thrown() {
   try {
     throw;
-  } catch (const HostError&) {
+  } catch (const PythonError&) {
     // Set already, but where memory is short: making a type or compiling then fails in places
     // without an error.
     if (PyErr_Occurred() == nullptr) PyErr_NoMemory();
@@ -74,15 +74,15 @@ void raise(PyObject* type, const char* format, ...) {
   va_start(arguments, format);
   PyErr_FormatV(type, format, arguments);
   va_end(arguments);
-  throw HostError();
+  throw PythonError();
 }
 
 void raise_name_error(PyObject* name) {
-  const HostRef text = checked(PyUnicode_FromFormat("name '%U' is not defined", name));
-  const HostRef error = checked(PyObject_CallOneArg(PyExc_NameError, text.get()));
+  const PyRef text = checked(PyUnicode_FromFormat("name '%U' is not defined", name));
+  const PyRef error = checked(PyObject_CallOneArg(PyExc_NameError, text.get()));
   check(PyObject_SetAttrString(error.get(), "name", name));
   PyErr_SetObject(PyExc_NameError, error.get());
-  throw HostError();
+  throw PythonError();
 }
 
 void raise_wrong_type(const std::string& where, const char* expected, PyObject* met) {
@@ -90,7 +90,7 @@ void raise_wrong_type(const std::string& where, const char* expected, PyObject* 
         Py_TYPE(met)->tp_name);
 }
 
-void raise_refused(const Refused& refused, const std::string& where) {
+void raise_unsupported(const UnsupportedObject& refused, const std::string& where) {
   if (PyLong_Check(refused.object())) {
     raise(PyExc_OverflowError, "%s is an int beyond 64 bits (from -2**63 to 2**63 - 1)",
           where.c_str());

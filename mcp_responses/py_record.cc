@@ -1,9 +1,9 @@
-#include "host_record.h"
+#include "py_record.h"
 
 #include <utility>
 
-#include "host_place.h"
-#include "host_value.h"
+#include "argument_path.h"
+#include "py_value.h"
 
 namespace mcp_responses {
 namespace {
@@ -17,10 +17,10 @@ void complete_attribute_error(PyObject* object, PyObject* name) {
   PyErr_Fetch(&type, &error, &traceback);
   PyErr_NormalizeException(&type, &error, &traceback);
   // Interned, as attributes are looked up by: the interpreter remembers each name it meets.
-  const HostRef name_key = HostRef::steal(PyUnicode_InternFromString("name"));
-  const HostRef object_key = HostRef::steal(PyUnicode_InternFromString("obj"));
+  const PyRef name_key = PyRef::steal(PyUnicode_InternFromString("name"));
+  const PyRef object_key = PyRef::steal(PyUnicode_InternFromString("obj"));
   if (name_key && object_key) {
-    const HostRef told = HostRef::steal(PyObject_GetAttr(error, name_key.get()));
+    const PyRef told = PyRef::steal(PyObject_GetAttr(error, name_key.get()));
     if (told.get() == Py_None) {
       PyObject_SetAttr(error, name_key.get(), name);
       PyObject_SetAttr(error, object_key.get(), object);
@@ -31,7 +31,7 @@ void complete_attribute_error(PyObject* object, PyObject* name) {
 
 }  // namespace
 
-PyObject* ReadAttributes::hold(const char* record, Field field, HostRef attribute) {
+PyObject* ReadAttributes::hold(const char* record, Field field, PyRef attribute) {
   attributes_.push_back({record, field, std::move(attribute)});
   return attributes_.back().object.get();
 }
@@ -47,53 +47,53 @@ std::string ReadAttributes::place_of(PyObject* object) const {
   return {};
 }
 
-HostRef HostRecord::handed_on_otherwise(Field field) const {
-  HostRef attribute = this->attribute(field);
+PyRef PyRecord::pass_through_slow(Field field) const {
+  PyRef attribute = this->attribute(field);
   if (is_shareable(attribute.get())) return attribute;
   return plain_copy(read_.hold(name_, field, std::move(attribute)));
 }
 
-Value HostRecord::looked_into(Field field) const {
-  HostRef attribute = this->attribute(field);
+Value PyRecord::value(Field field) const {
+  PyRef attribute = this->attribute(field);
   if (is_shareable(attribute.get())) return to_value(std::move(attribute));
-  return to_value(HostRef::borrow(read_.hold(name_, field, std::move(attribute))));
+  return to_value(PyRef::borrow(read_.hold(name_, field, std::move(attribute))));
 }
 
-Value HostRecord::asked_for(const char* attribute, Field field) const {
-  HostRef object = this->attribute(field);
+Value PyRecord::value_with_method(const char* attribute, Field field) const {
+  PyRef object = this->attribute(field);
   if (is_shareable(object.get())) return to_value(std::move(object));
-  if (host_kind(object.get()) != HostKind::other &&
+  if (py_kind(object.get()) != PyKind::other &&
       (!PyLong_Check(object.get()) || fits_64_bits(object.get())))
-    return to_value(HostRef::borrow(read_.hold(name_, field, std::move(object))));
-  const int is_truthy = in_host([&] { return PyObject_IsTrue(object.get()); });
+    return to_value(PyRef::borrow(read_.hold(name_, field, std::move(object))));
+  const int is_truthy = call_python([&] { return PyObject_IsTrue(object.get()); });
   check(is_truthy);
   if (is_truthy == 0) return {};
   raise(PyExc_AttributeError, "'%.200s' object has no attribute '%s'",
         Py_TYPE(object.get())->tp_name, attribute);
 }
 
-HostRef HostRecord::summary(Field field) const {
-  HostRef docstring = attribute(field);
+PyRef PyRecord::summary(Field field) const {
+  PyRef docstring = attribute(field);
   if (docstring.get() == Py_None) return docstring;
   if (PyUnicode_Check(docstring.get())) return first_sentence_of(docstring.get());
-  refuse_docstring(to_value(HostRef::borrow(read_.hold(name_, field, std::move(docstring)))));
+  throw_docstring_error(to_value(PyRef::borrow(read_.hold(name_, field, std::move(docstring)))));
 }
 
-HostRef HostRecord::attribute_otherwise(Field field) const {
+PyRef PyRecord::attribute_slow(Field field) const {
   PyObject* const name = names_.of(field);
   PyObject* const found = places_.find(object_, field, name);
-  return found != nullptr ? HostRef::borrow(found) : asked_of_host(name);
+  return found != nullptr ? PyRef::borrow(found) : asked_of_host(name);
 }
 
-HostRef HostRecord::asked_of_host(PyObject* name) const {
+PyRef PyRecord::asked_of_host(PyObject* name) const {
   // PyObject_GetAttr is one step more to where the attributes of most objects are.
   const bool is_generic = Py_TYPE(object_)->tp_getattro == PyObject_GenericGetAttr;
-  HostRef attribute = HostRef::steal(in_host([&] {
+  PyRef attribute = PyRef::steal(call_python([&] {
     return is_generic ? PyObject_GenericGetAttr(object_, name) : PyObject_GetAttr(object_, name);
   }));
   if (attribute) return attribute;
   if (is_generic) complete_attribute_error(object_, name);  // the others have done so
-  throw HostError();
+  throw PythonError();
 }
 
 }  // namespace mcp_responses

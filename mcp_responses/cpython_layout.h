@@ -3,7 +3,7 @@
 // write there directly makes rows up to twice as fast as the interpreter's functions do.
 //
 // Nothing outside these files knows a layout. It is held against the interpreter's headers when the
-// extension is built (host_layout_check.c), against its public interface when a module is loaded,
+// extension is built (cpython_layout_check.c), against its public interface when a module is loaded,
 // and not used where either does not hold: each function here then does without it.
 #pragma once
 
@@ -13,44 +13,44 @@
 #include <optional>
 #include <span>
 
-#include "host_layout_parts.h"
-#include "host_ref.h"
+#include "cpython_layout_structs.h"
+#include "py_ref.h"
 #include "records.h"
 
 namespace mcp_responses {
 
-inline constexpr bool is_layout_built_in = MCP_RESPONSES_HOST_LAYOUT;
+inline constexpr bool is_layout_built_in = MCP_RESPONSES_CPYTHON_LAYOUT;
 inline bool is_layout_confirmed = false;  // of the process, as the interpreter is
 
 /// Whether the interpreter keeps things where this file says.
 inline bool is_layout_known() noexcept { return is_layout_built_in && is_layout_confirmed; }
 
 /// Holds the layout against the interpreter's public interface, and has it used from now on if they
-/// agree. Throws `HostError`.
+/// agree. Throws `PythonError`.
 void confirm_layout();
 
 /// The entries that belong to some keys.
-inline HostDictEntry* entries_of(HostDictKeys* keys) noexcept {
+inline CPythonDictEntry* entries_of(CPythonDictKeys* keys) noexcept {
   char* const indices = reinterpret_cast<char*>(keys + 1);
-  return reinterpret_cast<HostDictEntry*>(indices + (std::size_t{1} << keys->log2_index_bytes));
+  return reinterpret_cast<CPythonDictEntry*>(indices + (std::size_t{1} << keys->log2_index_bytes));
 }
 
 /// The keys of a dict if all are exactly str and lie in a table that is the dict's alone, or null.
-inline HostDictKeys* own_keys_of(PyObject* dict) noexcept {
+inline CPythonDictKeys* own_keys_of(PyObject* dict) noexcept {
   if (!is_layout_known()) return nullptr;
   auto* const keys =
-      reinterpret_cast<HostDictKeys*>(reinterpret_cast<PyDictObject*>(dict)->ma_keys);
-  return keys->kind == host_dict_keys_unicode ? keys : nullptr;
+      reinterpret_cast<CPythonDictKeys*>(reinterpret_cast<PyDictObject*>(dict)->ma_keys);
+  return keys->kind == cpython_dict_keys_unicode ? keys : nullptr;
 }
 
 /// On to the next member of a dict, as `PyDict_Next`.
 inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
                         PyObject*& value) noexcept {
-  HostDictKeys* const keys = own_keys_of(dict);
+  CPythonDictKeys* const keys = own_keys_of(dict);
   if (keys == nullptr) return PyDict_Next(dict, &position, &key, &value) != 0;
-  const HostDictEntry* const entries = entries_of(keys);
+  const CPythonDictEntry* const entries = entries_of(keys);
   while (position < keys->entry_count) {
-    const HostDictEntry& entry = entries[position++];
+    const CPythonDictEntry& entry = entries[position++];
     if (entry.value == nullptr) continue;
     key = entry.key;
     value = entry.value;
