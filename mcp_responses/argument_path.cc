@@ -4,80 +4,102 @@
 #include <unordered_set>
 #include <vector>
 
+#include "py_errors.h"
 #include "py_object.h"
 
 namespace mcp_responses {
 namespace {
 
-/// The key itself, or what an error shows of a long str.
-PyRef first_characters(PyObject* key) {
-  constexpr Py_ssize_t shown = 100;
-  if (!PyUnicode_Check(key) || PyUnicode_GetLength(key) <= shown) return PyRef::borrow(key);
-  return checked(PyUnicode_Substring(key, 0, shown));
+/// The first characters of a long str, otherwise the key itself.
+PyRef abbreviated(PyObject* key) {
+  constexpr Py_ssize_t max_characters = 100;
+  if (!PyUnicode_Check(key) || PyUnicode_GetLength(key) <= max_characters)
+    return PyRef::borrow(key);
+  return checked(PyUnicode_Substring, key, 0, max_characters);
 }
 
-/// "[3]" or "['line']": as a programmer would write it. Only exact built-in keys are asked for
-/// their text: no host code runs.
-std::string subscript(const PyCursor& at) {
-  PyObject* const key = at.key();
-  if (key == nullptr) return std::string("[").append(std::to_string(at.index())).append("]");
+/// "['line']". The repr of a key whose type is not exactly a built-in one could run Python code, so
+/// it is "[...]".
+std::string subscript(PyObject* key) {
   if (!PyUnicode_CheckExact(key) && !PyLong_CheckExact(key) && !PyFloat_CheckExact(key))
     return "[...]";
-  const PyRef start = first_characters(key);
+  const PyRef start = abbreviated(key);
   const PyRef text = PyRef::steal(PyObject_Repr(start.get()));
-  if (!text) {  // an int of more digits than the host writes
+  if (!text) {  // an int with more digits than `sys.set_int_max_str_digits` allows
     PyErr_Clear();
     return "[...]";
   }
-  const PyRef bytes = checked(PyUnicode_AsEncodedString(text.get(), "utf-8", "backslashreplace"));
+  const PyRef bytes = checked(PyUnicode_AsEncodedString, text.get(), "utf-8", "backslashreplace");
   return std::string("[") + PyBytes_AS_STRING(bytes.get()) + (start.get() == key ? "]" : "...]");
 }
 
-/// A walk through a whole argument. No host code runs meanwhile, so borrowed references do.
+std::string subscript(Py_ssize_t index) { return "[" + std::to_string(index) + "]"; }
+
+/// A depth-first search through an argument. Signal handlers may run and change the containers, so
+/// the search holds references to those on its path and to their keys.
 class Search {
  public:
   explicit Search(PyObject* wanted) : wanted_(wanted) {}
 
-  /// Where the object stands in `root`, which is called `name`. Its text is made only once it is
-  /// found: for each level on the way there it would grow by what stands above.
-  std::string place(PyObject* root, std::string name) {
+  std::string path(PyObject* root, std::string name) {
     if (root == wanted_) return name;
     enter(root);
-    while (!steps_.empty() && !is_found()) {
-      if (steps_.back().next()) {
-        enter(steps_.back().value());
+    while (!path_.empty() && !is_found()) {
+      count_work(element_work);
+      if (path_.back().next()) {
+        enter(path_.back().value.get());
       } else {
-        steps_.pop_back();
+        path_.pop_back();
       }
     }
-    if (steps_.empty()) return {};
-    const bool is_key = steps_.back().key() == wanted_;
-    for (const PyCursor& step : std::span(steps_).first(steps_.size() - (is_key ? 1 : 0)))
-      name += subscript(step);
+    if (path_.empty()) return {};
+    const bool is_key = path_.back().key.get() == wanted_;
+    for (const Step& step : std::span(path_).first(path_.size() - (is_key ? 1 : 0)))
+      name += step.subscript();
     return is_key ? "a key of " + name : name;
   }
 
  private:
+  /// A container on the path, and the member or element of it that the search has reached.
+  struct Step {
+    explicit Step(PyObject* object) : container(PyRef::borrow(object)), at(object) {}
+
+    bool next() {
+      if (!at.next()) return false;
+      key = PyRef::borrow(at.key());
+      value = PyRef::borrow(at.value());
+      return true;
+    }
+    std::string subscript() const {
+      return key ? mcp_responses::subscript(key.get()) : mcp_responses::subscript(at.index());
+    }
+
+    PyRef container;
+    PyCursor at;
+    PyRef key;
+    PyRef value;
+  };
+
   bool is_found() const noexcept {
-    return steps_.back().key() == wanted_ || steps_.back().value() == wanted_;
+    return path_.back().key.get() == wanted_ || path_.back().value.get() == wanted_;
   }
 
   void enter(PyObject* object) {
     const PyKind kind = py_kind(object);
     const bool is_container = kind == PyKind::list || kind == PyKind::tuple || kind == PyKind::dict;
-    // A container that was seen before holds nothing new; it may hold itself.
-    if (is_container && seen_.insert(object).second) steps_.emplace_back(object);
+    // A container may contain itself, or be reached in several ways: it is searched once.
+    if (is_container && seen_.insert(object).second) path_.emplace_back(object);
   }
 
   PyObject* wanted_;
-  std::vector<PyCursor> steps_;  // the containers around what is looked at
+  std::vector<Step> path_;
   std::unordered_set<PyObject*> seen_;
 };
 
 }  // namespace
 
-std::string place_in(PyObject* root, const std::string& name, PyObject* object) {
-  return Search(object).place(root, name);
+std::string argument_path(PyObject* root, const std::string& name, PyObject* object) {
+  return Search(object).path(root, name);
 }
 
 }  // namespace mcp_responses

@@ -1,4 +1,4 @@
-// Names the place of an object within an argument, for an error's text.
+// Finds the path of an object within an argument, for an error message.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace mcp_responses {
 
-/// Where in `root`, called `name`, the object stands: "items[3]['line']", or "a key of items[3]".
-/// Empty when it is not there. Walks the whole argument: meant for the moment when a call has
-/// failed already.
-std::string place_in(PyObject* root, const std::string& name, PyObject* object);
+/// The path to `object` from `root`, which is called `name`: "items[3]['line']", or "a key of
+/// items[3]". Empty if it is not found. Traverses the whole argument: meant for a call that has
+/// failed. Throws `PythonError`.
+std::string argument_path(PyObject* root, const std::string& name, PyObject* object);
 
 }  // namespace mcp_responses

@@ -29,24 +29,23 @@ std::string listed(const std::vector<PyObject*>& names) {
   return list;
 }
 
-/// The parameter of this name, most likely the one at `expected`; names.size() when there is none.
+/// The position of the parameter with this name, most likely `expected`; names.size() if there is
+/// none.
 std::size_t position_of(std::span<PyObject* const> names, PyObject* name, std::size_t expected) {
-  // Names are interned as a rule, so the same name is the same object.
+  // Names are usually interned, so that equal names are the same object.
   std::size_t at = expected;
   for (std::size_t left = names.size(); left > 0; --left, ++at) {
     if (at >= names.size()) at = 0;
     if (names[at] == name) return at;
   }
   for (std::size_t i = 0; i < names.size(); ++i) {
-    const int equal = call_python([&] { return PyObject_RichCompareBool(name, names[i], Py_EQ); });
-    check(equal);
-    if (equal > 0) return i;
+    if (checked(PyObject_RichCompareBool, name, names[i], Py_EQ) != 0) return i;
   }
   return names.size();
 }
 
-/// Gives the parameter's position.
-std::size_t take_named(const BoundParameters& parameters, PyObject* name, PyObject* value,
+/// Returns the parameter's position.
+std::size_t bind_named(const PyParameters& parameters, PyObject* name, PyObject* value,
                        std::size_t expected, std::span<PyObject*> arguments) {
   if (!PyUnicode_Check(name)) {
     raise(PyExc_TypeError, "%s() keywords must be strings", parameters.function);
@@ -64,7 +63,7 @@ std::size_t take_named(const BoundParameters& parameters, PyObject* name, PyObje
   return position;
 }
 
-[[noreturn]] void raise_too_many_positional(const BoundParameters& parameters, std::size_t given,
+[[noreturn]] void raise_too_many_positional(const PyParameters& parameters, std::size_t given,
                                             std::span<PyObject* const> arguments) {
   const std::size_t most = parameters.positional;
   const auto optional = std::ranges::count_if(parameters.defaults.first(most),
@@ -85,9 +84,9 @@ std::size_t take_named(const BoundParameters& parameters, PyObject* name, PyObje
         and_by_name.c_str(), given == 1 && by_name == 0 ? "was" : "were");
 }
 
-/// Fills what was left out of the parameters from `first` to `last` with their defaults.
-void fill(const BoundParameters& parameters, std::size_t first, std::size_t last, const char* kind,
-          std::span<PyObject*> arguments) {
+/// Sets the missing arguments of the parameters from `first` to `last` to their defaults.
+void fill_defaults(const PyParameters& parameters, std::size_t first, std::size_t last,
+                   const char* kind, std::span<PyObject*> arguments) {
   bool is_complete = true;
   for (std::size_t i = first; i < last; ++i) {
     if (arguments[i] == nullptr) arguments[i] = parameters.defaults[i];
@@ -104,21 +103,22 @@ void fill(const BoundParameters& parameters, std::size_t first, std::size_t last
 
 }  // namespace
 
-void bind_arguments(const BoundParameters& parameters, const CallArguments& given,
+void bind_arguments(const PyParameters& parameters, const CallArguments& given,
                     std::span<PyObject*, max_parameters> arguments) {
   std::ranges::fill(arguments, nullptr);
   std::copy_n(given.values, std::min(given.by_position, parameters.positional), arguments.begin());
   const Py_ssize_t named = given.names == nullptr ? 0 : PyTuple_GET_SIZE(given.names);
-  std::size_t expected = given.by_position;  // whoever names them keeps their order as a rule
+  std::size_t expected = given.by_position;  // most callers keep the order of the parameters
   for (Py_ssize_t i = 0; i < named; ++i) {
     PyObject* const value = given.values[given.by_position + static_cast<std::size_t>(i)];
     PyObject* const name = PyTuple_GET_ITEM(given.names, i);
-    expected = take_named(parameters, name, value, expected, arguments) + 1;
+    expected = bind_named(parameters, name, value, expected, arguments) + 1;
   }
   if (given.by_position > parameters.positional)
     raise_too_many_positional(parameters, given.by_position, arguments);
-  fill(parameters, 0, parameters.positional, "positional", arguments);
-  fill(parameters, parameters.positional, parameters.names.size(), "keyword-only", arguments);
+  fill_defaults(parameters, 0, parameters.positional, "positional", arguments);
+  fill_defaults(parameters, parameters.positional, parameters.names.size(), "keyword-only",
+                arguments);
 }
 
 }  // namespace mcp_responses

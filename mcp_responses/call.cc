@@ -2,11 +2,17 @@
 
 #include "argument_path.h"
 #include "errors.h"
-#include "py_errors.h"
 #include "py_object.h"
 #include "py_value.h"
 
 namespace mcp_responses {
+
+PyObject* namespace_of(PyObject* module, const char* function) {
+  PyObject* const globals = module == nullptr ? nullptr : PyModule_GetDict(module);
+  if (globals == nullptr)
+    raise(PyExc_RuntimeError, "%s() is used after its module was cleared", function);
+  return globals;
+}
 
 Value Call::value(std::size_t position) const {
   return to_value(PyRef::borrow(arguments_[position]));
@@ -34,32 +40,33 @@ List Call::list(std::size_t position) const {
 List Call::sequence(std::size_t position) const {
   PyObject* const argument = arguments_[position];
   if (py_kind(argument) != PyKind::other || PySequence_Check(argument) == 0) return list(position);
-  const PyRef elements = checked(PyList_New(0));
+  const PyRef elements = checked(PyList_New, 0);
   for_each_in(position,
-              [&](const PyRef& element) { check(PyList_Append(elements.get(), element.get())); });
+              [&](const PyRef& element) { checked(PyList_Append, elements.get(), element.get()); });
   return *to_value(PyRef::borrow(elements.get())).list();
 }
 
-PyObject* Call::dict(std::size_t position) const {
-  PyObject* const argument = arguments_[position];
-  if (py_kind(argument) == PyKind::dict) return argument;
-  throw KindError(name(position), "dict", value(position).kind());
+Object Call::object(std::size_t position) const {
+  const Value argument = value(position);
+  const auto object = argument.object();
+  if (!object) throw KindError(name(position), "dict", argument.kind());
+  return *object;
 }
 
 PyRef Call::global(const StringLiteral& name) const {
-  PyObject* const key = state_.names.of(name);
-  PyObject* const found = PyDict_GetItemWithError(PyModule_GetDict(module_), key);
+  PyObject* const key = state_.strings.of(name);
+  PyObject* const found = call_python([&] { return PyDict_GetItemWithError(globals_, key); });
   if (found != nullptr) return PyRef::borrow(found);
   if (PyErr_Occurred() != nullptr) throw PythonError();
   raise_name_error(key);
 }
 
-std::string Call::place_of(const UnsupportedObject& refused) const {
-  std::string place = read_.place_of(refused.object());
-  for (std::size_t i = 0; place.empty() && i < parameters_.size(); ++i)
-    place = place_in(arguments_[i], parameters_[i].name, refused.object());
-  if (!place.empty()) return place;
-  return refused.is_key() ? "a key in the answer" : "a value in the answer";
+std::string Call::path_to(const UnsupportedObject& unsupported) const {
+  std::string path = read_.path_to(unsupported.object());
+  for (std::size_t i = 0; path.empty() && i < parameters_.size(); ++i)
+    path = argument_path(arguments_[i], parameters_[i].name, unsupported.object());
+  if (!path.empty()) return path;
+  return unsupported.is_key() ? "a key in the answer" : "a value in the answer";
 }
 
 }  // namespace mcp_responses

@@ -1,8 +1,8 @@
-// One call of a function: its arguments in the order of the parameters, and what has been read of
-// them so far.
+// A call of a function: its arguments in the order of the parameters, and the attributes that it has
+// read so far.
 //
-// An argument is *handed on* when the answer only carries it, and *looked into* when the answer
-// depends on what it holds; the same two words serve the attributes of a record.
+// A builder passes an argument through if the answer only contains it, and inspects it as a Value if
+// the answer depends on its content. The same holds for the attributes of a record.
 #pragma once
 
 #include <cstddef>
@@ -12,21 +12,39 @@
 #include <utility>
 
 #include "arguments.h"
+#include "detail/sinks.h"
+#include "interned_strings.h"
 #include "py_copy.h"
+#include "py_dict.h"
 #include "py_errors.h"
 #include "py_record.h"
 #include "py_ref.h"
-#include "state.h"
 #include "value.h"
 
 namespace mcp_responses {
 
+/// The state of one module object. It holds only strings and dicts of strings, so it is not part of
+/// a reference cycle.
+struct ModuleState {
+  InternedStrings strings;
+  AnswerConverter answers{strings};
+  TextBuffer scratch;  // for the text of `tool_result_text`
+};
+
+/// Null before the module is executed.
+ModuleState* state_of(PyObject* module) noexcept;
+
+/// The namespace of a function's module, borrowed. `module` is null once the collector has cleared
+/// the function. Raises RuntimeError if it has cleared the function or the module.
+PyObject* namespace_of(PyObject* module, const char* function);
+
 class Call {
  public:
-  /// `arguments` has one for each of the parameters, given or filled in; all are borrowed.
-  Call(PyObject* module, State& state, std::span<const Parameter> parameters,
+  /// `globals` is the module's namespace; `arguments` has one for each parameter, given or default.
+  /// All are borrowed, and must outlive the call.
+  Call(PyObject* globals, ModuleState& state, std::span<const Parameter> parameters,
        PyObject* const* arguments) noexcept
-      : module_(module), state_(state), parameters_(parameters), arguments_(arguments) {}
+      : globals_(globals), state_(state), parameters_(parameters), arguments_(arguments) {}
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
@@ -34,46 +52,42 @@ class Call {
   PyObject* operator[](std::size_t position) const noexcept { return arguments_[position]; }
   const char* name(std::size_t position) const noexcept { return parameters_[position].name; }
 
-  /// The argument as an answer carries it: itself, or a copy. Throws `UnsupportedObject` and `NestingError`.
+  /// The argument, or a copy if it cannot be shared. Throws `UnsupportedObject` and `NestingError`.
   PyRef pass_through(std::size_t position) const {
     return mcp_responses::pass_through(PyRef::borrow(arguments_[position]));
   }
-  /// The argument as a value. Throws `UnsupportedObject`.
+  /// The argument as a Value. Throws `UnsupportedObject`.
   Value value(std::size_t position) const;
-  /// The argument, which must be a str, an int, a list or a dict: raises TypeError if it is not.
+  /// An argument that must be a str, an int, a list or a dict. Raises TypeError otherwise.
   Text text(std::size_t position) const;
   std::int64_t integer(std::size_t position) const;
   List list(std::size_t position) const;
-  PyObject* dict(std::size_t position) const;
-  /// The argument, a list or any other sequence, which is read once, front to back.
+  Object object(std::size_t position) const;
+  /// An argument that must be a list or another sequence, which is read once, in order.
   List sequence(std::size_t position) const;
   /// Calls `visitor` with each element of an iterable argument, in order.
   template <class Visitor>
   void for_each_in(std::size_t position, Visitor visitor) const;
-  /// The first argument, for its attributes to be read.
-  PyRecord record() noexcept {
-    return {state_.names, state_.places, arguments_[0], name(0), read_};
+  /// The first argument as a record.
+  PyRecord record() noexcept { return {state_.strings, arguments_[0], name(0), read_}; }
+
+  /// The Python object of a builder's result.
+  template <class Result>
+  PyRef answer(Result&& result) {
+    return state_.answers.to_python(std::forward<Result>(result));
   }
 
-  /// What a builder made, as the host object that is answered.
-  template <class Made>
-  PyRef answer(Made&& made) {
-    return state_.dicts.of(std::forward<Made>(made));
-  }
+  TextBuffer& scratch() noexcept { return state_.scratch; }
 
-  /// Where texts are written: the module's, kept from call to call.
-  TextBuffer& text_buffer() noexcept { return state_.text_buffer; }
-
-  /// A name of the module's namespace as it is now. Raises NameError when it is not there.
+  /// The current value of a name in the module's namespace. Raises NameError if it does not exist.
   PyRef global(const StringLiteral& name) const;
 
-  /// Where in what the call was given the refused object stands: "items[3]['line']". Meant for the
-  /// moment when the call has failed already.
-  std::string place_of(const UnsupportedObject& refused) const;
+  /// The path to an unsupported object from an argument or attribute: "items[3]['line']".
+  std::string path_to(const UnsupportedObject& unsupported) const;
 
  private:
-  PyObject* module_;
-  State& state_;
+  PyObject* globals_;
+  ModuleState& state_;
   std::span<const Parameter> parameters_;
   PyObject* const* arguments_;
   ReadAttributes read_;
@@ -81,15 +95,11 @@ class Call {
 
 template <class Visitor>
 void Call::for_each_in(std::size_t position, Visitor visitor) const {
-  const PyRef iterator =
-      checked(call_python([&] { return PyObject_GetIter(arguments_[position]); }));
-  for (;;) {
-    PyRef element = PyRef::steal(call_python([&] { return PyIter_Next(iterator.get()); }));
-    if (!element) break;
+  const PyRef iterator = checked(PyObject_GetIter, arguments_[position]);
+  while (PyRef element = next_of(iterator)) {
     visitor(std::move(element));
-    check_signals(1);
+    count_work(element_work);
   }
-  if (PyErr_Occurred() != nullptr) throw PythonError();
 }
 
 }  // namespace mcp_responses

@@ -1,5 +1,4 @@
-// The one function that leaves the interpreter: what `code_lines` needs of the host before, while
-// and after it reads.
+// `code_lines`, the only function that reads files and releases the GIL.
 #include <chrono>
 #include <optional>
 #include <string>
@@ -16,49 +15,51 @@
 namespace mcp_responses::functions {
 namespace {
 
-/// Gives the interpreter's lock to other threads for as long as it lives.
+/// Releases the GIL for its lifetime.
 class GilReleased {
  public:
   GilReleased() noexcept : thread_(PyEval_SaveThread()) {}
   GilReleased(const GilReleased&) = delete;
   GilReleased& operator=(const GilReleased&) = delete;
-  ~GilReleased() {
-    call_python([this] { PyEval_RestoreThread(thread_); });
-  }
+  ~GilReleased() { acquire(); }
 
-  /// Takes the lock for so long as to run the handlers of signals that have come.
+  /// Takes the GIL to run the handlers of pending signals. Throws `PythonError`.
   void check_signals() {
-    call_python([this] { PyEval_RestoreThread(thread_); });
-    const int answer = call_python([] { return PyErr_CheckSignals(); });
+    acquire();
+    const int status = call_python(PyErr_CheckSignals);
     thread_ = PyEval_SaveThread();
-    check(answer);
+    if (status < 0) throw PythonError();
   }
 
  private:
+  void acquire() noexcept {
+    call_python([this] { PyEval_RestoreThread(thread_); });
+  }
+
   PyThreadState* thread_;
 };
 
-/// The bytes of a file name for a str, as `os.fsencode` makes them.
-std::string encoded_name(PyObject* path) {
-  const PyRef bytes = checked(PyUnicode_EncodeFSDefault(path));
-  std::string name(PyBytes_AS_STRING(bytes.get()),
-                   static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
-  if (name.find('\0') != std::string::npos) throw NulInPath();
-  return name;
+/// The path in the file system's encoding, like `os.fsencode`. Throws `NulInPath`.
+std::string encoded_path(PyObject* path) {
+  const PyRef bytes = checked(PyUnicode_EncodeFSDefault, path);
+  std::string encoded(PyBytes_AS_STRING(bytes.get()),
+                      static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
+  if (encoded.find('\0') != std::string::npos) throw NulInPath();
+  return encoded;
 }
 
-/// The root, a relative one taken from the folder that is the current one now: what reading the places
-/// changes, or another thread, does not count.
+/// The root as an absolute path. A relative one is resolved before the places are read, because
+/// reading them may change the current directory.
 std::string root_of(PyObject* root) {
-  const PyRef path = checked(call_python([root] { return PyOS_FSPath(root); }));
+  const PyRef path = checked(PyOS_FSPath, root);
   if (!PyUnicode_Check(path.get())) {
     raise(PyExc_TypeError, "root must be a path of str or None, not of %.200s",
           Py_TYPE(path.get())->tp_name);
   }
-  return absolute(encoded_name(path.get()));
+  return absolute(encoded_path(path.get()));
 }
 
-Place place_of(PyObject* pair, std::size_t position) {
+Place to_place(PyObject* pair, std::size_t position) {
   const bool is_pair =
       (PyTuple_Check(pair) || PyList_Check(pair)) && PySequence_Fast_GET_SIZE(pair) == 2;
   if (!is_pair) {
@@ -81,56 +82,66 @@ Place place_of(PyObject* pair, std::size_t position) {
 std::vector<Place> places_of(const Call& call) {
   std::vector<Place> places;
   call.for_each_in(
-      1, [&places](const PyRef& pair) { places.push_back(place_of(pair.get(), places.size())); });
+      1, [&places](const PyRef& pair) { places.push_back(to_place(pair.get(), places.size())); });
   return places;
 }
 
 void log_not_read(const Call& call, const Text& path, const std::string& reason) {
   const PyRef logger = call.global(literal<"logger">);
-  const PyRef reason_text = checked(PyUnicode_DecodeFSDefault(reason.c_str()));
-  checked(call_python([&] {
-    return PyObject_CallMethod(logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
-                               string_of(path).get(), reason_text.get());
-  }));
+  const PyRef reason_text = checked(PyUnicode_DecodeFSDefault, reason.c_str());
+  const PyRef path_text = string_of(path);
+  checked(PyObject_CallMethod, logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
+          path_text.get(), reason_text.get());
 }
+
+/// Runs functions without the GIL, and signal handlers in between, at most every 50 ms.
+class Reading {
+ public:
+  template <class Function>
+  void without_gil(const Function& function) {
+    GilReleased released;
+    released_ = &released;
+    function();
+  }
+  void check_signals() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_check_ < std::chrono::milliseconds(50)) return;
+    last_check_ = now;
+    released_->check_signals();
+  }
+
+ private:
+  GilReleased* released_ = nullptr;
+  std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
+};
 
 }  // namespace
 
 PyRef code_lines(Call& call) {
-  PyRef lines = checked(PyDict_New());
-  if (call[0] == Py_None) return lines;  // the places are left as they are
-  GilReleased* unlocked = nullptr;
-  const auto while_unlocked = [&unlocked](const auto& function) {
-    GilReleased for_now;
-    unlocked = &for_now;
-    function();
-  };
-  auto last_check = std::chrono::steady_clock::now();
-  const auto check_signals_now_and_then = [&] {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - last_check < std::chrono::milliseconds(50)) return;
-    last_check = now;
-    unlocked->check_signals();
-  };
+  PyRef lines = checked(PyDict_New);
+  if (call[0] == Py_None) return lines;  // the places are not read
+  Reading reading;
+  const auto check_signals = [&reading] { reading.check_signals(); };
   const std::string root = root_of(call[0]);
   std::optional<WorkTree> tree;
-  while_unlocked([&] { tree.emplace(root, check_signals_now_and_then); });
+  reading.without_gil([&] { tree.emplace(root, check_signals); });
   const std::vector<Place> places = places_of(call);
   const CodeLinesHooks hooks{
       .name_of =
           [](const Text& path) {
-            check_signals(1);
-            return encoded_name(string_of(path).get());
+            count_work(path.size());
+            return encoded_path(string_of(path).get());
           },
-      .while_reading = while_unlocked,
-      .before_step = check_signals_now_and_then,
+      .while_reading = [&reading](const auto& read) { reading.without_gil(read); },
+      .before_step = check_signals,
       .not_read = [&](const Text& path,
                       const std::string& reason) { log_not_read(call, path, reason); }};
   for (const CodeLine& line : mcp_responses::code_lines(*tree, places, hooks)) {
-    check_signals(1);
-    const PyRef number = checked(PyLong_FromLongLong(line.place.line));
-    const PyRef key = checked(PyTuple_Pack(2, string_of(line.place.path).get(), number.get()));
-    check(PyDict_SetItem(lines.get(), key.get(), string_of(line.text).get()));
+    count_work(element_work);
+    const PyRef number = checked(PyLong_FromLongLong, line.place.line);
+    const PyRef path = string_of(line.place.path);
+    const PyRef key = checked(PyTuple_Pack, 2, path.get(), number.get());
+    checked(PyDict_SetItem, lines.get(), key.get(), string_of(line.text).get());
   }
   return lines;
 }

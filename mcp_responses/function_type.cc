@@ -4,7 +4,6 @@
 
 #include "call.h"
 #include "py_errors.h"
-#include "state.h"
 
 namespace mcp_responses {
 namespace {
@@ -14,7 +13,7 @@ struct Function {
   vectorcallfunc vectorcall;
   const Signature* signature;
   PyObject* module;  // keeps the state alive; null once the collector has cleared this function
-  State* state;
+  ModuleState* state;
   PyObject* names;                     // of the parameters, interned
   PyObject* defaults[max_parameters];  // null: the parameter must be given
   PyObject* attributes;                // a dict
@@ -25,7 +24,7 @@ Function* as_function(PyObject* object) { return reinterpret_cast<Function*>(obj
 
 const Signature& signature_of(PyObject* self) { return *as_function(self)->signature; }
 
-PyRef text(const char* utf8) { return checked(PyUnicode_FromString(utf8)); }
+PyRef string(const char* utf8) { return checked(PyUnicode_FromString, utf8); }
 
 PyRef make_default(Default fallback) {
   switch (fallback) {
@@ -36,47 +35,45 @@ PyRef make_default(Default fallback) {
     case Default::no:
       return PyRef::borrow(Py_False);
     case Default::zero:
-      return checked(PyLong_FromLong(0));
+      return checked(PyLong_FromLong, 0);
     case Default::zero_real:
-      return checked(PyFloat_FromDouble(0.0));
+      return checked(PyFloat_FromDouble, 0.0);
     case Default::empty_string:
-      return text("");
+      return string("");
     case Default::items:
-      return checked(PyUnicode_InternFromString("items"));
+      return checked(PyUnicode_InternFromString, "items");
   }
   return {};
 }
 
 // The call.
 
-/// Runs the body on the arguments, laid out; the error for what no value can stand for says where
-/// that is.
+/// Binds the arguments and runs the body.
 PyRef run(const Function& function, const CallArguments& given) {
   const Signature& signature = *function.signature;
-  if (function.module == nullptr)
-    raise(PyExc_RuntimeError, "%s() is called after its module has gone", signature.name);
+  PyObject* const globals = namespace_of(function.module, signature.name);
   const auto count = static_cast<std::size_t>(PyTuple_GET_SIZE(function.names));
-  const BoundParameters parameters{.function = signature.name,
-                                   .names = {PySequence_Fast_ITEMS(function.names), count},
-                                   .defaults = {function.defaults, count},
-                                   .positional = signature.positional};
+  const PyParameters parameters{.function = signature.name,
+                                .names = {PySequence_Fast_ITEMS(function.names), count},
+                                .defaults = {function.defaults, count},
+                                .positional = signature.positional};
   PyObject* bound[max_parameters];
   PyObject* const* arguments = given.values;
   if (given.names != nullptr || given.by_position != count || count != signature.positional) {
     bind_arguments(parameters, given, bound);
     arguments = bound;
   }
-  Call call(function.module, *function.state, {signature.parameters.data(), count}, arguments);
+  Call call(globals, *function.state, {signature.parameters.data(), count}, arguments);
   try {
     return signature.body(call);
-  } catch (const UnsupportedObject& refused) {
-    raise_unsupported(refused, call.place_of(refused));
+  } catch (const UnsupportedObject& unsupported) {
+    raise_unsupported(unsupported, call.path_to(unsupported));
   }
 }
 
-/// The interpreter's recursion guard, which its built-in functions enter too: host code that a call
-/// runs may call again, through no frame of the interpreter's that would count. A call of ours counts
-/// as two, for it holds about as much stack as two of the interpreter's.
+/// The interpreter's recursion guard. Python code that a call runs may call again without a frame of
+/// the interpreter that would count, as its built-in functions do. A call counts as two levels,
+/// because it uses about as much stack as two of the interpreter's.
 class RecursionGuard {
  public:
   RecursionGuard() : thread_(PyThreadState_Get()) {
@@ -102,38 +99,40 @@ PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagge
   });
 }
 
-// What a function tells about itself.
+// Attributes for introspection.
 
 PyObject* get_name(PyObject* self, void*) { return PyUnicode_FromString(signature_of(self).name); }
-/// The module's namespace: what names in annotations are looked up in.
-PyObject* get_globals(PyObject* self, void*) {
-  PyObject* const module = as_function(self)->module;
-  return Py_NewRef(module == nullptr ? Py_None : PyModule_GetDict(module));
-}
 
-/// A tuple of the defaults of the parameters by position, or None without any.
-PyObject* get_defaults(PyObject* self, void*) {
+/// The module's namespace, in which `typing.get_type_hints` looks up the names of annotations.
+PyObject* get_globals(PyObject* self, void*) {
   return translate_exceptions([self] {
-    const Function& function = *as_function(self);
-    PyRef defaults = checked(PyList_New(0));
-    for (std::size_t i = 0; i < function.signature->positional; ++i) {
-      if (function.defaults[i] != nullptr)
-        check(PyList_Append(defaults.get(), function.defaults[i]));
-    }
-    if (PyList_GET_SIZE(defaults.get()) == 0) return PyRef::borrow(Py_None);
-    return checked(PyList_AsTuple(defaults.get()));
+    return PyRef::borrow(namespace_of(as_function(self)->module, signature_of(self).name));
   });
 }
 
-/// A dict of the defaults of the parameters by name alone, or None without any.
+/// A tuple of the defaults of positional parameters, or None if there are none.
+PyObject* get_defaults(PyObject* self, void*) {
+  return translate_exceptions([self] {
+    const Function& function = *as_function(self);
+    PyRef defaults = checked(PyList_New, 0);
+    for (std::size_t i = 0; i < function.signature->positional; ++i) {
+      if (function.defaults[i] != nullptr)
+        checked(PyList_Append, defaults.get(), function.defaults[i]);
+    }
+    if (PyList_GET_SIZE(defaults.get()) == 0) return PyRef::borrow(Py_None);
+    return checked(PyList_AsTuple, defaults.get());
+  });
+}
+
+/// A dict of the defaults of keyword-only parameters, or None if there are none.
 PyObject* get_keyword_defaults(PyObject* self, void*) {
   return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    PyRef defaults = checked(PyDict_New());
+    PyRef defaults = checked(PyDict_New);
     for (std::size_t i = function.signature->positional; i < function.signature->count(); ++i) {
       if (function.defaults[i] == nullptr) continue;
-      check(PyDict_SetItemString(defaults.get(), function.signature->parameters[i].name,
-                                 function.defaults[i]));
+      checked(PyDict_SetItemString, defaults.get(), function.signature->parameters[i].name,
+              function.defaults[i]);
     }
     return PyDict_Size(defaults.get()) == 0 ? PyRef::borrow(Py_None) : std::move(defaults);
   });
@@ -143,49 +142,50 @@ PyObject* get_keyword_defaults(PyObject* self, void*) {
 PyObject* get_text_signature(PyObject* self, void*) {
   return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    PyRef pieces = checked(PyList_New(0));
+    PyRef pieces = checked(PyList_New, 0);
     for (std::size_t i = 0; i < function.signature->count(); ++i) {
-      if (i == function.signature->positional) check(PyList_Append(pieces.get(), text("*").get()));
+      if (i == function.signature->positional)
+        checked(PyList_Append, pieces.get(), string("*").get());
       const char* name = function.signature->parameters[i].name;
       PyObject* fallback = function.defaults[i];
-      check(PyList_Append(pieces.get(),
-                          fallback == nullptr
-                              ? text(name).get()
-                              : checked(PyUnicode_FromFormat("%s=%R", name, fallback)).get()));
+      checked(PyList_Append, pieces.get(),
+              fallback == nullptr ? string(name).get()
+                                  : checked(PyUnicode_FromFormat, "%s=%R", name, fallback).get());
     }
-    const PyRef inner = checked(PyUnicode_Join(text(", ").get(), pieces.get()));
-    return checked(PyUnicode_FromFormat("(%U)", inner.get()));
+    const PyRef inner = checked(PyUnicode_Join, string(", ").get(), pieces.get());
+    return checked(PyUnicode_FromFormat, "(%U)", inner.get());
   });
 }
 
-/// An inspect.Signature, which is what inspect.signature(function) then answers.
+/// An inspect.Signature, which inspect.signature(function) returns.
 PyObject* get_signature(PyObject* self, void*) {
   return translate_exceptions([self] {
     const Function& function = *as_function(self);
-    const PyRef inspect = checked(PyImport_ImportModule("inspect"));
-    const PyRef parameter_type = checked(PyObject_GetAttrString(inspect.get(), "Parameter"));
-    const PyRef empty = checked(PyObject_GetAttrString(parameter_type.get(), "empty"));
+    const PyRef inspect = checked(PyImport_ImportModule, "inspect");
+    const PyRef parameter_type = checked(PyObject_GetAttrString, inspect.get(), "Parameter");
+    const PyRef empty = checked(PyObject_GetAttrString, parameter_type.get(), "empty");
     const PyRef by_position =
-        checked(PyObject_GetAttrString(parameter_type.get(), "POSITIONAL_OR_KEYWORD"));
-    const PyRef by_name = checked(PyObject_GetAttrString(parameter_type.get(), "KEYWORD_ONLY"));
-    const PyRef parameters = checked(PyList_New(0));
+        checked(PyObject_GetAttrString, parameter_type.get(), "POSITIONAL_OR_KEYWORD");
+    const PyRef by_name = checked(PyObject_GetAttrString, parameter_type.get(), "KEYWORD_ONLY");
+    const PyRef parameters = checked(PyList_New, 0);
     for (std::size_t i = 0; i < function.signature->count(); ++i) {
       const Parameter& parameter = function.signature->parameters[i];
-      const PyRef arguments = checked(
-          Py_BuildValue("sO", parameter.name,
-                        i < function.signature->positional ? by_position.get() : by_name.get()));
-      const PyRef details = checked(Py_BuildValue(
-          "{sOss}", "default", function.defaults[i] == nullptr ? empty.get() : function.defaults[i],
-          "annotation", parameter.type));
+      const PyRef arguments =
+          checked(Py_BuildValue, "sO", parameter.name,
+                  i < function.signature->positional ? by_position.get() : by_name.get());
+      const PyRef details =
+          checked(Py_BuildValue, "{sOss}", "default",
+                  function.defaults[i] == nullptr ? empty.get() : function.defaults[i],
+                  "annotation", parameter.type);
       const PyRef made =
-          checked(PyObject_Call(parameter_type.get(), arguments.get(), details.get()));
-      check(PyList_Append(parameters.get(), made.get()));
+          checked(PyObject_Call, parameter_type.get(), arguments.get(), details.get());
+      checked(PyList_Append, parameters.get(), made.get());
     }
-    const PyRef signature_type = checked(PyObject_GetAttrString(inspect.get(), "Signature"));
-    const PyRef arguments = checked(PyTuple_Pack(1, parameters.get()));
+    const PyRef signature_type = checked(PyObject_GetAttrString, inspect.get(), "Signature");
+    const PyRef arguments = checked(PyTuple_Pack, 1, parameters.get());
     const PyRef returns =
-        checked(Py_BuildValue("{ss}", "return_annotation", function.signature->returns));
-    return checked(PyObject_Call(signature_type.get(), arguments.get(), returns.get()));
+        checked(Py_BuildValue, "{ss}", "return_annotation", function.signature->returns);
+    return checked(PyObject_Call, signature_type.get(), arguments.get(), returns.get());
   });
 }
 
@@ -194,18 +194,18 @@ PyObject* represent(PyObject* self) {
                               static_cast<void*>(self));
 }
 
-/// By name: pickle and copy find the function in its module.
+/// The name, by which pickle and copy find the function in its module.
 PyObject* reduce(PyObject* self, PyObject*) {
   return PyUnicode_FromString(signature_of(self).name);
 }
 
-/// As an attribute of a class, a function is a method.
+/// A function that is an attribute of a class binds like a method.
 PyObject* bind(PyObject* self, PyObject* instance, PyObject*) {
   if (instance == nullptr || instance == Py_None) return Py_NewRef(self);
   return PyMethod_New(self, instance);
 }
 
-// The object's life.
+// Garbage collection and deallocation.
 
 int traverse(PyObject* self, visitproc visit, void* arg) {
   Py_VISIT(Py_TYPE(self));
@@ -277,32 +277,32 @@ PyRef make_function_type(PyObject* module) {
                             Py_TPFLAGS_METHOD_DESCRIPTOR | Py_TPFLAGS_DISALLOW_INSTANTIATION |
                             Py_TPFLAGS_IMMUTABLETYPE,
                    .slots = slots};
-  return checked(PyType_FromModuleAndSpec(module, &spec, nullptr));
+  return checked(PyType_FromModuleAndSpec, module, &spec, nullptr);
 }
 
 PyRef make_function(PyObject* type, PyObject* module, const Signature& signature) {
-  PyRef object = checked(PyType_GenericAlloc(reinterpret_cast<PyTypeObject*>(type), 0));
+  PyRef object = checked(PyType_GenericAlloc, reinterpret_cast<PyTypeObject*>(type), 0);
   Function& function = *as_function(object.get());
   function.vectorcall = vectorcall;
   function.signature = &signature;
   function.module = Py_NewRef(module);
   function.state = state_of(module);
   const std::size_t count = signature.count();
-  function.names = checked(PyTuple_New(static_cast<Py_ssize_t>(count))).release();
-  const PyRef annotations = checked(PyDict_New());
+  function.names = checked(PyTuple_New, static_cast<Py_ssize_t>(count)).release();
+  const PyRef annotations = checked(PyDict_New);
   for (std::size_t i = 0; i < count; ++i) {
     const Parameter& parameter = signature.parameters[i];
-    PyRef name = checked(PyUnicode_InternFromString(parameter.name));
+    PyRef name = checked(PyUnicode_InternFromString, parameter.name);
     function.defaults[i] = make_default(parameter.fallback).release();
-    check(PyDict_SetItem(annotations.get(), name.get(), text(parameter.type).get()));
+    checked(PyDict_SetItem, annotations.get(), name.get(), string(parameter.type).get());
     PyTuple_SET_ITEM(function.names, static_cast<Py_ssize_t>(i), name.release());
   }
-  check(PyDict_SetItemString(annotations.get(), "return", text(signature.returns).get()));
-  // The type has values of its own under these names, so they cannot be descriptors of it.
+  checked(PyDict_SetItemString, annotations.get(), "return", string(signature.returns).get());
+  const PyRef module_name = checked(PyObject_GetAttrString, module, "__name__");
+  // In the instance's dict, because the type itself has attributes with these names.
   function.attributes =
-      checked(Py_BuildValue("{sNsssO}", "__module__", PyObject_GetAttrString(module, "__name__"),
-                            "__doc__", signature.documentation, "__annotations__",
-                            annotations.get()))
+      checked(Py_BuildValue, "{sOsssO}", "__module__", module_name.get(), "__doc__",
+              signature.documentation, "__annotations__", annotations.get())
           .release();
   return object;
 }

@@ -1,6 +1,6 @@
-// The type of this module's functions. Where it matters to a Python programmer they are like
-// functions defined with `def`: signature, annotations, defaults, documentation, binding as a
-// method, pickling and copying by name.
+// The type of this module's functions. To a Python programmer they behave like functions defined
+// with `def`: signature, annotations, defaults, documentation, binding as a method, pickling and
+// copying by name.
 #pragma once
 
 #include <array>
@@ -13,14 +13,14 @@ namespace mcp_responses {
 
 class Call;
 
-/// What a function is to its callers, and what it does.
+/// The declaration of a function, and its body.
 struct Signature {
   const char* name;
-  /// Those before `positional` may be given by position or by name, the others only by name. A null
-  /// name ends them.
+  /// The first `positional` parameters may be given by position or by name, the others only by name.
+  /// A null name ends them.
   std::array<Parameter, max_parameters + 1> parameters;
   std::size_t positional;
-  const char* returns;  // as the host's annotations hold it: text
+  const char* returns;  // the annotation, as text
   PyRef (*body)(Call& call);
   const char* documentation;
 
@@ -31,11 +31,14 @@ struct Signature {
   }
 };
 
-/// The type, made for one module object. Throws `PythonError`.
+/// The module's functions, in the order of their definitions. Defined in signatures.cc.
+extern const std::array<Signature, 24> signatures;
+
+/// A new type for one module object. Throws `PythonError`.
 PyRef make_function_type(PyObject* module);
 
-/// A function of that type. Requires that the module keeps a `State*` and that the signature lives
-/// as long as the program. Throws `PythonError`.
+/// A new function of that type. Requires a module with a `ModuleState`, and a signature with static
+/// storage. Throws `PythonError`.
 PyRef make_function(PyObject* type, PyObject* module, const Signature& signature);
 
 }  // namespace mcp_responses

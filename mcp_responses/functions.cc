@@ -2,7 +2,6 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "ask_citations.h"
 #include "ask_response.h"
@@ -11,18 +10,18 @@
 #include "index_status.h"
 #include "outline_rows.h"
 #include "pagination.h"
-#include "py_copy.h"
 #include "py_encode.h"
 #include "py_errors.h"
 #include "py_value.h"
 #include "reference_rows.h"
+#include "row_pruning.h"
 #include "symbol_rows.h"
 #include "wiki_pages.h"
 
 namespace mcp_responses::functions {
 namespace {
 
-PyRef shortened(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noexcept) {
+PyRef cut_argument(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noexcept) {
   const Text text = call.text(0);
   const Cut cut = shorten(text.view(), call.integer(1));
   return cut.kept.size == text.size() ? string_of(text) : string_of(cut);
@@ -30,9 +29,9 @@ PyRef shortened(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noexce
 
 }  // namespace
 
-PyRef tool_result_text(Call& call) { return encoded_py_text(call[0], call.text_buffer()); }
+PyRef tool_result_text(Call& call) { return encoded_py_text(call[0], call.scratch()); }
 
-PyRef encoded_size(Call& call) { return checked(PyLong_FromSize_t(encoded_py_size(call[0]))); }
+PyRef encoded_size(Call& call) { return checked(PyLong_FromSize_t, encoded_py_size(call[0])); }
 
 PyRef first_sentence(Call& call) {
   if (call[0] == Py_None) return PyRef::borrow(Py_None);
@@ -40,11 +39,13 @@ PyRef first_sentence(Call& call) {
   return first_sentence_of(call[0]);
 }
 
-PyRef cut(Call& call) { return shortened(call, cut_of); }
+PyRef cut(Call& call) { return cut_argument(call, cut_of); }
 
-PyRef trimmed(Call& call) { return shortened(call, trimmed_of); }
+PyRef trimmed(Call& call) { return cut_argument(call, trimmed_of); }
 
-PyRef without_nulls(Call& call) { return plain_copy_without_nulls(call.dict(0)); }
+PyRef without_nulls(Call& call) {
+  return call.answer(mcp_responses::without_nulls(call.object(0)));
+}
 
 PyRef build_index_status_response(Call& call) {
   return call.answer(index_status(IndexStatusOf<PyRef>{.status = call.pass_through(0),
@@ -60,25 +61,32 @@ PyRef build_index_status_response(Call& call) {
 }
 
 PyRef build_symbol_search_result(Call& call) {
-  return call.answer(symbol_search_result(call.record(), call.pass_through(1)));
+  PyRef file_path = call.pass_through(1);
+  return call.answer(symbol_search_result(call.record(), std::move(file_path)));
 }
 
 PyRef build_symbol_full_details(Call& call) {
-  return call.answer(symbol_full_details(call.record(), call.pass_through(1)));
+  PyRef file_path = call.pass_through(1);
+  return call.answer(symbol_full_details(call.record(), std::move(file_path)));
 }
 
 PyRef outline_module(Call& call) {
-  std::vector<Text> fqns;
-  call.for_each_in(0, [&fqns](PyRef fqn) {
+  OutlineModule module;
+  std::size_t position = 0;
+  call.for_each_in(0, [&](PyRef fqn) {
     if (!PyUnicode_Check(fqn.get()))
-      raise_wrong_type("fqns[" + std::to_string(fqns.size()) + "]", "str", fqn.get());
-    fqns.push_back(to_text(std::move(fqn)));
+      raise_wrong_type("fqns[" + std::to_string(position) + "]", "str", fqn.get());
+    const Text text = to_text(std::move(fqn));
+    count_work(text.size());
+    module.add(text);
+    ++position;
   });
-  return string_of(mcp_responses::outline_module(fqns));
+  return string_of(module.text());
 }
 
 PyRef build_file_symbol(Call& call) {
-  return call.answer(file_symbol(call.record(), call.value(1)));
+  const Value module = call.value(1);
+  return call.answer(file_symbol(call.record(), module));
 }
 
 PyRef build_api_endpoint(Call& call) {
@@ -88,7 +96,8 @@ PyRef build_api_endpoint(Call& call) {
 }
 
 PyRef build_reference(Call& call) {
-  return call.answer(reference_row(call.record(), call.pass_through(1)));
+  PyRef code = call.pass_through(1);
+  return call.answer(reference_row(call.record(), std::move(code)));
 }
 
 PyRef build_component(Call& call) { return call.answer(component_row(call.record())); }
@@ -97,17 +106,17 @@ PyRef build_paginated_response(Call& call) {
   PyRef hinted;
   const auto add_pagination_hint = [&](const Object& response, std::int64_t item_count) -> Value {
     const PyRef page = call.answer(response);
-    const PyRef count = checked(PyLong_FromLongLong(item_count));
+    const PyRef count = checked(PyLong_FromLongLong, item_count);
     const PyRef function = call.global(literal<"add_pagination_hint">);
     PyObject* const arguments[] = {page.get(), count.get()};
-    hinted = checked(
-        call_python([&] { return PyObject_Vectorcall(function.get(), arguments, 2, nullptr); }));
-    return {};  // the host's answer goes to the caller as it is, whatever it is
+    hinted = checked(PyObject_Vectorcall, function.get(), arguments, std::size_t{2}, nullptr);
+    return {};  // the caller gets `hinted`, which need not have a Value
   };
   const Value items = call.value(0);
   const Value total_count = call.value(1);
   const Value offset = call.value(2);
-  mcp_responses::build_paginated_response(items, total_count, offset, call.text(3),
+  const Text items_key = call.text(3);
+  mcp_responses::build_paginated_response(items, total_count, offset, items_key,
                                           add_pagination_hint);
   return hinted;
 }
@@ -141,7 +150,8 @@ PyRef build_wiki_list_response(Call& call) {
   const Value pages = call.value(0);
   const Value total = call.value(1);
   const Value offset = call.value(2);
-  return call.answer(wiki_list(pages, total, offset, call.pass_through(3)));
+  PyRef truncated = call.pass_through(3);
+  return call.answer(wiki_list(pages, total, offset, std::move(truncated)));
 }
 
 PyRef build_wiki_read_response(Call& call) {
@@ -170,7 +180,8 @@ PyRef build_wiki_ask_response(Call& call) {
 
 PyRef ask_citations(Call& call) {
   const List sections = call.list(0);
-  return call.answer(Value(mcp_responses::_ask_citations(sections, call.sequence(1))));
+  const List extra = call.sequence(1);
+  return call.answer(Value(mcp_responses::_ask_citations(sections, extra)));
 }
 
 PyRef get_empty_response(Call& call) {

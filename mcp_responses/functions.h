@@ -1,10 +1,10 @@
-// The bodies of the module's functions: each takes its arguments from the call, calls one function
-// of the library and gives the answer as a new reference to a host object. What the arguments and
-// answers are is told where callers read it, in signatures.cc. Arguments are named by their
-// position among the parameters there, counted from 0. A body throws what crosses to the host as
-// its error (see py_errors.h); when no value can stand for an argument, the call's edge says
-// which. Of several arguments that cannot be taken, the first counts: each is asked for in a
-// statement of its own, for C++ leaves open which argument of a call comes first.
+// The bodies of the module's functions. Each reads its arguments from the call, calls one function of
+// the library, and returns the answer as a new reference. signatures.cc documents the arguments and
+// the answers; arguments are numbered as the parameters there, from 0.
+//
+// If several arguments are invalid, the first one is reported. C++ does not define the order in which
+// the arguments of a function call are evaluated, so each is read in a statement of its own, or in
+// braces, which do define it.
 #pragma once
 
 #include "call.h"

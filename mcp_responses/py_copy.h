@@ -1,4 +1,4 @@
-// Copies of trees of host objects, from host to host.
+// Copies of trees of Python objects, without a conversion to Values.
 #pragma once
 
 #include <utility>
@@ -8,23 +8,23 @@
 
 namespace mcp_responses {
 
-/// A copy of a tree of host objects: lists and dicts are new at every depth, tuples become lists,
-/// instances of subclasses their base type, keys text. Leaves are shared. Throws `UnsupportedObject` and
-/// `NestingError`.
+/// A deep copy: lists and dicts are new at every depth, tuples become lists, instances of subclasses
+/// their base type, keys strings. Leaves are shared. Throws `UnsupportedObject`, `NestingError` and
+/// `PythonError`.
 PyRef plain_copy(PyObject* root);
 
-/// The same of a dict, without its members whose value is None: as `without_nulls` has it.
-PyRef plain_copy_without_nulls(PyObject* dict);
-
-/// What goes into an answer for an object that is only handed on: a leaf itself where it can be
-/// shared, a copy of anything else.
+/// The object that an answer contains for one that a builder passes through: the object itself if it
+/// can be shared, otherwise a copy.
 inline PyRef pass_through(PyRef object) {
   return is_shareable(object.get()) ? std::move(object) : plain_copy(object.get());
 }
 
-/// The dict itself when all its keys are exactly str, else a copy in which every other key has
-/// become the text that the encoding writes for it. Where two keys become the same text, the first
-/// keeps its place and the last gives the value. An OrderedDict is copied in its own order.
-PyRef with_text_keys(PyObject* dict);
+/// The dict itself if all its keys are exactly str, otherwise a copy in which each other key is the
+/// string that the encoding writes for it. Of several keys with the same string, the first determines
+/// the position and the last the value. An OrderedDict is copied in its own order.
+PyRef with_string_keys(PyObject* dict);
+
+/// A key as a str: the text that the encoding writes for it. Throws `UnsupportedObject`.
+PyRef key_string(PyObject* key);
 
 }  // namespace mcp_responses

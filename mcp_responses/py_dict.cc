@@ -1,76 +1,77 @@
 #include "py_dict.h"
 
+#include "cpython_layout.h"
 #include "py_copy.h"
 #include "py_value.h"
 
 namespace mcp_responses {
 
 DictTemplate::DictTemplate(std::vector<PyObject*> keys)
-    : keys_(std::move(keys)), dict_(checked(PyDict_New())) {
-  for (PyObject* key : keys_) check(PyDict_SetItem(dict_.get(), key, Py_None));
-  has_no_values_ = take_values_out(dict_.get());
+    : keys_(std::move(keys)), dict_(checked(PyDict_New)) {
+  for (PyObject* key : keys_) checked(PyDict_SetItem, dict_.get(), key, Py_None);
 }
 
 PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
-  PyRef dict = checked(PyDict_Copy(dict_.get()));
-  if (has_no_values_) {
-    put_values_in(dict.get(), values);
-  } else {
-    for (std::size_t i = 0; i < keys_.size(); ++i)
-      check(PyDict_SetItem(dict.get(), keys_[i], values[i]));
-    for (PyObject* value : values) Py_DECREF(value);
+  PyRef dict = checked(PyDict_Copy, dict_.get());
+  if (overwrite_values(dict.get(), values)) return dict;
+  for (std::size_t i = 0; i < keys_.size(); ++i)
+    checked(PyDict_SetItem, dict.get(), keys_[i], values[i]);
+  for (PyObject* value : values) Py_DECREF(value);  // the dict holds another reference
+  return dict;
+}
+
+const DictTemplate& AnswerConverter::template_for(const KeySet& keys) {
+  const auto found = templates_.find(keys);
+  if (found != templates_.end()) return found->second;
+  std::vector<PyObject*> present;
+  for (std::size_t i = 0; keys.present >> i != 0; ++i) {
+    if ((keys.present >> i & 1) != 0) present.push_back(strings_.of(*keys.keys[i]));
+  }
+  // A finalizer may add this or another template meanwhile, so the position for the new one is
+  // determined only after it has been created.
+  DictTemplate created(std::move(present));
+  return templates_.try_emplace(keys, std::move(created)).first->second;
+}
+
+PyRef AnswerConverter::to_python(const Object& object) {
+  // Presized, because growing takes as long as setting a few members.
+  PyRef dict = checked(_PyDict_NewPresized, static_cast<Py_ssize_t>(object.size()));
+  for (const Member& member : object) {
+    count_work(element_work);
+    checked(PyDict_SetItem, dict.get(), string_of(member.key).get(), to_python(member.value).get());
   }
   return dict;
 }
 
-const DictTemplate& AnswerConverter::found_start(const KeySet& layout) {
-  const auto found = starts_.find(layout);
-  if (found != starts_.end()) return found->second;
-  std::vector<PyObject*> keys;
-  for (std::size_t i = 0; layout.kept >> i != 0; ++i) {
-    if ((layout.kept >> i & 1) != 0) keys.push_back(names_.of(*layout.keys[i]));
-  }
-  // A dict that is made may have a finalizer run, which meets other layouts: only then is this one's
-  // place looked for.
-  DictTemplate start(std::move(keys));
-  return starts_.try_emplace(layout, std::move(start)).first->second;
-}
-
-PyRef AnswerConverter::of(const Object& object) {
-  check_signals(1 + object.size());
-  // With room for all from the start: growing takes as long as setting a few members.
-  PyRef dict = checked(_PyDict_NewPresized(static_cast<Py_ssize_t>(object.size())));
-  for (const Member& member : object)
-    check(PyDict_SetItem(dict.get(), string_of(member.key).get(), of(member.value).get()));
-  return dict;
-}
-
-PyRef AnswerConverter::of(const Value& value) {
+PyRef AnswerConverter::to_python(const Value& value) {
   if (PyObject* leaf = leaf_of(value)) return PyRef::borrow(leaf);
   if (PyObject* container = container_of(value)) return plain_copy(container);
   switch (value.kind()) {
     case Kind::integer:
-      return checked(PyLong_FromLongLong(*value.integer()));
+      return checked(PyLong_FromLongLong, *value.integer());
     case Kind::real:
-      return checked(PyFloat_FromDouble(*value.real()));
+      return checked(PyFloat_FromDouble, *value.real());
     case Kind::string:
       return string_of(*value.text());
     case Kind::list:
       return list_of(*value.list());
     default:
-      return of(*value.object());
+      return to_python(*value.object());
   }
 }
 
 PyRef AnswerConverter::list_of(const List& elements) {
-  PyRef list = checked(PyList_New(0));
-  for (const Value& element : elements) check(PyList_Append(list.get(), of(element).get()));
+  PyRef list = checked(PyList_New, 0);
+  for (const Value& element : elements) {
+    count_work(element_work);
+    checked(PyList_Append, list.get(), to_python(element).get());
+  }
   return list;
 }
 
 PyRef AnswerConverter::string_of(const Text& text) {
   if (&text.ops() != &literal_ops) return mcp_responses::string_of(text);
-  return PyRef::borrow(names_.of(*static_cast<const StringLiteral*>(text.payload().pointer)));
+  return PyRef::borrow(strings_.of(*static_cast<const StringLiteral*>(text.payload().pointer)));
 }
 
 }  // namespace mcp_responses

@@ -6,18 +6,18 @@
 #include "detail/encoder.h"
 #include "errors.h"
 #include "py_copy.h"
+#include "py_errors.h"
 #include "py_object.h"
 
 namespace mcp_responses {
 namespace {
 
-/// A dict cannot be walked where it lies: it has a key that is not exactly a str, whose text
-/// another key may have too, or an order that is not its storage's. A plain copy is encoded
-/// instead.
+/// Thrown for a dict that cannot be traversed in place: a key is not exactly a str, so that its text
+/// may equal another key's, or the dict is an OrderedDict. A plain copy is encoded instead.
 class NeedsCopy {};
 
-/// A host object as the encoder walks it. No host code runs during the walk but signal handlers, so
-/// borrowed references do, if what is still used is held before a handler runs.
+/// A Tree for the encoder. Only signal handlers run Python code during the traversal, so references
+/// are borrowed; before handlers run, the tree holds references to the containers on the path.
 class PyTree {
  public:
   using Node = PyObject*;
@@ -34,14 +34,16 @@ class PyTree {
     }
     PyObject* container() const noexcept { return at_.container(); }
     PyObject* value() const noexcept { return at_.value(); }
-    TextView key() const { return text(at_.key()); }
+    TextView key() const { return view_of_ready(at_.key()); }
 
    private:
     PyCursor at_;
   };
 
-  Kind kind(PyObject* node, const std::vector<Cursor>& open) {
-    if (++nodes_ % nodes_between_checks == 0) run_signal_handlers(node, open);
+  Kind kind(PyObject* node, const std::vector<Cursor>& path) {
+    work_ += element_work;
+    if (work_ >= work_between_checks) [[unlikely]]
+      run_signal_handlers(node, path);
     switch (py_kind(node)) {
       case PyKind::null:
         return Kind::null;
@@ -55,10 +57,10 @@ class PyTree {
         return Kind::string;
       case PyKind::list:
       case PyKind::tuple:
-        if (open.size() >= most_nesting_) throw NestingError();
+        if (path.size() >= max_nesting_) throw NestingError();
         return Kind::list;
       case PyKind::dict:
-        if (open.size() >= most_nesting_) throw NestingError();
+        if (path.size() >= max_nesting_) throw NestingError();
         if (has_own_order(node)) throw NeedsCopy();
         return Kind::object;
       case PyKind::other:
@@ -70,31 +72,38 @@ class PyTree {
   static bool boolean(PyObject* node) noexcept { return node == Py_True; }
   static std::int64_t integer(PyObject* node) { return integer_in(node); }
   static double real(PyObject* node) noexcept { return PyFloat_AS_DOUBLE(node); }
-  static TextView text(PyObject* node) {
-    check(PyUnicode_READY(node));
-    return view_of(node);
+  TextView text(PyObject* node) {
+    const TextView text = view_of_ready(node);
+    work_ += text.size;
+    return text;
   }
   static Cursor open(PyObject* node, Kind kind) noexcept { return {node, kind == Kind::object}; }
 
  private:
-  static constexpr std::size_t nodes_between_checks = 1 << 16;
+  static constexpr std::size_t work_between_checks = std::size_t{4} << 20;  // about a millisecond
 
-  void run_signal_handlers(PyObject* node, const std::vector<Cursor>& open) {
+  static TextView view_of_ready(PyObject* string) {
+    ensure_ready(string);
+    return view_of(string);
+  }
+
+  void run_signal_handlers(PyObject* node, const std::vector<Cursor>& path) {
+    work_ = 0;
     std::vector<PyRef> held;
-    held.reserve(open.size() + 1);
-    for (const Cursor& cursor : open) held.push_back(PyRef::borrow(cursor.container()));
+    held.reserve(path.size() + 1);
+    for (const Cursor& cursor : path) held.push_back(PyRef::borrow(cursor.container()));
     held.push_back(PyRef::borrow(node));
     held_.swap(held);
     check_signals();
   }
 
-  std::size_t most_nesting_ = max_nesting();
-  std::size_t nodes_ = 0;
-  std::vector<PyRef> held_;  // all that was open when handlers ran last
+  std::size_t max_nesting_ = max_nesting();
+  std::size_t work_ = 0;     // since signals were checked
+  std::vector<PyRef> held_;  // the path when handlers ran last
 };
 
 template <class Sink>
-std::size_t encode_as_it_lies(PyObject* root, Sink& sink) {
+std::size_t encode_in_place(PyObject* root, Sink& sink) {
   PyTree tree;
   return encode(tree, root, sink);
 }
@@ -102,37 +111,37 @@ std::size_t encode_as_it_lies(PyObject* root, Sink& sink) {
 template <class Sink>
 std::size_t encode_py(PyObject* root, Sink& sink) {
   try {
-    return encode_as_it_lies(root, sink);
+    return encode_in_place(root, sink);
   } catch (const NeedsCopy&) {
     const PyRef copy = plain_copy(root);
     sink.clear();
-    return encode_as_it_lies(copy.get(), sink);
+    return encode_in_place(copy.get(), sink);
   }
 }
 
-/// Writes into a buffer that is kept from one text to the next. A call that a signal's handler makes
-/// meanwhile finds none there, and writes into one of its own.
+/// Writes into the scratch buffer. A nested call, from a signal handler, finds the buffer empty and
+/// allocates its own.
 class ScratchSink : public TextSink {
  public:
-  explicit ScratchSink(TextBuffer& kept) noexcept
-      : TextSink(std::exchange(kept, {})), kept_(kept) {}
+  explicit ScratchSink(TextBuffer& scratch) noexcept
+      : TextSink(std::exchange(scratch, {})), scratch_(scratch) {}
   ScratchSink(const ScratchSink&) = delete;
   ScratchSink& operator=(const ScratchSink&) = delete;
   ~ScratchSink() {
     TextBuffer used = std::move(*this).buffer();
-    if (used.capacity <= max_scratch) kept_ = std::move(used);
+    if (used.capacity <= max_scratch) scratch_ = std::move(used);
   }
 
  private:
-  static constexpr std::size_t max_scratch = 1 << 20;
+  static constexpr std::size_t max_scratch = std::size_t{1} << 20;
 
-  TextBuffer& kept_;
+  TextBuffer& scratch_;
 };
 
 }  // namespace
 
-PyRef encoded_py_text(PyObject* root, TextBuffer& kept) {
-  ScratchSink sink(kept);
+PyRef encoded_py_text(PyObject* root, TextBuffer& scratch) {
+  ScratchSink sink(scratch);
   const std::size_t size = encode_py(root, sink);
   return exact_string_of(sink.view(size));
 }

@@ -1,5 +1,4 @@
-// The encoder on trees of host objects, which it walks where they lie: no value stands between them
-// and the text.
+// The encoder on trees of Python objects, without a conversion to Values.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +8,13 @@
 
 namespace mcp_responses {
 
-/// The text of a tree of host objects, as a new str. It is written into `kept` first, which grows to
-/// the longest text so far, up to 1 MiB: memory that was freed after each text would go back to the
-/// kernel, and each page of it would be faulted in anew at the next one. Throws `UnsupportedObject` and
-/// `NestingError`.
-PyRef encoded_py_text(PyObject* root, TextBuffer& kept);
+/// The JSON text of a tree of Python objects, as a new str. It is written into `scratch` first, which
+/// keeps up to 1 MiB from one call to the next: memory freed after each text would go back to the
+/// kernel, and cost a page fault per 4 KiB at the next one. Throws `UnsupportedObject`,
+/// `NestingError` and `PythonError`.
+PyRef encoded_py_text(PyObject* root, TextBuffer& scratch);
 
-/// The bytes of that text in UTF-8. Throws `SurrogateError` too.
+/// The size of that text in UTF-8, in bytes. Throws `SurrogateError` too.
 std::size_t encoded_py_size(PyObject* root);
 
 }  // namespace mcp_responses

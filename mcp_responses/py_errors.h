@@ -1,87 +1,94 @@
-// Errors on their way between the host and C++.
+// Errors between Python and C++.
 //
-// Inwards, a failed call of the interpreter becomes a PythonError, which carries nothing: the
-// interpreter has set its own error. `checked` and `check` see to it, and `raise` sets the error
-// itself. Outwards, `translate_exceptions` turns any C++ exception into the host's error.
+// A failed call of the interpreter becomes a PythonError. It carries nothing: the interpreter's error
+// indicator is set. `translate_exceptions` turns any C++ exception into the interpreter's error.
 //
-// Who catches: `translate_exceptions`, around everything that the interpreter calls and that may throw; the
-// call of a function (function_type.cc), which knows where in its arguments a UnsupportedObject object
-// stands; the encoder, which begins anew for a dict with keys that are no strings; and what holds
-// the layout against the interpreter, which does without. In `core`, `code_lines` takes note of a
-// file that is not read, and hands a circle of links over to the thread that has the lock again.
+// Exceptions are caught in four places: `translate_exceptions`, around all code that the interpreter
+// calls; the call of a function (function_type.cc), which adds the argument path to an
+// UnsupportedObject; the encoder, which starts again with a copy of a dict whose keys are not all
+// str; and the check of the layout at import. In `core`, `code_lines` catches errors of files.
 #pragma once
 
 #include <cstddef>
 #include <string>
+#include <type_traits>
 
 #include "py_ref.h"
 
 namespace mcp_responses {
 
-/// The interpreter has set its error.
+/// The interpreter's error indicator is set.
 class PythonError {};
 
-/// Takes over a new reference; throws `PythonError` for null.
-inline PyRef checked(PyObject* object) {
-  if (object == nullptr) throw PythonError();
-  return PyRef::steal(object);
+/// Calls a function of the C API, which may run Python code. Takes over the new reference that it
+/// returns, or returns its non-negative status. Throws `PythonError` for null or a negative status.
+template <class Function, class... Arguments>
+auto checked(Function function, Arguments... arguments) {
+  const auto result = call_python([&] { return function(arguments...); });
+  if constexpr (std::is_pointer_v<decltype(result)>) {
+    if (result == nullptr) throw PythonError();
+    return PyRef::steal(result);
+  } else {
+    if (result < 0) throw PythonError();
+    return result;
+  }
 }
 
-/// Throws `PythonError` for a negative answer.
-inline void check(int answer) {
-  if (answer < 0) throw PythonError();
-}
+/// The next object of an iterator, or null after the last. Throws `PythonError`.
+PyRef next_of(const PyRef& iterator);
 
-/// Runs the handlers of signals that have come, host code that may do anything. What may take long
-/// has to call this now and then. Throws `PythonError` with a handler's error.
-inline void check_signals() {
-  check(call_python([] { return PyErr_CheckSignals(); }));
-}
+/// Runs the handlers of pending signals, which may do anything. Throws `PythonError` if one raises.
+inline void check_signals() { checked(PyErr_CheckSignals); }
 
-/// The same for work that goes in small steps, of which some more are due: looks for signals every
-/// few thousand of them.
-inline void check_signals(std::size_t steps) {
-  static std::size_t since_last = 0;  // in all threads, which take turns by the interpreter's lock
-  since_last += steps;
-  if (since_last < 4096) return;
-  since_last = 0;
+/// The work that an element of a container counts as, in bytes.
+inline constexpr std::size_t element_work = 64;
+
+/// Counts work, in bytes that are read or written, and checks for signals each time it adds up to
+/// 256 KiB: after well under a millisecond. Every loop whose length a caller controls calls it.
+inline void count_work(std::size_t bytes) {
+  constexpr std::size_t work_between_checks = std::size_t{256} << 10;
+  static std::size_t work_since_check = 0;  // of all threads; the GIL guards it
+  work_since_check += bytes;
+  if (work_since_check < work_between_checks) [[likely]]
+    return;
+  work_since_check = 0;
   check_signals();
 }
 
-/// Sets the interpreter's error, of this type, its text formatted as by `PyErr_Format`; throws
-/// `PythonError`.
+/// Raises an error of this type, with a message formatted as by `PyErr_Format`.
 [[noreturn]] void raise(PyObject* type, const char* format, ...);
 
-/// Raises NameError for a global name that is not there, complete as the interpreter's own.
+/// Raises NameError for a missing global name, with the interpreter's message and `name` attribute.
 [[noreturn]] void raise_name_error(PyObject* name);
 
-/// Raises TypeError: "`where` must be `expected`, not ..." with the name of `met`'s type.
-[[noreturn]] void raise_wrong_type(const std::string& where, const char* expected, PyObject* met);
+/// Raises TypeError: "`path` must be `expected`, not ..." and the name of `actual`'s type.
+[[noreturn]] void raise_wrong_type(const std::string& path, const char* expected, PyObject* actual);
 
-/// An object that no value can stand for, or no key's text: of another type than values have, or an
-/// integer beyond 64 bits. Thrown where it is met, which knows nothing of where that is.
+/// Thrown for an object without a JSON representation: of an unsupported type, or an int beyond 64
+/// bits. The catcher determines its path in the arguments.
 class UnsupportedObject {
  public:
-  enum class As : bool { value, key };
+  enum class Role : bool { value, key };
 
-  explicit UnsupportedObject(PyObject* object, As as = As::value) noexcept
-      : object_(PyRef::borrow(object)), as_(as) {}
+  explicit UnsupportedObject(PyObject* object, Role role = Role::value) noexcept
+      : object_(PyRef::borrow(object)), role_(role) {}
   PyObject* object() const noexcept { return object_.get(); }
-  bool is_key() const noexcept { return as_ == As::key; }
+  bool is_key() const noexcept { return role_ == Role::key; }
 
  private:
   PyRef object_;
-  As as_;
+  Role role_;
 };
 
-/// Raises TypeError, or OverflowError for an integer; `where` is the place of what is refused.
-[[noreturn]] void raise_unsupported(const UnsupportedObject& refused, const std::string& where);
+/// Raises TypeError, or OverflowError for an int. `path` is the object's path in the arguments.
+[[noreturn]] void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path);
 
-/// Sets the interpreter's error to what is being thrown. Requires to be called from a catch block.
+/// Sets the interpreter's error from the exception that is being handled. Requires to be called from
+/// a catch block.
 void set_error_from_exception() noexcept;
 
-/// Calls `body` and gives its result, a PyRef, away. Any exception becomes the interpreter's
-/// error, and the answer null.
+/// Calls `body` and releases the PyRef that it returns. Any exception becomes the interpreter's
+/// error, and the result null.
 template <class Body>
 PyObject* translate_exceptions(Body&& body) noexcept {
   try {
@@ -92,7 +99,7 @@ PyObject* translate_exceptions(Body&& body) noexcept {
   }
 }
 
-/// The same for a body without a result, where the interpreter expects 0 or, for an error, -1.
+/// The same for a body without a result: returns 0, or -1 for an error.
 template <class Body>
 int translate_exceptions_to_status(Body&& body) noexcept {
   try {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "errors.h"
+#include "py_errors.h"
 
 namespace mcp_responses {
 
@@ -36,14 +37,13 @@ Py_UCS4 highest_in(Repertoire repertoire) noexcept {
 
 PyRef string_of(const TextView& characters) {
   if (characters.repertoire == Repertoire::ascii) return exact_string_of(characters);
-  return checked(PyUnicode_FromKindAndData(static_cast<int>(unit_size(characters.repertoire)),
-                                           characters.data,
-                                           static_cast<Py_ssize_t>(characters.size)));
+  return checked(PyUnicode_FromKindAndData, static_cast<int>(unit_size(characters.repertoire)),
+                 characters.data, static_cast<Py_ssize_t>(characters.size));
 }
 
 PyRef exact_string_of(const TextView& characters) {
-  PyRef string = checked(
-      PyUnicode_New(static_cast<Py_ssize_t>(characters.size), highest_in(characters.repertoire)));
+  PyRef string = checked(PyUnicode_New, static_cast<Py_ssize_t>(characters.size),
+                         highest_in(characters.repertoire));
   if (characters.size > 0) {
     std::memcpy(PyUnicode_DATA(string.get()), characters.data,
                 characters.size * unit_size(characters.repertoire));

@@ -1,6 +1,6 @@
-// Host objects where they lie: what kind each is, what a leaf holds, and the way through a
-// container. An instance of a subclass counts as its base type, whatever it overrides: nothing here
-// runs host code.
+// Python objects in place: the kind of each, the content of a leaf, and a cursor over a container. An
+// instance of a subclass counts as its base type, whatever it overrides. Nothing here runs Python
+// code.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@
 
 namespace mcp_responses {
 
-/// What a host object is to the library, by its type alone: bool is told from int, and a tuple from
-/// a list, which answers turn it into. `other` has no counterpart.
+/// The kind of a Python object, by its type alone: bool is distinct from int, and tuple from list,
+/// to which answers convert it. `other` has no JSON representation.
 enum class PyKind : unsigned char {
   null,
   boolean,
@@ -43,26 +43,31 @@ inline PyKind py_kind(PyObject* object) noexcept {
   return PyKind::other;
 }
 
-/// True for an OrderedDict, whose own order is not that of its storage.
+/// True for an OrderedDict, whose order is not that of its entries.
 inline bool has_own_order(PyObject* dict) noexcept {
   return !PyDict_CheckExact(dict) && PyODict_Check(dict);
 }
 
 bool fits_64_bits(PyObject* integer) noexcept;
 
-/// True for a leaf that an answer shares with the caller: of exactly the host's own type, and no
-/// int beyond 64 bits. Anything else that an answer carries is copied.
+/// True for a leaf that an answer shares with the caller: exactly of a built-in type, and not an int
+/// beyond 64 bits. Any other object is copied.
 inline bool is_shareable(PyObject* object) noexcept {
   if (PyUnicode_CheckExact(object) || object == Py_None) return true;
   if (PyLong_CheckExact(object)) return small_integer(object) || fits_64_bits(object);
   return PyBool_Check(object) || PyFloat_CheckExact(object);
 }
 
-/// The 64-bit content of an int, or of a subclass. Throws `UnsupportedObject` beyond that.
+/// The content of an int, or of a subclass. Throws `UnsupportedObject` beyond 64 bits.
 std::int64_t integer_in(PyObject* object);
 
-/// The characters of a str, or of a subclass, where they lie. Requires one that is ready. Valid
-/// while the str lives.
+/// Converts a str to its final representation (PEP 393). Throws `PythonError`.
+inline void ensure_ready(PyObject* string) {
+  if (PyUnicode_READY(string) < 0) throw PythonError();
+}
+
+/// The characters of a str, or of a subclass, in place. Requires a str that is ready. Valid while the
+/// str lives.
 inline TextView view_of(PyObject* string) noexcept {
   const Py_UCS4 highest = PyUnicode_MAX_CHAR_VALUE(string);
   const Repertoire repertoire = highest < 0x80      ? Repertoire::ascii
@@ -73,27 +78,28 @@ inline TextView view_of(PyObject* string) noexcept {
           repertoire};
 }
 
-/// The highest code point of a repertoire, by which the host chooses the form of a str.
+/// The highest code point of a repertoire, which determines the representation of a str.
 Py_UCS4 highest_in(Repertoire repertoire) noexcept;
 
-/// A new str of these characters, in the narrowest form, as the host demands of each str. Throws
+/// A new str of these characters, in the narrowest representation, as CPython requires. Throws
 /// `PythonError`.
 PyRef string_of(const TextView& characters);
-/// The same, without looking for the narrowest form. Requires that their repertoire is exact.
+/// The same without a search for the narrowest representation. Requires an exact repertoire.
 PyRef exact_string_of(const TextView& characters);
 
-/// How deep containers may stand inside each other: the host's own recursion limit, but at least
-/// 400 and at most 1000, whatever the limit is set to.
+/// How deep containers may be nested: the interpreter's recursion limit, but at least 400 and at most
+/// 1000.
 std::size_t max_nesting() noexcept;
 
-/// Goes through a list, a tuple or a dict, in order. All references are borrowed and the container
-/// is not held: valid while no host code runs.
+/// Iterates over a list, a tuple or a dict, in order. All references are borrowed, also the one to
+/// the container. `next` is safe after any change of a container that is still alive; the key and the
+/// value are valid until Python code runs.
 class PyCursor {
  public:
   explicit PyCursor(PyObject* container) noexcept : PyCursor(container, PyDict_Check(container)) {}
   PyCursor(PyObject* container, bool is_dict) noexcept : container_(container), is_dict_(is_dict) {}
 
-  /// On to the next element or member; false past the last.
+  /// Moves to the next element or member; false after the last.
   bool next() noexcept {
     if (is_dict_) return next_member(container_, position_, key_, value_);
     if (position_ >= PySequence_Fast_GET_SIZE(container_)) return false;
@@ -104,9 +110,9 @@ class PyCursor {
   PyObject* container() const noexcept { return container_; }
   bool is_dict() const noexcept { return is_dict_; }
   PyObject* value() const noexcept { return value_; }
-  /// Of a member; null in a list or tuple.
+  /// The key of a member; null in a list or tuple.
   PyObject* key() const noexcept { return key_; }
-  /// Of an element in its list or tuple, counted from 0.
+  /// The 0-based position of an element in its list or tuple.
   Py_ssize_t index() const noexcept { return position_ - 1; }
 
  private:

@@ -1,29 +1,26 @@
-// A record of the host's: any object with the attributes that a builder reads. Its class is never
-// looked at.
+// A record that is a Python object: any object with the attributes that a builder reads.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "cpython_layout.h"
-#include "py_copy.h"
+#include "interned_strings.h"
 #include "py_errors.h"
-#include "py_names.h"
 #include "py_object.h"
 #include "py_ref.h"
 #include "records.h"
 
 namespace mcp_responses {
 
-/// The attributes that a call has copied or looked into. They are held until it ends, so that a
-/// value in one of them that no answer can carry is found again for the error's text.
+/// The attributes that a call has copied or inspected. They are kept until it ends, so that the path
+/// of an unsupported object in one of them can be determined for the error message.
 class ReadAttributes {
  public:
-  /// Holds the attribute, which the record called `record` gave for `field`; borrowed.
-  PyObject* hold(const char* record, Field field, PyRef attribute);
+  /// Keeps an attribute of the record that is called `record`. Returns it, borrowed.
+  PyObject* keep(const char* record, Field field, PyRef attribute);
 
-  /// Where the object stands in them: "symbol.docstring[0]". Empty when it does not.
-  std::string place_of(PyObject* object) const;
+  /// The path to the object from one of them: "symbol.docstring[0]". Empty if it is not found.
+  std::string path_to(PyObject* object) const;
 
  private:
   struct Attribute {
@@ -34,42 +31,26 @@ class ReadAttributes {
   std::vector<Attribute> attributes_;
 };
 
-/// See the concept `Record`. An attribute that cannot be read throws `PythonError`: AttributeError as
-/// the interpreter raises it, or whatever the attribute's own code raises.
+/// See the concept `Record`. A failed attribute throws `PythonError`: AttributeError as the
+/// interpreter raises it, or any error that the attribute's own code raises.
 class PyRecord {
  public:
-  /// `name` is what errors call it. Everything must outlive the record.
-  PyRecord(const InternedStrings& names, AttributePlaces& places, PyObject* object,
-           const char* name, ReadAttributes& read) noexcept
-      : names_(names),
-        places_(places),
-        class_(places.class_of(object)),
-        object_(object),
-        name_(name),
-        read_(read) {}
+  /// `name` is the record's name in error messages. All arguments must outlive the record.
+  PyRecord(const InternedStrings& strings, PyObject* object, const char* name,
+           ReadAttributes& read) noexcept
+      : strings_(strings), object_(object), name_(name), read_(read) {}
 
-  [[gnu::always_inline]] PyRef pass_through(Field field) const {
-    PyObject* const found = class_.find(object_, field);
-    if (found != nullptr && is_shareable(found)) [[likely]]
-      return PyRef::borrow(found);
-    return pass_through_slow(field);
-  }
+  PyRef pass_through(Field field) const;
   Value value(Field field) const;
-  Value value_with_method(const char* attribute, Field field) const;
+  Value value_with_method(const char* method, Field field) const;
   PyRef summary(Field field) const;
 
  private:
   PyRef attribute(Field field) const {
-    PyObject* const found = class_.find(object_, field);
-    return found != nullptr ? PyRef::borrow(found) : attribute_slow(field);
+    return checked(PyObject_GetAttr, object_, strings_.of(field));
   }
-  PyRef pass_through_slow(Field field) const;
-  PyRef attribute_slow(Field field) const;
-  PyRef asked_of_host(PyObject* name) const;
 
-  const InternedStrings& names_;
-  AttributePlaces& places_;
-  const AttributePlaces::Class& class_;
+  const InternedStrings& strings_;
   PyObject* object_;
   const char* name_;
   ReadAttributes& read_;

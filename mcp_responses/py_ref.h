@@ -1,8 +1,7 @@
-// References to host objects: two types, two verbs.
+// References to Python objects: two types, two verbs.
 //
-// A PyRef owns one reference. It is made by `steal` (takes over a reference that somebody gives
-// away, such as a new one) or `borrow` (adds one of its own), and given away by `release`. A raw
-// PyObject* is always borrowed.
+// A PyRef owns one reference. `steal` takes over a reference that already exists, such as a new one;
+// `borrow` adds one; `release` gives it away. A raw PyObject* is always borrowed.
 #pragma once
 
 #define PY_SSIZE_T_CLEAN
@@ -12,15 +11,21 @@
 
 #include <utility>
 
+#ifndef __GLIBCXX__
+#error "The extension needs libstdc++: only its <cxxabi.h> has the exception of a forced unwinding"
+#endif
+
 namespace mcp_responses {
 
-/// Runs `body`, which runs host code or takes the interpreter's lock. A thread that does so while
-/// the interpreter shuts down is ended by it, by unwinding its stack; the destructors on the way
-/// would then touch host objects without the lock. Such a thread is stopped here instead, for the
-/// moment that the process still lives.
+/// Returns `body()`. Every call that may run Python code or take the GIL goes through this function;
+/// each allocation of a container is one, because it may start a garbage collection.
 ///
-/// The unwinding throws no object, so the reference that catches it is null: nothing for a
-/// sanitizer to report.
+/// A thread that takes the GIL while the interpreter shuts down is ended by pthread_exit, which
+/// unwinds its stack. Destructors would then release Python objects without the GIL. So the thread
+/// is stopped here instead, until the process exits.
+///
+/// A forced unwinding has no exception object: `catch` binds a null reference, which UBSan would
+/// report.
 template <class Body>
 __attribute__((no_sanitize("undefined"))) auto call_python(Body&& body) {
   try {
@@ -30,9 +35,8 @@ __attribute__((no_sanitize("undefined"))) auto call_python(Body&& body) {
   }
 }
 
-/// Gives up a reference. Only the last one can run host code, a finalizer, and only that one pays
-/// for it.
-inline void give_up(PyObject* object) noexcept {
+/// `Py_XDECREF`. Only the last reference can run a finalizer, so only that one needs the guard.
+inline void decref(PyObject* object) noexcept {
   if (object == nullptr) return;
   if (Py_REFCNT(object) > 1) {
     Py_DECREF(object);
@@ -51,11 +55,11 @@ class PyRef {
   }
   PyRef(PyRef&& other) noexcept : object_(other.release()) {}
   PyRef& operator=(PyRef&& other) noexcept {
-    // The old object goes last: its finalizer may look at this very reference.
-    give_up(std::exchange(object_, other.release()));
+    // The old object is released last: its finalizer may use this reference.
+    decref(std::exchange(object_, other.release()));
     return *this;
   }
-  ~PyRef() { give_up(object_); }
+  ~PyRef() { decref(object_); }
 
   /// Borrowed; valid while this reference lives.
   PyObject* get() const noexcept { return object_; }

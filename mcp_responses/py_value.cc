@@ -6,17 +6,19 @@
 #include "detail/join.h"
 #include "py_copy.h"
 #include "py_encode.h"
+#include "py_errors.h"
 #include "py_object.h"
 
 namespace mcp_responses {
 namespace {
 
 void retain(Payload payload) noexcept { Py_INCREF(object_in(payload)); }
-void release(Payload payload) noexcept { give_up(object_in(payload)); }
+void release(Payload payload) noexcept { decref(object_in(payload)); }
 
 std::int64_t integer(Payload payload) noexcept {
   const auto small = small_integer(object_in(payload));
-  return small ? *small : PyLong_AsLongLong(object_in(payload));  // it was checked
+  return small ? *small
+               : PyLong_AsLongLong(object_in(payload));  // `to_value` has checked the range
 }
 TextView text(Payload payload) noexcept { return view_of(object_in(payload)); }
 
@@ -25,64 +27,63 @@ std::size_t list_size(Payload payload) noexcept {
 }
 
 std::size_t dict_size(Payload payload) noexcept {
-  // What PyDict_GET_SIZE does, but for its cast.
+  // PyDict_GET_SIZE without its cast.
   const auto* const dict = reinterpret_cast<const PyDictObject*>(object_in(payload));
   return static_cast<std::size_t>(dict->ma_used);
 }
 
-// Signals are looked for before a container is walked, which the handle holds; the walk itself runs
-// no host code, so what is walked cannot change meanwhile.
 Value materialized_list(Payload payload) {
-  check_signals(1 + list_size(payload));
   List list;
   list.reserve(list_size(payload));
-  for (PyCursor at(object_in(payload), false); at.next();)
+  for (PyCursor at(object_in(payload), false); at.next(); count_work(element_work))
     list.append(to_value(PyRef::borrow(at.value())));
   return list;
 }
 
 Value materialized_dict(Payload payload) {
-  check_signals(1 + dict_size(payload));
+  const PyRef dict = with_string_keys(object_in(payload));
   Object object;
   object.reserve(dict_size(payload));
-  const PyRef keyed_by_text = with_text_keys(object_in(payload));
-  for (PyCursor at(keyed_by_text.get(), true); at.next();)
-    object.add(to_text(PyRef::borrow(at.key())), to_value(PyRef::borrow(at.value())));
+  for (PyCursor at(dict.get(), true); at.next(); count_work(element_work)) {
+    Value value = to_value(PyRef::borrow(at.value()));
+    // A signal handler may have added a key of another type.
+    object.add(to_text(key_string(at.key())), std::move(value));
+  }
   return object;
 }
 
-/// Whether a str has just these characters.
+/// True if a str has these characters.
 bool is_text(PyObject* string, const TextView& wanted) {
-  check(PyUnicode_READY(string));
+  ensure_ready(string);
   return static_cast<std::size_t>(PyUnicode_GET_LENGTH(string)) == wanted.size &&
          view_of(string) == wanted;
 }
 
-/// Of several keys with the same text, the last one in the dict's storage counts. Keys that are all
-/// exactly str have no text in common.
-Value found_in_dict(Payload payload, const TextView& wanted) {
-  check_signals(1 + dict_size(payload));
+/// Of several keys with the same text, the last entry of the dict counts. Keys that are all exactly
+/// str have different texts.
+Value find_in_dict(Payload payload, const TextView& wanted) {
+  count_work(element_work * (1 + dict_size(payload)));
   PyObject* const dict = object_in(payload);
-  const bool has_one_at_most = own_keys_of(dict) != nullptr;
+  const bool is_unique = unicode_keys_of(dict) != nullptr;
   PyObject* found = nullptr;
   for (PyCursor at(dict, true); at.next();) {
-    const bool is_string = has_one_at_most || PyUnicode_Check(at.key());
+    const bool is_string = is_unique || PyUnicode_Check(at.key());
     if (!is_string || !is_text(at.key(), wanted)) continue;
     found = at.value();
-    if (has_one_at_most) break;
+    if (is_unique) break;
   }
   return found == nullptr ? Value() : to_value(PyRef::borrow(found));
 }
 
 std::size_t encoded_size(Payload payload) { return encoded_py_size(object_in(payload)); }
 
-Value held_by(const ValueOps& ops, PyRef object) noexcept {
+Value reference_to(const ValueOps& ops, PyRef object) noexcept {
   return {ops, Payload{.pointer = object.release()}};
 }
 
 Value integer_value(PyRef object) {
   const std::int64_t content = integer_in(object.get());
-  if (PyLong_CheckExact(object.get())) return held_by(py_integer_ops, std::move(object));
+  if (PyLong_CheckExact(object.get())) return reference_to(py_integer_ops, std::move(object));
   return content;
 }
 
@@ -103,7 +104,7 @@ const ValueOps py_dict_ops{.kind = Kind::object,
                            .release = release,
                            .size = dict_size,
                            .materialized = materialized_dict,
-                           .get = found_in_dict,
+                           .get = find_in_dict,
                            .encoded_size = encoded_size};
 
 Value to_value(PyRef object) {
@@ -120,9 +121,9 @@ Value to_value(PyRef object) {
       return to_text(std::move(object));
     case PyKind::list:
     case PyKind::tuple:
-      return held_by(py_list_ops, std::move(object));
+      return reference_to(py_list_ops, std::move(object));
     case PyKind::dict:
-      return held_by(py_dict_ops, std::move(object));
+      return reference_to(py_dict_ops, std::move(object));
     case PyKind::other:
       break;
   }
@@ -130,8 +131,8 @@ Value to_value(PyRef object) {
 }
 
 Text to_text(PyRef string) {
-  check(PyUnicode_READY(string.get()));
-  if (!PyUnicode_CheckExact(string.get())) string = checked(PyUnicode_FromObject(string.get()));
+  ensure_ready(string.get());
+  if (!PyUnicode_CheckExact(string.get())) string = checked(PyUnicode_FromObject, string.get());
   return {py_string_ops, Payload{.pointer = string.release()}};
 }
 
@@ -143,13 +144,13 @@ PyRef string_of(const Text& text) {
 PyRef string_of(const Cut& cut) {
   const auto size = static_cast<Py_ssize_t>(cut.kept.size + cut.mark.size);
   const Repertoire repertoire = joined_repertoire(cut.kept, cut.mark);
-  PyRef string = checked(PyUnicode_New(size, highest_in(repertoire)));
+  PyRef string = checked(PyUnicode_New, size, highest_in(repertoire));
   join(cut.kept, cut.mark, repertoire, PyUnicode_DATA(string.get()));
   return string;
 }
 
 PyRef first_sentence_of(PyObject* docstring) {
-  check(PyUnicode_READY(docstring));
+  ensure_ready(docstring);
   const FirstSentence sentence(view_of(docstring));
   return sentence.view().size == 0 ? PyRef::borrow(Py_None) : string_of(sentence.view());
 }

@@ -1,6 +1,6 @@
-// Host objects as values. Leaves are shared: a string or an integer is used where it lies, its
-// object kept alive, and goes back to the host as that very object. A container stands for itself
-// until a builder looks into it, one level at a time.
+// Python objects as Values. Leaves are shared: a Value refers to the str or int itself, keeps it
+// alive, and is converted back to the same object. A list or dict is converted one level at a time,
+// when a builder inspects it.
 #pragma once
 
 #include "cuts.h"
@@ -9,13 +9,14 @@
 
 namespace mcp_responses {
 
-/// A value that stands for the object and keeps it alive. Throws `UnsupportedObject`.
+/// A value that refers to the object and keeps it alive. Throws `UnsupportedObject`.
 Value to_value(PyRef object);
 
-/// A text held by a str: the str itself when it is exactly one, else a copy of its base type.
+/// A text that refers to a str: the str itself if it is exactly one, otherwise a copy of its base
+/// type. Requires a str or an instance of a subclass.
 Text to_text(PyRef string);
 
-/// How host objects are held.
+/// The operations of Values that refer to Python objects.
 extern const ValueOps py_string_ops;
 extern const ValueOps py_integer_ops;
 extern const ValueOps py_list_ops;
@@ -25,8 +26,8 @@ inline PyObject* object_in(Payload payload) noexcept {
   return static_cast<PyObject*>(const_cast<void*>(payload.pointer));
 }
 
-/// The host object that a value is without being copied (borrowed): a constant, or the leaf that
-/// the value came from. Null for every other value.
+/// The Python object of a value that needs no conversion (borrowed): a constant, or the leaf that the
+/// value refers to. Null for every other value.
 inline PyObject* leaf_of(const Handle& value) noexcept {
   const ValueOps* const ops = &value.ops();
   if (ops == &py_string_ops || ops == &py_integer_ops) return object_in(value.payload());
@@ -35,19 +36,19 @@ inline PyObject* leaf_of(const Handle& value) noexcept {
   return nullptr;
 }
 
-/// The host's list, tuple or dict that a value stands for (borrowed), or null.
+/// The list, tuple or dict that a value refers to (borrowed), or null.
 inline PyObject* container_of(const Handle& value) noexcept {
   const ValueOps* const ops = &value.ops();
   return ops == &py_list_ops || ops == &py_dict_ops ? object_in(value.payload()) : nullptr;
 }
 
-/// A str with the characters of a text: the very one that it came from when there is one.
+/// A str with the characters of a text: the same str that it came from, if there is one.
 PyRef string_of(const Text& text);
 
-/// A new str of what is left of a text that was cut.
+/// A new str of a text that was cut.
 PyRef string_of(const Cut& cut);
 
-/// The first sentence of a str as `first_sentence` has it, or None.
+/// The first sentence of a str, as `first_sentence` defines it, or None.
 PyRef first_sentence_of(PyObject* docstring);
 
 }  // namespace mcp_responses

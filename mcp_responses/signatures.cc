@@ -1,5 +1,6 @@
-#include "signatures.h"
-
+// The module's functions: parameters, annotations, documentation and bodies. A new function is one more
+// entry here, and its body in functions.cc.
+#include "function_type.h"
 #include "functions.h"
 
 namespace mcp_responses {

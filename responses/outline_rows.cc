@@ -7,9 +7,9 @@
 namespace mcp_responses {
 namespace {
 
-/// The length of the part of `fqn` up to and including its last dot within the first `length` code
-/// points; 0 without.
-std::size_t up_to_last_dot(const TextView& fqn, std::size_t length) {
+/// The length of the longest prefix of `fqn` that ends with a dot and has at most `length` code
+/// points; 0 if there is none.
+std::size_t length_to_last_dot(const TextView& fqn, std::size_t length) {
   return visit_units(fqn, [length](auto units) {
     std::size_t end = length;
     while (end > 0 && units[end - 1] != '.') --end;
@@ -18,6 +18,7 @@ std::size_t up_to_last_dot(const TextView& fqn, std::size_t length) {
 }
 
 std::size_t common_length(const TextView& a, const TextView& b) {
+  if (a.data == b.data && a.repertoire == b.repertoire) return std::min(a.size, b.size);
   return visit_units(a, [&b](auto a_units) {
     return visit_units(b, [a_units](auto b_units) {
       return static_cast<std::size_t>(std::ranges::mismatch(a_units, b_units).in1 -
@@ -37,17 +38,27 @@ bool starts_with_module(const TextView& fqn, const TextView& module) {
 
 }  // namespace
 
-Text outline_module(std::span<const Text> fqns) {
-  if (fqns.empty()) return {};
-  const TextView first = fqns.front().view();
-  // The shared parts, each with the dot behind it, are a prefix of the first fqn.
-  std::size_t shared = up_to_last_dot(first, first.size);
-  for (const Text& fqn : fqns.subspan(1)) {
-    const TextView view = fqn.view();
-    const std::size_t parents = up_to_last_dot(view, view.size);
-    shared = up_to_last_dot(first, std::min(common_length(first.slice(0, shared), view), parents));
+void OutlineModule::add(const Text& fqn) {
+  const TextView view = fqn.view();
+  const std::size_t parents = length_to_last_dot(view, view.size);
+  if (!first_) {
+    first_ = fqn;
+    shared_ = parents;
+    return;
   }
-  return slice(first, 0, shared == 0 ? 0 : shared - 1);
+  const TextView first = first_->view();
+  const std::size_t common = common_length(first.slice(0, shared_), view);
+  shared_ = length_to_last_dot(first, std::min(common, parents));
+}
+
+Text OutlineModule::text() const {
+  return shared_ == 0 ? Text() : slice(first_->view(), 0, shared_ - 1);
+}
+
+Text outline_module(std::span<const Text> fqns) {
+  OutlineModule module;
+  for (const Text& fqn : fqns) module.add(fqn);
+  return module.text();
 }
 
 Value name_in_module(const Value& module, Value fqn) {

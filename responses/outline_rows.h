@@ -1,6 +1,8 @@
 // The outline of one source file: the module that its symbols share, said once, and a row a symbol.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -11,9 +13,21 @@
 
 namespace mcp_responses {
 
-/// The longest dotted prefix that the fqns share, each counted without its last part:
-/// "shop.cart.Cart" and "shop.cart.Cart.total" share "shop.cart". Parts are compared whole. Empty
-/// when nothing is shared.
+/// Computes the module of a file's outline from one fqn after another: the longest dotted prefix
+/// that they share, where the last part of each does not count. "shop.cart.Cart" and
+/// "shop.cart.Cart.total" share "shop.cart". Parts are compared as a whole.
+class OutlineModule {
+ public:
+  void add(const Text& fqn);
+  /// The module of the fqns so far. Empty if they share nothing.
+  Text text() const;
+
+ private:
+  std::optional<Text> first_;
+  std::size_t shared_ = 0;  // length of the prefix of the first fqn, including the dot after it
+};
+
+/// The module of these fqns.
 Text outline_module(std::span<const Text> fqns);
 
 /// The row of a symbol: "name" (its fqn without `module` and the dot in front), "kind", "line",
