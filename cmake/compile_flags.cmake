@@ -6,8 +6,6 @@ target_compile_options(mcp_responses_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wdouble-promotion
   -Wold-style-cast -Wcast-qual -Wcast-align -Wnon-virtual-dtor -Woverloaded-virtual
   -Wextra-semi -Wformat=2 -Wundef -Wunused
-  # A field left out of a designated initializer is meant to be zero.
-  -Wno-missing-field-initializers
   $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond -Wduplicated-branches>
   # GCC 12 sees overlaps where std::strings are joined that cannot be.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)

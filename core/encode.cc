@@ -3,7 +3,6 @@
 #include <span>
 #include <vector>
 
-#include "detail/containers.h"
 #include "detail/encoder.h"
 #include "detail/sinks.h"
 #include "errors.h"
@@ -11,52 +10,45 @@
 namespace mcp_responses {
 namespace {
 
-/// A Value as the encoder walks it. A list or object held elsewhere is materialized when it is met.
+/// A Tree for the encoder. A foreign list or object is converted when it is reached.
 class ValueTree {
  public:
   using Node = const Value*;
 
   class Cursor {
    public:
-    Cursor(const Value& container, Kind kind) : is_object_(kind == Kind::object) {
-      const ValueOps& ops = container.ops();
-      if (ops.materialized != nullptr) materialized_ = ops.materialized(container.payload());
-      const Value& own = ops.materialized == nullptr ? container : materialized_;
+    explicit Cursor(const Value& container) : is_object_(container.kind() == Kind::object) {
+      if (container.is_foreign()) converted_ = container.ops().materialized(container.payload());
+      const Value& own = container.is_foreign() ? converted_ : container;
       if (is_object_) {
-        members_ = members_of(own);
+        members_ = own.members();
       } else {
-        elements_ = elements_of(own);
+        elements_ = own.elements();
       }
     }
 
     bool is_object() const noexcept { return is_object_; }
-    bool next() noexcept { return ++past_ <= (is_object_ ? members_.size() : elements_.size()); }
-    TextView key() const noexcept { return members_[past_ - 1].key.view(); }
+    bool next() noexcept { return ++next_ <= (is_object_ ? members_.size() : elements_.size()); }
+    TextView key() const noexcept { return members_[next_ - 1].key.view(); }
     Node value() const noexcept {
-      return is_object_ ? &members_[past_ - 1].value : &elements_[past_ - 1];
+      return is_object_ ? &members_[next_ - 1].value : &elements_[next_ - 1];
     }
 
    private:
     bool is_object_;
-    Value materialized_;  // of a container that is held elsewhere: keeps what the spans show alive
+    Value converted_;  // owns the elements or members of a foreign container
     std::span<const Value> elements_;
     std::span<const Member> members_;
-    std::size_t past_ = 0;
+    std::size_t next_ = 0;
   };
 
-  /// A value held elsewhere may stand in itself.
-  static Kind kind(Node node, const std::vector<Cursor>& open) {
-    const Kind kind = node->kind();
-    if (open.size() == NestingError::max_levels && (kind == Kind::list || kind == Kind::object)) {
-      throw NestingError();
-    }
-    return kind;
-  }
+  static Kind kind(Node node, const std::vector<Cursor>& /*path*/) { return node->kind(); }
+  static std::size_t max_nesting() noexcept { return NestingError::max_levels; }
   static bool boolean(Node node) noexcept { return *node->boolean(); }
   static std::int64_t integer(Node node) noexcept { return *node->integer(); }
   static double real(Node node) noexcept { return *node->real(); }
   static TextView text(Node node) noexcept { return *node->view(); }
-  static Cursor open(Node node, Kind kind) { return {*node, kind}; }
+  static Cursor open(Node node, Kind) { return Cursor(*node); }
 };
 
 }  // namespace
@@ -69,8 +61,8 @@ Text tool_result_text(const Value& result) {
 }
 
 std::size_t _encoded_size(const Value& result) {
-  const ValueOps& ops = result.ops();
-  if (ops.encoded_size != nullptr) return ops.encoded_size(result.payload());
+  const auto foreign_size = result.ops().encoded_size;
+  if (foreign_size != nullptr) return foreign_size(result.payload());
   CountSink sink;
   ValueTree tree;
   return encode(tree, &result, sink);

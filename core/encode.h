@@ -1,5 +1,5 @@
-// The text of a tool's result, and its size: compact JSON (RFC 8259) without any white space,
-// non-ASCII characters as themselves, and NaN, Infinity and -Infinity as bare words.
+// The text of a tool's result, and its size: compact JSON (RFC 8259) without white space, with
+// non-ASCII characters unescaped. NaN, Infinity and -Infinity are bare words, which are not JSON.
 #pragma once
 
 #include <cstddef>
@@ -8,14 +8,15 @@
 
 namespace mcp_responses {
 
-/// The text of any value, in code points. Throws `NestingError`.
+/// The text of a value. Throws `NestingError`.
 Text tool_result_text(const Value& result);
 
-/// The bytes of `tool_result_text(result)` in UTF-8. Throws `SurrogateError` when a string has
-/// none, and `NestingError`.
+/// The size of `tool_result_text(result)` in UTF-8, in bytes. Throws `SurrogateError` and
+/// `NestingError`.
 std::size_t _encoded_size(const Value& result);
 
-/// Bytes of a string in the text, quotation marks and escapes included. Throws `SurrogateError`.
+/// The size of a string in that text, quotation marks and escapes included, in bytes. Throws
+/// `SurrogateError`.
 std::size_t encoded_string_size(const TextView& string);
 
 }  // namespace mcp_responses

@@ -19,8 +19,8 @@ std::string_view kind_name(Kind kind) noexcept {
   return names[static_cast<std::size_t>(kind)];
 }
 
-KindError::KindError(std::string_view where, std::string_view expected, Kind met)
-    : std::invalid_argument(joined({where, " must be ", expected, ", not ", kind_name(met)})) {}
+KindError::KindError(std::string_view path, std::string_view expected, Kind actual)
+    : std::invalid_argument(joined({path, " must be ", expected, ", not ", kind_name(actual)})) {}
 
 AttributeMissing::AttributeMissing(std::string_view type, std::string_view attribute)
     : std::invalid_argument(joined({"'", type, "' object has no attribute '", attribute, "'"})) {}

@@ -1,9 +1,9 @@
-// Handle: what Text and Value have in common, 16 bytes that own one value however it is held.
+// Handle: the base of Text and Value, 16 bytes that own one value in any representation.
 //
-// A value may be held in place (a number), by this library (reference-counted storage), by the
-// program (a fixed word) or by a host interpreter (its own object, kept alive). Each way of holding
-// is one static table of functions, the ValueOps; a handle is a pointer to it and a payload. So
-// `core` carries a host's objects without knowing what a host is.
+// A representation is an inline number, reference-counted storage of this library, a literal of the
+// program, or an object of a foreign runtime, such as Python, which the handle keeps alive. Each has
+// one static table of functions, its ValueOps, like a vtable. A handle is a pointer to that table and
+// a payload. So `core` carries foreign objects without depending on their runtime.
 #pragma once
 
 #include <cstddef>
@@ -24,30 +24,42 @@ union Payload {
   const void* pointer;
 };
 
-/// One way of holding values of one kind. A function that makes no sense for the kind is null.
+/// The operations of one representation of one kind. An operation is null where the table has a dash:
+///
+///                                  retain    integer  text  size  materialized
+///                                  release                        get, encoded_size
+///   null                           -         -        yes   -     -
+///   boolean, float                 -         -        -     -     -
+///   integer                        foreign   yes      -     -     -
+///   string                         counted   -        yes   -     -
+///   list                           yes       -        -     yes   foreign (without get)
+///   object                         yes       -        -     yes   foreign
+///
+/// "foreign": only for an object of a foreign runtime; "counted": for every string but a literal.
 struct ValueOps {
   Kind kind;
-  /// Adds an owner, and takes one away. Both null: there is nothing to count.
+  /// Adds an owner, or removes one.
   void (*retain)(Payload) noexcept = nullptr;
   void (*release)(Payload) noexcept = nullptr;
-  /// The content of an integer, and the characters of a string.
+  /// The content of an integer.
   std::int64_t (*integer)(Payload) noexcept = nullptr;
+  /// The characters of a string; of null, none.
   TextView (*text)(Payload) noexcept = nullptr;
-  /// The number of elements of a list or members of an object.
+  /// The number of elements of a list, or of members of an object.
   std::size_t (*size)(Payload) noexcept = nullptr;
-  /// A list or an object held elsewhere, as one of this library's own, one level deep. Null: it is
-  /// one already.
+  /// A foreign list or object, converted to storage of this library, one level deep.
   Value (*materialized)(Payload) = nullptr;
-  /// The value under a key of an object held elsewhere, or null. Null with `materialized`.
+  /// The value of a key in a foreign object; null if there is none.
   Value (*get)(Payload, const TextView& key) = nullptr;
-  /// The bytes of the text of a list or an object held elsewhere. Null with `materialized`.
+  /// The size of a foreign list's or object's JSON text in UTF-8, in bytes. Optional: without it, the
+  /// encoder converts the container.
   std::size_t (*encoded_size)(Payload) = nullptr;
 };
 
 extern const ValueOps null_ops;
 
-/// Only what is derived from it can be made, copied, assigned or destroyed: a handle that took
-/// another one's value without asking what kind it is would be a Text that holds a list.
+/// Only derived classes can create, copy, assign or destroy a handle: a Text that was assigned from
+/// any handle could hold a list.
 class Handle {
  public:
   const ValueOps& ops() const noexcept { return *ops_; }
@@ -60,7 +72,7 @@ class Handle {
   Handle(const Handle& other) noexcept : ops_(other.ops_), payload_(other.payload_) {
     if (ops_->retain != nullptr) ops_->retain(payload_);
   }
-  /// `other` becomes null; a Text, List or Object that was moved from may only be assigned to or
+  /// `other` becomes null. A Text, List or Object that was moved from may only be assigned to or
   /// destroyed.
   Handle(Handle&& other) noexcept
       : ops_(std::exchange(other.ops_, &null_ops)),

@@ -1,11 +1,11 @@
-// Objects whose keys are fixed when the program is written.
+// Objects whose keys are template arguments.
 //
 //   return StaticObject{"built"_key = built, "branch"_key = branch, "note"_optional = note};
 //
-// has these members in this order; one that is `_optional` is left out when its value is null. It
-// becomes an Object where one is due. A host may make an object of its own of it instead: what the
-// members hold then need not be Values, so that what an answer only hands on never becomes one. The
-// names are part of the type: a key costs no allocation, no copy and no look-up.
+// has these members in this order; an `_optional` one is omitted if its value is null. It converts to
+// an Object. The extension converts it to a dict instead; then the members may hold Python objects,
+// so that an argument that is only passed through is never converted to a Value. The keys are part of
+// the type: they cost no allocation, copy or look-up.
 #pragma once
 
 #include <algorithm>
@@ -18,23 +18,24 @@
 
 namespace mcp_responses {
 
-/// The characters of a string literal as a template argument.
+/// A string as a template argument.
 template <std::size_t N>
 struct FixedString {
   char chars[N];
-  // NOLINTNEXTLINE(google-explicit-constructor): a literal is meant to become one.
+  // NOLINTNEXTLINE(google-explicit-constructor): converts implicitly from a string literal.
   consteval FixedString(const char (&literal)[N]) { std::copy_n(literal, N, chars); }
 };
 
-template <FixedString name>
-inline constexpr StringLiteral literal{name.chars, sizeof(name.chars) - 1};
+template <FixedString string>
+inline constexpr StringLiteral literal{string.chars, sizeof(string.chars) - 1};
 
-/// What a member holds: a Value wherever one can be made of the content, else the content itself.
+/// The type in which a member is stored: a Value if the content converts to one, otherwise the type
+/// of the content.
 template <class Content>
 using Stored = std::conditional_t<std::constructible_from<Value, Content>, Value,
                                   std::remove_cvref_t<Content>>;
 
-/// One member of a StaticObject.
+/// A member of a StaticObject.
 template <FixedString key_name, bool is_optional, class Content>
 struct StaticMember {
   static constexpr auto name = key_name;
@@ -42,13 +43,13 @@ struct StaticMember {
   Content value;
 };
 
-/// What `"name"_key` and `"name"_optional` are: a text, and with `=` a member.
+/// The type of `"name"_key` and `"name"_optional`: converts to a Text; `=` makes a member.
 template <FixedString name, bool is_optional>
 struct Key {
-  // NOLINTNEXTLINE(google-explicit-constructor): a key is meant to become a text.
+  // NOLINTNEXTLINE(google-explicit-constructor): a key is used as a Text.
   operator Text() const noexcept { return Text(literal<name>); }
 
-  // NOLINTBEGIN(misc-unconventional-assign-operator): it pairs the key with a value.
+  // NOLINTBEGIN(misc-unconventional-assign-operator): it returns a member.
   template <class Content>
   StaticMember<name, is_optional, Stored<Content>> operator=(Content&& content) const {
     return {Stored<Content>(std::forward<Content>(content))};
@@ -66,15 +67,15 @@ constexpr Key<name, true> operator""_optional() {
   return {};
 }
 
-/// The members, each a base of its own type, so no two may have the same key. Write braces, not
-/// parentheses: they fix the order in which the values are made.
+/// Each member is a base class, so no key can occur twice. Write braces, not parentheses: they define
+/// the order in which the values are computed.
 template <class... Members>
 struct StaticObject : Members... {
-  // Were this an aggregate, GCC 12 would leak the members made so far when one of them throws.
+  // GCC 12 leaks the members of an aggregate if the computation of a later one throws.
   explicit StaticObject(Members&&... members) noexcept : Members(std::move(members))... {}
 
   /// Requires members that hold Values.
-  // NOLINTNEXTLINE(google-explicit-constructor): it is one already, but for the storage.
+  // NOLINTNEXTLINE(google-explicit-constructor): an object in another representation.
   operator Object() && {
     Object object;
     object.reserve(sizeof...(Members));

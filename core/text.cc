@@ -1,19 +1,21 @@
 #include "text.h"
 
-#include <atomic>
+#include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
-#include "detail/join.h"
+#include "detail/ref_count.h"
 #include "detail/utf8.h"
 
 namespace mcp_responses {
 namespace {
 
-/// The storage of a text that this library allocates; the units follow it.
+/// The storage of a text that this library allocates. The units follow it.
 struct TextStorage {
-  mutable std::atomic<std::size_t> owners = 1;
+  detail::RefCount owners;
   std::size_t size;
   Repertoire repertoire;
 
@@ -26,36 +28,29 @@ struct TextStorage {
     return ::new (memory) TextStorage(code_points, highest);
   }
   void* units() noexcept { return this + 1; }
-  const void* units() const noexcept { return this + 1; }
 };
 
-const TextStorage& storage_of(Payload payload) noexcept {
-  return *static_cast<const TextStorage*>(payload.pointer);
+TextStorage* storage_in(Payload payload) noexcept {
+  return static_cast<TextStorage*>(const_cast<void*>(payload.pointer));
 }
 
-void retain_text(Payload payload) noexcept {
-  storage_of(payload).owners.fetch_add(1, std::memory_order_relaxed);
-}
+void retain_text(Payload payload) noexcept { storage_in(payload)->owners.add(); }
 
 void release_text(Payload payload) noexcept {
-  const TextStorage& storage = storage_of(payload);
-  // A sole owner needs no locked instruction: nobody else can come.
-  if (storage.owners.load(std::memory_order_acquire) == 1 ||
-      storage.owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-    ::operator delete(const_cast<TextStorage*>(&storage));
-  }
+  TextStorage* const storage = storage_in(payload);
+  if (storage->owners.remove()) ::operator delete(storage);
 }
 
 TextView view_text(Payload payload) noexcept {
-  const TextStorage& storage = storage_of(payload);
-  return {storage.units(), storage.size, storage.repertoire};
+  TextStorage* const storage = storage_in(payload);
+  return {storage->units(), storage->size, storage->repertoire};
 }
 
-TextView view_word(Payload payload) noexcept {
+TextView view_literal(Payload payload) noexcept {
   return static_cast<const StringLiteral*>(payload.pointer)->view();
 }
 
-constexpr StringLiteral no_characters{"", 0};
+constexpr StringLiteral empty_literal{"", 0};
 
 Text decoded(std::string_view utf8) {
   std::vector<std::uint32_t> code_points;
@@ -65,24 +60,82 @@ Text decoded(std::string_view utf8) {
   return Text::copy_of(std::span<const std::uint32_t>(code_points));
 }
 
+/// Computed from the bitwise OR of all units.
+Repertoire exact_repertoire(const TextView& view) noexcept {
+  if (view.repertoire == Repertoire::ascii) return Repertoire::ascii;
+  return visit_units(view, [](auto units) {
+    std::uint32_t bits = 0;
+    for (const auto unit : units) bits |= unit;
+    return bits < 0x80      ? Repertoire::ascii
+           : bits < 0x100   ? Repertoire::latin1
+           : bits < 0x10000 ? Repertoire::bmp
+                            : Repertoire::full;
+  });
+}
+
+/// Returns the end of the copy.
+template <class To>
+To* copy_units(const TextView& view, To* to) noexcept {
+  return visit_units(view, [to](auto units) {
+    return std::ranges::transform(units, to, [](auto unit) { return static_cast<To>(unit); }).out;
+  });
+}
+
+template <class To>
+void join_units(const TextView& first, const TextView& second, void* to) noexcept {
+  copy_units(second, copy_units(first, static_cast<To*>(to)));
+}
+
 }  // namespace
 
 const ValueOps null_ops{.kind = Kind::null,
-                        .text = [](Payload) noexcept { return no_characters.view(); }};
+                        .text = [](Payload) noexcept { return empty_literal.view(); }};
 const ValueOps text_ops{
     .kind = Kind::string, .retain = retain_text, .release = release_text, .text = view_text};
-const ValueOps literal_ops{.kind = Kind::string, .text = view_word};
+const ValueOps literal_ops{.kind = Kind::string, .text = view_literal};
 
 char32_t TextView::operator[](std::size_t position) const {
+  assert(position < size);
   return visit_units(*this,
                      [position](auto units) { return static_cast<char32_t>(units[position]); });
 }
 
 TextView TextView::slice(std::size_t position, std::size_t count) const {
+  assert(position <= size && count <= size - position);
   return {static_cast<const char*>(data) + position * unit_size(repertoire), count, repertoire};
 }
 
-Text::Text() noexcept : Text(no_characters) {}
+bool operator==(const TextView& a, const TextView& b) noexcept {
+  if (a.size != b.size || a.repertoire != b.repertoire) return false;
+  return a.data == b.data || a.size == 0 ||
+         std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) == 0;
+}
+
+std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept {
+  if (a.size != b.size) return a.size <=> b.size;
+  if (a.repertoire != b.repertoire) return a.repertoire <=> b.repertoire;
+  if (a.data == b.data || a.size == 0) return std::strong_ordering::equal;
+  return std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) <=> 0;
+}
+
+Repertoire joined_repertoire(const TextView& first, const TextView& second) noexcept {
+  const Repertoire of_second = exact_repertoire(second);
+  if (first.repertoire <= of_second) return of_second;
+  return std::max(exact_repertoire(first), of_second);
+}
+
+void join(const TextView& first, const TextView& second, Repertoire repertoire, void* to) noexcept {
+  switch (unit_size(repertoire)) {
+    case 1:
+      return join_units<std::uint8_t>(first, second, to);
+    case 2:
+      return join_units<std::uint16_t>(first, second, to);
+    default:
+      return join_units<std::uint32_t>(first, second, to);
+  }
+}
+
+Text::Text() noexcept : Text(empty_literal) {}
 
 Text::Text(std::string_view utf8) : Text(decoded(utf8)) {}
 
@@ -117,18 +170,6 @@ std::string Text::utf8() const {
     bytes.resize(static_cast<std::size_t>(end - bytes.data()));
     return bytes;
   });
-}
-
-bool operator==(const TextView& a, const TextView& b) noexcept {
-  if (a.size != b.size || a.repertoire != b.repertoire) return false;
-  return a.size == 0 || std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) == 0;
-}
-
-std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept {
-  if (a.size != b.size) return a.size <=> b.size;
-  if (a.repertoire != b.repertoire) return a.repertoire <=> b.repertoire;
-  if (a.size == 0) return std::strong_ordering::equal;
-  return std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) <=> 0;
 }
 
 SurrogateError::SurrogateError(Text text, std::size_t position)

@@ -1,14 +1,14 @@
-// Text: an immutable run of Unicode code points.
+// Text: an immutable sequence of Unicode code points.
 //
-// Every length, position and cut of this library counts code points, so a text keeps them that way:
-// one, two or four bytes each, always the narrowest that fits. Cutting is indexing, and a string of
-// the host interpreter, which keeps its strings alike, is used where it lies. UTF-8 is made at the
-// edges only.
+// Every length, position and cut of this library counts code points, so a text is stored as an array
+// of them: one, two or four bytes each, the narrowest that fits. A cut is then an index, and a Python
+// string, which CPython stores in the same way (PEP 393), is used in place. UTF-8 is produced at the
+// interfaces: files, std::string, byte counts.
 //
-// Not for: layout, normalisation or grapheme clusters. A lone surrogate can be carried, but has no
-// UTF-8.
+// A lone surrogate can be stored, but has no UTF-8.
 #pragma once
 
+#include <cassert>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -21,34 +21,37 @@
 
 namespace mcp_responses {
 
-/// The smallest of the four sets that holds every code point of a text: up to U+007F, U+00FF,
-/// U+FFFF or U+10FFFF. It decides how the text is stored.
+/// The smallest of four sets that contains every code point of a text: up to U+007F, U+00FF, U+FFFF
+/// or U+10FFFF. It determines the width of the stored units.
 enum class Repertoire : std::uint8_t { ascii, latin1, bmp, full };
 
-/// Bytes that a code point takes in storage: 1, 1, 2 or 4.
+/// The size of a stored code point, in bytes: 1, 1, 2 or 4.
 constexpr std::size_t unit_size(Repertoire repertoire) {
   return repertoire == Repertoire::full ? 4 : repertoire == Repertoire::bmp ? 2 : 1;
 }
 
-/// A view of code points that somebody else owns. `repertoire` is exact, but for a slice's.
+/// A view of code points with another owner. `repertoire` is exact, except in a slice, where it may
+/// be larger than necessary.
 struct TextView {
   const void* data = nullptr;
   std::size_t size = 0;  // in code points
   Repertoire repertoire = Repertoire::ascii;
 
+  /// Requires `position < size`.
   char32_t operator[](std::size_t position) const;
-  /// `count` code points from `position`. The repertoire stays this view's, so it may be larger
-  /// than they need.
+  /// `count` code points from `position`, with the repertoire of this view. Requires that the view
+  /// contains them.
   TextView slice(std::size_t position, std::size_t count) const;
 };
 
+/// Equal code points. Requires exact repertoires.
 bool operator==(const TextView& a, const TextView& b) noexcept;
 
-/// An order for look-ups, cheap and no alphabetical one: by size, then repertoire, then bytes.
-/// Maps of texts that an outsider chooses use it: unlike a hash, no choice of texts makes it slow.
+/// An order for look-ups, not an alphabetical one: by size, repertoire, then bytes. A map in this
+/// order is fast for any keys; a hash table is slow for keys that were chosen to collide.
 std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept;
 
-/// Calls `visitor` with the view's units as a span of std::uint8_t, std::uint16_t or std::uint32_t.
+/// Calls `visitor` with the view's units, as a span of std::uint8_t, std::uint16_t or std::uint32_t.
 template <class Visitor>
 decltype(auto) visit_units(const TextView& view, Visitor&& visitor) {
   switch (unit_size(view.repertoire)) {
@@ -61,7 +64,14 @@ decltype(auto) visit_units(const TextView& view, Visitor&& visitor) {
   }
 }
 
-/// An ASCII text that lives as long as the program: the name of a key, a fixed message.
+/// The exact repertoire of two texts together.
+Repertoire joined_repertoire(const TextView& first, const TextView& second) noexcept;
+
+/// Writes one text after the other to `to`, as units of the size of `repertoire`. Requires a
+/// repertoire that contains both.
+void join(const TextView& first, const TextView& second, Repertoire repertoire, void* to) noexcept;
+
+/// An ASCII text with static storage: a key or a fixed message.
 struct StringLiteral {
   const char* data;
   std::size_t size;
@@ -69,7 +79,7 @@ struct StringLiteral {
   constexpr TextView view() const { return {data, size, Repertoire::ascii}; }
 };
 
-/// How texts are held that this library allocates, and those that are part of the program.
+/// The operations of texts that this library allocates, and of literals.
 extern const ValueOps text_ops;
 extern const ValueOps literal_ops;
 
@@ -77,22 +87,23 @@ class Text : public Handle {
  public:
   /// The empty text.
   Text() noexcept;
-  /// A text of the program's own; nothing is copied.
-  explicit Text(const StringLiteral& word) noexcept
-      : Handle(literal_ops, Payload{.pointer = &word}) {}
-  /// Decodes UTF-8; each maximal ill-formed subsequence becomes one U+FFFD (the Unicode Standard,
-  /// section 3.9).
+  /// Refers to the literal. Requires static storage.
+  explicit Text(const StringLiteral& literal) noexcept
+      : Handle(literal_ops, Payload{.pointer = &literal}) {}
+  /// Decodes UTF-8. Each maximal subpart of an ill-formed sequence becomes U+FFFD (the Unicode
+  /// Standard, section 3.9).
   explicit Text(std::string_view utf8);
-  /// Takes over one reference to a text held elsewhere. Requires `ops.kind` to be
-  /// `Kind::string`.
-  Text(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {}
+  /// Takes over one reference to a text in any representation. Requires `ops.kind == Kind::string`.
+  Text(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {
+    assert(ops.kind == Kind::string);
+  }
 
-  /// Copies code points into the narrowest storage.
+  /// Copies code points to the narrowest units.
   static Text copy_of(std::span<const std::uint8_t> units);
   static Text copy_of(std::span<const std::uint16_t> units);
   static Text copy_of(std::span<const std::uint32_t> units);
   static Text copy_of(const TextView& view);
-  /// The one text and then the other, in one allocation of the size that they take.
+  /// One text after the other, in one allocation of the exact size.
   static Text joined(const TextView& first, const TextView& second);
 
   /// Valid while this text, or a copy of it, lives.
@@ -100,19 +111,19 @@ class Text : public Handle {
   std::size_t size() const noexcept { return view().size; }
   bool empty() const noexcept { return size() == 0; }
 
-  /// The UTF-8 encoding. Throws `SurrogateError` when the text holds a lone surrogate.
+  /// The UTF-8 encoding. Throws `SurrogateError`.
   std::string utf8() const;
 
   friend bool operator==(const Text& a, const Text& b) noexcept { return a.view() == b.view(); }
   friend auto operator<=>(const Text& a, const Text& b) noexcept { return a.view() <=> b.view(); }
 };
 
-/// A text that must be encoded as UTF-8 holds a surrogate, which has no UTF-8.
+/// Thrown for a text that is to be encoded as UTF-8 and contains a surrogate.
 class SurrogateError : public std::runtime_error {
  public:
   SurrogateError(Text text, std::size_t position);
   const Text& text() const noexcept { return text_; }
-  /// Of the surrogate, in code points.
+  /// The position of the surrogate, in code points.
   std::size_t position() const noexcept { return position_; }
 
  private:

@@ -1,5 +1,6 @@
 #include "value.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -7,15 +8,14 @@
 #include <utility>
 #include <vector>
 
-#include "detail/containers.h"
 #include "detail/shared_array.h"
 #include "errors.h"
 
 namespace mcp_responses {
 namespace {
 
-using Elements = SharedArray<Value>;
-using Members = SharedArray<Member>;
+using Elements = detail::SharedArray<Value>;
+using Members = detail::SharedArray<Member>;
 
 template <class Storage>
 Storage* storage_in(Payload payload) noexcept {
@@ -29,25 +29,23 @@ auto items_in(Payload payload) noexcept {
   return storage == nullptr ? Items() : Items(storage->items(), storage->size());
 }
 
-/// A list or an object of this library's own, by how it is held.
+/// A list or an object of this library.
 struct Container {
   const ValueOps* ops;
   Payload payload;
 };
-void remove(Container doomed) noexcept;
+void destroy(Container doomed) noexcept;
 
-/// How this library holds its own lists and objects.
+/// The operations of this library's own lists and objects.
 template <class Storage, const ValueOps& self>
 constexpr ValueOps ops_of(Kind kind) {
   return {.kind = kind,
           .retain = [](Payload payload) noexcept { Storage::retain(storage_in<Storage>(payload)); },
           .release =
               [](Payload payload) noexcept {
-                if (Storage::give_up(storage_in<Storage>(payload))) remove({&self, payload});
+                if (Storage::release(storage_in<Storage>(payload))) destroy({&self, payload});
               },
-          .size = [](Payload payload) noexcept -> std::size_t {
-            return payload.pointer == nullptr ? 0 : storage_in<Storage>(payload)->size();
-          }};
+          .size = [](Payload payload) noexcept { return items_in<Storage>(payload).size(); }};
 }
 
 extern const ValueOps list_ops;
@@ -69,9 +67,9 @@ auto visit_storage(const Container& container, Visitor visitor) noexcept {
                                     : visitor(storage_in<Members>(container.payload));
 }
 
-/// Destroys what stands behind the last container in this one, which it returns, or everything and
-/// the storage: then it returns null.
-Value* removed_to_last_container(const Container& doomed) noexcept {
+/// Destroys the elements after the last one that is a container, and returns that one. If there is
+/// none, destroys all elements and the storage, and returns null.
+Value* destroy_to_last_container(const Container& doomed) noexcept {
   return visit_storage(doomed, [](auto* storage) -> Value* {
     for (; storage->size() > 0; storage->remove_last()) {
       Value& last = value_in(storage->last());
@@ -82,32 +80,32 @@ Value* removed_to_last_container(const Container& doomed) noexcept {
   });
 }
 
-/// Gives up a container's share in one that stands in it; true when that was the last.
-bool give_up(const Container& container) noexcept {
-  return visit_storage(container, [](auto* storage) { return storage->give_up(storage); });
+/// Removes an owner; true if it was the last one.
+bool release(const Container& container) noexcept {
+  return visit_storage(container, [](auto* storage) { return storage->release(storage); });
 }
 
-/// Frees a container that has lost its last owner, and those inside it that lose theirs by that.
-/// Depth costs no stack: on the way down, the place of a container in the one around it remembers
-/// the way back up.
-void remove(Container doomed) noexcept {
-  Container around{&null_ops, {.pointer = nullptr}};
+/// Frees a container without owners, and the containers in it that lose their last owner by that. The
+/// stack does not grow with the depth, because of pointer reversal (Schorr and Waite, 1967): while a
+/// container is being freed, its handle in the outer container refers to the next outer one.
+void destroy(Container doomed) noexcept {
+  Container outer{&null_ops, {.pointer = nullptr}};
   for (;;) {
-    if (Value* const last = removed_to_last_container(doomed)) {
-      const Container inside{&last->ops(), last->payload()};
-      if (give_up(inside)) {
-        std::construct_at(last, *around.ops, around.payload);
-        around = std::exchange(doomed, inside);
+    if (Value* const last = destroy_to_last_container(doomed)) {
+      const Container inner{&last->ops(), last->payload()};
+      if (release(inner)) {
+        std::construct_at(last, *outer.ops, outer.payload);
+        outer = std::exchange(doomed, inner);
       } else {
         std::construct_at(last);
       }
     } else {
-      if (around.ops == &null_ops) return;
-      doomed = around;
-      Value* const place =
+      if (outer.ops == &null_ops) return;
+      doomed = outer;
+      Value* const reversed =
           visit_storage(doomed, [](auto* storage) -> Value* { return &value_in(storage->last()); });
-      around = {&place->ops(), place->payload()};
-      std::construct_at(place);
+      outer = {&reversed->ops(), reversed->payload()};
+      std::construct_at(reversed);
     }
   }
 }
@@ -116,7 +114,7 @@ bool is_number(Kind kind) {
   return kind == Kind::boolean || kind == Kind::integer || kind == Kind::real;
 }
 
-/// Exact: the integer is never rounded to a float.
+/// Exact: the integer is not rounded to a float.
 bool equal(std::int64_t integer, double real) {
   constexpr double limit = 9223372036854775808.0;  // 2 to the 63rd
   return real >= -limit && real < limit && std::trunc(real) == real &&
@@ -132,37 +130,39 @@ bool equal_numbers(const Value& a, const Value& b) {
   return *a.whole() == *b.whole();
 }
 
-/// Two values still to be compared, and how many containers stand around each.
+/// Two values to be compared, and the number of containers around each.
 struct Pair {
   Value a;
   Value b;
   std::size_t levels = 0;
 };
 
-/// Equal as far as can be told without looking into a list or an object.
-bool same_outside(const Value& a, const Value& b) {
+/// Equal, except that only the sizes of lists and objects are compared.
+bool equal_shallow(const Value& a, const Value& b) {
   if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
   if (a.kind() != b.kind()) return false;
   if (a.kind() != Kind::string) return a.size() == b.size();
   return *a.view() == *b.view();
 }
 
-/// Adds the pairs that two lists or objects of the same size consist of. A key that one of them
-/// lacks is paired with nothing that is equal.
-void add_contents(const Pair& outside, std::vector<Pair>& contents) {
-  if (outside.levels == NestingError::max_levels) throw NestingError();
-  const std::size_t levels = outside.levels + 1;
-  if (outside.a.kind() == Kind::list) {
-    const List a = *outside.a.list();
-    const List b = *outside.b.list();
+/// Adds the pairs of elements, or of members with the same key, of two lists or objects of the same
+/// size. A value without a counterpart is paired with NaN, which equals nothing.
+void add_contents(const Pair& outer, std::vector<Pair>& contents) {
+  check_nesting(outer.levels);
+  const std::size_t levels = outer.levels + 1;
+  const Value unequal = std::numeric_limits<double>::quiet_NaN();
+  if (outer.a.kind() == Kind::list) {
+    const List a = *outer.a.list();
+    const List b = *outer.b.list();
+    // The conversion of a foreign list may run code that changes the other one.
+    if (a.size() != b.size()) return contents.push_back({unequal, unequal, levels});
     for (std::size_t i = 0; i < a.size(); ++i) contents.push_back({a[i], b[i], levels});
     return;
   }
-  const Object a = *outside.a.object();
-  const Object b = *outside.b.object();
+  const Object a = *outer.a.object();
+  const Object b = *outer.b.object();
   std::map<TextView, const Value*> by_key;
   for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
-  const Value unequal = std::numeric_limits<double>::quiet_NaN();
   for (const Member& member : a) {
     const auto found = by_key.find(member.key.view());
     contents.push_back({member.value, found == by_key.end() ? unequal : *found->second, levels});
@@ -206,17 +206,28 @@ std::optional<Text> Value::text() const noexcept {
 
 std::optional<List> Value::list() const {
   if (kind() != Kind::list) return {};
-  return ops().materialized == nullptr ? List(*this) : List(ops().materialized(payload()));
+  return List(List::Share(), is_foreign() ? ops().materialized(payload()) : *this);
 }
 
 std::optional<Object> Value::object() const {
   if (kind() != Kind::object) return {};
-  return ops().materialized == nullptr ? Object(*this) : Object(ops().materialized(payload()));
+  return Object(Object::Share(), is_foreign() ? ops().materialized(payload()) : *this);
 }
 
 Value Value::get(const Text& key) const {
   if (kind() != Kind::object) return {};
-  return ops().get == nullptr ? Object(*this).get(key) : ops().get(payload(), key.view());
+  return ops().get == nullptr ? Object(Object::Share(), *this).get(key)
+                              : ops().get(payload(), key.view());
+}
+
+std::span<const Value> Value::elements() const noexcept {
+  assert(kind() == Kind::list && !is_foreign());
+  return items_in<Elements>(payload());
+}
+
+std::span<const Member> Value::members() const noexcept {
+  assert(kind() == Kind::object && !is_foreign());
+  return items_in<Members>(payload());
 }
 
 std::optional<std::size_t> Value::size() const noexcept {
@@ -225,26 +236,21 @@ std::optional<std::size_t> Value::size() const noexcept {
 }
 
 bool operator==(const Value& a, const Value& b) {
-  if (!same_outside(a, b)) return false;
+  if (!equal_shallow(a, b)) return false;
   if (!a.size()) return true;
-  // The pairs still to be compared stand in a list of their own: depth costs no stack.
+  // An explicit stack, because values may be nested deeply.
   std::vector<Pair> pairs;
   add_contents({a, b}, pairs);
   while (!pairs.empty()) {
     const Pair pair = std::move(pairs.back());
     pairs.pop_back();
-    if (!same_outside(pair.a, pair.b)) return false;
+    if (!equal_shallow(pair.a, pair.b)) return false;
     if (pair.a.size()) add_contents(pair, pairs);
   }
   return true;
 }
 
 List::List() noexcept : Handle(list_ops, Payload{.pointer = nullptr}) {}
-
-List::List(std::initializer_list<Value> elements) : List() {
-  reserve(elements.size());
-  for (const Value& element : elements) append(element);
-}
 
 List List::repeated(std::size_t count, const Value& element) {
   List list;
@@ -253,15 +259,7 @@ List List::repeated(std::size_t count, const Value& element) {
   return list;
 }
 
-std::span<const Value> elements_of(const Handle& list) noexcept {
-  return items_in<Elements>(list.payload());
-}
-
-std::span<const Member> members_of(const Handle& object) noexcept {
-  return items_in<Members>(object.payload());
-}
-
-std::span<const Value> List::items() const noexcept { return elements_of(*this); }
+std::span<const Value> List::items() const noexcept { return items_in<Elements>(payload()); }
 
 List::Storage& List::writable(std::size_t more) {
   Storage* storage = Storage::writable(storage_in<Storage>(payload()), more);
@@ -270,6 +268,7 @@ List::Storage& List::writable(std::size_t more) {
 }
 
 void List::set(std::size_t position, Value element) {
+  assert(position < size());
   writable(0).items()[position] = std::move(element);
 }
 void List::append(Value element) { writable(1).add(std::move(element)); }
@@ -277,7 +276,7 @@ void List::remove_last() { writable(0).remove_last(); }
 void List::reserve(std::size_t more) { writable(more); }
 
 void List::extend(const List& other) {
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this very list
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this list
   const List elements = other;
   reserve(elements.size());
   for (const Value& element : elements) append(element);
@@ -297,10 +296,10 @@ Object::Object(std::initializer_list<Member> members) : Object() {
   for (const Member& member : members) set(member.key, member.value);
 }
 
-std::span<const Member> Object::items() const noexcept { return members_of(*this); }
+std::span<const Member> Object::items() const noexcept { return items_in<Members>(payload()); }
 
 const Member* Object::find(const Text& key) const noexcept {
-  // A fixed word is most likely there as that very word.
+  // A literal is most likely stored as the same literal.
   for (const Member& member : items()) {
     if (&member.key.ops() == &literal_ops && member.key.payload().pointer == key.payload().pointer)
       return &member;
@@ -318,9 +317,9 @@ Object::Storage& Object::writable(std::size_t more) {
   return *storage;
 }
 
-Value Object::get(const Text& key, const Value& otherwise) const noexcept {
+Value Object::get(const Text& key, const Value& fallback) const noexcept {
   const Member* member = find(key);
-  return member == nullptr ? otherwise : member->value;
+  return member == nullptr ? fallback : member->value;
 }
 
 List Object::keys() const {
@@ -341,12 +340,8 @@ void Object::add(Text key, Value value) {
   writable(1).add(Member{std::move(key), std::move(value)});
 }
 
-void Object::add_known(Text key, Value value) {
-  if (!value.is_null()) add(std::move(key), std::move(value));
-}
-
 void Object::update(const Object& other) {
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this very object
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this object
   const Object members = other;
   for (const Member& member : members) set(member.key, member.value);
 }

@@ -1,17 +1,20 @@
-// Value, List, Object: what every builder takes and returns. The seven kinds are exactly those that
-// the tool result text can write (see encode.h).
+// Value, List, Object: the arguments and results of builders. Their seven kinds are those that JSON
+// text can contain (see encode.h).
 //
-// Values have value semantics: no change through one value ever shows in another. Copies are cheap,
-// because storage is shared until somebody writes to it. Boolean, integer and float are three
-// kinds: true, 1 and 1.0 are written differently.
+// Values have value semantics: a change of one value never shows in another. Copies are cheap, because
+// storage is shared until it is changed. Boolean, integer and float are different kinds: true, 1 and
+// 1.0 have different texts.
 #pragma once
 
+#include <cassert>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "handle.h"
@@ -24,14 +27,34 @@ class Object;
 struct Member;
 template <class... Members>
 struct StaticObject;
+namespace detail {
 template <class T>
 class SharedArray;
+}
 
-/// How numbers and truth values are held: in place.
+/// The operations of booleans and numbers, which are stored in the handle.
 inline constexpr ValueOps boolean_ops{.kind = Kind::boolean};
 inline constexpr ValueOps integer_ops{
     .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
 inline constexpr ValueOps real_ops{.kind = Kind::real};
+
+/// The number types that become an integer without loss: all signed ones, and unsigned ones of up to
+/// 32 bits. bool and the character types are not numbers.
+template <class Number>
+concept Integer = std::integral<Number> && !std::same_as<Number, bool> &&
+                  (std::signed_integral<Number> || sizeof(Number) < sizeof(std::int64_t)) &&
+                  !std::same_as<Number, char> && !std::same_as<Number, wchar_t> &&
+                  !std::same_as<Number, char8_t> && !std::same_as<Number, char16_t> &&
+                  !std::same_as<Number, char32_t>;
+
+/// The number types that become a float without loss.
+template <class Number>
+concept Real = std::same_as<Number, double> || std::same_as<Number, float>;
+
+/// All other arithmetic types.
+template <class Number>
+concept OtherNumber = std::is_arithmetic_v<Number> && !Integer<Number> && !Real<Number> &&
+                      !std::same_as<Number, bool>;
 
 class Value : public Handle {
  public:
@@ -39,18 +62,20 @@ class Value : public Handle {
   Value() noexcept = default;
   Value(std::same_as<bool> auto boolean) noexcept
       : Handle(boolean_ops, Payload{.boolean = boolean}) {}
-  template <std::signed_integral Integer>
-  Value(Integer integer) noexcept : Handle(integer_ops, Payload{.integer = integer}) {}
-  Value(double real) noexcept : Handle(real_ops, Payload{.real = real}) {}
+  Value(Integer auto integer) noexcept : Handle(integer_ops, Payload{.integer = integer}) {}
+  Value(Real auto real) noexcept : Handle(real_ops, Payload{.real = real}) {}
+  /// No other number type converts, because its value may not fit: write
+  /// `Value(static_cast<std::int64_t>(rows.size()))`.
+  Value(OtherNumber auto) = delete;
   Value(Text text) noexcept : Handle(std::move(text)) {}
-  Value(const StringLiteral& word) noexcept : Value(Text(word)) {}
+  Value(const StringLiteral& literal) noexcept : Value(Text(literal)) {}
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
   Value(List list) noexcept;
   Value(Object object) noexcept;
   /// An object of these members (see static_object.h).
   template <class... Members>
   Value(StaticObject<Members...> members);
-  /// Takes over one reference to a value held elsewhere.
+  /// Takes over one reference to a value in any representation.
   Value(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {}
 
   Kind kind() const noexcept { return ops().kind; }
@@ -59,73 +84,102 @@ class Value : public Handle {
   /// False for null, false, 0, 0.0, -0.0, "", [] and {}; true for every other value, NaN included.
   bool truthy() const noexcept;
 
-  /// The content when the value is of that kind, else nothing. A list or object that is held
-  /// elsewhere is materialized one level deep, which may throw std::bad_alloc.
+  /// The content, if the value is of that kind. A foreign list or object is converted one level deep,
+  /// which may throw std::bad_alloc or an error of the foreign runtime.
   std::optional<bool> boolean() const noexcept {
     return kind() == Kind::boolean ? std::optional(payload().boolean) : std::nullopt;
   }
   std::optional<std::int64_t> integer() const noexcept {
     return kind() == Kind::integer ? std::optional(ops().integer(payload())) : std::nullopt;
   }
-  /// An integer, or a boolean as 0 or 1: what counts as a whole number.
+  /// An integer, or a boolean as 0 or 1.
   std::optional<std::int64_t> whole() const noexcept;
   std::optional<double> real() const noexcept {
     return kind() == Kind::real ? std::optional(payload().real) : std::nullopt;
   }
   std::optional<Text> text() const noexcept;
-  /// The characters of a string where they lie. Valid while this value, or a copy of it, lives.
+  /// The characters of a string. Valid while this value, or a copy of it, lives.
   std::optional<TextView> view() const noexcept {
     return kind() == Kind::string ? std::optional(ops().text(payload())) : std::nullopt;
   }
   std::optional<List> list() const;
   std::optional<Object> object() const;
-  /// The value under a key of an object, without opening it; null where there is none, and for the
-  /// other kinds.
+  /// The value of a key in an object, which is not converted. Null if there is none, and for other
+  /// kinds.
   Value get(const Text& key) const;
-  /// Elements of a list or members of an object, without opening it; nothing for the other kinds.
+  /// The number of elements of a list, or of members of an object, which are not converted.
   std::optional<std::size_t> size() const noexcept;
 
-  /// Same kind and same content; booleans, integers and floats compare by numeric value across
-  /// kinds, exactly. Objects compare as maps: the order of members does not count. NaN equals
+  /// True for a list or object that a foreign runtime stores.
+  bool is_foreign() const noexcept { return ops().materialized != nullptr; }
+  /// The elements of a list, or the members of an object. Requires one that is not foreign. Valid
+  /// while this value, or a copy of it, lives unchanged.
+  std::span<const Value> elements() const noexcept;
+  std::span<const Member> members() const noexcept;
+
+  /// Same kind and same content. Booleans, integers and floats are equal across kinds if their
+  /// numeric values are exactly equal. Objects are equal in any order of their members. NaN equals
   /// nothing. Throws `NestingError`.
   friend bool operator==(const Value& a, const Value& b);
 };
+
+/// Any type that converts to a Value, except List.
+template <class Element>
+concept OnlyElement =
+    std::convertible_to<Element, Value> && !std::derived_from<std::remove_cvref_t<Element>, List>;
 
 class List : public Handle {
  public:
   /// The empty list.
   List() noexcept;
-  List(std::initializer_list<Value> elements);
+  /// The elements, in order. `List(other)` and `List{other}` copy a list; `List::repeated(1, other)`
+  /// is a list that contains one.
+  explicit List(OnlyElement auto&& element) : List() {
+    append(std::forward<decltype(element)>(element));
+  }
+  template <std::convertible_to<Value> First, std::convertible_to<Value> Second,
+            std::convertible_to<Value>... Rest>
+  List(First&& first, Second&& second, Rest&&... rest) : List() {
+    reserve(2 + sizeof...(Rest));
+    append(std::forward<First>(first));
+    append(std::forward<Second>(second));
+    (append(std::forward<Rest>(rest)), ...);
+  }
   static List repeated(std::size_t count, const Value& element);
 
   std::size_t size() const noexcept { return items().size(); }
   bool empty() const noexcept { return size() == 0; }
-  /// Requires `position < size()`, counted from 0.
-  const Value& operator[](std::size_t position) const noexcept { return items()[position]; }
+  /// Requires `position < size()`.
+  const Value& operator[](std::size_t position) const noexcept {
+    assert(position < size());
+    return items()[position];
+  }
+  /// Valid while this list, or a copy of it, lives unchanged.
   std::span<const Value> items() const noexcept;
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
 
-  // What changes a list copies its storage first when another one shares it. Throws std::bad_alloc,
-  // and then nothing has changed.
+  // Changes copy the storage first if another list shares it. They throw std::bad_alloc, and then
+  // nothing has changed.
 
   /// Replaces an element. Requires `position < size()`.
   void set(std::size_t position, Value element);
-  /// Appends one, or all elements of a list, which may be this very one.
   void append(Value element);
+  /// Appends all elements of a list, which may be this one.
   void extend(const List& other);
   /// Requires a list that is not empty.
   void remove_last();
-  /// Makes room for so many more elements.
+  /// Reserves capacity for `more` elements.
   void reserve(std::size_t more);
 
-  /// The first `count` elements; all of them when there are fewer.
+  /// The first `count` elements, or all if there are fewer.
   List first(std::size_t count) const;
 
  private:
   friend class Value;
-  using Storage = SharedArray<Value>;
-  explicit List(const Handle& list) noexcept : Handle(list) {}
+  using Storage = detail::SharedArray<Value>;
+  struct Share {};
+  List(Share, const Handle& list) noexcept : Handle(list) {}
 
   Storage& writable(std::size_t more);
 };
@@ -135,48 +189,45 @@ struct Member {
   Value value;
 };
 
-/// An ordered map from texts to values. Meant for the dozen keys of a response: a look-up is a
-/// scan.
+/// An ordered map from texts to values. A look-up is a linear search: meant for the dozen keys of a
+/// response.
 class Object : public Handle {
  public:
   /// The empty object.
   Object() noexcept;
-  /// Members in order. Where a key is given twice, it keeps its first position and takes the later
+  /// The members, in order. A key that is given twice keeps its first position and gets the later
   /// value.
   Object(std::initializer_list<Member> members);
 
   std::size_t size() const noexcept { return items().size(); }
   bool empty() const noexcept { return size() == 0; }
   bool contains(const Text& key) const noexcept { return find(key) != nullptr; }
-  /// The value under `key`, even a null one; otherwise the default.
-  Value get(const Text& key, const Value& otherwise = {}) const noexcept;
-  /// Members and keys, in order.
+  /// The value of `key`, which may be null. `fallback` if there is none.
+  Value get(const Text& key, const Value& fallback = {}) const noexcept;
+  /// In order. Valid while this object, or a copy of it, lives unchanged.
   std::span<const Member> items() const noexcept;
   List keys() const;
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
 
-  // What changes an object copies its storage first when another one shares it. Throws
-  // std::bad_alloc, and then nothing has changed.
+  // Changes copy the storage first if another object shares it. They throw std::bad_alloc, and then
+  // nothing has changed.
 
-  /// Replaces the value and keeps the position when the key is there; otherwise appends.
+  /// Replaces the value of an existing key, which keeps its position; otherwise appends a member.
   void set(const Text& key, Value value);
-  /// Appends without looking. Requires a key that is not there yet.
+  /// Appends a member. Requires a new key.
   void add(Text key, Value value);
-  /// An object of its own, at no cost until one of the two is changed.
   Object copy() const noexcept { return *this; }
   /// Sets each member of `other`, in its order.
   void update(const Object& other);
-  /// Makes room for so many more members.
+  /// Reserves capacity for `more` members.
   void reserve(std::size_t more);
-
-  /// Appends unless the value is null. Requires a key that is not there yet.
-  void add_known(Text key, Value value);
 
  private:
   friend class Value;
-  using Storage = SharedArray<Member>;
-  explicit Object(const Handle& object) noexcept : Handle(object) {}
+  using Storage = detail::SharedArray<Member>;
+  struct Share {};
+  Object(Share, const Handle& object) noexcept : Handle(object) {}
 
   const Member* find(const Text& key) const noexcept;
   Storage& writable(std::size_t more);

@@ -169,7 +169,7 @@ PyRef plain_copy(PyObject* root) {
     }
     const PyRef original = open.back().element();
     ShallowCopy inner = shallow_copy(original.get());
-    if (open.size() >= max_levels && is_container(inner.object.get())) throw NestingError();
+    if (is_container(inner.object.get())) check_nesting(open.size(), max_levels);
     const PyRef element = PyRef::borrow(inner.object.get());
     open.back().replace(std::move(inner.object));
     if (!inner.is_deep) open.emplace_back(element.get());

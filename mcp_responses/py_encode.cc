@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "detail/encoder.h"
-#include "errors.h"
 #include "py_copy.h"
 #include "py_errors.h"
 #include "py_object.h"
@@ -57,10 +56,8 @@ class PyTree {
         return Kind::string;
       case PyKind::list:
       case PyKind::tuple:
-        if (path.size() >= max_nesting_) throw NestingError();
         return Kind::list;
       case PyKind::dict:
-        if (path.size() >= max_nesting_) throw NestingError();
         if (has_own_order(node)) throw NeedsCopy();
         return Kind::object;
       case PyKind::other:
@@ -69,6 +66,7 @@ class PyTree {
     throw UnsupportedObject(node);
   }
 
+  std::size_t max_nesting() const noexcept { return max_nesting_; }
   static bool boolean(PyObject* node) noexcept { return node == Py_True; }
   static std::int64_t integer(PyObject* node) { return integer_in(node); }
   static double real(PyObject* node) noexcept { return PyFloat_AS_DOUBLE(node); }
@@ -97,7 +95,7 @@ class PyTree {
     check_signals();
   }
 
-  std::size_t max_nesting_ = max_nesting();
+  std::size_t max_nesting_ = mcp_responses::max_nesting();
   std::size_t work_ = 0;     // since signals were checked
   std::vector<PyRef> held_;  // the path when handlers ran last
 };

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "cuts.h"
-#include "detail/join.h"
 #include "py_copy.h"
 #include "py_encode.h"
 #include "py_errors.h"
@@ -152,7 +151,8 @@ PyRef string_of(const Cut& cut) {
 PyRef first_sentence_of(PyObject* docstring) {
   ensure_ready(docstring);
   const FirstSentence sentence(view_of(docstring));
-  return sentence.view().size == 0 ? PyRef::borrow(Py_None) : string_of(sentence.view());
+  const Cut cut = sentence.cut();
+  return cut.kept.size == 0 ? PyRef::borrow(Py_None) : string_of(cut);
 }
 
 }  // namespace mcp_responses

@@ -1,8 +1,6 @@
 #include "ask_citations.h"
 
 #include <algorithm>
-#include <cmath>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -13,16 +11,8 @@
 namespace mcp_responses {
 namespace {
 
-std::string at(const char* list, std::size_t position) {
-  return std::string(list) + "[" + std::to_string(position) + "]";
-}
-
-/// The same number as an integer, where there is one of 64 bits.
-std::optional<std::int64_t> integer_of(double real) noexcept {
-  constexpr double limit = 0x1p63;
-  if (real < -limit || real >= limit) return {};
-  const auto integer = static_cast<std::int64_t>(real);
-  return static_cast<double>(integer) == real ? std::optional(integer) : std::nullopt;
+std::string element_path(const std::string& list, std::size_t position) {
+  return list + "[" + std::to_string(position) + "]";
 }
 
 }  // namespace
@@ -35,60 +25,67 @@ CitationLists::CitationLists(const List& sections, List extra, const char* extra
     : extra_(std::move(extra)), extra_name_(extra_name) {
   for (std::size_t i = 0; i < sections.size(); ++i) {
     if (sections[i].kind() != Kind::object)
-      throw KindError(at("sections", i), "dict", sections[i].kind());
+      throw KindError(element_path("sections", i), "dict", sections[i].kind());
   }
   from_sections_.reserve(ASK_MAX_CITATIONS);
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
 }
 
-template <class Where>
-CitationLists::Place CitationLists::place_of(const Value& citation, const Where& where) const {
-  if (citation.kind() != Kind::object) throw KindError(where(), "dict", citation.kind());
-  const auto part = [&](const Text& key) {
-    const Value value = citation.get(key);
-    const bool is_container = value.kind() == Kind::list || value.kind() == Kind::object;
-    if (!is_container) return part_of(value);
-    throw KindError(where() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
-  };
-  Part path = part("path"_key);
-  return {part("line_start"_key), part("line_end"_key), std::move(path)};
+bool CitationLists::CitationKey::operator==(const CitationKey& other) const {
+  const bool is_same_line =
+      line && other.line ? *line == *other.line : line_start == other.line_start;
+  return is_same_line && line_end == other.line_end && path == other.path;
 }
 
-CitationLists::Part CitationLists::part_of(const Value& value) const {
-  if (auto text = value.text()) return *std::move(text);
-  if (const auto whole = value.whole()) return *whole;
-  const auto real = value.real();
-  if (!real) return {};
-  // A place with NaN is always a new one, so the places before it number it.
-  if (std::isnan(*real)) return Nan(mentions_.size());
-  if (const auto integer = integer_of(*real)) return *integer;
-  return *real;
+/// `path_of` returns the path of the citation in the arguments, for an error message.
+template <class PathOf>
+CitationLists::CitationKey CitationLists::key_of(const Value& citation, const PathOf& path_of) {
+  if (citation.kind() != Kind::object) throw KindError(path_of(), "dict", citation.kind());
+  const auto part = [&](const Text& key) {
+    Value value = citation.get(key);
+    if (value.size())
+      throw KindError(path_of() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
+    return value;
+  };
+  CitationKey key;
+  key.path = part("path"_key);
+  key.line_start = part("line_start"_key);
+  key.line_end = part("line_end"_key);
+  key.line = key.line_start.whole();
+  return key;
+}
+
+const CitationLists::Candidate* CitationLists::find(const Candidates& candidates,
+                                                    const CitationKey& key) {
+  const auto found = std::ranges::find(candidates, key, &Candidate::key);
+  return found == candidates.end() ? nullptr : &*found;
 }
 
 void CitationLists::add_section(const Value& section, std::size_t position) {
   const Value citations = section.get("citations"_key);
   if (!citations.truthy()) return;
   const auto list = citations.list();
-  const auto where = [position] { return at("sections", position) + "['citations']"; };
-  if (!list) throw KindError(where(), "list", citations.kind());
+  const auto list_path = [&] { return element_path("sections", position) + "['citations']"; };
+  if (!list) throw KindError(list_path(), "list", citations.kind());
   for (std::size_t i = 0; i < std::min(list->size(), ASK_CITATIONS_PER_SECTION); ++i) {
-    // A full list takes no more, whichever sections are kept: the first ones are always among them.
+    // A full list gets no more citations: an answer keeps the first sections, which filled it.
     if (from_sections_.size() == ASK_MAX_CITATIONS) return;
     const Value& citation = (*list)[i];
-    Place place = place_of(citation, [&] { return at(where().c_str(), i); });
-    if (mentions_.try_emplace(std::move(place), Mention{.section = position}).second) {
-      from_sections_.push_back({citation, position});
-    }
+    CitationKey key = key_of(citation, [&] { return element_path(list_path(), i); });
+    if (find(from_sections_, key) == nullptr)
+      from_sections_.push_back({std::move(key), citation, position});
   }
 }
 
 CitationLists::Candidate* CitationLists::extra_at(std::size_t position) {
   while (position >= from_extra_.size() && extra_read_ < extra_.size()) {
     const Value& citation = extra_[extra_read_];
-    Place place = place_of(citation, [this] { return at(extra_name_, extra_read_); });
+    CitationKey key = key_of(citation, [this] { return element_path(extra_name_, extra_read_); });
     ++extra_read_;
-    Mention& mention = mentions_.try_emplace(std::move(place)).first->second;
-    if (!std::exchange(mention.in_extra, true)) from_extra_.push_back({citation, mention.section});
+    if (find(from_extra_, key) != nullptr) continue;
+    const Candidate* const in_section = find(from_sections_, key);
+    const std::size_t section = in_section == nullptr ? no_section : in_section->section;
+    from_extra_.push_back({std::move(key), citation, section});
   }
   return position < from_extra_.size() ? &from_extra_[position] : nullptr;
 }
@@ -102,9 +99,9 @@ void CitationLists::visit(std::size_t sections, Visitor visitor) {
     ++count;
   }
   for (std::size_t i = 0; count < ASK_MAX_CITATIONS; ++i) {
-    Candidate* extra = extra_at(i);
+    Candidate* const extra = extra_at(i);
     if (extra == nullptr) break;
-    if (extra->section < sections) continue;  // one of these sections cites it already
+    if (extra->section < sections) continue;  // listed already
     visitor(*extra);
     ++count;
   }
@@ -126,7 +123,7 @@ std::int64_t CitationLists::size_for_first(std::size_t sections) {
     size += candidate.size;
     ++count;
   });
-  return size + std::max<std::int64_t>(0, count - 1);  // the commas between them
+  return size + std::max<std::int64_t>(0, count - 1);  // with a comma between two
 }
 
 }  // namespace mcp_responses

@@ -1,87 +1,78 @@
-// The one citation list of an ask answer: the first citations of each section, then those that the
-// answer itself read, each place once, up to a cap.
+// The citation list of an ask answer: the first citations of each section, then those that the answer
+// itself read, each place once, up to a limit.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <map>
-#include <memory_resource>
-#include <variant>
+#include <optional>
 #include <vector>
 
 #include "value.h"
 
 namespace mcp_responses {
 
-/// How many citations of each section are candidates.
+/// The number of citations of each section that are considered.
 inline constexpr std::size_t ASK_CITATIONS_PER_SECTION = 3;
-/// The most citations that the list holds.
+/// The maximum length of the list.
 inline constexpr std::size_t ASK_MAX_CITATIONS = 24;
 
-/// The citations for these sections (objects, best first, with an optional list "citations") and
-/// `extra` (a list of citation objects), whole and unchanged. Two citations are the same place when
-/// "path", "line_start" and "line_end" are equal (numbers by value, absent as null); the first of
-/// them stays. Throws `KindError` when something looked at is of the wrong kind.
+/// The citations of these sections (objects, best first, with an optional list "citations"), then
+/// those of `extra` (a list of citation objects), unchanged. Citations with equal "path",
+/// "line_start" and "line_end" cite the same place, and only the first of them is listed. Numbers are
+/// equal by value, a missing key equals null. Throws `KindError` for a value of the wrong kind.
 List _ask_citations(const List& sections, const List& extra);
 
-/// The lists of all answers that keep the first n of the same sections, n from 0 up. Each citation
-/// is looked at once and measured once, however many n are asked for.
+/// The lists of all answers that keep the first n of the same sections, for any n. Each citation is
+/// read once and measured once.
 class CitationLists {
  public:
-  /// `extra_name` is what an error calls the extra. Throws `KindError`.
+  /// `extra_name` is the name of `extra` in error messages. Throws `KindError`.
   CitationLists(const List& sections, List extra, const char* extra_name);
 
-  /// The list for the first `sections` sections. Its elements are the callers' own.
+  /// The list for the first `sections` sections. Throws `KindError`.
   List for_first(std::size_t sections);
-  /// Bytes of that list's text between its brackets.
+  /// The size of that list's text without its brackets, in bytes. Throws `KindError` and
+  /// `SurrogateError`.
   std::int64_t size_for_first(std::size_t sections);
 
  private:
   static constexpr std::size_t no_section = std::numeric_limits<std::size_t>::max();
 
-  /// A citation that no earlier one of its source repeats.
+  /// The place that a citation cites. Lines are compared first, because they differ more often than
+  /// paths.
+  struct CitationKey {
+    std::optional<std::int64_t> line;  // `line_start`, if it is a whole number
+    Value line_start;
+    Value line_end;
+    Value path;
+
+    bool operator==(const CitationKey& other) const;
+  };
+
+  /// A citation whose place no earlier citation of its list cites.
   struct Candidate {
+    CitationKey key;
     Value citation;
-    std::size_t section;  // of a section's: its position. Of an extra: the first section that cites
-                          // the same place
-    std::int64_t size = -1;  // bytes of its text, once measured
+    std::size_t section;     // the first section that cites the place
+    std::int64_t size = -1;  // of its text, in bytes, once it is measured
   };
-  struct Mention {
-    std::size_t section = no_section;
-    bool in_extra = false;
-  };
+  // A list has so few citations that a linear search is faster than a map.
+  using Candidates = std::vector<Candidate>;
 
-  /// NaN equals nothing, so each has a number of its own.
-  enum class Nan : std::size_t {};
-  /// A part of a place in the one form that all equal values share: a number without a fraction is
-  /// an integer where it fits, absent is null. So parts have an order, and none is rounded.
-  using Part = std::variant<std::monostate, std::int64_t, double, Nan, Text>;
-  /// What a citation points at: its first line, its last one and the path. Lines come first because
-  /// they differ more often than paths.
-  using Place = std::array<Part, 3>;
-
-  /// `where` answers where the citation stands among the caller's arguments; only an error asks.
-  template <class Where>
-  Place place_of(const Value& citation, const Where& where) const;
-  /// Requires a value that is no list and no object.
-  Part part_of(const Value& value) const;
+  template <class PathOf>
+  static CitationKey key_of(const Value& citation, const PathOf& path_of);
+  static const Candidate* find(const Candidates& candidates, const CitationKey& key);
 
   void add_section(const Value& section, std::size_t position);
-  /// The extra at `position` among those that are distinct, read on demand; null past the last.
+  /// The distinct citation of `extra` at a position, read on demand; null after the last.
   Candidate* extra_at(std::size_t position);
-  /// Calls `visitor` with each candidate that is in the list for the first `sections` sections, in
-  /// order.
+  /// Calls `visitor` with each candidate in the list for the first `sections` sections, in order.
   template <class Visitor>
   void visit(std::size_t sections, Visitor visitor);
 
-  std::vector<Candidate> from_sections_;
-  std::vector<Candidate> from_extra_;
-  // Most answers cite so few places that they need no memory of their own.
-  std::array<std::byte, 2048> buffer_;
-  std::pmr::monotonic_buffer_resource memory_{buffer_.data(), buffer_.size()};
-  std::pmr::map<Place, Mention> mentions_{&memory_};
+  Candidates from_sections_;
+  Candidates from_extra_;
   List extra_;
   const char* extra_name_;
   std::size_t extra_read_ = 0;

@@ -1,7 +1,7 @@
-// Fitting is arithmetic. The size of an answer is the sum of its parts: the head (everything but
-// the lists' contents), each section row with an empty excerpt, each excerpt, the citation list of
-// the sections kept, and the commas between them. Every part is measured once, every size that the
-// rules ask for is added up from them, and the answer is put together once, at the end.
+// Fitting a budget is arithmetic. The size of an answer is the sum of its parts: the head (the answer
+// with empty lists), each section's row with an empty excerpt, each excerpt, the citation list of the
+// kept sections, and commas. Each part is measured once, the sizes of all reduced answers are sums, and
+// the answer is assembled once, at the end.
 #include "ask_response.h"
 
 #include <algorithm>
@@ -17,12 +17,18 @@
 namespace mcp_responses {
 namespace {
 
-/// Characters cut beyond the overflow when an excerpt shrinks.
+/// An excerpt is cut by this many characters more than it is too long.
 constexpr std::int64_t spare_chars = 8;
 
 std::int64_t size_of(const Value& value) { return static_cast<std::int64_t>(_encoded_size(value)); }
 
-/// Bytes of an excerpt beyond the two quotation marks that its row has anyway.
+/// The size of an optional member and the comma before it; 0 if it is null.
+std::int64_t member_size(const Text& key, const Value& value) {
+  constexpr std::int64_t comma_and_colon = 2;
+  return value.is_null() ? 0 : size_of(key) + size_of(value) + comma_and_colon;
+}
+
+/// The size of an excerpt without its quotation marks, which are part of the row.
 std::int64_t content_size(const Text& excerpt) {
   return static_cast<std::int64_t>(encoded_string_size(excerpt.view())) - 2;
 }
@@ -34,7 +40,7 @@ Text excerpt_of(const Value& section) {
   return _trimmed(text ? *text : tool_result_text(excerpt), ASK_EXCERPT_CHARS);
 }
 
-/// The row of a section, its excerpt empty.
+/// The row of a section, with an empty excerpt.
 Object row_of(const Value& section) {
   return StaticObject{
       "page_id"_key = section.get("page_id"_key),
@@ -43,6 +49,22 @@ Object row_of(const Value& section) {
       "similarity"_key = section.get("similarity"_key),
       "stale"_key = section.get("stale"_key).truthy(),
       "excerpt"_key = Text(),
+  };
+}
+
+Object answer_of(const AskAnswer& answer, List rows, List citations) {
+  return StaticObject{
+      "mode"_key = answer.mode,
+      "query"_key = answer.query,
+      "answer"_key = answer.answer,
+      "sections"_key = std::move(rows),
+      "citations"_key = std::move(citations),
+      "model"_optional = answer.model,
+      "tokens"_optional = answer.tokens,
+      "note"_optional = answer.note,
+      "decisions"_optional = answer.decisions,
+      "code"_optional = answer.code,
+      "memories"_optional = answer.memories,
   };
 }
 
@@ -59,7 +81,7 @@ List extra_of(const Value& citations) {
   return *list;
 }
 
-/// The answer as far as it is decided: what each step takes away or cuts.
+/// An answer that is being reduced.
 class Draft {
  public:
   explicit Draft(AskAnswer answer)
@@ -75,10 +97,11 @@ class Draft {
     }
   }
 
+  /// Reduces the answer to `limit` bytes, if possible.
   void fit(std::int64_t limit) {
     measure();
-    settle_count(limit);
-    place_excerpts(limit);
+    drop_sections(limit);
+    cut_excerpts(limit);
     drop(answer_.memories, memories_size_, limit);
     drop(answer_.code, code_size_, limit);
   }
@@ -90,35 +113,17 @@ class Draft {
       rows_[i].set("excerpt"_key, excerpts_[i]);
       rows.append(std::move(rows_[i]));
     }
-    Object response = required(std::move(rows), citations_.for_first(kept_));
-    response.add_known("model"_key, answer_.model);
-    response.add_known("tokens"_key, answer_.tokens);
-    response.add_known("note"_key, answer_.note);
-    response.add_known("decisions"_key, answer_.decisions);
-    response.add_known("code"_key, answer_.code);
-    response.add_known("memories"_key, answer_.memories);
-    return response;
+    return answer_of(answer_, std::move(rows), citations_.for_first(kept_));
   }
 
  private:
-  Object required(List rows, List citations) const {
-    return StaticObject{
-        "mode"_key = answer_.mode,
-        "query"_key = answer_.query,
-        "answer"_key = answer_.answer,
-        "sections"_key = std::move(rows),
-        "citations"_key = std::move(citations),
-    };
-  }
-
   void measure() {
-    head_size_ = size_of(required({}, {}));
-    add_to_head("model"_key, answer_.model);
-    add_to_head("tokens"_key, answer_.tokens);
-    add_to_head("note"_key, answer_.note);
-    add_to_head("decisions"_key, answer_.decisions);
-    code_size_ = add_to_head("code"_key, answer_.code);
-    memories_size_ = add_to_head("memories"_key, answer_.memories);
+    AskAnswer head = answer_;
+    head.code = {};
+    head.memories = {};
+    code_size_ = member_size("code"_key, answer_.code);
+    memories_size_ = member_size("memories"_key, answer_.memories);
+    head_size_ = size_of(answer_of(head, {}, {})) + code_size_ + memories_size_;
     rows_size_.assign(1, 0);
     for (const Object& row : rows_) {
       const std::int64_t comma = rows_size_.size() == 1 ? 0 : 1;
@@ -126,40 +131,31 @@ class Draft {
     }
   }
 
-  /// Measures a member that is there only when it is not null, and the comma before it.
-  std::int64_t add_to_head(const Text& key, const Value& value) {
-    if (value.is_null()) return 0;
-    const std::int64_t size = size_of(key) + size_of(value) + 2;  // "," and ":"
-    head_size_ += size;
-    return size;
-  }
-
-  /// Of the answer with these sections, every excerpt empty.
+  /// The size of the answer with the first `sections` sections and empty excerpts.
   std::int64_t size_without_excerpts(std::size_t sections) {
     return head_size_ + rows_size_[sections] + citations_.size_for_first(sections);
   }
 
-  static std::int64_t reserve_for(std::size_t sections) {
+  static std::int64_t reserved_for(std::size_t sections) {
     return static_cast<std::int64_t>(sections) * ASK_MIN_EXCERPT_CHARS;
   }
 
-  void settle_count(std::int64_t limit) {
-    while (kept_ > 0 && size_without_excerpts(kept_) + reserve_for(kept_) > limit) --kept_;
+  void drop_sections(std::int64_t limit) {
+    while (kept_ > 0 && size_without_excerpts(kept_) + reserved_for(kept_) > limit) --kept_;
   }
 
-  /// From the top down: each excerpt whole while it fits beside what is held back for those below
-  /// it. A cut takes more bytes than the overflow (a character has at least one, an ellipsis
-  /// three), and what is held back for a section is enough for none of it, so that the sections
-  /// that were kept fit in any case.
-  void place_excerpts(std::int64_t limit) {
+  /// From the first section to the last: an excerpt stays whole if it fits beside the bytes that are
+  /// reserved for those below it. A cut removes more bytes than necessary: each character has at least
+  /// one, and the spare characters make up for the ellipsis. So all kept sections fit.
+  void cut_excerpts(std::int64_t limit) {
     size_ = size_without_excerpts(kept_);
     for (std::size_t i = 0; i < kept_; ++i) {
-      const std::int64_t over =
-          size_ + content_size(excerpts_[i]) + reserve_for(kept_ - i - 1) - limit;
-      if (over > 0) {
+      const std::int64_t excess =
+          size_ + content_size(excerpts_[i]) + reserved_for(kept_ - i - 1) - limit;
+      if (excess > 0) {
         const auto length = static_cast<std::int64_t>(excerpts_[i].size());
         excerpts_[i] =
-            _trimmed(excerpts_[i], std::max<std::int64_t>(0, length - over - spare_chars));
+            _trimmed(excerpts_[i], std::max<std::int64_t>(0, length - excess - spare_chars));
       }
       size_ += content_size(excerpts_[i]);
     }
@@ -174,25 +170,24 @@ class Draft {
   AskAnswer answer_;
   List sections_;
   CitationLists citations_;
-  std::vector<Object> rows_;  // their excerpts apart
+  std::vector<Object> rows_;  // with empty excerpts
   std::vector<Text> excerpts_;
-  std::size_t kept_;  // sections, the first ones
+  std::size_t kept_;  // the number of sections that are kept: the first ones
 
-  // In bytes of text:
-  std::int64_t head_size_ = 0;  // the answer with both lists empty
-  std::int64_t code_size_ = 0;  // the member, within the head
-  std::int64_t memories_size_ = 0;
-  std::vector<std::int64_t> rows_size_;  // the first n rows with empty excerpts, and their commas
-  std::int64_t size_ = 0;                // the answer as far as excerpts are placed
+  // Sizes in bytes:
+  std::int64_t head_size_ = 0;           // the answer with empty lists
+  std::int64_t code_size_ = 0;           // part of the head
+  std::int64_t memories_size_ = 0;       // part of the head
+  std::vector<std::int64_t> rows_size_;  // the first n rows with empty excerpts and commas, by n
+  std::int64_t size_ = 0;                // the answer so far
 };
 
-/// The byte limit. A budget beyond what any answer can reach is as good as one at that bound:
-/// nothing wraps.
+/// The budget in bytes, clamped to a bound that exceeds any answer, so that no sum overflows.
 std::int64_t limit_of(const Value& token_budget) {
-  constexpr std::int64_t beyond_any_answer = std::int64_t{1} << 56;
+  constexpr std::int64_t bound = std::int64_t{1} << 56;
   const auto budget = token_budget.whole();
   if (!budget) throw KindError("token_budget", "int or None", token_budget.kind());
-  return std::clamp(*budget, -beyond_any_answer, beyond_any_answer) * BYTES_PER_TOKEN;
+  return std::clamp(*budget, -bound, bound) * BYTES_PER_TOKEN;
 }
 
 }  // namespace

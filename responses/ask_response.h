@@ -7,38 +7,43 @@
 
 namespace mcp_responses {
 
-/// Every excerpt is first cut to at most this many characters, with or without a budget.
+/// The maximum length of an excerpt in characters, with or without a budget.
 inline constexpr std::int64_t ASK_EXCERPT_CHARS = 1200;
-/// While a budget is fitted, the bytes held back for each section whose excerpt is not placed yet.
+/// While an answer is fitted to a budget, the bytes that are reserved for each excerpt below the
+/// current one.
 inline constexpr std::int64_t ASK_MIN_EXCERPT_CHARS = 200;
-/// A token is counted as this many bytes of the encoded answer.
+/// The size of a token, in bytes of the encoded answer.
 inline constexpr std::int64_t BYTES_PER_TOKEN = 4;
 
-/// Arguments of `build_wiki_ask_response`. `sections` is a list of objects, best first, each with
+/// The arguments of `build_wiki_ask_response`. `sections` is a list of objects, best first, each with
 /// any of "page_id", "title", "heading", "similarity", "stale", "excerpt" and "citations";
 /// `citations` a list of citation objects or null; `token_budget` an integer or null.
 struct AskAnswer {
-  Value mode;
-  Value query;
-  Value answer;
-  Value sections;
-  Value citations;
-  Value model;
-  Value tokens;
-  Value note;
-  Value decisions;
-  Value code;
-  Value memories;
-  Value token_budget;
+  Value mode = {};
+  Value query = {};
+  Value answer = {};
+  Value sections = {};
+  Value citations = {};
+  Value model = {};
+  Value tokens = {};
+  Value note = {};
+  Value decisions = {};
+  Value code = {};
+  Value memories = {};
+  Value token_budget = {};
 };
 
 /// {"mode", "query", "answer", "sections", "citations"}, then those of "model", "tokens", "note",
-/// "decisions", "code" and "memories" that are not null. With a budget the answer gives way until
-/// its text has at most `token_budget` times `BYTES_PER_TOKEN` bytes: excerpts shrink, from the
-/// bottom section up, to about `ASK_MIN_EXCERPT_CHARS` bytes, then whole sections go from the
-/// bottom, then the memories, then the code. The other members, and the places in `citations`, are
-/// never cut, and may take more by themselves. Throws `KindError`, and `SurrogateError`
-/// when a budget asks for the size of a string that has none.
+/// "decisions", "code" and "memories" that are not null.
+///
+/// With a budget, the answer is reduced until its text has at most `token_budget` times
+/// `BYTES_PER_TOKEN` bytes. Excerpts shrink, from the last section to the first, to about
+/// `ASK_MIN_EXCERPT_CHARS` bytes. Then whole sections are dropped from the end, then the memories,
+/// then the code. The other members and the citations of kept sections are never cut, and may exceed
+/// the budget.
+///
+/// Throws `KindError`, and with a budget `SurrogateError`, because a lone surrogate has no size in
+/// UTF-8.
 Object build_wiki_ask_response(AskAnswer answer);
 
 }  // namespace mcp_responses

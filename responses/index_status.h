@@ -14,16 +14,16 @@ namespace mcp_responses {
 /// handed on, as whatever kind a host has for them.
 template <class Passed>
 struct IndexStatusOf {
-  Passed status;
-  Passed health;
-  Passed branch;
-  Passed progress;
+  Passed status = {};
+  Passed health = {};
+  Passed branch = {};
+  Passed progress = {};
   Passed files_indexed = 0;
   Passed symbols_indexed = 0;
-  Passed last_updated;
+  Passed last_updated = {};
   Passed errors_count = 0;
-  Value phase;
-  Value phase_detail;
+  Value phase = {};
+  Value phase_detail = {};
 };
 using IndexStatus = IndexStatusOf<Value>;
 

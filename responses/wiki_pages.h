@@ -15,15 +15,15 @@ namespace mcp_responses {
 /// the stale pages are only handed on, as whatever kind a host has for them.
 template <class Passed>
 struct WikiStatusOf {
-  Passed built;
-  Passed branch;
+  Passed built = {};
+  Passed branch = {};
   Passed pages = 0;
   Passed files_covered = 0;
   Passed total_sources = 0;
   Passed coverage_pct = 0.0;
-  Passed last_built;
-  Passed model;
-  Value stale_pages;
+  Passed last_built = {};
+  Passed model = {};
+  Value stale_pages = {};
   Passed enabled = false;
   Passed configured = false;
 };
@@ -42,12 +42,12 @@ Object build_wiki_list_response(Value pages, Value total, Value offset = 0,
 /// Arguments of `build_wiki_read_response`. The lists may be null.
 template <class Passed>
 struct WikiPageOf {
-  Passed page_id;
-  Passed title;
-  Passed content;
-  Value citations;
-  Value source_files;
-  Value related_pages;
+  Passed page_id = {};
+  Passed title = {};
+  Passed content = {};
+  Value citations = {};
+  Value source_files = {};
+  Value related_pages = {};
 };
 using WikiPage = WikiPageOf<Value>;
 

@@ -1,20 +1,21 @@
-// SharedArray: the storage of lists and objects. Many handles may own one; whoever writes to an
-// array that others own too gets a copy first.
+// SharedArray: the storage of lists and objects, shared by its owners and copied on write.
 //
-// An empty array is a null pointer, and the functions that have to take one are static: the pointer
-// itself is the payload of a handle.
+// An empty array is a null pointer, which is the payload of its handle. So the functions that accept
+// an empty array are static.
 #pragma once
 
-#include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
 
-namespace mcp_responses {
+#include "detail/ref_count.h"
 
-/// A block with room for `capacity` elements, of which the first `size` are alive, and a count of
-/// its owners. Requires an element that is copied and moved without a throw.
+namespace mcp_responses::detail {
+
+/// A block for `capacity` elements, of which the first `size` exist. Requires an element type that is
+/// copied and moved without an exception.
 template <class T>
 class SharedArray {
  public:
@@ -22,60 +23,63 @@ class SharedArray {
   T* items() noexcept { return reinterpret_cast<T*>(this + 1); }
   const T* items() const noexcept { return reinterpret_cast<const T*>(this + 1); }
 
-  /// Appends an element made of the arguments. Requires room, and that the caller is the only
-  /// owner.
+  /// Appends an element. Requires spare capacity, and that the caller is the only owner.
   template <class... Arguments>
   void add(Arguments&&... arguments) {
+    assert(size_ < capacity_);
     ::new (static_cast<void*>(items() + size_)) T{std::forward<Arguments>(arguments)...};
     ++size_;
   }
 
-  /// Requires an element, and that nobody else owns the array.
-  T& last() noexcept { return items()[size_ - 1]; }
-  void remove_last() noexcept { std::destroy_at(items() + --size_); }
-
-  /// Adds an owner.
-  static void retain(const SharedArray* array) noexcept {
-    if (array != nullptr) array->owners_.fetch_add(1, std::memory_order_relaxed);
+  /// Requires an element, and that the caller is the only owner.
+  T& last() noexcept {
+    assert(size_ > 0);
+    return items()[size_ - 1];
+  }
+  void remove_last() noexcept {
+    assert(size_ > 0);
+    std::destroy_at(items() + --size_);
   }
 
-  /// Takes an owner away. True when it was the last one, who then has to remove the elements and
+  /// Adds an owner.
+  static void retain(SharedArray* array) noexcept {
+    if (array != nullptr) array->owners_.add();
+  }
+
+  /// Removes an owner. Returns true if it was the last one, which has to remove the elements and
   /// `free` the array.
-  static bool give_up(const SharedArray* array) noexcept {
-    if (array == nullptr) return false;
-    // A sole owner needs no locked instruction: nobody else can come.
-    return array->is_sole() || array->owners_.fetch_sub(1, std::memory_order_acq_rel) == 1;
+  static bool release(SharedArray* array) noexcept {
+    return array != nullptr && array->owners_.remove();
   }
 
   /// Requires an array without elements and owners.
   void free() noexcept {
+    assert(size_ == 0);
     this->~SharedArray();
     ::operator delete(this);
   }
 
-  /// An array that the caller alone owns, with room for `more` elements: `array` itself, or a copy
-  /// for which the caller's share of `array` is given up. Throws std::bad_alloc; then nothing has
-  /// changed.
+  /// An array with one owner, the caller, and capacity for `more` elements: `array` itself, or a copy
+  /// that replaces the caller's share of it. Throws std::bad_alloc, and then nothing has changed.
   static SharedArray* writable(SharedArray* array, std::size_t more) {
     const std::size_t size = array == nullptr ? 0 : array->size_;
-    if (array != nullptr && array->is_sole() && size + more <= array->capacity_) return array;
-    SharedArray* wider = with_capacity(more == 0 ? size : size + more + size / 2);
-    const bool sole = array != nullptr && array->is_sole();
+    const bool is_only_owner = array != nullptr && array->owners_.is_one();
+    if (is_only_owner && size + more <= array->capacity_) return array;
+    SharedArray* const copy = with_capacity(more == 0 ? size : size + more + size / 2);
     for (std::size_t i = 0; i < size; ++i) {
-      sole ? wider->add(std::move(array->items()[i]))
-           : wider->add(std::as_const(*array).items()[i]);
+      is_only_owner ? copy->add(std::move(array->items()[i]))
+                    : copy->add(std::as_const(*array).items()[i]);
     }
-    if (give_up(array)) {
-      std::destroy_n(array->items(), size);  // copied: no element is the last of its kind
+    if (release(array)) {
+      std::destroy_n(array->items(), std::exchange(array->size_, 0));
       array->free();
     }
-    return wider;
+    return copy;
   }
 
  private:
   explicit SharedArray(std::size_t capacity) noexcept : capacity_(capacity) {}
 
-  /// An empty block with one owner.
   static SharedArray* with_capacity(std::size_t capacity) {
     static_assert(alignof(T) <= alignof(SharedArray) && sizeof(SharedArray) % alignof(T) == 0);
     if (capacity > (static_cast<std::size_t>(-1) / 2 - sizeof(SharedArray)) / sizeof(T))
@@ -83,11 +87,9 @@ class SharedArray {
     return ::new (::operator new(sizeof(SharedArray) + capacity * sizeof(T))) SharedArray(capacity);
   }
 
-  bool is_sole() const noexcept { return owners_.load(std::memory_order_acquire) == 1; }
-
-  mutable std::atomic<std::size_t> owners_ = 1;
+  RefCount owners_;
   std::size_t size_ = 0;
   std::size_t capacity_;
 };
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

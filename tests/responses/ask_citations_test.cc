@@ -59,17 +59,17 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
     std::string places;
   };
   const Row rows[] = {
-      {"none", {Object(), section({}), section(List()), section(false)}, {at(b, 1)}, "b1 "},
+      {"none", {Object(), section({}), section(List()), section(false)}, List{at(b, 1)}, "b1 "},
       {"repeated",
        {section(lines(a, 1, 3)), section(lines(a, 1, 4))},
        lines(a, 3, 4),
        "a1 a2 a3 a4 "},
       {"extra repeats",
-       {section(lines(a, 1, 1))},
+       List{section(lines(a, 1, 1))},
        {at(a, 1), at(b, 1), at(a, 1), at(b, 1), at(b, 3)},
        "a1 b1 b3 "},
       {"numbers by value",
-       {section(List{at(a, 10), at(a, 10.0), at(a, 10.5)})},
+       List{section(List{at(a, 10), at(a, 10.0), at(a, 10.5)})},
        {at(a, true), at(a, 1), at(a, 1.0)},
        "a10 a10.5 atrue "},
       {"numbers exactly",
@@ -83,7 +83,7 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
        {at(a, infinity), at(a, -infinity), at(a, infinity), at(a, -0.0), at(a, 0)},
        "aInfinity a-Infinity a-0.0 "},
       {"NaN equals nothing, and hides no other",
-       {section(List{at(a, 1), at(a, nan), at(a, nan)})},
+       List{section(List{at(a, 1), at(a, nan), at(a, nan)})},
        {at(a, nan), at(a, 2), at(a, 0.5), at(nan, 1), at(a, 2), at(a, 1), at(nan, 1)},
        "a1 aNaN aNaN aNaN a2 a0.5 -1 -1 "},
       {"absent is null, and no zero",
@@ -92,9 +92,7 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
        "anull -null a0 "},
       {"eight fill it", eight_sections(), lines(b, 1, 3), twenty_four},
       {"no room for a ninth", nine, {}, twenty_four},
-      {"extra fills it",
-       {section(lines(a, 1, 3))},
-       lines(b, 1, 30),
+      {"extra fills it", List{section(lines(a, 1, 3))}, lines(b, 1, 30),
        "a1 a2 a3 " + places(lines(b, 1, 21))},
   };
   for (const auto& [name, sections, extra, expected] : rows) {
@@ -107,7 +105,7 @@ TEST(AskCitations, TheFirstOfAPlaceStaysWhole) {
   const Value second =
       StaticObject{"path"_key = "a"_t, "line_end"_key = 2.0, "why"_key = "second"_t};
   const Value other = StaticObject{"path"_key = "a"_t, "line_end"_key = 3, "why"_key = "third"_t};
-  EXPECT_EQ(written(_ask_citations({section(List{first})}, {second, other})),
+  EXPECT_EQ(written(_ask_citations(List{section(List{first})}, {second, other})),
             written(List{first, other}));
 }
 
@@ -128,15 +126,15 @@ TEST(AskCitations, OnlyWhatIsLookedAtMustBeRight) {
   full_and_wrong.append(section(List{1}));
   List four = lines("a"_t, 1, 3);
   four.append("wrong"_t);
-  EXPECT_EQ(_ask_citations(full_and_wrong, {"wrong"_t}).size(), 24U);
-  EXPECT_EQ(_ask_citations({section(four)}, {}).size(), 3U);
+  EXPECT_EQ(_ask_citations(full_and_wrong, List{"wrong"_t}).size(), 24U);
+  EXPECT_EQ(_ask_citations(List{section(four)}, {}).size(), 3U);
 
   List full_and_no_list = eight_sections();
   full_and_no_list.append(section(1));
   EXPECT_THROW(_ask_citations(full_and_no_list, {}), KindError);
-  EXPECT_THROW(_ask_citations({"wrong"_t}, {}), KindError);
+  EXPECT_THROW(_ask_citations(List{"wrong"_t}, {}), KindError);
   for (const Value& place : {Value(List()), Value(Object()), Value(List{1})})
-    EXPECT_THROW(_ask_citations({}, {at("a"_t, place)}), KindError) << written(place);
+    EXPECT_THROW(_ask_citations({}, List{at("a"_t, place)}), KindError) << written(place);
 }
 
 }  // namespace

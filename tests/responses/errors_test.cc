@@ -35,7 +35,9 @@ TEST(Errors, SayWhereInTheArgumentsOfAnAskAnswer) {
   const Row rows[] = {
       {{Object(), "s"_t}, {}, "sections[1] must be dict, not str"},
       {{Object(), cited(7)}, {}, "sections[1]['citations'] must be list, not int"},
-      {{cited(List{Object(), Value()})}, {}, "sections[0]['citations'][1] must be dict, not None"},
+      {List{cited(List{Object(), Value()})},
+       {},
+       "sections[0]['citations'][1] must be dict, not None"},
       {{}, List{Object(), true}, "citations[1] must be dict, not bool"},
       {{},
        List{Object{{"line_end"_t, List()}}},
