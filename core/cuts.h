@@ -53,7 +53,7 @@ Text _cut(Text text, std::int64_t chars);
 Text _trimmed(Text text, std::int64_t chars);
 
 /// The first sentence of a docstring's first paragraph, with each run of white space replaced by a
-/// space, cut to `SUMMARY_CHARS`. Null if there is no docstring, or it is blank. A sentence ends at
+/// space, cut to `SUMMARY_CHARS`. Null if the docstring is null or blank. A sentence ends at
 /// ".", "!" or "?" before white space; a paragraph at two line feeds.
 std::optional<Text> first_sentence(const std::optional<Text>& docstring);
 

@@ -35,7 +35,7 @@ std::vector<PyMember> entries_in_order(PyObject* dict) {
 }
 
 /// The members in the order of iteration, which for an OrderedDict is not the order of its entries.
-/// It is read by the iterator of OrderedDict itself, whatever a subclass overrides.
+/// It is read by the iterator of OrderedDict itself, regardless of what a subclass overrides.
 std::vector<PyMember> members_in_order(PyObject* dict) {
   std::vector<PyMember> entries = entries_in_order(dict);
   if (!has_own_order(dict)) return entries;

@@ -27,7 +27,7 @@ const DictTemplate& AnswerConverter::template_for(const KeySet& keys) {
   for (std::size_t i = 0; keys.present >> i != 0; ++i) {
     if ((keys.present >> i & 1) != 0) present.push_back(strings_.of(*keys.keys[i]));
   }
-  // A finalizer may add this or another template meanwhile, so the position for the new one is
+  // A finalizer may add this or another template. So the position for the new one is
   // determined only after it has been created.
   DictTemplate created(std::move(present));
   return templates_.try_emplace(keys, std::move(created)).first->second;

@@ -43,7 +43,7 @@ inline void check_signals() { checked(PyErr_CheckSignals); }
 /// The work that an element of a container counts as, in bytes.
 inline constexpr std::size_t element_work = 64;
 
-/// Counts work, in bytes that are read or written, and checks for signals each time it adds up to
+/// Counts work, in bytes read or written, and checks for signals each time it adds up to
 /// 256 KiB: after well under a millisecond. Every loop whose length a caller controls calls it.
 inline void count_work(std::size_t bytes) {
   constexpr std::size_t work_between_checks = std::size_t{256} << 10;

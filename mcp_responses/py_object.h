@@ -1,5 +1,5 @@
 // Python objects in place: the kind of each, the content of a leaf, and a cursor over a container. An
-// instance of a subclass counts as its base type, whatever it overrides. Nothing here runs Python
+// instance of a subclass counts as its base type, even if it overrides methods. Nothing here runs Python
 // code.
 #pragma once
 

@@ -1,4 +1,4 @@
-// What every tool answers while no repository is initialised.
+// The answer of each tool while no repository is initialised.
 #pragma once
 
 #include "text.h"
@@ -6,11 +6,11 @@
 
 namespace mcp_responses {
 
-/// The answer of each tool, by tool name; made on first use, the same for the life of the program.
+/// The answers by tool name. Created at the first call.
 const Object& EMPTY_TOOL_RESPONSES();
 
-/// The answer of the tool of this name (exact, case-sensitive), or {"error": "Repository not
-/// initialized"}.
+/// The answer of the tool with this name (case-sensitive). For any other name, {"error": "Repository
+/// not initialized"}.
 Object get_empty_response(const Text& tool_name);
 
 }  // namespace mcp_responses

@@ -1,5 +1,4 @@
-// The response of the index-status tool: the service's state, the branch, the counters and the
-// phase of indexing.
+// The response of the index-status tool: state, branch, counters and phase of indexing.
 #pragma once
 
 #include <utility>
@@ -9,9 +8,9 @@
 
 namespace mcp_responses {
 
-/// Arguments of `build_index_status_response`. `progress` is meant to be 0 to 100, `status` and
-/// `health` one of a few words; nothing is checked, mapped or clamped. All but the phases are only
-/// handed on, as whatever kind a host has for them.
+/// The arguments of `build_index_status_response`. `progress` is a percentage; `status` and `health`
+/// are one of a few words. No value is checked or clamped. The type `Passed` is Value, or a foreign
+/// object: only the phases are inspected.
 template <class Passed>
 struct IndexStatusOf {
   Passed status = {};
@@ -28,7 +27,7 @@ struct IndexStatusOf {
 using IndexStatus = IndexStatusOf<Value>;
 
 /// "status", "health", "branch", "progress", "files_indexed", "symbols_indexed", "last_updated",
-/// "errors_count", nulls included, then "phase" and "phase_detail", each only when truthy.
+/// "errors_count", nulls included, then "phase" and "phase_detail", each only if truthy.
 Object build_index_status_response(IndexStatus status);
 
 /// The members of `build_index_status_response`.

@@ -1,6 +1,7 @@
 #include "outline_rows.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "errors.h"
 
@@ -62,6 +63,7 @@ Text outline_module(std::span<const Text> fqns) {
 }
 
 Value name_in_module(const Value& module, Value fqn) {
+  assert(module.truthy());
   const auto module_text = module.text();
   if (!module_text) throw KindError("module", "str", module.kind());
   const auto fqn_text = fqn.text();

@@ -1,4 +1,4 @@
-// The outline of one source file: the module that its symbols share, said once, and a row a symbol.
+// The outline of a source file: the module that its symbols share, and a row for each symbol.
 #pragma once
 
 #include <cstddef>
@@ -30,16 +30,16 @@ class OutlineModule {
 /// The module of these fqns.
 Text outline_module(std::span<const Text> fqns);
 
-/// The row of a symbol: "name" (its fqn without `module` and the dot in front), "kind", "line",
-/// "end_line" (only when it differs from the start line), "signature" and "summary", each only when
-/// not null. A falsy `module` strips nothing. Throws `AttributeMissing` when there is a module to
-/// strip and the fqn is not a string.
+/// The row of a symbol: "name" (its fqn without `module` and the dot after it), "kind", "line",
+/// "end_line" (only if it differs from the start line), "signature" and "summary", each only if it is
+/// not null. A falsy `module` is not removed. Throws `AttributeMissing` if there is a module and the
+/// fqn is not a string.
 Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 
-/// `fqn` without `module` and the dot in front. Requires a truthy module.
+/// `fqn` without `module` and the dot after it. Requires a truthy module.
 Value name_in_module(const Value& module, Value fqn);
 
-/// The members of `build_file_symbol`, of any kind of record.
+/// The members of `build_file_symbol`, for any kind of record.
 template <Record Source>
 auto file_symbol(const Source& symbol, const Value& module) {
   Value name = module.truthy()

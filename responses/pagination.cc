@@ -6,10 +6,10 @@
 namespace mcp_responses {
 namespace {
 
-double number(const Value& value, std::string_view where) {
+double number(const Value& value, std::string_view name) {
   if (const auto whole = value.whole()) return static_cast<double>(*whole);
   const auto real = value.real();
-  if (!real) throw KindError(where, "int", value.kind());
+  if (!real) throw KindError(name, "int", value.kind());
   return *real;
 }
 
@@ -23,13 +23,13 @@ bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
     return number(offset, "offset") + static_cast<double>(rows) < number(total, total_name);
   }
   std::int64_t end = 0;
-  const bool past_every_total =
+  const bool exceeds_every_total =
       __builtin_add_overflow(*whole_offset, static_cast<std::int64_t>(rows), &end);
-  return !past_every_total && end < *whole_total;
+  return !exceeds_every_total && end < *whole_total;
 }
 
-std::size_t row_count(const Value& list, std::string_view where) {
-  if (list.kind() != Kind::list) throw KindError(where, "list", list.kind());
+std::size_t row_count(const Value& list, std::string_view name) {
+  if (list.kind() != Kind::list) throw KindError(name, "list", list.kind());
   return *list.size();
 }
 

@@ -1,4 +1,4 @@
-// The wrapper around every list that is answered a page at a time.
+// The wrapper of every list that is answered page by page.
 #pragma once
 
 #include <cstdint>
@@ -8,27 +8,27 @@
 
 namespace mcp_responses {
 
-/// The service's last word on a page: takes the finished response and the number of its rows,
-/// answers what the caller is to get, which has a hint when the list is truncated.
+/// A function of the service, which adds a hint to a truncated page. It gets the finished response and
+/// the number of rows, and returns the answer.
 using AddPaginationHint = std::function<Value(Object response, std::int64_t item_count)>;
 
-/// {items_key: items, "total_count", "truncated", "has_more", "offset"}, handed to
-/// `add_pagination_hint` on every page. Both flags tell whether rows remain past this page. An
-/// `items_key` that is one of the other keys keeps its place and loses the rows. Throws `KindError`
-/// when `items` is not a list, or `total_count` or `offset` not a number.
+/// {items_key: items, "total_count", "truncated", "has_more", "offset"}, as `add_pagination_hint`
+/// returns it. Both flags are true if rows remain after this page. If `items_key` is one of the other
+/// keys, that key keeps its position, and the rows are lost. Throws `KindError` if `items` is not a
+/// list, or `total_count` or `offset` not a number.
 Value build_paginated_response(Value items, Value total_count, Value offset, const Text& items_key,
                                const AddPaginationHint& add_pagination_hint);
 
-/// The same wrapper without rows and without a hint.
+/// The same without rows and without a hint.
 Object build_empty_paginated_response(const Text& items_key);
 
-/// Whether `offset` plus `rows` is less than `total`, without wrapping. Throws `KindError` when one
-/// is not a number.
+/// True if `offset` plus `rows` is less than `total`; the sum does not overflow. Throws `KindError` if
+/// one is not a number. `total_name` is the name of `total` in the message.
 bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
                  std::string_view total_name);
 
-/// The number of elements of a list, which is not opened for that. Throws `KindError`, naming
-/// `where`, for anything else.
-std::size_t row_count(const Value& list, std::string_view where);
+/// The length of a list, which is not converted. Throws `KindError` for any other kind; `name` is the
+/// name of the argument in the message.
+std::size_t row_count(const Value& list, std::string_view name);
 
 }  // namespace mcp_responses

@@ -1,8 +1,7 @@
-// What a builder reads of a record of the service's storage: its fields, each by name, when the
-// builder needs it.
+// Records of the service's storage, as builders read them: each field by its name, when it is needed.
 //
-// A host reads attributes of its own objects; C++ callers have PlainRecord. A builder's body is the
-// one place that says which fields it reads, and in what order.
+// The extension reads the attributes of Python objects; C++ callers use PlainRecord. The body of a
+// builder determines which fields are read, and in which order.
 #pragma once
 
 #include <array>
@@ -54,25 +53,26 @@ constexpr const char* field_name(Field field) {
   return field_names[static_cast<std::size_t>(field)];
 }
 
-/// What a row is built from. All three throw what reading the field throws, `AttributeMissing` or a
-/// host's own error.
+/// A record that a row is built from. Each function throws if the field cannot be read:
+/// `AttributeMissing`, or an error of a foreign runtime.
 ///
-///   pass_through(field)      a field that the row only carries, as whatever kind the host has for it
-///   value(field)    a field that the row depends on, as a Value
-///   value_with_method(attribute, field)    the same of a field that has to have an attribute (a method, as
-///                         a Python programmer sees it), such as "startswith": a truthy host object
-///                         that no Value can stand for lacks it, `AttributeMissing`
-///   summary(field)        the first sentence of a docstring, or null where there is none. Throws
-///                         `KindError` when the field is neither a string nor null
+///   pass_through(field)              a field that the row only contains: a Value, or the foreign
+///                                    object
+///   value(field)                     a field that the row depends on, as a Value
+///   value_with_method(name, field)   the same, for a field on which plain Python would call a
+///                                    method, such as "startswith". Throws `AttributeMissing` for a
+///                                    truthy foreign object without a Value
+///   summary(field)                   the first sentence of a docstring, or null. Throws `KindError`
+///                                    if the field is neither a string nor null
 template <class Source>
 concept Record = requires(const Source& record, Field field) {
   record.pass_through(field);
   { record.value(field) } -> std::same_as<Value>;
-  { record.value_with_method("attribute", field) } -> std::same_as<Value>;
+  { record.value_with_method("method", field) } -> std::same_as<Value>;
   record.summary(field);
 };
 
-/// A record made of the fields it is given.
+/// A record of C++ values.
 class PlainRecord {
  public:
   PlainRecord(std::initializer_list<std::pair<Field, Value>> fields) : fields_(fields) {}
@@ -86,7 +86,7 @@ class PlainRecord {
   std::vector<std::pair<Field, Value>> fields_;
 };
 
-/// Says that a record's docstring is neither a string nor null.
+/// Throws `KindError` for a docstring that is neither a string nor null.
 [[noreturn]] void throw_docstring_error(const Value& docstring);
 
 }  // namespace mcp_responses

@@ -1,5 +1,4 @@
-// The rows of references, API endpoints, components and test coverage. They differ in what they
-// leave out.
+// The rows of references, API endpoints, components and test coverage.
 #pragma once
 
 #include <utility>
@@ -10,28 +9,27 @@
 
 namespace mcp_responses {
 
-/// "file" and "line" (null when unknown), then "code", "caller", "caller_kind" and "usage_type",
-/// each only when known. `code` is the line of code that the reference stands on. The caller is
-/// read from the reference's `caller_symbol`, an object with "fqn" and "kind"; throws
-/// `AttributeMissing` when that is truthy but no object.
+/// "file" and "line" (null if unknown), then "code", "caller", "caller_kind" and "usage_type", each
+/// only if known. `code` is the line of code at that place. The caller is "fqn" and "kind" of the
+/// reference's `caller_symbol`, an object. Throws `AttributeMissing` if that is truthy and not an
+/// object.
 Object build_reference(const PlainRecord& reference, Value code = {});
 
-/// "fqn", "name", "kind", "file" ("" when no path is given), "line", "signature", "component";
-/// nulls included.
+/// "fqn", "name", "kind", "file" ("" for a falsy path), "line", "signature", "component", nulls
+/// included.
 Object build_api_endpoint(const PlainRecord& symbol, Value file_path = {},
                           Value component_name = {});
 
-/// "name", "layer", "path_pattern", "file_count", "symbol_count", as the record gives them.
+/// "name", "layer", "path_pattern", "file_count", "symbol_count", nulls included.
 Object build_component(const PlainRecord& component);
 
-/// "test_file", "source_file", then "symbols_imported" when truthy.
+/// "test_file", "source_file", then "symbols_imported" if truthy.
 Object build_test_coverage(Value test_file, Value source_file, Value symbols_imported = {});
 
-/// Checks the caller of a reference: `AttributeMissing` when it is truthy and no object.
+/// Throws `AttributeMissing` if the caller of a reference is truthy and not an object.
 void check_caller(const Value& caller_symbol);
 
-/// The members of these rows, of any kind of record. What a row only hands on (`code`, `test_file`)
-/// is a Value, or whatever kind a host has for it; what it depends on is always a Value.
+/// The members of these rows, for any kind of record. `Passed` is Value, or a foreign object.
 template <Record Source, class Passed>
 auto reference_row(const Source& reference, Passed code) {
   const Value caller = reference.value_with_method("get", Field::caller_symbol);

@@ -3,12 +3,12 @@
 namespace mcp_responses {
 
 Object without_nulls(const Object& row) {
-  Object known;
-  known.reserve(row.size());
+  Object pruned;
+  pruned.reserve(row.size());
   for (const Member& member : row) {
-    if (!member.value.is_null()) known.add(member.key, member.value);
+    if (!member.value.is_null()) pruned.add(member.key, member.value);
   }
-  return known;
+  return pruned;
 }
 
 }  // namespace mcp_responses

@@ -1,12 +1,12 @@
-// Row pruning: a list row carries only what it knows.
+// Row pruning: the row of a list omits unknown fields.
 #pragma once
 
 #include "value.h"
 
 namespace mcp_responses {
 
-/// A new object with the members of `row` whose value is not null, in order. Only null goes: false,
-/// 0, "", [] and {} stay, and so do nulls inside them.
+/// The members of `row` whose value is not null, in order. False, 0, "", [] and {} stay, and so do
+/// nulls inside them.
 Object without_nulls(const Object& row);
 
 }  // namespace mcp_responses

@@ -1,4 +1,4 @@
-// The two shapes in which a single symbol is answered: the row of a search, and its full details.
+// The two answers about a symbol: the row of a search, and its full details.
 #pragma once
 
 #include <utility>
@@ -9,19 +9,17 @@
 
 namespace mcp_responses {
 
-/// The row of a symbol that a search lists: "fqn", "name", "kind", "file", "line", "signature",
-/// "summary", each only when it is not null. "line" is the symbol's `start_line`, 1-based. The
-/// fields are read in the order of the keys.
+/// The row of a symbol in a search: "fqn", "name", "kind", "file", "line", "signature", "summary", each
+/// only if it is not null. "line" is the symbol's `start_line`, 1-based.
 Object build_symbol_search_result(const PlainRecord& symbol, Value file_path = {});
 
-/// The whole symbol: "found" (true), "fqn", "name", "kind", "file", "start_line", "end_line",
-/// "signature", "is_export", "docstring" and "docstring_truncated", nulls included, the docstring
-/// uncut.
+/// A whole symbol: "found" (true), "fqn", "name", "kind", "file", "start_line", "end_line",
+/// "signature", "is_export", "docstring" and "docstring_truncated", nulls included. The docstring is
+/// not cut.
 Object build_symbol_full_details(const PlainRecord& symbol, Value file_path = {});
 
-/// The members of these answers, of any kind of record. The fields are read in the order of the
-/// keys, so the first that a record lacks is the one that its error names. What `file_path` holds
-/// is only handed on: a Value, or whatever kind a host has for it.
+/// The members of these answers, for any kind of record. The fields are read in the order of the keys,
+/// so an error names the first one that the record lacks. `Passed` is Value, or a foreign object.
 template <Record Source, class Passed>
 auto symbol_search_result(const Source& symbol, Passed file_path) {
   return StaticObject{

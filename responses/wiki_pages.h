@@ -1,5 +1,5 @@
-// The answers of the wiki tool's actions "status", "list" and "read". All keys are always present;
-// a missing list is an empty list, a null stays null. Contents are passed through unseen.
+// The answers of the wiki tool's actions "status", "list" and "read". All keys are always present: a
+// missing list is an empty list, null stays null.
 #pragma once
 
 #include <utility>
@@ -11,8 +11,8 @@
 
 namespace mcp_responses {
 
-/// Arguments of `build_wiki_status_response`. `coverage_pct` is a percentage, as a float. All but
-/// the stale pages are only handed on, as whatever kind a host has for them.
+/// The arguments of `build_wiki_status_response`. `coverage_pct` is a percentage, as a float. The type
+/// `Passed` is Value, or a foreign object: only the lists are inspected.
 template <class Passed>
 struct WikiStatusOf {
   Passed built = {};
@@ -33,13 +33,13 @@ using WikiStatus = WikiStatusOf<Value>;
 /// "coverage_pct", "last_built", "model", "stale_pages".
 Object build_wiki_status_response(WikiStatus status);
 
-/// "pages", "total_count", "offset", "truncated" (the caller's flag) and "has_more" (whether pages
-/// remain past these). Throws `KindError` when `pages` is not a list, or `total` or `offset` not a
+/// "pages", "total_count", "offset", "truncated" (the caller's flag) and "has_more" (true if pages
+/// remain after these). Throws `KindError` if `pages` is not a list, or `total` or `offset` not a
 /// number.
 Object build_wiki_list_response(Value pages, Value total, Value offset = 0,
                                 Value truncated = false);
 
-/// Arguments of `build_wiki_read_response`. The lists may be null.
+/// The arguments of `build_wiki_read_response`. The lists may be null.
 template <class Passed>
 struct WikiPageOf {
   Passed page_id = {};
@@ -54,11 +54,10 @@ using WikiPage = WikiPageOf<Value>;
 /// "page_id", "title", "content", "citations", "source_files", "related_pages".
 Object build_wiki_read_response(WikiPage page);
 
-/// What stands for a list that is not there.
+/// The list, or an empty one if it is falsy.
 inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
 
-/// The members of these answers. What is only handed on is a Value, or whatever kind a host has for
-/// it; the lists that may be missing, and the numbers that tell whether pages remain, are Values.
+/// The members of these answers.
 template <class Passed>
 auto wiki_status(WikiStatusOf<Passed> status) {
   return StaticObject{

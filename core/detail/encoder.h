@@ -7,33 +7,60 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 #include <vector>
 
 #include "errors.h"
 #include "handle.h"
+#include "text.h"
 
 namespace mcp_responses {
 
-/// Writes a leaf; for a list or an object, nothing. Returns the offset after it.
+/// Appends to a sink. The encoder holds it by value, so that the offset stays in a register: a member
+/// of the sink would be stored and loaded again at each call.
+template <class Sink>
+class Writer {
+ public:
+  explicit Writer(Sink& sink) noexcept : sink_(sink) {}
+
+  template <class Content>
+  void put(Content content) {
+    offset_ = sink_.put(offset_, content);
+  }
+  template <class Number>
+  void put_number(Number number) {
+    offset_ = sink_.put_number(offset_, number);
+  }
+  void put_string(const TextView& text) { offset_ = sink_.put_string(offset_, text); }
+  void put_key(const TextView& key, bool is_first) {
+    offset_ = sink_.put_key(offset_, key, is_first);
+  }
+  std::size_t size() const noexcept { return offset_; }
+
+ private:
+  Sink& sink_;
+  std::size_t offset_ = 0;
+};
+
+/// Writes a leaf; for a list or an object, nothing.
 ///
 /// The switch has no leaf as its default, because the compiler then tests the kinds in another order:
 /// a page took 8 % longer.
 template <class Tree, class Sink>
-std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& sink,
-                        std::size_t offset) {
+void encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Writer<Sink>& out) {
   switch (kind) {
     case Kind::null:
-      return sink.put(offset, "null");
+      return out.put(std::string_view("null"));
     case Kind::boolean:
-      return sink.put(offset, tree.boolean(node) ? "true" : "false");
+      return out.put(std::string_view(tree.boolean(node) ? "true" : "false"));
     case Kind::integer:
-      return sink.put_number(offset, tree.integer(node));
+      return out.put_number(tree.integer(node));
     case Kind::real:
-      return sink.put_number(offset, tree.real(node));
+      return out.put_number(tree.real(node));
     case Kind::string:
-      return sink.put_string(offset, tree.text(node));
+      return out.put_string(tree.text(node));
     default:
-      return offset;
+      return;
   }
 }
 
@@ -53,30 +80,30 @@ std::size_t encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Sink& s
 /// and key() for an object.
 template <class Tree, class Sink>
 std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
-  std::size_t offset = 0;
+  Writer out(sink);
   std::vector<typename Tree::Cursor> path;
   path.reserve(8);       // deeper answers are rare
-  bool is_first = true;  // the innermost container has no element yet
+  bool is_first = true;  // no element of the innermost container is written yet
   for (;;) {
     const Kind kind = tree.kind(node, path);
     if (kind == Kind::list || kind == Kind::object) {
       check_nesting(path.size(), tree.max_nesting());
-      offset = sink.put(offset, kind == Kind::object ? '{' : '[');
+      out.put(kind == Kind::object ? '{' : '[');
       path.push_back(tree.open(node, kind));
       is_first = true;
     } else {
-      offset = encode_leaf(tree, kind, node, sink, offset);
+      encode_leaf(tree, kind, node, out);
     }
     while (!path.empty() && !path.back().next()) {
-      offset = sink.put(offset, path.back().is_object() ? '}' : ']');
+      out.put(path.back().is_object() ? '}' : ']');
       path.pop_back();
       is_first = false;
     }
-    if (path.empty()) return offset;
+    if (path.empty()) return out.size();
     if (path.back().is_object()) {
-      offset = sink.put_key(offset, path.back().key(), is_first);
+      out.put_key(path.back().key(), is_first);
     } else if (!is_first) {
-      offset = sink.put(offset, ',');
+      out.put(',');
     }
     is_first = false;
     node = path.back().value();

@@ -1,6 +1,5 @@
-// Escapes: the characters of a string that RFC 8259, section 7, demands to be escaped, and no
-// others, are written as `\"`, `\\`, `\b`, `\f`, `\n`, `\r`, `\t` or `\u00` and two hexadecimal
-// digits.
+// Escapes: only the characters that RFC 8259, section 7, requires to be escaped are written as `\"`,
+// `\\`, `\b`, `\f`, `\n`, `\r`, `\t`, or `\u00` and two hexadecimal digits.
 #pragma once
 
 #include <algorithm>
@@ -15,13 +14,13 @@
 
 namespace mcp_responses {
 
-/// The escape of one character. What stands past its size is undefined.
+/// The escape of a character: the first `size` of `characters`.
 struct alignas(16) Escape {
   std::array<std::uint8_t, 8> characters;
   std::uint8_t size;
 };
 
-/// The escape of a character below `last_escaped + 1`, whether or not it needs one.
+/// The escape of a character up to `last_escaped`, even if it needs none.
 constexpr Escape make_escape(std::uint8_t unit) {
   constexpr std::string_view of_controls = "uuuuuuuubtnufruuuuuuuuuuuuuuuuuu";
   constexpr std::string_view hex = "0123456789abcdef";
@@ -34,8 +33,7 @@ constexpr Escape make_escape(std::uint8_t unit) {
 inline constexpr std::size_t max_escape_size = 6;
 inline constexpr std::size_t last_escaped = '\\';
 
-/// By code point, up to the last that needs one: those between that need none have one too, so that
-/// a look-up asks nothing.
+/// By code point, up to the last one that needs an escape.
 inline constexpr auto escapes = [] {
   std::array<Escape, last_escaped + 1> table{};
   for (std::size_t unit = 0; unit < table.size(); ++unit)
@@ -48,10 +46,10 @@ inline constexpr auto needs_escape = [](auto units) {
   return (units < 0x20) | (units == '"') | (units == '\\');
 };
 
-/// Units that `write_escaped` may write past what it has to write.
+/// The units that `write_escaped` may write after its result.
 inline constexpr std::size_t max_overrun = 16;
 
-/// Writes the escape of a unit that needs one and returns its end. Requires room for 8 units.
+/// Writes the escape of a unit that needs one, and returns its end. Requires capacity for 8 units.
 template <class To>
 To* write_escape(std::uint32_t unit, To* to) noexcept {
   const Escape& escape = escapes[unit];
@@ -59,7 +57,7 @@ To* write_escape(std::uint32_t unit, To* to) noexcept {
   return to + escape.size;
 }
 
-/// Writes the units, escaped where they must be, and returns the end. Requires room for
+/// Writes the units, escaped where necessary, and returns the end. Requires capacity for
 /// `max_escape_size` units for each, and `max_overrun` more.
 template <class From, class To>
 To* write_escaped(std::span<const From> units, To* to) noexcept {
@@ -67,8 +65,8 @@ To* write_escaped(std::span<const From> units, To* to) noexcept {
   constexpr std::ptrdiff_t at_once = sizeof(From) == 1 ? 32 : 16;
   const From* from = units.data();
   const From* const end = from + units.size();
-  // With two blocks left, a block can be read from anywhere within the first: what stands between
-  // two escapes is copied without asking how long it is.
+  // While two blocks remain, a block can be read from any position in the first. So the units between
+  // two escapes are copied as a block, regardless of their number.
   while (end - from >= static_cast<std::ptrdiff_t>(2 * size)) {
     if (end - from >= at_once && Block<From>::template none_in<at_once>(from, needs_escape)) {
       for (std::size_t i = 0; i < at_once; i += size) Block<From>(from + i).copy_to(to + i);
@@ -93,7 +91,8 @@ To* write_escaped(std::span<const From> units, To* to) noexcept {
     const Block<From> block(from, rest);
     block.copy_to(to);
     const std::uint32_t bits = block.where(needs_escape) & ((1U << (rest * sizeof(From))) - 1);
-    // Most texts end without an escape; then where the next one goes waits for no comparison.
+    // Most strings end without an escape. The predicted branch keeps the comparison off the dependency
+    // chain of `to`.
     if (bits == 0) [[likely]] {
       from += rest;
       to += rest;

@@ -11,7 +11,7 @@
 namespace mcp_responses {
 namespace {
 
-/// Bytes that escapes add to the one that each unit takes.
+/// The bytes of escapes beyond one per unit.
 template <class Unit>
 std::size_t escape_bytes(std::span<const Unit> units) {
   std::size_t bytes = 0;
@@ -36,8 +36,8 @@ std::size_t escape_bytes(std::span<const Unit> units) {
   return bytes;
 }
 
-/// Bytes that UTF-8 adds to the one that each unit takes. No branch: the compiler makes vector
-/// instructions of it when the number of units, few enough that the sum fits a byte, is fixed.
+/// The bytes of UTF-8 beyond one per unit. Without branches and for a fixed number of units, so few
+/// that the sum fits in one, the compiler vectorizes the loop.
 template <class Unit, std::size_t count>
 std::size_t utf8_bytes(std::span<const Unit, count> units, bool& has_surrogate) {
   constexpr auto surrogate_mask = static_cast<Unit>(0xFFFFF800U);
@@ -65,7 +65,7 @@ std::size_t utf8_bytes_of_any(std::span<const Unit> units, bool& has_surrogate) 
   return bytes + utf8_bytes(units, has_surrogate);
 }
 
-/// Room is made for a chunk of a string at a time, as if each of its characters were to be escaped.
+/// A string is written in chunks of this size. Capacity is reserved for a chunk of escapes.
 constexpr std::size_t max_chunk = 1024;
 
 [[noreturn]] void throw_surrogate_error(const TextView& text) {
@@ -78,27 +78,27 @@ constexpr std::size_t max_chunk = 1024;
 
 }  // namespace
 
-std::size_t TextSink::put(std::size_t size, std::string_view ascii) {
+std::size_t TextSink::put(std::size_t offset, std::string_view ascii) {
   switch (unit_size(repertoire_)) {
     case 1:
-      return put_ascii<std::uint8_t>(size, ascii);
+      return put_ascii<std::uint8_t>(offset, ascii);
     case 2:
-      return put_ascii<std::uint16_t>(size, ascii);
+      return put_ascii<std::uint16_t>(offset, ascii);
     default:
-      return put_ascii<std::uint32_t>(size, ascii);
+      return put_ascii<std::uint32_t>(offset, ascii);
   }
 }
 
-std::size_t TextSink::put_any(std::size_t size, unsigned commas, const TextView& text,
-                              unsigned colons) {
-  if (text.repertoire > repertoire_) widen(size, text.repertoire);
+std::size_t TextSink::put_between_slow(std::size_t offset, bool comma, const TextView& text,
+                                       bool colon) {
+  if (text.repertoire > repertoire_) widen(offset, text.repertoire);
   const auto put_as = [&]<class Unit>(Unit) {
-    const std::size_t after =
-        sizeof(Unit) > 1 ? put_short<Unit>(size, commas, text, colons) : std::size_t{0};
-    if (after > 0) return after;
-    if (commas > 0) size = put(size, ',');
-    size = put_quoted<Unit>(size, text);
-    return colons > 0 ? put(size, ':') : size;
+    const std::size_t end =
+        sizeof(Unit) > 1 ? put_short<Unit>(offset, comma, text, colon) : std::size_t{0};
+    if (end > 0) return end;
+    if (comma) offset = put(offset, ',');
+    offset = put_quoted<Unit>(offset, text);
+    return colon ? put(offset, ':') : offset;
   };
   switch (unit_size(repertoire_)) {
     case 1:
@@ -111,48 +111,47 @@ std::size_t TextSink::put_any(std::size_t size, unsigned commas, const TextView&
 }
 
 template <class Unit>
-std::size_t TextSink::put_ascii(std::size_t size, std::string_view ascii) {
-  Unit* to = reserve<Unit>(size, ascii.size());
+std::size_t TextSink::put_ascii(std::size_t offset, std::string_view ascii) {
+  Unit* to = reserve<Unit>(offset, ascii.size());
   for (const char character : ascii) *to++ = static_cast<unsigned char>(character);
-  return size + ascii.size();
+  return offset + ascii.size();
 }
 
 template <class Unit>
-std::size_t TextSink::put_quoted(std::size_t size, const TextView& text) {
-  *reserve<Unit>(size, 1) = '"';
+std::size_t TextSink::put_quoted(std::size_t offset, const TextView& text) {
+  *reserve<Unit>(offset, 1) = '"';
   visit_units(text, [&](auto units) {
     using From = typename decltype(units)::value_type;
-    if constexpr (sizeof(From) <= sizeof(Unit)) size = put_escaped<Unit>(size + 1, units);
+    if constexpr (sizeof(From) <= sizeof(Unit)) offset = put_escaped<Unit>(offset + 1, units);
   });
-  return size;
+  return offset;
 }
 
 /// Writes the content of a string and the closing quotation mark.
 template <class Unit, class From>
-std::size_t TextSink::put_escaped(std::size_t size, std::span<const From> units) {
+std::size_t TextSink::put_escaped(std::size_t offset, std::span<const From> units) {
   do {
     const auto chunk = units.first(std::min(units.size(), max_chunk));
     units = units.subspan(chunk.size());
-    Unit* const start = reserve<Unit>(size, chunk.size() * max_escape_size + max_overrun);
+    Unit* const start = reserve<Unit>(offset, chunk.size() * max_escape_size + max_overrun);
     Unit* const end = write_escaped(chunk, start);
     *end = '"';
-    size += static_cast<std::size_t>(end - start);
+    offset += static_cast<std::size_t>(end - start);
   } while (!units.empty());
-  return size + 1;
+  return offset + 1;
 }
 
 void TextSink::grow(std::size_t needed) {
-  constexpr std::size_t least = 16384;  // most answers are shorter
-  const std::size_t capacity = std::max({needed, buffer_.capacity * 2, least});
+  constexpr std::size_t min_capacity = 16384;  // most answers are shorter
+  const std::size_t capacity = std::max({needed, buffer_.capacity * 2, min_capacity});
   void* wider = std::realloc(buffer_.bytes.get(), capacity);
   if (wider == nullptr) throw std::bad_alloc();
-  static_cast<void>(buffer_.bytes.release());  // it is `wider` now
+  static_cast<void>(buffer_.bytes.release());  // realloc has freed it
   buffer_.bytes.reset(wider);
   buffer_.capacity = capacity;
 }
 
-/// Makes the units wide enough for `repertoire`, from the last to the first so that they can stay
-/// in one buffer.
+/// Widens the existing units for `repertoire`: in place, and so from the last to the first.
 void TextSink::widen(std::size_t size, Repertoire repertoire) {
   const std::size_t from = unit_size(repertoire_);
   const std::size_t to = unit_size(repertoire);
@@ -179,15 +178,15 @@ void TextSink::widen_units(std::size_t size) {
   while (rest-- > 0) to[rest] = from[rest];
 }
 
-std::size_t CountSink::put_string(std::size_t size, const TextView& text) {
+std::size_t CountSink::put_string(std::size_t offset, const TextView& text) {
   bool has_surrogate = false;
-  size += 2 + text.size;
+  offset += 2 + text.size;
   visit_units(text, [&](auto units) {
-    size += escape_bytes(units);
-    if (text.repertoire != Repertoire::ascii) size += utf8_bytes_of_any(units, has_surrogate);
+    offset += escape_bytes(units);
+    if (text.repertoire != Repertoire::ascii) offset += utf8_bytes_of_any(units, has_surrogate);
   });
   if (has_surrogate) throw_surrogate_error(text);
-  return size;
+  return offset;
 }
 
 }  // namespace mcp_responses

@@ -1,13 +1,12 @@
-// Sinks: what the encoder writes into. TextSink collects a text, CountSink only counts its bytes.
-// Both take the same calls, so that the size of an answer cannot disagree with its text. Each takes
-// the size of what was put so far, in units of the text or in bytes, and returns what it is then:
-// the encoder keeps it in a register, where a member would be written and read back at each call.
+// Sinks: TextSink collects the text that the encoder writes; CountSink counts its bytes in UTF-8. Both
+// have the same functions, so the size of an answer cannot disagree with its text. Each function writes
+// at an offset, in units of the text or in bytes, and returns the offset after it.
 //
-//   put(size, character), put(size, ascii)    punctuation and words: ASCII, written as it is
-//   put_number(size, number)                  the text of an integer or a float
-//   put_string(size, text)                    a string in quotation marks, escaped where it must be
-//   put_key(size, text, is_first)             the key of a member: a string and a colon, and a comma
-//                                             before any but the first member of its object
+//   put(offset, character), put(offset, ascii)   punctuation and words: ASCII, not escaped
+//   put_number(offset, number)                   an integer or a float
+//   put_string(offset, text)                     a string in quotation marks, escaped
+//   put_key(offset, text, is_first)              the key of a member: a string and a colon, and before
+//                                                it a comma, except for the first member
 #pragma once
 
 #include <cstddef>
@@ -25,7 +24,7 @@
 
 namespace mcp_responses {
 
-/// Memory that texts are written into, one after the other.
+/// Memory for the text that is being written.
 struct TextBuffer {
   struct Free {
     void operator()(void* memory) const noexcept { std::free(memory); }
@@ -34,78 +33,75 @@ struct TextBuffer {
   std::size_t capacity = 0;  // in bytes
 };
 
-/// Collects a text. Its units are as wide as what came so far needs: the first wider character
-/// widens all that stands already. Surrogates are carried through. Throws std::bad_alloc.
+/// Collects a text. Its units are as wide as the widest character so far: a wider one widens the
+/// existing text. Surrogates are passed through. Throws std::bad_alloc.
 class TextSink {
  public:
   TextSink() noexcept = default;
-  /// Writes into this memory, and into more where it is not enough.
+  /// Writes to this memory, which is enlarged if necessary.
   explicit TextSink(TextBuffer buffer) noexcept : buffer_(std::move(buffer)) {}
 
-  std::size_t put(std::size_t size, char character) {
-    if (unit_size(repertoire_) > 1 || size >= buffer_.capacity) [[unlikely]]
-      return put(size, std::string_view(&character, 1));
-    static_cast<char*>(buffer_.bytes.get())[size] = character;
-    return size + 1;
+  std::size_t put(std::size_t offset, char character) {
+    if (unit_size(repertoire_) > 1 || offset >= buffer_.capacity) [[unlikely]]
+      return put(offset, std::string_view(&character, 1));
+    static_cast<char*>(buffer_.bytes.get())[offset] = character;
+    return offset + 1;
   }
-  std::size_t put(std::size_t size, std::string_view ascii);
+  std::size_t put(std::size_t offset, std::string_view ascii);
   template <class Number>
-  std::size_t put_number(std::size_t size, Number number) {
-    if (unit_size(repertoire_) > 1) return put(size, NumberText(number).view());
-    char* const to = reinterpret_cast<char*>(reserve<std::uint8_t>(size, number_room));
-    return size + static_cast<std::size_t>(write_number(number, to) - to);
+  std::size_t put_number(std::size_t offset, Number number) {
+    if (unit_size(repertoire_) > 1) return put(offset, NumberText(number).view());
+    char* const to = reinterpret_cast<char*>(reserve<std::uint8_t>(offset, number_room));
+    return offset + static_cast<std::size_t>(write_number(number, to) - to);
   }
-  std::size_t put_string(std::size_t size, const TextView& text) {
-    return put_between(size, 0, text, 0);
+  std::size_t put_string(std::size_t offset, const TextView& text) {
+    return put_between(offset, false, text, false);
   }
-  std::size_t put_key(std::size_t size, const TextView& text, bool is_first) {
-    return put_between(size, is_first ? 0 : 1, text, 1);
+  std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
+    return put_between(offset, !is_first, text, true);
   }
 
-  /// What was put. Valid until the next call.
+  /// The first `size` units of the text. Valid until the next call.
   TextView view(std::size_t size) const noexcept {
     return {buffer_.bytes.get(), size, repertoire_};
   }
-  /// Begins a new text.
+  /// Starts a new text.
   void clear() noexcept { repertoire_ = Repertoire::ascii; }
   /// The memory, for the next text.
   TextBuffer buffer() && noexcept { return std::move(buffer_); }
 
  private:
-  /// Makes room for `more` units of the width in use, and answers where the next one goes.
+  /// Reserves capacity for `count` units from `offset` on. Returns a pointer to the first.
   template <class Unit>
-  Unit* reserve(std::size_t size, std::size_t more) {
-    if (size + more > buffer_.capacity / sizeof(Unit)) [[unlikely]]
-      grow((size + more) * sizeof(Unit));
-    return static_cast<Unit*>(buffer_.bytes.get()) + size;
+  Unit* reserve(std::size_t offset, std::size_t count) {
+    if (offset + count > buffer_.capacity / sizeof(Unit)) [[unlikely]]
+      grow((offset + count) * sizeof(Unit));
+    return static_cast<Unit*>(buffer_.bytes.get()) + offset;
   }
-  /// A string with `commas` commas before it and `colons` colons behind it, none or one of each.
-  std::size_t put_between(std::size_t size, unsigned commas, const TextView& text,
-                          unsigned colons) {
-    // Inlined for the narrow sink alone: code for the wide ones here costs more than it gains.
+  /// Writes a string, after a comma and before a colon if required.
+  std::size_t put_between(std::size_t offset, bool comma, const TextView& text, bool colon) {
+    // Only the narrow case is inlined: the code of the wide ones costs more than it gains.
     if (unit_size(repertoire_) == 1) {
-      const std::size_t after = put_short<std::uint8_t>(size, commas, text, colons);
-      if (after > 0) return after;
+      const std::size_t end = put_short<std::uint8_t>(offset, comma, text, colon);
+      if (end > 0) return end;
     }
-    return put_any(size, commas, text, colons);
+    return put_between_slow(offset, comma, text, colon);
   }
-  std::size_t put_any(std::size_t size, unsigned commas, const TextView& text, unsigned colons);
-  /// Writes the string if it is short, of one byte a unit, and holds nothing to escape, as most
-  /// are; returns 0 when it is not. It is copied by blocks that may overlap, so that hardly a branch
-  /// depends on the length.
+  std::size_t put_between_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
+  /// Writes the string if it is short, has one byte per unit and needs no escape, like most strings;
+  /// otherwise returns 0. Copies overlapping blocks, so that few branches depend on the length.
   template <class Unit>
-  std::size_t put_short(std::size_t size, unsigned commas, const TextView& text,
-                        unsigned colons) noexcept {
+  std::size_t put_short(std::size_t offset, bool comma, const TextView& text, bool colon) noexcept {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t block = Bytes::size;
     if (text.size > 4 * block || text.repertoire > Repertoire::latin1 ||
-        text.repertoire > repertoire_ || buffer_.capacity / sizeof(Unit) - size < 5 * block) {
+        text.repertoire > repertoire_ || buffer_.capacity / sizeof(Unit) - offset < 5 * block) {
       return 0;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
-    Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + size;
+    Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + offset;
     *to = ',';
-    to += commas;
+    to += comma ? 1 : 0;
     std::uint32_t found = 0;
     const auto take = [&](const Bytes& bytes, std::size_t position) {
       found |= bytes.where(needs_escape);
@@ -127,14 +123,14 @@ class TextSink {
     to[0] = '"';
     to[text.size + 1] = '"';
     to[text.size + 2] = ':';
-    return size + commas + text.size + 2 + colons;
+    return offset + (comma ? 1 : 0) + text.size + 2 + (colon ? 1 : 0);
   }
   template <class Unit>
-  std::size_t put_ascii(std::size_t size, std::string_view ascii);
+  std::size_t put_ascii(std::size_t offset, std::string_view ascii);
   template <class Unit>
-  std::size_t put_quoted(std::size_t size, const TextView& text);
+  std::size_t put_quoted(std::size_t offset, const TextView& text);
   template <class Unit, class From>
-  std::size_t put_escaped(std::size_t size, std::span<const From> units);
+  std::size_t put_escaped(std::size_t offset, std::span<const From> units);
   void grow(std::size_t needed);
   void widen(std::size_t size, Repertoire repertoire);
   template <class From, class To>
@@ -144,20 +140,19 @@ class TextSink {
   Repertoire repertoire_ = Repertoire::ascii;
 };
 
-/// Counts the bytes of the text in UTF-8. Throws `SurrogateError` for a lone surrogate, which has
-/// none.
+/// Counts the bytes of the text in UTF-8. Throws `SurrogateError` for a lone surrogate.
 struct CountSink {
-  static std::size_t put(std::size_t size, char) noexcept { return size + 1; }
-  static std::size_t put(std::size_t size, std::string_view ascii) noexcept {
-    return size + ascii.size();
+  static std::size_t put(std::size_t offset, char) noexcept { return offset + 1; }
+  static std::size_t put(std::size_t offset, std::string_view ascii) noexcept {
+    return offset + ascii.size();
   }
   template <class Number>
-  static std::size_t put_number(std::size_t size, Number number) noexcept {
-    return put(size, NumberText(number).view());
+  static std::size_t put_number(std::size_t offset, Number number) noexcept {
+    return put(offset, NumberText(number).view());
   }
-  static std::size_t put_string(std::size_t size, const TextView& text);
-  static std::size_t put_key(std::size_t size, const TextView& text, bool is_first) {
-    return put_string(size + (is_first ? 1 : 2), text);
+  static std::size_t put_string(std::size_t offset, const TextView& text);
+  static std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
+    return put_string(offset + (is_first ? 1 : 2), text);
   }
   static void clear() noexcept {}
 };
