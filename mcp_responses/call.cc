@@ -46,11 +46,10 @@ List Call::sequence(std::size_t position) const {
   return *to_value(PyRef::borrow(elements.get())).list();
 }
 
-Object Call::object(std::size_t position) const {
-  const Value argument = value(position);
-  const auto object = argument.object();
-  if (!object) throw KindError(name(position), "dict", argument.kind());
-  return *object;
+PyObject* Call::dict(std::size_t position) const {
+  PyObject* const argument = arguments_[position];
+  if (py_kind(argument) == PyKind::dict) return argument;
+  throw KindError(name(position), "dict", value(position).kind());
 }
 
 PyRef Call::global(const StringLiteral& name) const {

@@ -62,7 +62,7 @@ class Call {
   Text text(std::size_t position) const;
   std::int64_t integer(std::size_t position) const;
   List list(std::size_t position) const;
-  Object object(std::size_t position) const;
+  PyObject* dict(std::size_t position) const;
   /// An argument that must be a list or another sequence, which is read once, in order.
   List sequence(std::size_t position) const;
   /// Calls `visitor` with each element of an iterable argument, in order.

@@ -10,11 +10,11 @@
 #include "index_status.h"
 #include "outline_rows.h"
 #include "pagination.h"
+#include "py_copy.h"
 #include "py_encode.h"
 #include "py_errors.h"
 #include "py_value.h"
 #include "reference_rows.h"
-#include "row_pruning.h"
 #include "symbol_rows.h"
 #include "wiki_pages.h"
 
@@ -43,9 +43,7 @@ PyRef cut(Call& call) { return cut_argument(call, cut_of); }
 
 PyRef trimmed(Call& call) { return cut_argument(call, trimmed_of); }
 
-PyRef without_nulls(Call& call) {
-  return call.answer(mcp_responses::without_nulls(call.object(0)));
-}
+PyRef without_nulls(Call& call) { return copy_without_nulls(call.dict(0)); }
 
 PyRef build_index_status_response(Call& call) {
   return call.answer(index_status(IndexStatusOf<PyRef>{.status = call.pass_through(0),

@@ -177,6 +177,19 @@ PyRef plain_copy(PyObject* root) {
   return std::move(copy.object);
 }
 
+PyRef copy_without_nulls(PyObject* dict) {
+  PyRef copy = plain_copy(dict);
+  std::vector<PyRef> keys_of_null;
+  for (PyCursor at(copy.get(), true); at.next();) {
+    if (at.value() == Py_None) keys_of_null.push_back(PyRef::borrow(at.key()));
+  }
+  for (const PyRef& key : keys_of_null) {
+    count_work(element_work);
+    checked(PyDict_DelItem, copy.get(), key.get());
+  }
+  return copy;
+}
+
 PyRef with_string_keys(PyObject* dict) {
   if (has_own_order(dict)) return copy_with_string_keys(dict);
   for (PyCursor at(dict, true); at.next();) {

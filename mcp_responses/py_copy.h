@@ -13,6 +13,10 @@ namespace mcp_responses {
 /// `PythonError`.
 PyRef plain_copy(PyObject* root);
 
+/// The same for a dict, without the members whose value is None. It takes a quarter of the time of
+/// `without_nulls` with a conversion to an Object and back.
+PyRef copy_without_nulls(PyObject* dict);
+
 /// The object that an answer contains for one that a builder passes through: the object itself if it
 /// can be shared, otherwise a copy.
 inline PyRef pass_through(PyRef object) {

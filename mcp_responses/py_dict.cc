@@ -20,19 +20,6 @@ PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
   return dict;
 }
 
-const DictTemplate& AnswerConverter::template_for(const KeySet& keys) {
-  const auto found = templates_.find(keys);
-  if (found != templates_.end()) return found->second;
-  std::vector<PyObject*> present;
-  for (std::size_t i = 0; keys.present >> i != 0; ++i) {
-    if ((keys.present >> i & 1) != 0) present.push_back(strings_.of(*keys.keys[i]));
-  }
-  // A finalizer may add this or another template. So the position for the new one is
-  // determined only after it has been created.
-  DictTemplate created(std::move(present));
-  return templates_.try_emplace(keys, std::move(created)).first->second;
-}
-
 PyRef AnswerConverter::to_python(const Object& object) {
   // Presized, because growing takes as long as setting a few members.
   PyRef dict = checked(_PyDict_NewPresized, static_cast<Py_ssize_t>(object.size()));

@@ -8,8 +8,8 @@
 #include <array>
 #include <cassert>
 #include <cstdint>
+#include <forward_list>
 #include <span>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -24,18 +24,10 @@ namespace mcp_responses {
 inline bool is_null(const PyRef& object) { return object.get() == Py_None; }
 inline bool is_null(const Value& value) { return value.is_null(); }
 
-/// The keys of all StaticObjects of one type, in order.
+/// Numbers the types of StaticObjects that are converted to dicts, while the program is initialized.
+inline std::size_t static_object_types = 0;
 template <class... Members>
-inline constexpr std::array<const StringLiteral*, sizeof...(Members)> keys_of{
-    &literal<Members::name>...};
-
-/// The keys that a dict has: those of a type whose bit, counted from the lowest, is set.
-struct KeySet {
-  const StringLiteral* const* keys = nullptr;
-  std::uint32_t present = 0;
-
-  bool operator==(const KeySet&) const = default;
-};
+inline const std::size_t type_number = static_object_types++;
 
 /// Up to `capacity` references, in the order in which they are added.
 template <std::size_t capacity>
@@ -77,8 +69,8 @@ class DictTemplate {
   PyRef dict_;
 };
 
-/// Converts the answers of one module, and keeps its template dicts: one for each set of keys that
-/// has occurred, a few dozen.
+/// Converts the answers of one module, and keeps its template dicts: a few for each type of
+/// StaticObject, one for each set of optional members that has occurred.
 class AnswerConverter {
  public:
   /// `strings` must outlive this object.
@@ -92,8 +84,8 @@ class AnswerConverter {
   template <class... Members>
   PyRef to_python(StaticObject<Members...>&& members) {
     static_assert(sizeof...(Members) < 32, "each needs a bit");
-    std::uint32_t present = 0;
-    std::uint32_t bit = 1;
+    Presence present = 0;
+    Presence bit = 1;
     PyRefs<sizeof...(Members)> values;
     const auto add = [&]<class Member>(Member& member) {
       if (!(Member::optional && is_null(member.value))) {
@@ -103,17 +95,26 @@ class AnswerConverter {
       bit <<= 1;
     };
     (add.template operator()<Members>(members), ...);
-    PyRef dict = template_for({keys_of<Members...>.data(), present}).dict_of(values.all());
+    const auto keys = [&] { return keys_of<Members...>(present); };
+    PyRef dict = template_for(type_number<Members...>, present, keys).dict_of(values.all());
     values.release();
     return dict;
   }
 
  private:
-  struct KeySetHash {
-    std::size_t operator()(const KeySet& set) const noexcept {
-      return reinterpret_cast<std::uintptr_t>(set.keys) / sizeof(StringLiteral) ^ set.present;
-    }
-  };
+  /// Which members are present: the bit of each, counted from the lowest, is set.
+  using Presence = std::uint32_t;
+
+  template <class... Members>
+  std::vector<PyObject*> keys_of(Presence present) {
+    std::vector<PyObject*> keys;
+    const auto add = [&](const StringLiteral& key) {
+      if ((present & 1) != 0) keys.push_back(strings_.of(key));
+      present >>= 1;
+    };
+    (add(literal<Members::name>), ...);
+    return keys;
+  }
 
   static PyRef object_of(PyRef&& object) noexcept { return std::move(object); }
   PyRef object_of(const Value& value) { return to_python(value); }
@@ -121,11 +122,21 @@ class AnswerConverter {
   PyRef list_of(const List& elements);
   PyRef string_of(const Text& text);
 
-  /// The template of these keys, created when it is first needed. Valid while this object lives.
-  const DictTemplate& template_for(const KeySet& keys);
+  /// The template of these members, created from `keys()` when it is first needed. Valid while this
+  /// object lives.
+  template <class Keys>
+  const DictTemplate& template_for(std::size_t type, Presence present, const Keys& keys) {
+    for (const auto& [members, dict_template] : templates_[type]) {
+      if (members == present) return dict_template;
+    }
+    // A finalizer may add templates while this one is created.
+    DictTemplate created(keys());
+    return templates_[type].emplace_front(present, std::move(created)).second;
+  }
 
   InternedStrings& strings_;
-  std::unordered_map<KeySet, DictTemplate, KeySetHash> templates_;
+  // By type number. Lists, because references to templates stay valid when another one is added.
+  std::vector<std::forward_list<std::pair<Presence, DictTemplate>>> templates_{static_object_types};
 };
 
 }  // namespace mcp_responses
