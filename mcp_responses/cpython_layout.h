@@ -7,9 +7,9 @@
 // module is loaded. If either check fails, each function here uses the public interface instead.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 
 #include "cpython_layout_structs.h"
@@ -63,11 +63,17 @@ inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
 /// destructor runs. Returns false, and leaves the dict as it is, if the layout is not known.
 bool overwrite_values(PyObject* dict, std::span<PyObject* const> values) noexcept;
 
-/// The content of an int, or of a subclass, that has one digit of 30 bits at most.
-inline std::optional<std::int64_t> small_integer(PyObject* integer) noexcept {
+/// True for an int, or an instance of a subclass, that has at most one digit of 30 bits.
+inline bool is_small_integer(PyObject* integer) noexcept {
   const Py_ssize_t size = Py_SIZE(integer);  // negative for a negative number
-  if (size < -1 || size > 1) return std::nullopt;
-  return size * std::int64_t{reinterpret_cast<const PyLongObject*>(integer)->ob_digit[0]};
+  return -1 <= size && size <= 1;
+}
+
+/// The content of such an int.
+inline std::int64_t small_integer(PyObject* integer) noexcept {
+  assert(is_small_integer(integer));
+  return Py_SIZE(integer) *
+         std::int64_t{reinterpret_cast<const PyLongObject*>(integer)->ob_digit[0]};
 }
 
 }  // namespace mcp_responses

@@ -203,9 +203,9 @@ PyRef key_string(PyObject* key) {
     case PyKind::string:
       return checked(PyUnicode_FromObject, key);
     case PyKind::integer:
-      return ascii_string(NumberText(integer_in(key)).view());
+      return ascii_string(detail::NumberText(integer_in(key)).view());
     case PyKind::real:
-      return ascii_string(NumberText(PyFloat_AS_DOUBLE(key)).view());
+      return ascii_string(detail::NumberText(PyFloat_AS_DOUBLE(key)).view());
     case PyKind::boolean:
       return ascii_string(key == Py_True ? "true" : "false");
     case PyKind::null:

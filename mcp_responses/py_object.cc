@@ -14,8 +14,7 @@ bool fits_64_bits(PyObject* integer) noexcept {
   return overflow == 0;
 }
 
-std::int64_t integer_in(PyObject* object) {
-  if (const auto small = small_integer(object)) return *small;
+std::int64_t integer_in_slow(PyObject* object) {
   int overflow = 0;
   const long long content = PyLong_AsLongLongAndOverflow(object, &overflow);
   if (overflow != 0) throw UnsupportedObject(object);

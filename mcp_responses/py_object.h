@@ -54,12 +54,17 @@ bool fits_64_bits(PyObject* integer) noexcept;
 /// beyond 64 bits. Any other object is copied.
 inline bool is_shareable(PyObject* object) noexcept {
   if (PyUnicode_CheckExact(object) || object == Py_None) return true;
-  if (PyLong_CheckExact(object)) return small_integer(object) || fits_64_bits(object);
+  if (PyLong_CheckExact(object)) return is_small_integer(object) || fits_64_bits(object);
   return PyBool_Check(object) || PyFloat_CheckExact(object);
 }
 
+/// `integer_in` for an int of any size.
+std::int64_t integer_in_slow(PyObject* object);
+
 /// The content of an int, or of a subclass. Throws `UnsupportedObject` beyond 64 bits.
-std::int64_t integer_in(PyObject* object);
+inline std::int64_t integer_in(PyObject* object) {
+  return is_small_integer(object) ? small_integer(object) : integer_in_slow(object);
+}
 
 /// Converts a str to its final representation (PEP 393). Throws `PythonError`.
 inline void ensure_ready(PyObject* string) {
@@ -97,13 +102,16 @@ std::size_t max_nesting() noexcept;
 class PyCursor {
  public:
   explicit PyCursor(PyObject* container) noexcept : PyCursor(container, PyDict_Check(container)) {}
-  PyCursor(PyObject* container, bool is_dict) noexcept : container_(container), is_dict_(is_dict) {}
+  PyCursor(PyObject* container, bool is_dict) noexcept
+      : container_(container), is_dict_(is_dict), is_list_(PyList_Check(container)) {}
 
   /// Moves to the next element or member; false after the last.
   bool next() noexcept {
     if (is_dict_) return next_member(container_, position_, key_, value_);
-    if (position_ >= PySequence_Fast_GET_SIZE(container_)) return false;
-    value_ = PySequence_Fast_GET_ITEM(container_, position_++);
+    if (position_ >= Py_SIZE(container_)) return false;
+    value_ =
+        is_list_ ? PyList_GET_ITEM(container_, position_) : PyTuple_GET_ITEM(container_, position_);
+    ++position_;
     return true;
   }
 
@@ -121,6 +129,7 @@ class PyCursor {
   PyObject* value_ = nullptr;
   Py_ssize_t position_ = 0;
   bool is_dict_;
+  bool is_list_;
 };
 
 }  // namespace mcp_responses

@@ -15,9 +15,9 @@ void retain(Payload payload) noexcept { Py_INCREF(object_in(payload)); }
 void release(Payload payload) noexcept { decref(object_in(payload)); }
 
 std::int64_t integer(Payload payload) noexcept {
-  const auto small = small_integer(object_in(payload));
-  return small ? *small
-               : PyLong_AsLongLong(object_in(payload));  // `to_value` has checked the range
+  PyObject* const object = object_in(payload);
+  // `to_value` has checked the range.
+  return is_small_integer(object) ? small_integer(object) : PyLong_AsLongLong(object);
 }
 TextView text(Payload payload) noexcept { return view_of(object_in(payload)); }
 

@@ -42,17 +42,18 @@ class TextSink {
   explicit TextSink(TextBuffer buffer) noexcept : buffer_(std::move(buffer)) {}
 
   std::size_t put(std::size_t offset, char character) {
-    if (unit_size(repertoire_) > 1 || offset >= buffer_.capacity) [[unlikely]]
-      return put(offset, std::string_view(&character, 1));
+    if (is_wide() || offset >= buffer_.capacity) [[unlikely]]
+      return put_slow(offset, character);
     static_cast<char*>(buffer_.bytes.get())[offset] = character;
     return offset + 1;
   }
   std::size_t put(std::size_t offset, std::string_view ascii);
   template <class Number>
   std::size_t put_number(std::size_t offset, Number number) {
-    if (unit_size(repertoire_) > 1) return put(offset, NumberText(number).view());
-    char* const to = reinterpret_cast<char*>(reserve<std::uint8_t>(offset, number_room));
-    return offset + static_cast<std::size_t>(write_number(number, to) - to);
+    if (is_wide()) return put(offset, detail::NumberText(number).view());
+    char* const to =
+        reinterpret_cast<char*>(reserve<std::uint8_t>(offset, detail::number_capacity));
+    return offset + static_cast<std::size_t>(detail::write_number(number, to) - to);
   }
   std::size_t put_string(std::size_t offset, const TextView& text) {
     return put_between(offset, false, text, false);
@@ -71,6 +72,7 @@ class TextSink {
   TextBuffer buffer() && noexcept { return std::move(buffer_); }
 
  private:
+  bool is_wide() const noexcept { return repertoire_ > Repertoire::latin1; }
   /// Reserves capacity for `count` units from `offset` on. Returns a pointer to the first.
   template <class Unit>
   Unit* reserve(std::size_t offset, std::size_t count) {
@@ -81,11 +83,14 @@ class TextSink {
   /// Writes a string, after a comma and before a colon if required.
   std::size_t put_between(std::size_t offset, bool comma, const TextView& text, bool colon) {
     // Only the narrow case is inlined: the code of the wide ones costs more than it gains.
-    if (unit_size(repertoire_) == 1) {
+    if (!is_wide()) {
       const std::size_t end = put_short<std::uint8_t>(offset, comma, text, colon);
       if (end > 0) return end;
     }
     return put_between_slow(offset, comma, text, colon);
+  }
+  std::size_t put_slow(std::size_t offset, char character) {
+    return put(offset, std::string_view(&character, 1));
   }
   std::size_t put_between_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
   /// Writes the string if it is short, has one byte per unit and needs no escape, like most strings;
@@ -148,7 +153,7 @@ struct CountSink {
   }
   template <class Number>
   static std::size_t put_number(std::size_t offset, Number number) noexcept {
-    return put(offset, NumberText(number).view());
+    return put(offset, detail::NumberText(number).view());
   }
   static std::size_t put_string(std::size_t offset, const TextView& text);
   static std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
