@@ -1,4 +1,4 @@
-"""How fast the extension is, beside the same contract in plain Python and beside other encoders."""
+"""Compares the speed of the extension with the same contract in plain Python, and with other encoders."""
 
 from __future__ import annotations
 
@@ -22,20 +22,20 @@ from timing import Result, measure  # noqa: E402
 
 from hollin import mcp_responses as ours  # noqa: E402
 
-NAME, NUMBER = 52, 13  # widths of the columns
+NAME, NUMBER = 52, 13  # widths of the columns in characters
 
 Results = dict[tuple[str, str], Result]  # by group and name
 
 
 class Table:
-    """Prints one row after the other, and remembers the rows that miss what they have to reach."""
+    """Prints rows and collects the names of those that miss their floor or limit."""
 
     def __init__(self, word: str) -> None:
         self.word = word
         self.missed: list[str] = []
         self.group = ""
 
-    def has(self, group: str, name: str) -> bool:
+    def selects(self, group: str, name: str) -> bool:
         return self.word.lower() in f"{group}, {name}".lower()
 
     def head(self, title: str, *columns: str) -> None:
@@ -54,7 +54,7 @@ class Table:
 
 def duration(seconds: float) -> str:
     for unit, size in (("s ", 1.0), ("ms", 1e-3), ("µs", 1e-6), ("ns", 1e-9)):
-        if seconds >= 0.9995 * size:  # which is shown as 1.00
+        if seconds >= 0.9995 * size:  # printed as 1.00
             break
     return f"{seconds / size:#.3g} {unit}".replace(". ", " ")
 
@@ -63,18 +63,23 @@ def digits(number: float) -> str:
     return f"{number:,.0f}" if number >= 100 else f"{number:.3g}"
 
 
+def library_version() -> str:
+    project = Path(__file__).resolve().parents[1] / "CMakeLists.txt"
+    return re.findall(r"^project\(mcp_responses VERSION (\S+)", project.read_text(), re.MULTILINE)[0]
+
+
 def print_machine() -> None:
     cpu = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
     compiler = re.search(rb"GCC: \([^)]*\) [\d.]+|[\w ]*clang version [\d.]*", Path(ours.__file__).read_bytes())
     print(f"machine      {cpu[1] if cpu else platform.machine()}, {os.cpu_count()} cores, {platform.platform()}")
     print(f"interpreter  {platform.python_implementation()} {platform.python_version()}, {platform.python_compiler()}")
-    print(f"extension    {compiler[0].decode() if compiler else 'unknown compiler'}")
+    print(f"extension    mcp_responses {library_version()}, {compiler[0].decode() if compiler else 'unknown compiler'}")
     versions = [f"{name} {module.__version__}" for name, module in others.MODULES.items()]
     print(f"encoders     {', '.join(['json of this interpreter', *versions])}")
 
 
 def print_times(table: Table, seconds: float, tries: int) -> Results:
-    shown = [case for case in cases.CASES if table.has(case.group, case.name)]
+    shown = [case for case in cases.CASES if table.selects(case.group, case.name)]
     if not shown:
         return {}
     table.head("best processor time of a call", "ours", "plain Python", "ratio", "at least", *others.ENCODERS)
@@ -83,14 +88,14 @@ def print_times(table: Table, seconds: float, tries: int) -> Results:
         result = results[case.group, case.name] = measure(case, seconds, tries)
         times = [duration(side.best) for side in (result.ours, result.plain)]
         least = f"{case.at_least:g}" if case.at_least else ""
-        columns = (*times, digits(result.ratio), least, *beside(result))
+        columns = (*times, digits(result.ratio), least, *other_times(result))
         table.row(case.group, case.name, *columns, missed=not result.is_enough)
     print_growth(table, results, seconds, tries)
     return results
 
 
-def beside(result: Result) -> list[str]:
-    """An encoder that gives another text has done another work."""
+def other_times(result: Result) -> list[str]:
+    """The times of the other encoders. Those that return a different text are not comparable."""
     if not result.case.is_text:
         return []
     return [duration(result.others[name].best) if name in result.others else "differs" for name in others.ENCODERS]
@@ -103,9 +108,9 @@ def print_growth(table: Table, results: Results, seconds: float, tries: int) -> 
         return
     table.head("growth of the time", "ours", "plain Python", "", "at most")
     while (growth := many.ours.best / few.ours.best) > at_most and (tries := tries - 1):
-        # On, as for a missed ratio: who else uses the machine's memory slows the many alone.
-        few.take_turns(seconds)
-        many.take_turns(seconds)
+        # Measure again, as for a missed ratio: other load on the machine's memory slows only the large case.
+        few.alternate(seconds)
+        many.alternate(seconds)
     plain_growth = many.plain.best / few.plain.best
     name = f"{many_name} over {few_name}"
     table.row(group, name, digits(growth), digits(plain_growth), "", f"{at_most:g}", missed=growth > at_most)
@@ -113,11 +118,11 @@ def print_growth(table: Table, results: Results, seconds: float, tries: int) -> 
 
 def print_fresh(table: Table, tries: int) -> None:
     group = "tool_result_text in a fresh process"
-    shown = {name: case for name, case in cases.FRESH.items() if table.has(group, name)}
+    shown = {name: case for name, case in cases.FRESH.items() if table.selects(group, name)}
     if not shown:
         return
     columns = ("ours", "plain Python", "ratio", "at least", "pages, ours", "plain Python")
-    table.head("best processor time of a call, and the pages it faults in", *columns)
+    table.head("best processor time of a call, and its page faults", *columns)
     for name, (payload, at_least) in shown.items():
         for offset in fresh.HEAP_OFFSETS:
             for _ in range(tries):
@@ -133,10 +138,10 @@ def print_fresh(table: Table, tries: int) -> None:
 
 
 def print_memory(table: Table) -> None:
-    shown = [row for row in cases.MEMORY if table.has("memory of tool_result_text", row[0])]
+    shown = [row for row in cases.MEMORY if table.selects("memory of tool_result_text", row[0])]
     if not shown:
         return
-    table.head("fresh memory a call touches, in sizes of its text", "ours", "plain Python", "", "at most")
+    table.head("fresh memory that a call touches, in sizes of its text", "ours", "plain Python", "", "at most")
     for name, payload, at_most in shown:
         touched, plainly = (memory.touched_texts(api, payload) for api in ("ours", "plain"))
         columns = (f"{touched:.2f}", f"{plainly:.2f}", "", f"{at_most:g}")
@@ -144,11 +149,11 @@ def print_memory(table: Table) -> None:
 
 
 def print_encoding(table: Table, seconds: float) -> None:
-    shown = {payload: name for payload, name in cases.ENCODED.items() if table.has("C++ alone", name)}
+    shown = {payload: name for payload, name in cases.ENCODED.items() if table.selects("C++ alone", name)}
     if not shown:
         return
     if not encoding.PROGRAM.exists():
-        print(f"\nC++ alone: not built; {encoding.PROGRAM} comes with -DMCP_RESPONSES_BENCHMARKS=ON")
+        print(f"\nC++ alone: not built; -DMCP_RESPONSES_BENCHMARKS=ON builds {encoding.PROGRAM}")
         return
     best, context = encoding.bytes_per_second(shown, seconds)
     title = f"GB of output a second (RapidJSON {context['RapidJSON']}, nlohmann {context['nlohmann']})"
@@ -164,20 +169,20 @@ def draw_chart(results: Results, file: Path) -> None:
         (result,) = (results[key] for key in results if key[0] == group and key[1].startswith(start))
         others = {other: result.plain.best / side.best for other, side in result.others.items()}
         rows.append({"name": name, "ratios": {"mcp_responses": result.ratio} | others})
-    # Debian's matplotlib goes with Debian's Python, which need not be the one that is measured.
+    # Debian's matplotlib needs Debian's Python, which may differ from the measured interpreter.
     program = Path(__file__).with_name("chart.py")
     subprocess.run(["/usr/bin/python3", program, file.resolve()], input=json.dumps(rows), text=True, check=True)
 
 
 def main() -> None:
     parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
-    parser.add_argument("--check", action="store_true", help="exit 1 when a row misses its 'at least' or 'at most'")
-    parser.add_argument("--chart", type=Path, metavar="FILE.svg", help="draw the main rows, too")
-    parser.add_argument("--filter", default="", metavar="WORD", help="only rows whose group or name holds this")
-    parser.add_argument("--quick", action="store_true", help="a third of the time, and rougher")
+    parser.add_argument("--check", action="store_true", help="exit with 1 if a row misses its 'at least' or 'at most'")
+    parser.add_argument("--chart", type=Path, metavar="FILE.svg", help="also draw the main rows")
+    parser.add_argument("--filter", default="", metavar="WORD", help="only rows whose group or name contains this")
+    parser.add_argument("--quick", action="store_true", help="a third of the time, less exact")
     options = parser.parse_args()
     if options.chart and options.filter:
-        parser.error("--chart needs all rows, not those of a --filter")
+        parser.error("--chart needs all rows, so it excludes --filter")
     share = 1 / 3 if options.quick else 1
     table = Table(options.filter)
     print_machine()

@@ -1,5 +1,6 @@
-"""Draws the main rows of the table as bars: how many times as fast as plain Python. Run by bench.py with Debian's Python,
-which has matplotlib; the rows come on standard input as JSON.
+"""Draws the main rows of the table as bars: how many times as fast as plain Python.
+
+bench.py runs it with Debian's Python, for which Debian packages matplotlib. It reads the rows from standard input as JSON.
 """
 
 from __future__ import annotations
@@ -13,12 +14,12 @@ import matplotlib
 matplotlib.use("svg")
 from matplotlib import pyplot  # noqa: E402
 
-INK = "#7b7b7b"  # as far from white as from a dark page
+INK = "#7b7b7b"  # legible on white and on dark pages
 COLORS = {"mcp_responses": "#1f83c9", "msgspec": "#55a868", "orjson": "#d98032", "rapidjson": "#9a78c2", "ujson": "#b0577a"}
 
 
 def draw(rows: list[dict[str, Any]], file: str) -> None:
-    """`rows` are from top to bottom: a "name", and "ratios" by the encoder's name."""
+    """Each row, from top to bottom, has a "name" and "ratios" by the encoder's name."""
     pyplot.rcParams.update(
         {"svg.fonttype": "none", "svg.hashsalt": "speed", "font.family": "sans-serif", "font.size": 10}
         | {f"{part}.color": INK for part in ("text", "xtick", "ytick")}

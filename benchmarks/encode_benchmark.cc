@@ -1,8 +1,8 @@
-// How fast a tree in memory becomes JSON, beside RapidJSON's and nlohmann's writers over the same
-// data:
+// Measures encoding a tree in memory as JSON, with this library and with RapidJSON's and nlohmann's
+// writers:
 //   encode_benchmark FILE... [OPTIONS OF GOOGLE BENCHMARK]
-// Each file holds one JSON text in compact form. What each writer makes of it has to read back as
-// the same.
+// Each file contains one JSON text in compact form. The output of each writer must parse to the same
+// value.
 #include <benchmark/benchmark.h>
 
 #include <nlohmann/json.hpp>
@@ -85,17 +85,17 @@ std::string_view view(const rapidjson::StringBuffer& written) {
 }
 std::string view(const Text& written) { return written.utf8(); }
 
-/// Not compared as text: of the shortest decimals, RapidJSON now and then finds one digit more.
+/// Compares values, not texts: RapidJSON's floats have a digit more than necessary in rare cases.
 template <class Written>
-bool tells(const Written& written, const Json& json, std::size_t) {
+bool represents(const Written& written, const Json& json, std::size_t) {
   return Json::parse(view(written)) == json;
 }
-bool tells(std::size_t counted, const Json&, std::size_t size) { return counted == size; }
+bool represents(std::size_t counted, const Json&, std::size_t size) { return counted == size; }
 
 template <class Write>
 void add(const std::string& name, const Json& json, std::size_t size, Write write) {
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    if (!tells(write(), json, size)) state.SkipWithError("tells something else");
+    if (!represents(write(), json, size)) state.SkipWithError("the output differs");
     for (auto _ : state) {
       auto written = write();
       benchmark::DoNotOptimize(written);

@@ -1,4 +1,4 @@
-"""The C++ side alone: runs encode_benchmark over the texts of payloads."""
+"""Runs encode_benchmark, which measures the C++ library, with the texts of payloads."""
 
 from __future__ import annotations
 
@@ -18,7 +18,7 @@ WRITERS = ("text", "size", "RapidJSON", "nlohmann")
 
 
 def bytes_per_second(names: Iterable[str], seconds: float) -> tuple[dict[tuple[str, str], float], dict[str, str]]:
-    """The best of interleaved rounds by payload and writer, and what Google Benchmark says of its context."""
+    """The best of interleaved rounds by payload and writer, and the context that Google Benchmark reports."""
     with tempfile.TemporaryDirectory(prefix="bench-") as folder:
         files = [Path(folder, name + ".json") for name in names]
         for file in files:

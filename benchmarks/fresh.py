@@ -1,8 +1,7 @@
-"""How long a text takes in a process of its own, and how many pages a call faults in. Run by bench.py.
+"""Measures the time and the page faults of tool_result_text in a separate process. bench.py runs it.
 
-What a text costs depends on what the allocator does with its buffer, and that on the settings and on what the heap holds
-when it is made. So each measurement has a process with the usual settings, whose heap begins with a block of another
-size.
+The time depends on where the allocator takes the buffer from, which depends on its settings and on the state of the heap.
+Each measurement therefore runs in a process with the default settings, with a first heap block of another size.
 """
 
 from __future__ import annotations
@@ -16,15 +15,15 @@ import time
 from dataclasses import dataclass
 from pathlib import Path
 
-HEAP_OFFSETS = (0, 40_000, 100_000)  # bytes, less than what the allocator asks the kernel for by itself
+HEAP_OFFSETS = (0, 40_000, 100_000)  # bytes, below the threshold for separate mappings
 _SECONDS = 0.3
-_CALLS = 20  # a round
+_CALLS = 20  # in a round
 
 
 @dataclass(frozen=True)
 class Measured:
-    seconds: float  # the best round's processor time of a call
-    faults: float  # the median round's pages a call
+    seconds: float  # processor time of a call in the best round
+    faults: float  # page faults of a call in the median round
 
 
 def measured(api: str, payload: str, offset: int) -> Measured:

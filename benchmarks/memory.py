@@ -1,7 +1,7 @@
-"""How much fresh memory the making of a text touches, in sizes of that text. Run by bench.py in a process of its own.
+"""Measures the fresh memory that tool_result_text touches, in sizes of its text. bench.py runs it in a separate process.
 
-The kernel counts each page of memory when it is first touched. All free memory is given back before the call, and
-blocks of 4 KB and more are given back as soon as they are freed, so the count is at least the peak.
+The kernel counts a page fault when a page is first touched. All free memory is returned to the kernel before the call, and
+blocks of 4 KB and more as soon as they are freed, so the count is at least the peak.
 """
 
 from __future__ import annotations
@@ -25,7 +25,7 @@ def touched_texts(api: str, payload: str) -> float:
 
 
 def _fresh_pages(call: Callable[[], Any]) -> int:
-    call()  # what only a first call touches
+    call()  # touches the memory that only a first call needs
     ctypes.CDLL(None).malloc_trim(0)
     before = resource.getrusage(resource.RUSAGE_SELF).ru_minflt
     kept = call()
@@ -45,7 +45,7 @@ def _main(api: str, payload: str) -> None:
     value = getattr(payloads, payload)
     text = tool_result_text(value)
     gc.disable()
-    # A copy of the text is the unit, so that the size of the machine's pages does not count.
+    # A copy of the text is the unit, so the result does not depend on the page size.
     print(_fresh_pages(lambda: tool_result_text(value)) / _fresh_pages(lambda: text + "x"))
 
 

@@ -1,4 +1,4 @@
-"""Other encoders of Python values, those that this interpreter has or Debian's packages bring it."""
+"""Other JSON encoders: those installed for this interpreter, or packaged by Debian."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ _DEBIAN_PACKAGES = "/usr/lib/python3/dist-packages"
 
 
 def _load(name: str) -> ModuleType | None:
-    """Debian's package fits any CPython of its minor version, also one that does not look there by itself."""
+    """Debian's packages work with any CPython of their minor version, although only Debian's searches their folder."""
     spec = importlib.util.find_spec(name) or importlib.machinery.PathFinder.find_spec(name, [_DEBIAN_PACKAGES])
     if spec is None or spec.loader is None:
         return None
@@ -26,14 +26,14 @@ def _load(name: str) -> ModuleType | None:
 
 
 def answer_of(statement: str, namespace: dict[str, Any]) -> Any:
-    """What the statement gives, or None where the encoder refuses: a lone surrogate, an integer beyond its limit."""
+    """The value of the statement, or None if the encoder rejects the input, as a lone surrogate or a large integer."""
     try:
         return eval(statement, namespace)
     except (TypeError, ValueError):
         return None
 
 
-# How each makes a str: what it gives as bytes has to be decoded.
+# Each returns a str. Encoders that return bytes are charged for decoding them.
 _MAKERS: dict[str, Callable[[Any], Callable[[Any], str]]] = {
     "msgspec": lambda msgspec: lambda value: msgspec.json.encode(value).decode(),
     "orjson": lambda orjson: lambda value: orjson.dumps(value).decode(),

@@ -1,18 +1,22 @@
-"""What the benchmarks answer about: records, pages, answers and a tree of files, the same at every run.
+"""The input of the benchmarks: numbers, records, pages, answers and a tree of files. It is the same in every run.
 
-The names of this module are the names that the statements in cases.py use.
+The statements in cases.py use the names of this module.
 """
 
 from __future__ import annotations
 
+import atexit
 import dataclasses
 import json
+import math
 import random
 import re
+import struct
 import tempfile
 from dataclasses import dataclass
 from pathlib import Path
-from typing import Any
+from types import SimpleNamespace
+from typing import Any, NamedTuple
 
 import plain_python as plain
 
@@ -26,7 +30,7 @@ naïve forêt garçon leçon früh über größe straße señal acción año ma�
 _CJK = """购物车 保存 每个 订单 项目 直到 付款 然后 交给 结账 注文 の 商品 を カート に 保存 支払い が 完了 したら
 在庫 を 戻す 장바구니 는 주문 을 결제 까지 보관 한다""".split()
 _EMOJI = [*_ASCII, "🛒", "💳", "📦", "✅", "🦉"]
-# Lines of code; a w becomes a word. Real code has an escape in about 27 characters, documentation in 50.
+# Lines of code. Each w is replaced with a word. Real code has one escape in about 27 characters, documentation one in 50.
 _CODE = [
     "    def w_w(self, w: Iterable[W], w_w: datetime) -> Decimal:",
     '        """W w of these w at a w, w included."""',
@@ -42,7 +46,7 @@ _CODE = [
 
 
 def prose(chars: int, vocabulary: list[str] = _ASCII) -> str:
-    """About that many characters of words, with a full stop now and then."""
+    """About `chars` characters of words, some of which end with a full stop."""
     words, length = [], 0
     while length < chars:
         word = _rng.choice(vocabulary) + ("." if _rng.random() < 0.08 else "")
@@ -52,7 +56,7 @@ def prose(chars: int, vocabulary: list[str] = _ASCII) -> str:
 
 
 def markdown(chars: int) -> str:
-    """Wrapped paragraphs, with some code between them."""
+    """About `chars` characters: wrapped paragraphs and code in turns."""
     lines, length = [], 0
     while length < chars:
         lines += [*(prose(75) for _ in range(3)), "", *code(60).split("\n")]
@@ -61,7 +65,7 @@ def markdown(chars: int) -> str:
 
 
 def code(chars: int) -> str:
-    """Lines of Python, with about as many line ends and quotation marks as such code has."""
+    """About `chars` characters: lines of Python with a realistic number of line breaks and quotation marks."""
     lines, length = [], 0
     while length < chars:
         lines.append(re.sub(r"\bw|(?<=_)w", lambda _: _rng.choice(_ASCII), _rng.choice(_CODE)))
@@ -69,7 +73,31 @@ def code(chars: int) -> str:
     return "\n".join(lines)
 
 
-# --- Records, as a storage layer gives them.
+# --- Lists of numbers.
+
+_numbers = random.Random(24)
+
+
+def _any_float() -> float:
+    while not math.isfinite(number := struct.unpack("<d", _numbers.randbytes(8))[0]):
+        pass
+    return number
+
+
+NUMBERS = {
+    "integers below 10,000": [_numbers.randrange(10_000) for _ in range(10_000)],
+    "integers of 9 digits": [_numbers.randrange(10**8, 10**9) for _ in range(10_000)],
+    "integers of 15 digits": [_numbers.randrange(10**14, 10**15) for _ in range(10_000)],
+    "negative integers": [-_numbers.randrange(1, 10_000) for _ in range(10_000)],
+    "floats with 2 decimals": [round(_numbers.uniform(0, 1000), 2) for _ in range(10_000)],
+    "floats with 4 decimals": [round(_numbers.random(), 4) for _ in range(10_000)],
+    "integral floats": [float(_numbers.randrange(10**6)) for _ in range(10_000)],
+    "floats of 17 digits below 1": [_numbers.random() for _ in range(10_000)],
+    "floats of 17 digits to a million": [_numbers.uniform(0, 10**6) for _ in range(10_000)],
+    "floats with any exponent": [_any_float() for _ in range(10_000)],
+}
+
+# --- Records, as a storage layer returns them.
 
 
 @dataclass(frozen=True)
@@ -130,13 +158,52 @@ def make_symbol(number: int) -> Symbol:
 
 symbols = [make_symbol(number) for number in range(20)]
 symbol = symbols[0]
+
+# --- The same record as an instance of other kinds of classes.
+
+_fields = dataclasses.asdict(symbol)
+
+
+class OtherClass:
+    """A second class with the same attributes."""
+
+
+class WithSlots:
+    __slots__ = tuple(_fields)
+
+
+class _DictInSlot:
+    __slots__ = ("__dict__",)
+
+
+class WithDictInSlot(_DictInSlot):
+    """The instances have a dict at an offset, like those of a pydantic model."""
+
+    __slots__ = ()
+
+
+def _filled(record: Any) -> Any:
+    for name, value in _fields.items():
+        setattr(record, name, value)
+    return record
+
+
+RECORDS = {
+    "data class": symbol,
+    "class with slots": _filled(WithSlots()),
+    "class with a dict in a slot, like pydantic's": _filled(WithDictInSlot()),
+    "named tuple": NamedTuple("NamedSymbol", [(name, Any) for name in _fields])(**_fields),
+    "SimpleNamespace": SimpleNamespace(**_fields),
+}
+other_symbol = _filled(OtherClass())
 fqns = [each.fqn for each in symbols]
 hits = [(each, f"shop/orders/{each.name}.py") for each in symbols]
 component = ComponentInfo("orders", "domain", "shop/orders/**", 42, 731)
 
-# --- A work tree: 20 files of 20 KB, and three places in each.
+# --- A work tree: 20 files of 20 KB, and three places in each of them.
 
 _tree = tempfile.TemporaryDirectory(prefix="bench-")
+atexit.register(_tree.cleanup)
 root = Path(_tree.name)
 FILES = [f"shop/orders/part_{number}.py" for number in range(20)]
 for _path in FILES:
@@ -157,7 +224,7 @@ reference = references[0]
 
 
 def question(sections: int, vocabulary: list[str] = _ASCII, excerpt: int = 1100, answer: int = 3000) -> dict[str, Any]:
-    """The arguments of build_wiki_ask_response, without a budget."""
+    """The arguments of build_wiki_ask_response except the budget."""
 
     def citation() -> dict[str, Any]:
         start = _rng.randint(1, 900)
@@ -205,7 +272,7 @@ code_page = plain.build_wiki_list_response([{"page_id": f"p{n}", "content": code
 _scores = [{"page_id": n, "similarity": _rng.uniform(0.1, 1)} for n in range(1000)]
 floats_page = plain.build_wiki_list_response(_scores, len(_scores))
 
-# --- The same anew, down to the strings: what a service answers with was made for that answer.
+# --- New objects, strings included: a service creates the objects of an answer for that answer.
 
 _page_text, _ask_cut_text = json.dumps(page), json.dumps(ask_cut)
 _symbols_text = json.dumps([dataclasses.astuple(each) for each in symbols])

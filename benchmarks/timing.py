@@ -1,8 +1,7 @@
-"""Times a case on both sides: the best call of many short rounds, in which the sides take turns."""
+"""Times a case with both implementations: the best of many short rounds, which alternate."""
 
 from __future__ import annotations
 
-import sys
 import time
 import timeit
 from types import ModuleType
@@ -15,52 +14,56 @@ import plain_python as plain
 
 from hollin import mcp_responses as ours
 
-ROUND = 0.002  # seconds: so short that both sides meet the same machine
+ROUND = 0.002  # seconds; short, so that a disturbance of the machine affects all implementations
 
 
 class Side:
-    """The best processor time of a call, over all rounds so far. timeit turns the garbage collector off meanwhile."""
+    """One implementation. timeit disables garbage collection during a round."""
 
     def __init__(self, case: cases.Case, namespace: dict[str, Any]) -> None:
         self.case = case
         self.namespace = namespace
-        self.best = float("inf")
-        self.calls = 1  # a round
-        if not case.made_anew:
+        self.best = float("inf")  # processor time of a call in seconds, in the best round so far
+        self.calls = 1  # in a round
+        if not case.factory:
             self.timer = timeit.Timer(case.statement, timer=time.process_time, globals=namespace)
 
     def round(self) -> float:
-        taken = self.over_new_objects() if self.case.made_anew else self.timer.timeit(self.calls)
+        taken = self.time_new_objects() if self.case.factory else self.timer.timeit(self.calls)
         self.best = min(self.best, taken / self.calls)
         return taken
 
-    def over_new_objects(self) -> float:
-        """Each call has an object of its own, made before the time is taken."""
-        make = self.namespace[self.case.made_anew]
-        timer = timeit.Timer(f"for anew in made: {self.case.statement}", timer=time.process_time, globals=self.namespace)
-        self.namespace["made"] = [make() for _ in range(self.calls)]
+    def time_new_objects(self) -> float:
+        """Each call has its own object, which is created before the measurement."""
+        create = self.namespace[self.case.factory]
+        statement = f"for new in created: {self.case.statement}"
+        timer = timeit.Timer(statement, timer=time.process_time, globals=self.namespace)
+        self.namespace["created"] = [create() for _ in range(self.calls)]
         return timer.timeit(1)
 
     def settle(self) -> None:
-        """Find how many calls make a round."""
+        """Adjust the number of calls to the duration of a round."""
         while self.round() < ROUND / 2:
             self.calls = min(10 * self.calls, max(2 * self.calls, int(ROUND / self.best)))
 
 
 class Result:
-    """What a case took: ours, plain Python's, and that of other encoders by name."""
+    """The times of a case: ours, plain Python's, and those of other encoders by name.
+
+    Raises ValueError if our answer differs from plain Python's.
+    """
 
     def __init__(self, case: cases.Case) -> None:
         self.case = case
-        namespaces = [_namespace(api) | _first_object(case) for api in (ours, plain)]
+        namespaces = [_namespace(case, api) for api in (ours, plain)]
         answers = [eval(case.statement, namespace) for namespace in namespaces]
-        # Unlike ==, the representations tell 1 from 1.0 and see the order of keys.
+        # Unlike ==, repr distinguishes 1 from 1.0 and shows the order of keys.
         if repr(answers[0]) != repr(answers[1]):
-            sys.exit(f"{case}: the two sides do not answer alike")
+            raise ValueError(f"{case}: the answers differ")
         self.ours, self.plain = (Side(case, namespace) for namespace in namespaces)
         self.others = {}
         for name, encode in others.ENCODERS.items() if case.is_text else ():
-            namespace = vars(payloads) | _first_object(case) | {"tool_result_text": encode}
+            namespace = _namespace(case, plain) | {"tool_result_text": encode}
             if others.answer_of(case.statement, namespace) == answers[1]:
                 self.others[name] = Side(case, namespace)
 
@@ -72,7 +75,7 @@ class Result:
     def is_enough(self) -> bool:
         return self.ratio >= self.case.at_least
 
-    def take_turns(self, seconds: float) -> None:
+    def alternate(self, seconds: float) -> None:
         sides = [self.ours, self.plain, *self.others.values()]
         for side in sides:
             side.settle()
@@ -82,20 +85,19 @@ class Result:
                 side.round()
 
 
-def _namespace(api: ModuleType) -> dict[str, Any]:
+def _namespace(case: cases.Case, api: ModuleType) -> dict[str, Any]:
     handlers = {handler.__name__: handler for handler in cases.WHOLE_ANSWERS}
-    return vars(payloads) | vars(api) | handlers | {"api": api}
-
-
-def _first_object(case: cases.Case) -> dict[str, Any]:
-    return {"anew": getattr(payloads, case.made_anew)()} if case.made_anew else {}
+    new = {"new": getattr(payloads, case.factory)()} if case.factory else {}
+    return vars(payloads) | vars(api) | handlers | {"api": api} | new
 
 
 def measure(case: cases.Case, seconds: float, tries: int) -> Result:
-    """A ratio that misses its floor is measured on, so often at most: other work on the machine is no regression."""
+    """Continue a measurement that misses its floor, at most `tries` times: other load on the machine is not a
+    regression.
+    """
     result = Result(case)
     for _ in range(tries):
-        result.take_turns(seconds)
+        result.alternate(seconds)
         if result.is_enough:
             break
     return result
