@@ -90,16 +90,16 @@ _OTHERS = {
     "wiki page": "build_wiki_read_response(page_id='p', title='Cart', content='text', source_files=FILES)",
 }
 _NUMBER_FLOORS = {
-    "integers below 10,000": 14,
-    "integers of 9 digits": 8.8,
-    "integers of 15 digits": 3.5,
-    "negative integers": 11.2,
-    "floats with 2 decimals": 9,
-    "floats with 4 decimals": 7.6,
-    "integral floats": 5.7,
-    "floats of 17 digits below 1": 19.6,
-    "floats of 17 digits to a million": 22.7,
-    "floats with any exponent": 27.5,
+    "integers below 10,000": 9.4,
+    "integers of 9 digits": 6.4,
+    "integers of 15 digits": 4.2,
+    "negative integers": 9.2,
+    "floats with 2 decimals": 13.5,
+    "floats with 4 decimals": 14.5,
+    "integral floats": 10.5,
+    "floats of 17 digits below 1": 13.8,
+    "floats of 17 digits to a million": 12.5,
+    "floats with any exponent": 30,
 }
 _ASK_FLOORS = {8: 33, 64: 160, 512: 800}
 _WHOLE_FLOORS = {"search": 8, "references": 4.8, "ask": 28, "outline": 9}
