@@ -73,6 +73,7 @@ def _record(name: str) -> Case:
 
 
 _SEARCH_ROW = "build_symbol_search_result({0}, 'shop/cart.py')"
+_NEW_ROWS = f"[{_SEARCH_ROW.format('each')} for each in new]"
 _TWO_CLASSES = "build_symbol_full_details({0}, 'shop/cart.py'), build_symbol_full_details({1}, 'shop/cart.py')"
 _DETAILS = "build_symbol_full_details(symbol, 'shop/cart.py')"
 _ENDPOINT = "build_api_endpoint(symbol, 'shop/cart.py', 'orders')"
@@ -118,7 +119,7 @@ CASES = [
     *(_numbers(name, floor) for name, floor in _NUMBER_FLOORS.items()),
     _text_of_new("page of 20 rows", "new_page"),
     _text_of_new("ask answer, ASCII cut with an ellipsis", "new_ask_cut"),
-    Case("new objects", "20 symbol search rows", f"[{_SEARCH_ROW.format('each')} for each in new]", factory="new_symbols"),
+    Case("new objects", "20 symbol search rows", _NEW_ROWS, factory="new_symbols"),
     Case("_encoded_size", "ask answer, ASCII", "_encoded_size(ask_ascii)", 17),
     Case("_encoded_size", "ask answer, ASCII cut with an ellipsis", "_encoded_size(ask_cut)", 14),
     *(Case("first_sentence", name, f"first_sentence({text!r})", 12) for name, text in payloads.DOCSTRINGS.items()),

@@ -1,6 +1,6 @@
 """Draws the main rows of the table as bars: how many times as fast as plain Python.
 
-bench.py runs it with Debian's Python, for which Debian packages matplotlib. It reads the rows from standard input as JSON.
+bench.py runs it with Debian's Python, for which Debian packages matplotlib. Standard input contains the rows as JSON.
 """
 
 from __future__ import annotations
@@ -15,7 +15,13 @@ matplotlib.use("svg")
 from matplotlib import pyplot  # noqa: E402
 
 INK = "#7b7b7b"  # legible on white and on dark pages
-COLORS = {"mcp_responses": "#1f83c9", "msgspec": "#55a868", "orjson": "#d98032", "rapidjson": "#9a78c2", "ujson": "#b0577a"}
+COLORS = {
+    "mcp_responses": "#1f83c9",
+    "msgspec": "#55a868",
+    "orjson": "#d98032",
+    "rapidjson": "#9a78c2",
+    "ujson": "#b0577a",
+}
 
 
 def draw(rows: list[dict[str, Any]], file: str) -> None:

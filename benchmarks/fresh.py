@@ -1,6 +1,6 @@
 """Measures the time and the page faults of tool_result_text in a separate process. bench.py runs it.
 
-The time depends on where the allocator takes the buffer from, which depends on its settings and on the state of the heap.
+The time depends on where the allocator takes the buffer from, and thus on its settings and on the state of the heap.
 Each measurement therefore runs in a process with the default settings, with a first heap block of another size.
 """
 

@@ -1,7 +1,7 @@
-"""Measures the fresh memory that tool_result_text touches, in sizes of its text. bench.py runs it in a separate process.
+"""Measures the fresh memory that tool_result_text touches, in sizes of its text. bench.py runs it as a program.
 
-The kernel counts a page fault when a page is first touched. All free memory is returned to the kernel before the call, and
-blocks of 4 KB and more as soon as they are freed, so the count is at least the peak.
+The kernel counts a page fault when a page is first touched. All free memory is returned to the kernel before the call,
+and blocks of 4 KB and more as soon as they are freed, so the count is at least the peak.
 """
 
 from __future__ import annotations

@@ -30,7 +30,7 @@ naïve forêt garçon leçon früh über größe straße señal acción año ma�
 _CJK = """购物车 保存 每个 订单 项目 直到 付款 然后 交给 结账 注文 の 商品 を カート に 保存 支払い が 完了 したら
 在庫 を 戻す 장바구니 는 주문 을 결제 까지 보관 한다""".split()
 _EMOJI = [*_ASCII, "🛒", "💳", "📦", "✅", "🦉"]
-# Lines of code. Each w is replaced with a word. Real code has one escape in about 27 characters, documentation one in 50.
+# Lines of code. A word replaces each w. Real code has an escape in about 27 characters, documentation in 50.
 _CODE = [
     "    def w_w(self, w: Iterable[W], w_w: datetime) -> Decimal:",
     '        """W w of these w at a w, w included."""',
