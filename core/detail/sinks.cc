@@ -78,7 +78,7 @@ constexpr std::size_t max_chunk = 1024;
 
 }  // namespace
 
-std::size_t TextSink::put(std::size_t offset, std::string_view ascii) {
+std::size_t TextSink::put_slow(std::size_t offset, std::string_view ascii) {
   switch (unit_size(repertoire_)) {
     case 1:
       return put_ascii<std::uint8_t>(offset, ascii);
@@ -149,6 +149,7 @@ void TextSink::grow(std::size_t needed) {
   static_cast<void>(buffer_.bytes.release());  // realloc has freed it
   buffer_.bytes.reset(wider);
   buffer_.capacity = capacity;
+  if (!is_wide()) narrow_capacity_ = capacity;
 }
 
 /// Widens the existing units for `repertoire`: in place, and so from the last to the first.
@@ -166,6 +167,7 @@ void TextSink::widen(std::size_t size, Repertoire repertoire) {
     }
   }
   repertoire_ = repertoire;
+  if (is_wide()) narrow_capacity_ = 0;
 }
 
 template <class From, class To>

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -42,17 +43,22 @@ class TextSink {
   explicit TextSink(TextBuffer buffer) noexcept : buffer_(std::move(buffer)) {}
 
   std::size_t put(std::size_t offset, char character) {
-    if (is_wide() || offset >= buffer_.capacity) [[unlikely]]
+    if (offset >= narrow_capacity_) [[unlikely]]
       return put_slow(offset, character);
     static_cast<char*>(buffer_.bytes.get())[offset] = character;
     return offset + 1;
   }
-  std::size_t put(std::size_t offset, std::string_view ascii);
+  std::size_t put(std::size_t offset, std::string_view ascii) {
+    if (offset + ascii.size() > narrow_capacity_) [[unlikely]]
+      return put_slow(offset, ascii);
+    std::memcpy(static_cast<char*>(buffer_.bytes.get()) + offset, ascii.data(), ascii.size());
+    return offset + ascii.size();
+  }
   template <class Number>
   std::size_t put_number(std::size_t offset, Number number) {
-    if (is_wide()) return put(offset, detail::NumberText(number).view());
-    char* const to =
-        reinterpret_cast<char*>(reserve<std::uint8_t>(offset, detail::number_capacity));
+    if (offset + detail::number_capacity > narrow_capacity_) [[unlikely]]
+      return put_slow(offset, detail::NumberText(number).view());
+    char* const to = static_cast<char*>(buffer_.bytes.get()) + offset;
     return offset + static_cast<std::size_t>(detail::write_number(number, to) - to);
   }
   std::size_t put_string(std::size_t offset, const TextView& text) {
@@ -67,7 +73,10 @@ class TextSink {
     return {buffer_.bytes.get(), size, repertoire_};
   }
   /// Starts a new text.
-  void clear() noexcept { repertoire_ = Repertoire::ascii; }
+  void clear() noexcept {
+    repertoire_ = Repertoire::ascii;
+    narrow_capacity_ = buffer_.capacity;
+  }
   /// The memory, for the next text.
   TextBuffer buffer() && noexcept { return std::move(buffer_); }
 
@@ -89,8 +98,9 @@ class TextSink {
     }
     return put_between_slow(offset, comma, text, colon);
   }
+  std::size_t put_slow(std::size_t offset, std::string_view ascii);
   std::size_t put_slow(std::size_t offset, char character) {
-    return put(offset, std::string_view(&character, 1));
+    return put_slow(offset, std::string_view(&character, 1));
   }
   std::size_t put_between_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
   /// Writes the string if it is short, has one byte per unit and needs no escape, like most strings;
@@ -142,6 +152,8 @@ class TextSink {
   void widen_units(std::size_t size);
 
   TextBuffer buffer_;
+  // The capacity if units have one byte, else 0: one comparison tests both.
+  std::size_t narrow_capacity_ = buffer_.capacity;
   Repertoire repertoire_ = Repertoire::ascii;
 };
 
