@@ -52,9 +52,9 @@ void look_up(const WorkTree& tree, File& file, const CodeLinesHooks& hooks) {
       return reader->read(to);
     });
     for (const std::int64_t number : file.numbers) {
-      const auto line = finder.find(number);
+      auto line = finder.find(number);
       if (!line) break;
-      file.lines.emplace_back(number, code_line_text(*line));
+      file.lines.emplace_back(number, std::move(*line));
     }
   } catch (const Unreadable& error) {
     file.lines.clear();

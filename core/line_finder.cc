@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstring>
 #include <utility>
 
@@ -11,11 +12,10 @@
 namespace mcp_responses {
 namespace {
 
-/// Whether a line break starts at `at`, and how long it is; 0 for none. Bytes past the end read as
-/// 0.
-std::size_t break_length(std::string_view bytes, std::size_t at) {
-  const auto byte = [&](std::size_t ahead) {
-    return at + ahead < bytes.size() ? static_cast<unsigned char>(bytes[at + ahead]) : 0U;
+/// The length of the line break at the front, 0 if there is none.
+std::size_t break_size(std::string_view bytes) {
+  const auto byte = [bytes](std::size_t i) {
+    return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U;
   };
   switch (byte(0)) {
     case 0x0D:
@@ -36,43 +36,33 @@ std::size_t break_length(std::string_view bytes, std::size_t at) {
   }
 }
 
-constexpr std::size_t skip_block = 64;
-constexpr std::size_t longest_break = 3;
-constexpr std::size_t window_size = std::size_t{1} << 16;
-/// Of a line, before what is not needed of it is dropped.
-constexpr std::size_t most_of_line = 4096;
+constexpr std::size_t block_size = 64;
+constexpr std::size_t max_break_size = 3;
+constexpr std::size_t max_character_size = 4;
+constexpr std::size_t window_capacity = std::size_t{1} << 16;
 
-/// The bytes of the last character, when more of it may follow; 0 when the bytes end with a whole
-/// one.
-std::size_t cut_off_character(std::string_view bytes) {
-  for (std::size_t size = 1; size <= 3; ++size) {
-    const auto byte = static_cast<unsigned char>(bytes[bytes.size() - size]);
-    if ((byte & 0xC0U) != 0x80) return byte < 0xC0 ? 0 : size;
-  }
-  return 0;
-}
+// Both loops have a fixed length and no branch, so that the compiler vectorises them.
 
-// Of a fixed length and without a branch, so that the compiler makes vector instructions of them.
-
-/// How many breaks start in the block at `bytes`, where it holds nothing but ASCII and no control
-/// characters but line feeds and tabs, as most do; nothing where it does.
+/// The number of line breaks in a block of printable ASCII, tabs and line feeds, which most blocks
+/// are; nothing for another block.
 std::optional<unsigned> breaks_in_plain_block(const std::uint8_t* block) {
   std::uint8_t count = 0;
   std::uint8_t others = 0;
-  for (std::size_t i = 0; i < skip_block; ++i) {
+  for (std::size_t i = 0; i < block_size; ++i) {
     const auto is_plain = static_cast<std::uint8_t>(static_cast<std::int8_t>(block[i]) >= 0x20);
-    const auto is_feed = static_cast<std::uint8_t>(block[i] == 0x0A);
+    const auto is_line_feed = static_cast<std::uint8_t>(block[i] == 0x0A);
     const auto is_tab = static_cast<std::uint8_t>(block[i] == 0x09);
-    count = static_cast<std::uint8_t>(count + is_feed);
-    others |= static_cast<std::uint8_t>((is_plain | is_feed | is_tab) ^ 1);
+    count = static_cast<std::uint8_t>(count + is_line_feed);
+    others |= static_cast<std::uint8_t>((is_plain | is_line_feed | is_tab) ^ 1);
   }
   return others == 0 ? std::optional<unsigned>(count) : std::nullopt;
 }
 
-/// The same of any block; CR LF counts where its LF stands. Reads two bytes past it.
+/// The number of line breaks that start in a block; CR LF counts at its LF. Reads two bytes after
+/// the block.
 unsigned breaks_in_any_block(const std::uint8_t* block) {
   std::uint8_t count = 0;
-  for (std::size_t i = 0; i < skip_block; ++i) {
+  for (std::size_t i = 0; i < block_size; ++i) {
     const std::uint8_t first = block[i];
     const std::uint8_t second = block[i + 1];
     const std::uint8_t third = block[i + 2];
@@ -87,107 +77,97 @@ unsigned breaks_in_any_block(const std::uint8_t* block) {
   return count;
 }
 
+/// Strips and cuts a line while its characters arrive.
+class LineText {
+ public:
+  /// Returns false if no further character can change the text.
+  bool add(std::uint32_t code_point) {
+    const bool is_space = is_white_space(code_point);
+    // White space at the front is stripped. At the limit it counts only if a character follows, which
+    // then cuts the line as well.
+    if (is_space && (size_ == 0 || size_ == limit)) return true;
+    characters_[size_++] = code_point;
+    if (!is_space) stripped_size_ = size_;
+    return size_ <= limit;
+  }
+
+  Text text() const {
+    const Cut cut = cut_of({characters_.data(), stripped_size_, Repertoire::full}, CODE_LINE_CHARS);
+    return Text::joined(cut.kept, cut.mark);
+  }
+
+ private:
+  static constexpr std::size_t limit = CODE_LINE_CHARS;
+
+  // One more than the limit shows that the line is cut.
+  std::array<std::uint32_t, limit + 1> characters_;
+  std::size_t size_ = 0;
+  std::size_t stripped_size_ = 0;  // without white space at the end
+};
+
 }  // namespace
 
-LineFinder::LineFinder(More more)
-    : more_(std::move(more)), window_(std::make_unique_for_overwrite<char[]>(window_size)) {}
+LineFinder::LineFinder(ReadFn read)
+    : read_(std::move(read)), window_(std::make_unique_for_overwrite<char[]>(window_capacity)) {}
 
-bool LineFinder::fetch(std::size_t bytes) {
-  while (end_ - at_ < bytes) {
-    if (is_last_) return false;
-    std::memmove(window_.get(), &window_[at_], end_ - at_);
-    end_ -= std::exchange(at_, 0);
-    const std::size_t count = more_({&window_[end_], window_size - end_});
-    is_last_ = count == 0;
-    end_ += count;
+std::optional<Text> LineFinder::find(std::int64_t number) {
+  assert(number >= line_);
+  skip_to_line(number);
+  if (!ensure(1)) return {};
+  LineText line;
+  while (ensure(1)) {
+    if (skip_break()) return line.text();
+    ensure(max_character_size);
+    std::size_t size = 0;
+    const std::uint32_t code_point = decode_next(rest(), size);
+    position_ += size;
+    if (!line.add(code_point)) return line.text();
   }
-  return true;
+  ++line_;
+  return line.text();
 }
 
-std::optional<std::string_view> LineFinder::find(std::int64_t number) {
+void LineFinder::skip_to_line(std::int64_t number) {
   skip_blocks_before(number);
-  bool is_begun = false;   // some of the line was there, and is not needed
-  std::size_t length = 0;  // of the line, as far as it was looked at and is needed
-  while (has(length + 1)) {
-    const auto next = static_cast<unsigned char>(window_[at_ + length]);
-    std::size_t break_size = 0;
-    if (next < 0x20 || next >= 0x80) {
-      has(length + longest_break);
-      break_size = break_length({&window_[at_], end_ - at_}, length);
-    }
-    if (break_size > 0) {
-      const std::string_view line = ahead(length);
-      at_ += std::exchange(length, 0) + break_size;
-      if (line_++ == number) return line;
-    } else if (line_ < number) {
-      ++at_;
-    } else if (++length == most_of_line) {
-      is_begun = true;
-      if (shorten(length)) return ahead(length);
-    }
+  while (line_ < number && ensure(1)) {
+    if (!skip_break()) ++position_;
   }
-  if (line_ != number || (length == 0 && !is_begun)) return {};
-  const std::string_view last = ahead(length);
-  at_ = end_;
-  ++line_;
-  return last;
 }
 
 void LineFinder::skip_blocks_before(std::int64_t number) {
-  while (has(skip_block + longest_break - 1)) {
-    const auto* const block = reinterpret_cast<const std::uint8_t*>(&window_[at_]);
+  while (ensure(block_size + max_break_size - 1)) {
+    const auto* const block = reinterpret_cast<const std::uint8_t*>(&window_[position_]);
     const auto plain = breaks_in_plain_block(block);
     const std::int64_t line_after = line_ + (plain ? *plain : breaks_in_any_block(block));
     if (line_after >= number) return;
     line_ = line_after;
-    at_ += skip_block;
+    position_ += block_size;
   }
 }
 
-/// Drops what `code_line_text` does not need of a line whose first `length` bytes stand ahead: white
-/// space in front, and behind as many characters as are shown. True when something else stands
-/// there: then the line is cut, whatever follows.
-bool LineFinder::shorten(std::size_t& length) {
-  const std::string_view line = ahead(length - cut_off_character(ahead(length)));
-  std::size_t at = 0;
-  std::size_t start = 0;  // behind the white space in front
-  std::size_t shown = 0;  // characters behind it
-  std::size_t end = 0;    // of those that may be shown
-  while (at < line.size()) {
-    const bool is_space = is_white_space(decode_next(line, at));
-    if (is_space && shown == 0) {
-      start = end = at;
-    } else if (shown < CODE_LINE_CHARS) {
-      ++shown;
-      end = at;
-    } else if (!is_space) {
-      length = line.size();
-      return true;
-    }
-  }
-  // What is kept moves behind what is dropped.
-  const std::size_t dropped = line.size() - end;
-  std::memmove(&window_[at_ + start + dropped], &window_[at_ + start], end - start);
-  at_ += start + dropped;
-  length -= start + dropped;
-  return false;
+/// Returns false if there is no line break at `position_`. Requires a byte there.
+bool LineFinder::skip_break() {
+  const auto next = static_cast<unsigned char>(window_[position_]);
+  if (next >= 0x20 && next < 0x80) return false;
+  ensure(max_break_size);
+  const std::size_t size = break_size(rest());
+  position_ += size;
+  line_ += size > 0 ? 1 : 0;
+  return size > 0;
 }
 
-Text code_line_text(std::string_view line) {
-  constexpr std::size_t limit = CODE_LINE_CHARS;
-  std::array<std::uint32_t, limit + 1>
-      start;  // of the line without white space in front, one past the limit when there is more
-  std::size_t size = 0;
-  std::size_t end = 0;  // of what it holds but for white space behind
-  for (std::size_t at = 0; at < line.size() && size <= limit;) {
-    const std::uint32_t code_point = decode_next(line, at);
-    const bool is_space = is_white_space(code_point);
-    if (is_space && (size == 0 || size >= limit)) continue;
-    start[size++] = code_point;
-    if (!is_space) end = size;
+bool LineFinder::fetch(std::size_t bytes) {
+  assert(bytes <= window_capacity);
+  while (end_ - position_ < bytes) {
+    if (is_at_end_) return false;
+    std::memmove(window_.get(), &window_[position_], end_ - position_);
+    end_ -= std::exchange(position_, 0);
+    const std::size_t count = read_({&window_[end_], window_capacity - end_});
+    assert(count <= window_capacity - end_);
+    is_at_end_ = count == 0;
+    end_ += count;
   }
-  const Cut cut = cut_of({start.data(), end, Repertoire::full}, CODE_LINE_CHARS);
-  return Text::joined(cut.kept, cut.mark);
+  return true;
 }
 
 }  // namespace mcp_responses

@@ -1,5 +1,5 @@
-// Lines of a text in UTF-8 by number, and what of a line is shown. No more than some pages of the
-// text are held at a time, however long it and its lines are.
+// Lines of a UTF-8 text by number, stripped and cut for an answer. Holds one window of the text and
+// one line's characters, however long the text and its lines are.
 #pragma once
 
 #include <cstddef>
@@ -17,37 +17,36 @@ namespace mcp_responses {
 /// The length in characters to which a line is cut.
 inline constexpr std::int64_t CODE_LINE_CHARS = 200;
 
-/// Finds lines of a text in UTF-8 by number, going forward. A line ends at CR LF, LF, CR, U+000B,
-/// U+000C, U+001C to U+001E, U+0085, U+2028 or U+2029, as in the host's `splitlines`.
+/// Finds lines of a UTF-8 text by number, in ascending order. A line ends at CR LF, LF, CR, U+000B,
+/// U+000C, U+001C to U+001E, U+0085, U+2028 or U+2029, as in Python's `splitlines`.
 class LineFinder {
  public:
-  /// Puts the next bytes of the text there, and tells how many; 0 at the end.
-  using More = std::function<std::size_t(std::span<char> to)>;
+  /// Writes the next bytes of the text to `to` and returns their number, 0 at the end.
+  using ReadFn = std::function<std::size_t(std::span<char> to)>;
 
-  explicit LineFinder(More more);
+  explicit LineFinder(ReadFn read);
 
-  /// The bytes of a line, its break not included; nothing past the last. Of a long line all that
-  /// `code_line_text` needs. Valid until the next call. Requires a number greater than the last one
-  /// asked for, from 1 up.
-  std::optional<std::string_view> find(std::int64_t number);
+  /// Returns a line, decoded (an ill-formed sequence gives U+FFFD), without white space at both ends,
+  /// and cut to `CODE_LINE_CHARS`; nothing after the last line. Reads no further than necessary.
+  /// Throws what the read function throws. Requires a number from 1 up, greater than in the call
+  /// before.
+  std::optional<Text> find(std::int64_t number);
 
  private:
-  /// True when so many bytes stand ahead in the window, or are read into it now; false near the end.
-  bool has(std::size_t bytes) { return end_ - at_ >= bytes || fetch(bytes); }
+  /// Makes `bytes` bytes available after `position_`. Returns false if the text ends before.
+  bool ensure(std::size_t bytes) { return end_ - position_ >= bytes || fetch(bytes); }
   bool fetch(std::size_t bytes);
+  void skip_to_line(std::int64_t number);
   void skip_blocks_before(std::int64_t number);
-  bool shorten(std::size_t& length);
-  std::string_view ahead(std::size_t length) const noexcept { return {&window_[at_], length}; }
+  bool skip_break();
+  std::string_view rest() const noexcept { return {&window_[position_], end_ - position_}; }
 
-  More more_;
-  std::unique_ptr<char[]> window_;  // some of the text
-  std::size_t at_ = 0;              // what stands before it in the window is done with
-  std::size_t end_ = 0;             // of what is in the window
-  bool is_last_ = false;            // nothing follows what is in the window
-  std::int64_t line_ = 1;           // the number of the line that `at_` stands in
+  ReadFn read_;
+  std::unique_ptr<char[]> window_;  // the part of the text that was read last
+  std::size_t position_ = 0;        // in the window
+  std::size_t end_ = 0;             // of the window's content
+  bool is_at_end_ = false;          // no text follows the window
+  std::int64_t line_ = 1;           // the number of the line at `position_`
 };
-
-/// A line's bytes decoded (an ill-formed sequence gives U+FFFD), stripped and cut.
-Text code_line_text(std::string_view line);
 
 }  // namespace mcp_responses

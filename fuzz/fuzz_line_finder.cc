@@ -1,4 +1,4 @@
-// The lines of a file: found without decoding, equal to decoding and splitting everything first.
+// Lines of a file equal those of a model that decodes the whole file and splits it.
 #include "contract.h"
 #include "line_finder.h"
 #include "models/slow_lines.h"
@@ -6,13 +6,13 @@
 namespace mcp_responses {
 namespace {
 
-/// The bytes as they are, or each as a letter or a line break.
-std::string file_of(std::string_view bytes, bool as_they_are) {
-  if (as_they_are) return std::string(bytes);
+/// The bytes unchanged, or a letter or line break for each.
+std::string file_of(std::string_view bytes, bool unchanged) {
+  if (unchanged) return std::string(bytes);
   std::string file;
   for (const char byte : bytes) {
     const auto choice = static_cast<std::uint8_t>(byte);
-    const auto& pieces = models::breaks_and_the_like;
+    const auto& pieces = models::breaks_and_similar;
     choice < 200 ? file.append(1, 'a') : file.append(pieces[choice % std::size(pieces)]);
   }
   return file;
@@ -23,7 +23,7 @@ std::string file_of(std::string_view bytes, bool as_they_are) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = contract::bytes_of(data, size);
   if (bytes.empty()) return 0;
-  // The first byte says what the rest means and which lines are asked for.
+  // The first byte determines how the rest is interpreted and which lines are searched.
   const auto first = static_cast<std::uint8_t>(bytes.front());
   const std::string file = file_of(bytes.substr(1), first < 128);
   const auto step = std::int64_t{1} + first % 7;
@@ -35,10 +35,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto line = finder.find(number);
     const std::string what = "line " + std::to_string(number);
     contract::require(line.has_value(), what + " is missing");
-    contract::require_equal(code_line_text(*line),
-                            models::shown_line(lines[static_cast<std::size_t>(number - 1)]), what);
+    contract::require_equal(
+        *line, models::displayed_line(lines[static_cast<std::size_t>(number - 1)]), what);
   }
-  contract::require(!finder.find(count + step), "a line past the last");
+  contract::require(!finder.find(count + step), "a line after the last one");
   return 0;
 }
 

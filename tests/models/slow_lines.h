@@ -1,4 +1,4 @@
-// Lines of a file written the slow, obvious way: decode everything, split everything, then look.
+// Lines of a file, the slow and obvious way: decode the whole file, then split it.
 #pragma once
 
 #include <algorithm>
@@ -8,57 +8,57 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "slow_cuts.h"
 
 namespace models {
 
-/// All line breaks, and what begins like one.
-inline constexpr std::string_view breaks_and_the_like[] = {"\n",           "\v",
-                                                           "\f",           "\r",
-                                                           "\r\n",         "\n\r",
-                                                           "\r\r\n",       "\x1c",
-                                                           "\x1d",         "\x1e",
-                                                           "\x1f",         "\xC2\x85",
-                                                           "\x85",         "\xC2",
-                                                           "\xC2\x84",     "\xE2\x80\xA8",
-                                                           "\xE2\x80\xA9", "\xE2\x80\xAA",
-                                                           "\xE2\x81\xA8", "\xE2\x80",
-                                                           "\xE2",         "\xF0\xE2\x80\xA8"};
+/// All line breaks, and byte sequences that begin like one.
+inline constexpr std::string_view breaks_and_similar[] = {"\n",           "\v",
+                                                          "\f",           "\r",
+                                                          "\r\n",         "\n\r",
+                                                          "\r\r\n",       "\x1c",
+                                                          "\x1d",         "\x1e",
+                                                          "\x1f",         "\xC2\x85",
+                                                          "\x85",         "\xC2",
+                                                          "\xC2\x84",     "\xE2\x80\xA8",
+                                                          "\xE2\x80\xA9", "\xE2\x80\xAA",
+                                                          "\xE2\x81\xA8", "\xE2\x80",
+                                                          "\xE2",         "\xF0\xE2\x80\xA8"};
 
-/// The bytes that a character has whose first byte is this; 0 where there is none.
-inline std::size_t promised_size(char first) {
+/// The size of a character by its first byte; 0 if no character starts with it.
+inline std::size_t expected_size(char first) {
   const auto ones = static_cast<std::size_t>(std::countl_one(static_cast<unsigned char>(first)));
   return ones == 0 ? 1 : ones == 1 || ones > 4 ? 0 : ones;
 }
 
-/// The least code point whose UTF-8, of `size` bytes, starts with these bytes, if there is one.
+/// The smallest code point whose UTF-8 has `size` bytes and starts with these, if there is one.
 inline std::optional<std::uint32_t> least_from(std::string_view bytes, std::size_t size) {
-  static constexpr std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-  static constexpr std::uint32_t most[] = {0, 0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
+  static constexpr std::uint32_t lowest[] = {0, 0, 0x80, 0x800, 0x10000};
+  static constexpr std::uint32_t highest[] = {0, 0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
   std::uint32_t low = static_cast<unsigned char>(bytes[0]) & (size == 1 ? 0x7FU : 0x7FU >> size);
   for (const char byte : bytes.substr(1)) {
     if ((byte & 0xC0) != 0x80) return {};
     low = low << 6 | static_cast<std::uint32_t>(byte & 0x3F);
   }
   const std::size_t open_bits = 6 * (size - bytes.size());
-  const std::uint32_t high = std::min(((low + 1) << open_bits) - 1, most[size]);
-  low = std::max(low << open_bits, least[size]);
+  const std::uint32_t high = std::min(((low + 1) << open_bits) - 1, highest[size]);
+  low = std::max(low << open_bits, lowest[size]);
   const bool only_surrogates = low >= 0xD800 && high <= 0xDFFF;
   return low > high || only_surrogates ? std::nullopt : std::optional(low);
 }
 
-/// Each sequence that is the longest start of a character, and no character itself, gives one
-/// U+FFFD.
+/// Each maximal subpart of an ill-formed sequence gives one U+FFFD.
 inline std::u32string decoded(std::string_view bytes) {
   std::u32string text;
   while (!bytes.empty()) {
-    const std::size_t promised = promised_size(bytes.front());
-    std::size_t size = std::min(promised, bytes.size());
-    while (size > 0 && !least_from(bytes.substr(0, size), promised)) --size;
-    const bool is_whole = size > 0 && size == promised;
-    text += static_cast<char32_t>(is_whole ? *least_from(bytes.substr(0, size), size) : 0xFFFD);
+    const std::size_t expected = expected_size(bytes.front());
+    std::size_t size = std::min(expected, bytes.size());
+    while (size > 0 && !least_from(bytes.substr(0, size), expected)) --size;
+    const bool is_complete = size > 0 && size == expected;
+    text += static_cast<char32_t>(is_complete ? *least_from(bytes.substr(0, size), size) : 0xFFFD);
     bytes.remove_prefix(std::max<std::size_t>(1, size));
   }
   return text;
@@ -75,15 +75,17 @@ inline std::vector<std::u32string> split_lines(const std::u32string& text) {
   return lines;
 }
 
-/// Hands a text out, so many bytes at a time.
-inline auto in_pieces(std::string_view text, std::size_t size) {
-  return [text, size](std::span<char> to) mutable {
-    const std::size_t count = text.copy(to.data(), std::min(size, to.size()));
-    text.remove_prefix(count);
+/// A read function for a text that returns at most `size` bytes at a time.
+inline auto in_pieces(std::string text, std::size_t size) {
+  return [text = std::move(text), size, position = std::size_t{0}](std::span<char> to) mutable {
+    const std::size_t count = text.copy(to.data(), std::min(size, to.size()), position);
+    position += count;
     return count;
   };
 }
 
-inline std::u32string shown_line(const std::u32string& line) { return cut(stripped(line), 200); }
+inline std::u32string displayed_line(const std::u32string& line) {
+  return cut(stripped(line), 200);
+}
 
 }  // namespace models
