@@ -45,12 +45,10 @@ std::vector<File> files_of(std::span<const Place> places, const CodeLinesHooks& 
 
 void look_up(const WorkTree& tree, File& file, const CodeLinesHooks& hooks) {
   try {
-    auto reader = tree.open(file.name, hooks.before_step);
+    auto reader = tree.open(file.name, hooks.check_interrupt);
     if (!reader) return;
-    LineFinder finder([&](std::span<char> to) {
-      hooks.before_step();
-      return reader->read(to);
-    });
+    LineFinder finder(
+        [&](std::span<char> to) { return reader->read(to, hooks.check_interrupt); });
     for (const std::int64_t number : file.numbers) {
       auto line = finder.find(number);
       if (!line) break;
@@ -90,7 +88,7 @@ std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> pl
     for (File& file : files) {
       try {
         look_up(tree, file, hooks);
-      } catch (const LinkLoop&) {
+      } catch (const SymlinkLoop&) {
         failure = std::current_exception();  // what was not read before is told first
         return;
       }

@@ -40,9 +40,8 @@ struct CodeLinesHooks {
   /// A host that has a lock gives it up meanwhile.
   std::function<void(const std::function<void()>& read_files)> while_reading =
       [](const auto& read) { read(); };
-  /// Called before each piece of a file is read, and as `BeforeStep` says. What it throws ends the
-  /// call at once.
-  BeforeStep before_step = [] {};
+  /// Called inside `while_reading` only.
+  CheckInterrupt check_interrupt = [] {};
   /// Hears of each file that is not read, in the order of the files: the path as the caller wrote
   /// it, and why.
   std::function<void(const Text& path, const std::string& reason)> not_read =
@@ -58,7 +57,7 @@ class NulInPath : public std::invalid_argument {
 /// The lines at these places. Each place comes once; the lines of one file stand together,
 /// ascending, the files in the order in which their path first occurs. A place without a line, and
 /// a file outside the root, give nothing; a file that cannot be read is told to `hooks.not_read`.
-/// Throws `LinkLoop` and what the hooks throw: `NulInPath` and `SurrogateError` for a path that is no
+/// Throws `SymlinkLoop` and what the hooks throw: `NulInPath` and `SurrogateError` for a path that is no
 /// file name.
 std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
                                  const CodeLinesHooks& hooks = {});

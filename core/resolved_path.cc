@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cerrno>
 #include <climits>
 #include <map>
@@ -12,111 +13,118 @@
 #include <utility>
 #include <vector>
 
+#include "detail/system_call.h"
+
 namespace mcp_responses {
 namespace {
 
-/// The target of a link; nothing when the path is no link, or not to be looked at.
-std::optional<std::string> link_target(const std::string& path) {
-  if (path.size() >= PATH_MAX) return {};  // as the kernel says, but at once
+/// The target of a symlink; nothing if the path is not a symlink or cannot be read.
+std::optional<std::string> symlink_target(const std::string& path,
+                                          const CheckInterrupt& check_interrupt) {
+  if (path.size() >= PATH_MAX) return {};  // the kernel would fail with ENAMETOOLONG
   std::array<char, PATH_MAX> target;
-  const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
+  const ssize_t size = detail::retry_interrupted(
+      check_interrupt, [&] { return ::readlink(path.c_str(), target.data(), target.size()); });
   if (size < 0) return {};
   return std::string(target.data(), static_cast<std::size_t>(size));
 }
 
-/// Goes up one folder; "" is "/".
-void go_up(std::string& base) { base.erase(base.empty() ? 0 : base.rfind('/')); }
+/// Replaces a path by its parent; "" is "/".
+void go_up(std::string& path) { path.erase(path.empty() ? 0 : path.rfind('/')); }
 
-/// A path on its way to being resolved, and the links that it has met. Each link is followed once:
-/// the time grows with the number of links, not with the number of ways through them.
+/// Resolves one path. Each symlink is followed once and its result is memoised, so the time grows
+/// with the number of symlinks, not with the number of ways through them.
 class Resolution {
  public:
-  Resolution(std::string base, const BeforeStep& before_step)
-      : base_(std::move(base)), before_step_(before_step) {}
+  Resolution(std::string base, const CheckInterrupt& check_interrupt)
+      : path_(std::move(base)), check_interrupt_(check_interrupt) {}
 
-  /// False when a link leads to itself. Then `path()` is what stood before that link, the link, and
-  /// what stood behind it, as written.
+  /// Returns false for a symlink loop. Then `path()` ends with the symlink that leads to itself and
+  /// the components that follow it, as written.
   bool follow(std::string_view path) {
     push(path, nullptr);
     while (!pending_.empty()) {
       Pending& pending = pending_.back();
       const std::string_view component = take_component(pending.path);
       if (component.empty()) {
-        if (pending.link != nullptr) pending.link->end = base_;
+        if (pending.link != nullptr) pending.link->end = path_;
         pending_.pop_back();
-      } else if (!take(component)) {
-        take_rest_as_written();
+      } else if (!follow_component(component)) {
+        append_rest();
         return false;
       }
     }
     return true;
   }
 
-  /// Like the base, "" for "/".
-  std::string path() && { return std::move(base_); }
+  /// "" for "/".
+  std::string path() && { return std::move(path_); }
 
  private:
-  struct Link {
+  struct Symlink {
     std::string target;
-    std::optional<std::string> end;  // where it leads; nothing yet while the target is followed
+    std::optional<std::string> end;  // the resolved target; empty while the target is followed
   };
   struct Pending {
     std::string_view path;
-    Link* link;  // whose target this is the rest of, if of any
+    Symlink* link;  // `path` is the rest of this symlink's target; null for the caller's path
   };
 
-  void push(std::string_view path, Link* link) {
-    if (path.starts_with('/')) base_.clear();
+  void push(std::string_view path, Symlink* link) {
+    if (path.starts_with('/')) path_.clear();
     pending_.push_back({path, link});
   }
 
-  /// Takes a component as it is written. True when that leads to a name.
-  bool take_as_written(std::string_view component) {
-    before_step_();
+  /// Appends a component without following it. Returns true if it is a name.
+  bool append(std::string_view component) {
+    check_interrupt_();
     if (component == ".") return false;
     if (component == "..") {
-      go_up(base_);
+      go_up(path_);
       return false;
     }
-    base_ += '/';
-    base_ += component;
+    path_ += '/';
+    path_ += component;
     return true;
   }
 
-  bool take(std::string_view component) {
-    if (!take_as_written(component)) return true;
-    auto target = link_target(base_);
+  /// Returns false for a symlink whose target is being followed already.
+  bool follow_component(std::string_view component) {
+    if (!append(component)) return true;
+    auto target = symlink_target(path_, check_interrupt_);
     if (!target) return true;
-    const auto [found, is_new] = links_.try_emplace(base_);
-    Link& link = found->second;
+    const auto [found, is_new] = links_.try_emplace(path_);
+    Symlink& link = found->second;
     if (is_new) {
       link.target = std::move(*target);
-      go_up(base_);
+      go_up(path_);
       push(link.target, &link);
       return true;
     }
-    if (link.end) base_ = *link.end;
+    if (link.end) path_ = *link.end;
     return link.end.has_value();
   }
 
-  void take_rest_as_written() {
+  void append_rest() {
     for (; !pending_.empty(); pending_.pop_back()) {
       std::string_view& rest = pending_.back().path;
       for (auto next = take_component(rest); !next.empty(); next = take_component(rest))
-        take_as_written(next);
+        append(next);
     }
   }
 
-  std::string base_;
-  const BeforeStep& before_step_;
-  std::vector<Pending> pending_;       // the next one last
-  std::map<std::string, Link> links_;  // by a link's own path
+  std::string path_;  // resolved so far
+  const CheckInterrupt& check_interrupt_;
+  std::vector<Pending> pending_;          // a stack: the last one is followed first
+  std::map<std::string, Symlink> links_;  // by the symlink's own path
 };
+
+[[maybe_unused]] bool has_nul(std::string_view path) { return path.find('\0') != path.npos; }
 
 }  // namespace
 
-LinkLoop::LinkLoop(const std::string& path)
-    : std::runtime_error("Symlink loop from '" + shown_path(path) + "'") {}
+SymlinkLoop::SymlinkLoop(const std::string& path)
+    : std::runtime_error("Symlink loop from '" + elided_path(path) + "'") {}
 
 std::string absolute(std::string_view path) {
   if (path.starts_with('/')) return std::string(path);
@@ -126,13 +134,17 @@ std::string absolute(std::string_view path) {
   return std::string(current.data()) + '/' + std::string(path);
 }
 
-std::string resolved_path(std::string base, std::string_view path, const BeforeStep& before_step) {
-  Resolution resolution(std::move(base), before_step);
+std::string resolved_path(std::string base, std::string_view path,
+                          const CheckInterrupt& check_interrupt) {
+  assert(!has_nul(path) && !has_nul(base));
+  assert(base.empty() || (base.front() == '/' && base.back() != '/'));
+  Resolution resolution(std::move(base), check_interrupt);
   const bool is_resolved = resolution.follow(path);
   std::string result = std::move(resolution).path();
   if (is_resolved) return result;
-  Resolution again("", before_step);
-  if (!again.follow(result)) throw LinkLoop(result);
+  // The rest may leave the loop by "..". The result is then free of the loop.
+  Resolution again("", check_interrupt);
+  if (!again.follow(result)) throw SymlinkLoop(result);
   return std::move(again).path();
 }
 
@@ -143,9 +155,9 @@ std::string_view take_component(std::string_view& path) noexcept {
   return component;
 }
 
-std::string shown_path(const std::string& path) {
-  constexpr std::size_t most = std::size_t{1} << 16;
-  return path.size() <= most ? path : path.substr(0, 200) + "...";
+std::string elided_path(const std::string& path) {
+  constexpr std::size_t max_size = std::size_t{1} << 16;
+  return path.size() <= max_size ? path : path.substr(0, 200) + "...";
 }
 
 }  // namespace mcp_responses

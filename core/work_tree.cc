@@ -7,23 +7,31 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
+#include <thread>
 #include <utility>
+
+#include "detail/system_call.h"
 
 namespace mcp_responses {
 namespace {
 
-// A descriptor that only stands for what it names, which is not opened by it.
-constexpr int look_flags = O_PATH | O_CLOEXEC;
-// Non-blocking, so that a pipe that takes a file's place after the look cannot hold the caller; it
-// means nothing to a regular file.
+using detail::retry_interrupted;
+
+// Refers to a file without opening it.
+constexpr int path_flags = O_PATH | O_CLOEXEC;
+// O_NONBLOCK: if a FIFO has replaced the file after the check, opening it does not block. It has no
+// effect on reading a regular file.
 constexpr int read_flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-std::string rooted(const std::string& path) { return path.empty() ? "/" : path; }
+constexpr std::chrono::milliseconds lease_poll_interval(5);
 
-/// True when the kernel may take the path as it stands, and errors may name it so: relative, every
-/// component a name.
+std::string slash_if_empty(const std::string& path) { return path.empty() ? "/" : path; }
+
+/// True if the path is relative and contains only names, no ".", ".." or empty components.
 bool is_plain(std::string_view path) {
   for (;;) {
     const std::size_t end = std::min(path.find('/'), path.size());
@@ -34,63 +42,89 @@ bool is_plain(std::string_view path) {
   }
 }
 
-int openat2_beneath(int directory, const std::string& path, int flags) {
+/// Does not follow a symlink in the last component.
+UniqueFd open_at(int folder, const std::string& name, int flags,
+                 const CheckInterrupt& check_interrupt) {
+  return UniqueFd(retry_interrupted(
+      check_interrupt, [&] { return ::openat(folder, name.c_str(), flags | O_NOFOLLOW); }));
+}
+
+UniqueFd open_with_openat2(int folder, const std::string& path, int flags, unsigned resolve,
+                           const CheckInterrupt& check_interrupt) {
   open_how how{};
   how.flags = static_cast<unsigned>(flags);
-  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-  return static_cast<int>(::syscall(SYS_openat2, directory, path.c_str(), &how, sizeof(how)));
+  how.resolve = resolve | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+  const auto call = [&] { return ::syscall(SYS_openat2, folder, path.c_str(), &how, sizeof(how)); };
+  return UniqueFd(static_cast<int>(retry_interrupted(check_interrupt, call)));
 }
 
-/// Standing for a link, without following it, is no failure to the kernel; here it is one.
-int open_no_link(int folder, const std::string& name, int flags) {
-  Descriptor found(::openat(folder, name.c_str(), flags | O_NOFOLLOW));
+/// Kernels before 5.6 do not have openat2, and some sandboxes refuse it.
+bool is_openat2_missing(int error) { return error == ENOSYS || error == EPERM || error == EINVAL; }
+
+int status_of(const UniqueFd& file, struct stat& status, const CheckInterrupt& check_interrupt) {
+  return retry_interrupted(check_interrupt, [&] { return ::fstat(file.get(), &status); });
+}
+
+/// Does not follow a symlink in the last component. An absolute path needs no folder.
+int status_at(int folder, const std::string& path, struct stat& status,
+              const CheckInterrupt& check_interrupt) {
+  return retry_interrupted(check_interrupt, [&] {
+    return ::fstatat(folder, path.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+  });
+}
+
+/// With `O_PATH | O_NOFOLLOW` the kernel opens a symlink itself instead of failing. Here that is
+/// ELOOP, as without O_PATH.
+UniqueFd open_no_symlink(int folder, const std::string& name, int flags,
+                         const CheckInterrupt& check_interrupt) {
+  UniqueFd file = open_at(folder, name, flags, check_interrupt);
   struct stat status {};
-  if (!found.is_open() || ::fstat(found.get(), &status) != 0) return -1;
-  if (!S_ISLNK(status.st_mode)) return std::move(found).release();
+  if (!file.is_open() || status_of(file, status, check_interrupt) != 0) return UniqueFd();
+  if (!S_ISLNK(status.st_mode)) return file;
   errno = ELOOP;
-  return -1;
+  return UniqueFd();
 }
 
-int open_folder_by_folder(int directory, const std::string& path, int flags) {
-  std::string_view rest = path;
-  Descriptor folder(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
+UniqueFd open_folder_by_folder(UniqueFd folder, std::string_view path, int flags,
+                               const CheckInterrupt& check_interrupt) {
   while (folder.is_open()) {
-    const std::string name(take_component(rest));
-    if (rest.empty()) return open_no_link(folder.get(), name, flags);
-    const int next =
-        ::openat(folder.get(), name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    folder = Descriptor(next);
+    const std::string name(take_component(path));
+    if (path.empty()) return open_no_symlink(folder.get(), name, flags, check_interrupt);
+    folder = open_at(folder.get(), name, path_flags | O_DIRECTORY, check_interrupt);
   }
-  return -1;
+  return folder;
 }
 
-/// What is read of a file at most. A file may grow while it is read, and the size of one in /proc
-/// says nothing, so a file is read to its end. But one that grows as fast as it is read has none:
-/// then what its size said, as much again, and what a file without a size may have, is enough, for
-/// no place that the service has indexed stands behind it.
-std::size_t most_of(std::size_t size) {
-  constexpr std::size_t most_without_size = std::size_t{64} << 20;
-  return 2 * std::min(size, std::size_t{1} << 62) + most_without_size;
+/// A file may grow while it is read, and files in /proc have no size, so a file is read to its end.
+/// A file that grows as fast as it is read has no end: this is where reading stops.
+std::size_t max_bytes_read(std::size_t size) {
+  constexpr std::size_t max_without_size = std::size_t{64} << 20;
+  return 2 * std::min(size, std::size_t{1} << 62) + max_without_size;
 }
 
-/// The number of a file that is gone may be given to another one, of another kind.
-bool is_same(const struct stat& a, const struct stat& b) {
-  constexpr mode_t kind = S_IFMT;
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && (a.st_mode & kind) == (b.st_mode & kind);
+/// Inode numbers are reused, possibly for a file of another type.
+bool is_same_file(const struct stat& a, const struct stat& b) {
+  constexpr mode_t type = S_IFMT;
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && (a.st_mode & type) == (b.st_mode & type);
+}
+
+/// Throws for everything but a regular file.
+void check_is_regular(mode_t mode, const std::string& path) {
+  if (S_ISREG(mode)) return;
+  if (S_ISDIR(mode)) throw Unreadable(EISDIR, path);
+  if (S_ISSOCK(mode)) throw Unreadable(ENXIO, path);  // the error of opening a socket
+  throw Unreadable("Not a regular file", path);
 }
 
 }  // namespace
 
-Descriptor::Descriptor(Descriptor&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(descriptor_, other.descriptor_);
+UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
+  std::swap(fd_, other.fd_);
   return *this;
 }
 
-Descriptor::~Descriptor() {
-  if (is_open()) ::close(descriptor_);
+UniqueFd::~UniqueFd() {
+  if (is_open()) ::close(fd_);
 }
 
 Unreadable::Unreadable(int error_number, const std::string& path)
@@ -99,82 +133,115 @@ Unreadable::Unreadable(int error_number, const std::string& path)
                  path) {}
 
 Unreadable::Unreadable(std::string_view reason, const std::string& path)
-    : std::runtime_error(std::string(reason) + ": '" + shown_path(path) + "'") {}
+    : std::runtime_error(std::string(reason) + ": '" + elided_path(path) + "'") {}
 
-WorkTree::WorkTree(std::string_view root, const BeforeStep& before_step, Opening opening)
-    : root_(resolved_path("", absolute(root), before_step)),
-      directory_(::open(rooted(root_).c_str(), look_flags | O_NOFOLLOW)),
-      directory_error_(directory_.is_open() ? 0 : errno),
-      opening_(opening) {}
-
-std::size_t FileReader::read(std::span<char> to) {
+std::size_t FileReader::read(std::span<char> to, const CheckInterrupt& check_interrupt) {
+  assert(!to.empty());
   if (is_at_end_) return 0;
-  const std::size_t asked = std::min(to.size(), most_of(size_) - read_);
-  ssize_t count = 0;
-  do {
-    count = ::read(file_.get(), to.data(), asked);
-  } while (count < 0 && errno == EINTR);
-  if (count < 0) throw Unreadable(errno, path_);
-  const auto got = static_cast<std::size_t>(count);
-  read_ += got;
-  // Less than was asked for, and just what its size said: the kernel need not be asked for more.
-  is_at_end_ = got < asked && read_ == size_;
-  return got;
+  check_interrupt();
+  const std::size_t wanted = std::min(to.size(), max_bytes_read(size_) - bytes_read_);
+  const ssize_t result =
+      retry_interrupted(check_interrupt, [&] { return ::read(file_.get(), to.data(), wanted); });
+  if (result < 0) throw Unreadable(errno, path_);
+  const auto count = static_cast<std::size_t>(result);
+  bytes_read_ += count;
+  // A short read at the expected size: another system call would only confirm the end.
+  is_at_end_ = count < wanted && bytes_read_ == size_;
+  return count;
 }
 
-/// Of an open file, which has to be what was looked at before it was opened.
-FileReader WorkTree::reader_of(Descriptor file, const struct stat& looked_at, std::string path) {
+WorkTree::WorkTree(std::string_view root, const CheckInterrupt& check_interrupt, Opening opening)
+    : root_(resolved_path("", absolute(root), check_interrupt)) {
+  const std::string path = slash_if_empty(root_);
+  if (opening == Opening::openat2) {
+    root_fd_ = open_with_openat2(AT_FDCWD, path, path_flags, 0, check_interrupt);
+    if (root_fd_.is_open()) return;
+    root_error_ = errno;
+    if (!is_openat2_missing(root_error_)) return;
+  }
+  root_error_ = status_at(AT_FDCWD, path, root_status_, check_interrupt) == 0 ? 0 : errno;
+}
+
+std::optional<FileReader> WorkTree::open(std::string_view path,
+                                         const CheckInterrupt& check_interrupt) const {
+  assert(path.find('\0') == path.npos);
+  // Most paths contain neither symlinks nor "..". They are opened without being resolved.
+  if (is_plain(path)) {
+    auto reader = open_plain(path, check_interrupt);
+    if (reader) return reader;
+  }
+  const std::string target = resolved_path(root_, path, check_interrupt);
+  if (target != root_ && !target.starts_with(root_ + '/')) return {};
+  return open_resolved(target, check_interrupt);
+}
+
+/// Returns nothing if the path has to be resolved first.
+std::optional<FileReader> WorkTree::open_plain(std::string_view path,
+                                               const CheckInterrupt& check_interrupt) const {
+  const std::string beneath(path);
+  std::string full_path = root_ + '/' + beneath;
+  struct stat checked {};
+  const int error =
+      status_at(root_fd_.get(), root_fd_.is_open() ? beneath : full_path, checked, check_interrupt);
+  if (error != 0 || !S_ISREG(checked.st_mode)) return {};
+  UniqueFd file = open_beneath(beneath, read_flags, check_interrupt);
+  if (!file.is_open()) return {};
+  return reader_of(std::move(file), checked, std::move(full_path), check_interrupt);
+}
+
+/// Checks a file before opening it for reading: opening a FIFO would be visible to the process at its
+/// other end. The descriptor of the check is closed first, to need one fewer.
+FileReader WorkTree::open_resolved(const std::string& target,
+                                   const CheckInterrupt& check_interrupt) const {
+  const std::string beneath = target == root_ ? "" : target.substr(root_.size() + 1);
+  const std::string full_path = slash_if_empty(target);
+  for (;;) {
+    struct stat checked {};
+    if (const UniqueFd found = open_beneath(beneath, path_flags, check_interrupt);
+        !found.is_open() || status_of(found, checked, check_interrupt) != 0) {
+      throw Unreadable(errno, full_path);
+    }
+    check_is_regular(checked.st_mode, full_path);
+    UniqueFd file = open_beneath(beneath, read_flags, check_interrupt);
+    if (file.is_open()) return reader_of(std::move(file), checked, full_path, check_interrupt);
+    // With O_NONBLOCK a lease (fcntl, F_SETLEASE) is EAGAIN; without it, the kernel would wait.
+    if (errno != EAGAIN) throw Unreadable(errno, full_path);
+    check_interrupt();
+    std::this_thread::sleep_for(lease_poll_interval);
+  }
+}
+
+FileReader WorkTree::reader_of(UniqueFd file, const struct stat& checked, std::string path,
+                               const CheckInterrupt& check_interrupt) {
   struct stat opened {};
-  if (::fstat(file.get(), &opened) != 0) throw Unreadable(errno, path);
-  if (!is_same(looked_at, opened)) throw Unreadable("Exchanged while it was opened", path);
+  if (status_of(file, opened, check_interrupt) != 0) throw Unreadable(errno, path);
+  if (!is_same_file(checked, opened)) throw Unreadable("Replaced while it was opened", path);
   const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
   return {std::move(file), std::move(path), size};
 }
 
-/// A file is looked at before it is opened for reading: a pipe has somebody at its other end who would
-/// notice.
-std::optional<FileReader> WorkTree::open(std::string_view path,
-                                         const BeforeStep& before_step) const {
-  if (is_plain(path)) {
-    // Most paths hold neither links nor "..": the kernel then says so by opening the file.
-    const std::string plain(path);
-    struct stat looked_at {};
-    if (::fstatat(directory_.get(), plain.c_str(), &looked_at, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISREG(looked_at.st_mode)) {
-      Descriptor file = open_beneath(plain, read_flags);
-      if (file.is_open()) return reader_of(std::move(file), looked_at, root_ + '/' + plain);
-    }
+/// Sets errno if it returns an empty descriptor.
+UniqueFd WorkTree::open_beneath(const std::string& path, int flags,
+                                const CheckInterrupt& check_interrupt) const {
+  if (root_error_ != 0) {
+    errno = root_error_;
+    return UniqueFd();
   }
-  const std::string target = resolved_path(root_, path, before_step);
-  const bool is_root = target == root_;
-  if (!is_root && !target.starts_with(root_ + '/')) return {};
-  const std::string below = is_root ? "" : target.substr(root_.size() + 1);
-  std::string full_path = rooted(target);
-  const Descriptor found = open_beneath(below, look_flags);
-  struct stat looked_at {};
-  if (!found.is_open() || ::fstat(found.get(), &looked_at) != 0) throw Unreadable(errno, full_path);
-  if (S_ISDIR(looked_at.st_mode)) throw Unreadable(EISDIR, full_path);
-  if (S_ISSOCK(looked_at.st_mode)) throw Unreadable(ENXIO, full_path);  // as opening it would fail
-  if (!S_ISREG(looked_at.st_mode)) throw Unreadable("Not a regular file", full_path);
-  Descriptor file = open_beneath(below, read_flags);
-  if (!file.is_open()) throw Unreadable(errno, full_path);
-  return reader_of(std::move(file), looked_at, std::move(full_path));
+  if (path.empty()) return open_at(AT_FDCWD, slash_if_empty(root_), flags, check_interrupt);
+  if (root_fd_.is_open())
+    return open_with_openat2(root_fd_.get(), path, flags, RESOLVE_BENEATH, check_interrupt);
+  return open_folder_by_folder(open_root(check_interrupt), path, flags, check_interrupt);
 }
 
-/// Sets errno when nothing was opened.
-Descriptor WorkTree::open_beneath(const std::string& path, int flags) const {
-  if (!directory_.is_open()) {
-    errno = directory_error_;
-    return Descriptor(-1);
-  }
-  if (path.empty()) return Descriptor(::open(rooted(root_).c_str(), flags | O_NOFOLLOW));
-  if (opening_ == Opening::openat2) {
-    const int file = openat2_beneath(directory_.get(), path, flags);
-    // Kernels before 5.6 do not have the call, and some sandboxes refuse it.
-    if (file >= 0 || (errno != ENOSYS && errno != EPERM && errno != EINVAL))
-      return Descriptor(file);
-  }
-  return Descriptor(open_folder_by_folder(directory_.get(), path, flags));
+/// Opened for each file: with a descriptor that stays open, opening folder by folder would need
+/// three at a time.
+UniqueFd WorkTree::open_root(const CheckInterrupt& check_interrupt) const {
+  UniqueFd root = open_at(AT_FDCWD, slash_if_empty(root_), path_flags, check_interrupt);
+  struct stat status {};
+  if (!root.is_open() || status_of(root, status, check_interrupt) != 0) return UniqueFd();
+  if (is_same_file(status, root_status_)) return root;
+  errno = ENOENT;
+  return UniqueFd();
 }
 
 }  // namespace mcp_responses

@@ -1,9 +1,9 @@
 // The work tree of a repository: reads regular files inside its root, and nothing else.
 //
-// A path is resolved component by component, symbolic links followed wherever they stand, and
-// compared with the root by components. What is then opened is what was checked: it is opened
-// beneath the root without following links, so that a folder exchanged for a link in the meantime
-// opens nothing. Hard links and mounts inside the root are trusted.
+// A path is resolved component by component, and symlinks are followed. The result is compared with
+// the root by components, and opened beneath the root without following symlinks. So a folder or
+// file that is replaced between check and use is not read. Hard links and mounts inside the root
+// are trusted.
 #pragma once
 
 #include <sys/stat.h>
@@ -20,24 +20,22 @@
 
 namespace mcp_responses {
 
-/// A file descriptor that is closed with its owner; -1 owns nothing.
-class Descriptor {
+/// Owns a file descriptor; -1 owns nothing.
+class UniqueFd {
  public:
-  explicit Descriptor(int descriptor) noexcept : descriptor_(descriptor) {}
-  Descriptor(Descriptor&& other) noexcept;
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  ~Descriptor();
-  int get() const noexcept { return descriptor_; }
-  /// Gives the descriptor away.
-  int release() && noexcept { return std::exchange(descriptor_, -1); }
-  bool is_open() const noexcept { return descriptor_ >= 0; }
+  explicit UniqueFd(int fd = -1) noexcept : fd_(fd) {}
+  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept;
+  ~UniqueFd();
+  int get() const noexcept { return fd_; }
+  bool is_open() const noexcept { return fd_ >= 0; }
 
  private:
-  int descriptor_;
+  int fd_;
 };
 
-/// A file could not be read. The text names the failure as the operating system does, and the
-/// resolved path as `shown_path` has it, in the bytes that the file system has:
+/// A file could not be read. The message gives the reason as Python does, and the resolved path as
+/// `elided_path` returns it, in the file system's bytes:
 /// "[Errno 2] No such file or directory: '/srv/repo/missing.py'".
 class Unreadable : public std::runtime_error {
  public:
@@ -45,52 +43,62 @@ class Unreadable : public std::runtime_error {
   Unreadable(std::string_view reason, const std::string& path);
 };
 
-/// A file of a work tree, open from its beginning on.
+/// An open file of a work tree, read from its beginning.
 class FileReader {
  public:
-  /// Reads on into `to` and returns how many bytes that gave, 0 at the end. The end of a file that
-  /// grows as fast as it is read comes after twice what its size said, and 64 MiB. Throws
-  /// `Unreadable`.
-  std::size_t read(std::span<char> to);
+  /// Reads the next bytes into `to` and returns their number, 0 at the end. A file that grows while
+  /// it is read ends after twice its size and 64 MiB. Throws `Unreadable`, and what `check_interrupt`
+  /// throws. Requires `to` not to be empty.
+  std::size_t read(
+      std::span<char> to, const CheckInterrupt& check_interrupt = [] {});
 
  private:
   friend class WorkTree;
-  FileReader(Descriptor file, std::string path, std::size_t size)
+  FileReader(UniqueFd file, std::string path, std::size_t size)
       : file_(std::move(file)), path_(std::move(path)), size_(size) {}
 
-  Descriptor file_;
+  UniqueFd file_;
   std::string path_;
-  std::size_t size_;  // in bytes, as it was when the file was opened
-  std::size_t read_ = 0;
+  std::size_t size_;  // in bytes, when the file was opened
+  std::size_t bytes_read_ = 0;
   bool is_at_end_ = false;
 };
 
-/// May be used by several threads at a time.
+/// May be used by several threads at the same time. At most two file descriptors are open at a time:
+/// one for the root or a folder, and one for the file or the next folder.
 class WorkTree {
  public:
-  /// How files are opened beneath the root: by one system call where the kernel has it, or folder
-  /// by folder.
+  /// How files are opened beneath the root: by the system call openat2, if the kernel has it, or
+  /// folder by folder.
   enum class Opening { openat2, folder_by_folder };
 
-  /// Resolves the root, which need not exist. Throws as `absolute` and `resolved_path` do.
+  /// Resolves the root, which need not exist. Throws as `absolute` and `resolved_path` do. Requires a
+  /// root without NUL.
   explicit WorkTree(
-      std::string_view root, const BeforeStep& before_step = [] {},
+      std::string_view root, const CheckInterrupt& check_interrupt = [] {},
       Opening opening = Opening::openat2);
 
-  /// Opens a file, or nothing when its path leaves the root. `path` is relative to the root; an
-  /// absolute one is taken as it is. Throws `Unreadable`, also for what is no regular file, which is
-  /// not even opened, and as `resolved_path` does. Requires a path without NUL.
+  /// Opens a file; returns nothing if its path leaves the root. A relative path starts at the root,
+  /// an absolute path is used as it is. Waits while another process has a write lease on the file.
+  /// Throws `Unreadable`, also for everything but regular files, which are not opened, and as
+  /// `resolved_path` does. Requires a path without NUL.
   std::optional<FileReader> open(
-      std::string_view path, const BeforeStep& before_step = [] {}) const;
+      std::string_view path, const CheckInterrupt& check_interrupt = [] {}) const;
 
  private:
-  static FileReader reader_of(Descriptor file, const struct stat& looked_at, std::string path);
-  Descriptor open_beneath(const std::string& path, int flags) const;
+  UniqueFd open_beneath(const std::string& path, int flags,
+                        const CheckInterrupt& check_interrupt) const;
+  UniqueFd open_root(const CheckInterrupt& check_interrupt) const;
+  std::optional<FileReader> open_plain(std::string_view path,
+                                       const CheckInterrupt& check_interrupt) const;
+  FileReader open_resolved(const std::string& target, const CheckInterrupt& check_interrupt) const;
+  static FileReader reader_of(UniqueFd file, const struct stat& checked, std::string path,
+                              const CheckInterrupt& check_interrupt);
 
   std::string root_;  // resolved; "" for "/"
-  Descriptor directory_;
-  int directory_error_;
-  Opening opening_;
+  struct stat root_status_ {};
+  int root_error_ = 0;  // why the root cannot be used, an errno
+  UniqueFd root_fd_;    // for openat2 only
 };
 
 }  // namespace mcp_responses

@@ -94,7 +94,7 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
           path_text.get(), reason_text.get());
 }
 
-/// Runs functions without the GIL, and signal handlers in between, at most every 50 ms.
+/// Runs functions without the GIL, and signal handlers, with or without it, at most every 50 ms.
 class Reading {
  public:
   template <class Function>
@@ -102,11 +102,13 @@ class Reading {
     GilReleased released;
     released_ = &released;
     function();
+    released_ = nullptr;
   }
   void check_signals() {
     const auto now = std::chrono::steady_clock::now();
     if (now - last_check_ < std::chrono::milliseconds(50)) return;
     last_check_ = now;
+    if (released_ == nullptr) return mcp_responses::check_signals();
     released_->check_signals();
   }
 
@@ -133,7 +135,7 @@ PyRef code_lines(Call& call) {
             return encoded_path(string_of(path).get());
           },
       .while_reading = [&reading](const auto& read) { reading.without_gil(read); },
-      .before_step = check_signals,
+      .check_interrupt = check_signals,
       .not_read = [&](const Text& path,
                       const std::string& reason) { log_not_read(call, path, reason); }};
   for (const CodeLine& line : mcp_responses::code_lines(*tree, places, hooks)) {

@@ -68,7 +68,7 @@ void set_error_from_current_exception() {
     set_unicode_error(error);
   } catch (const NulInPath& error) {
     set_error(PyExc_ValueError, error.what());
-  } catch (const LinkLoop& error) {
+  } catch (const SymlinkLoop& error) {
     set_error_with_path(PyExc_RuntimeError, error.what());
   } catch (const std::system_error& error) {
     set_os_error(error);

@@ -2,15 +2,19 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,7 +25,7 @@ namespace mcp_responses {
 namespace {
 
 namespace fs = std::filesystem;
-using models::outcome;
+using models::read_result;
 
 std::string content_of(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -34,9 +38,14 @@ void write(const std::string& path, const std::string& content) {
 
 class WorkTreeTest : public testing::TestWithParam<WorkTree::Opening> {
  protected:
+  static WorkTree tree_at(const std::string& root) {
+    return WorkTree(
+        root, [] {}, GetParam());
+  }
+
   models::LinkTree files_;
   const std::string root_ = files_.root();
-  const WorkTree tree_{root_, [] {}, GetParam()};
+  const WorkTree tree_ = tree_at(root_);
 };
 
 INSTANTIATE_TEST_SUITE_P(Openings, WorkTreeTest,
@@ -47,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Openings, WorkTreeTest,
                                                                               : "folder_by_folder";
                          });
 
-TEST_P(WorkTreeTest, EachPathLeadsWhereItsLinksLead) {
+TEST_P(WorkTreeTest, SymlinksAreFollowedInEachPath) {
   const std::string base = files_.base();
   const std::map<std::string, std::vector<std::string>> paths_to{
       {"root/a.py",
@@ -61,19 +70,18 @@ TEST_P(WorkTreeTest, EachPathLeadsWhereItsLinksLead) {
        {"../root2/a.py", "up/root2/a.py", base + "/root2/a.py", "out", "absout/s.py", "..", "/",
         "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
         std::string(9000, 'x') + "/../../outside/s.py", "self/../out", "ping/../absout/s.py"}},
-      {"circle", {"self", "ping/a.py", "sub/../pong", "self/../ping", "self/../self/a.py"}},
+      {"loop", {"self", "ping/a.py", "sub/../pong", "self/../ping", "self/../self/a.py"}},
       {"unreadable", {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root"}}};
   for (const auto& [end, paths] : paths_to) {
     for (const std::string& path : paths) {
-      EXPECT_EQ(outcome(tree_, path), end) << path;
+      EXPECT_EQ(read_result(tree_, path), end) << path;
       EXPECT_EQ(files_.read(path), end) << path << " in the model";
     }
   }
 }
 
-// However many links there are and however many ways lead through them, each is followed once; and no
-// stack is spent on one that leads to another.
-TEST_P(WorkTreeTest, ThousandsOfLinksAreFollowedOnceEach) {
+// The symlinks lead to each other in 2 to the power of 2000 ways.
+TEST_P(WorkTreeTest, ThousandsOfSymlinksAreFollowedOnceEach) {
   const auto link = [this](const std::string& target, const std::string& name) {
     fs::create_symlink(target, root_ + "/" + name);
   };
@@ -84,15 +92,15 @@ TEST_P(WorkTreeTest, ThousandsOfLinksAreFollowedOnceEach) {
     link("file" + before, "file" + std::to_string(i));
     link("way" + before + "/../way" + before, "way" + std::to_string(i));
   }
-  EXPECT_EQ(outcome(tree_, "file2000"), "root/a.py");
-  EXPECT_EQ(outcome(tree_, "way2000/b.py"), "root/sub/b.py");
+  EXPECT_EQ(read_result(tree_, "file2000"), "root/a.py");
+  EXPECT_EQ(read_result(tree_, "way2000/b.py"), "root/sub/b.py");
   std::string path;
   for (int i = 0; i < 50'000; ++i) path += "gone/";
-  EXPECT_EQ(outcome(tree_, path + "x"), "unreadable");
+  EXPECT_EQ(read_result(tree_, path + "x"), "unreadable");
 }
 
-// Whoever waits for a reader of a pipe goes on waiting.
-TEST_P(WorkTreeTest, APipeIsNotOpenedWhenItIsLookedAt) {
+// A writer that waits for a reader of the FIFO keeps waiting.
+TEST_P(WorkTreeTest, AFifoIsNotOpened) {
   std::atomic<bool> is_open = false;
   std::thread writer([&] {
     const int pipe = ::open((root_ + "/pipe").c_str(), O_WRONLY);
@@ -100,7 +108,7 @@ TEST_P(WorkTreeTest, APipeIsNotOpenedWhenItIsLookedAt) {
     ::close(pipe);
   });
   for (int i = 0; i < 200; ++i) {
-    EXPECT_EQ(outcome(tree_, i % 2 == 0 ? "pipe" : "dir/../pipe"), "unreadable");
+    EXPECT_EQ(read_result(tree_, i % 2 == 0 ? "pipe" : "dir/../pipe"), "unreadable");
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   EXPECT_FALSE(is_open);
@@ -108,16 +116,11 @@ TEST_P(WorkTreeTest, APipeIsNotOpenedWhenItIsLookedAt) {
   writer.join();
 }
 
-// A table of half a terabyte, of which its size tells nothing, stands for a file that grows as fast as
-// it is read.
-TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadSoFar) {
+// This table has half a terabyte and the size 0, like a file that grows as fast as it is read.
+TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadUpToALimit) {
   const char* const endless = "/proc/self/pagemap";
   if (!fs::exists(endless)) GTEST_SKIP() << "no " << endless;
-  EXPECT_EQ(models::content(WorkTree(
-                                "/", [] {}, GetParam()),
-                            endless)
-                ->size(),
-            std::size_t{64} << 20);
+  EXPECT_EQ(models::content(tree_at("/"), endless)->size(), std::size_t{64} << 20);
 }
 
 std::string reason(const WorkTree& tree, const std::string& path) {
@@ -129,7 +132,7 @@ std::string reason(const WorkTree& tree, const std::string& path) {
   }
 }
 
-TEST_P(WorkTreeTest, AFailureNamesItsCauseAndTheResolvedPath) {
+TEST_P(WorkTreeTest, AnErrorNamesTheReasonAndTheResolvedPath) {
   const std::string long_name(300, 'n');
   const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
@@ -151,20 +154,18 @@ TEST_P(WorkTreeTest, AFailureNamesItsCauseAndTheResolvedPath) {
       {"n\xFF.py", "[Errno 2] No such file or directory: '" + root_ + "/n\xFF.py'"}};
   for (const auto& [path, text] : rows) EXPECT_EQ(reason(tree_, path), text) << path;
 
-  const WorkTree everything(
-      "/", [] {}, GetParam());
+  const WorkTree everything = tree_at("/");
   for (const char* device : {"/dev/null", "/dev/zero", "/dev/full"}) {
     EXPECT_EQ(reason(everything, device), std::string("Not a regular file: '") + device + "'");
   }
   EXPECT_EQ(reason(everything, "/"), "[Errno 21] Is a directory: '/'");
-  if (::geteuid() == 0) return;  // who may read everything
+  if (::geteuid() == 0) return;  // root may read everything
   fs::permissions(root_ + "/a.py", fs::perms::none);
   EXPECT_EQ(reason(tree_, "a.py"), "[Errno 13] Permission denied: '" + root_ + "/a.py'");
 }
 
-TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeSays) {
-  const WorkTree everything(
-      "/", [] {}, GetParam());
+TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeIs) {
+  const WorkTree everything = tree_at("/");
   ASSERT_EQ(fs::file_size("/proc/self/status"), 0U);
   EXPECT_TRUE(models::content(everything, "/proc/self/status")->starts_with("Name:"));
   EXPECT_EQ(models::content(everything, "/proc/cpuinfo")->size(),
@@ -177,7 +178,27 @@ TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeSays) {
   }
 }
 
-TEST_P(WorkTreeTest, FailuresLeaveNoDescriptorOpen) {
+TEST_P(WorkTreeTest, AFileThatGrowsWhileItIsReadIsReadFurther) {
+  write(root_ + "/growing", "before");
+  auto reader = tree_.open("growing");
+  std::array<char, 6> buffer;
+  EXPECT_EQ(reader->read(buffer), 6U);
+  write(root_ + "/growing", "beforeafter");
+  EXPECT_EQ(reader->read(buffer), 5U);
+  EXPECT_EQ(std::string(buffer.data(), 5), "after");
+  EXPECT_EQ(reader->read(buffer), 0U);
+}
+
+// With openat2 the root stays open.
+TEST_P(WorkTreeTest, NothingIsReadFromAFolderThatReplacesTheRoot) {
+  fs::rename(root_, files_.base() + "/moved");
+  fs::create_directory(root_);
+  write(root_ + "/a.py", "replaced");
+  EXPECT_EQ(read_result(tree_, "a.py"),
+            GetParam() == WorkTree::Opening::openat2 ? "root/a.py" : "unreadable");
+}
+
+TEST_P(WorkTreeTest, ErrorsLeaveNoDescriptorOpen) {
   const auto open_descriptors = [] {
     return std::distance(fs::directory_iterator("/proc/self/fd"), {});
   };
@@ -185,54 +206,110 @@ TEST_P(WorkTreeTest, FailuresLeaveNoDescriptorOpen) {
   const char* failing[] = {"gone", "sub", "sub/deep", "sub/gone/x", "a.py/x",
                            "pipe", "out", "dangling", "",           "dir/gone"};
   for (int i = 0; i < 10'000; ++i) {
-    const WorkTree tree(
-        root_, [] {}, GetParam());
+    const WorkTree tree = tree_at(root_);
     const std::string end =
-        outcome(tree, failing[static_cast<std::size_t>(i) % std::size(failing)]);
+        read_result(tree, failing[static_cast<std::size_t>(i) % std::size(failing)]);
     ASSERT_TRUE(end == "unreadable" || end == "outside") << end;
   }
-  EXPECT_EQ(outcome(tree_, "self"), "circle");
+  EXPECT_EQ(read_result(tree_, "self"), "loop");
   EXPECT_EQ(open_descriptors(), before);
 }
 
-// Somebody exchanges a folder, and a file, for links to the outside, over and over, while they are
-// read.
-TEST_P(WorkTreeTest, NothingFromOutsideIsReadWhilePathsAreExchanged) {
-  const std::string base = files_.base();
-  for (const char* folder : {"/root/folder", "/outside/folder"}) {
-    fs::create_directory(base + folder);
-    for (const char* file : {"/x.py", "/y.py"}) write(base + folder + file, folder);
-  }
-  fs::create_symlink("../outside/folder", root_ + "/other");
-  fs::create_symlink("../../outside/s.py", root_ + "/folder/z.py");
-  std::atomic<bool> reading = true;
-  std::atomic<int> exchanges = 0;
-  std::thread exchanger([&] {
-    const std::pair<std::string, std::string> pairs[] = {{"/folder", "/other"},
-                                                         {"/folder/x.py", "/folder/z.py"}};
-    while (reading) {
-      for (const auto& [a, b] : pairs) {
-        exchanges += ::renameat2(AT_FDCWD, (root_ + a).c_str(), AT_FDCWD, (root_ + b).c_str(),
-                                 RENAME_EXCHANGE) == 0;
-      }
+/// Leaves a number of descriptors free while it exists.
+class FreeDescriptors {
+ public:
+  explicit FreeDescriptors(std::size_t count) {
+    ::getrlimit(RLIMIT_NOFILE, &limit_);
+    rlimit lowered = limit_;
+    lowered.rlim_cur = 256;
+    ::setrlimit(RLIMIT_NOFILE, &lowered);
+    for (;;) {
+      UniqueFd fd(::open("/", O_PATH));
+      if (!fd.is_open()) break;
+      used_.push_back(std::move(fd));
     }
-  });
-  std::map<std::string, int> outcomes;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(2);
-  for (int i = 0;
-       i < 6000 || exchanges < 6000 || outcomes["/root/folder"] == 0 || outcomes["outside"] == 0;
-       ++i) {
-    if (std::chrono::steady_clock::now() > deadline) break;
-    ++outcomes[outcome(tree_, i % 2 == 0 ? "folder/x.py" : "folder/y.py")];
+    used_.erase(used_.end() - static_cast<std::ptrdiff_t>(count), used_.end());
   }
-  reading = false;
-  exchanger.join();
-  EXPECT_GT(exchanges, 5000);
-  EXPECT_GT(outcomes["/root/folder"], 0);
-  EXPECT_GT(outcomes["outside"], 0);
-  for (const auto& [end, count] : outcomes) {
-    EXPECT_TRUE(end == "/root/folder" || end == "outside" || end == "unreadable" || end == "circle")
-        << end << ": " << count;
+  ~FreeDescriptors() { ::setrlimit(RLIMIT_NOFILE, &limit_); }
+  FreeDescriptors(const FreeDescriptors&) = delete;
+  FreeDescriptors& operator=(const FreeDescriptors&) = delete;
+
+ private:
+  rlimit limit_{};
+  std::vector<UniqueFd> used_;
+};
+
+TEST_P(WorkTreeTest, TwoFreeDescriptorsAreEnough) {
+  for (const char* path : {"a.py", "sub/deep/c.py", "chain2", "sub/../dir/deep/c.py", "sub"}) {
+    const std::string expected = files_.read(path);
+    const FreeDescriptors two(2);
+    EXPECT_EQ(read_result(tree_at(root_), path), expected) << path;
+  }
+  const FreeDescriptors none(0);
+  EXPECT_EQ(reason(tree_at(root_), "a.py"), "[Errno 24] Too many open files: '" + root_ + "/a.py'");
+}
+
+/// A write lease on a file: whoever opens the file waits until the lease is given up.
+class Lease {
+ public:
+  explicit Lease(const std::string& path) : file_(::open(path.c_str(), O_RDWR)) {
+    ::signal(SIGIO, SIG_IGN);  // the notification that somebody opens the file
+    is_held_ = ::fcntl(file_.get(), F_SETLEASE, F_WRLCK) == 0;
+  }
+  bool is_held() const { return is_held_; }
+  void wait_for_reader() const {
+    while (::fcntl(file_.get(), F_GETLEASE) == F_WRLCK) std::this_thread::yield();
+  }
+  void give_up() const { ::fcntl(file_.get(), F_SETLEASE, F_UNLCK); }
+
+ private:
+  UniqueFd file_;
+  bool is_held_;
+};
+
+TEST_P(WorkTreeTest, AFileUnderAWriteLeaseIsWaitedFor) {
+  for (const char* path : {"a.py", "file"}) {
+    const Lease lease(root_ + "/a.py");
+    if (!lease.is_held()) GTEST_SKIP() << "the file system has no leases";
+    std::thread holder([&] {
+      lease.wait_for_reader();
+      lease.give_up();
+    });
+    EXPECT_EQ(read_result(tree_, path), "root/a.py") << path;
+    holder.join();
+  }
+}
+
+TEST_P(WorkTreeTest, AnInterruptionCheckEndsTheWaitForALease) {
+  const Lease lease(root_ + "/a.py");
+  if (!lease.is_held()) GTEST_SKIP() << "the file system has no leases";
+  int checks = 0;
+  const auto interrupt = [&checks] {
+    if (++checks == 10) throw std::domain_error("interrupted");
+  };
+  EXPECT_THROW(tree_.open("a.py", interrupt), std::domain_error);
+  lease.give_up();
+}
+
+// The texts are those of pathlib's `resolve`. A path with two loops is resolved up to the first one.
+TEST_P(WorkTreeTest, ASymlinkLoopIsNamed) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"self", "/self"},
+      {"dir/../self", "/self"},
+      {"self/x/../y.py", "/self/y.py"},
+      {"ping", "/ping"},
+      {"pong/a.py", "/pong/a.py"},
+      {"self/ping", "/self/ping"},
+      {"self/../ping", "/ping"},
+      {"ping/../self/a.py", "/self/a.py"},
+  };
+  for (const auto& [path, loop] : rows) {
+    try {
+      tree_.open(path);
+      ADD_FAILURE() << path;
+    } catch (const SymlinkLoop& error) {
+      EXPECT_EQ(error.what(), "Symlink loop from '" + root_ + loop + "'") << path;
+    }
   }
 }
 

@@ -1,5 +1,5 @@
-// A small tree of files and links of all kinds, made on disk from a table, and what a path into it
-// should lead to, told from the table alone.
+// A small tree of files and symlinks of all kinds, created on disk from a table, and a model that
+// resolves paths from the table alone.
 #pragma once
 
 #include <sys/stat.h>
@@ -18,25 +18,25 @@
 
 namespace models {
 
-/// All of a file, or nothing when its path leaves the root.
+/// The whole content of a file, or nothing if its path leaves the root.
 inline std::optional<std::string> content(const mcp_responses::WorkTree& tree,
                                           const std::string& path) {
   auto reader = tree.open(path);
   if (!reader) return {};
   std::string bytes;
-  std::array<char, 5000> piece;
-  while (const std::size_t count = reader->read(piece)) bytes.append(piece.data(), count);
+  std::array<char, 5000> buffer;
+  while (const std::size_t count = reader->read(buffer)) bytes.append(buffer.data(), count);
   return bytes;
 }
 
-/// What reading comes to, in the words of `LinkTree::read`.
-inline std::string outcome(const mcp_responses::WorkTree& tree, const std::string& path) {
+/// The result of reading a file, as `LinkTree::read` gives it.
+inline std::string read_result(const mcp_responses::WorkTree& tree, const std::string& path) {
   try {
     return content(tree, path).value_or("outside");
   } catch (const mcp_responses::Unreadable&) {
     return "unreadable";
-  } catch (const mcp_responses::LinkLoop&) {
-    return "circle";
+  } catch (const mcp_responses::SymlinkLoop&) {
+    return "loop";
   }
 }
 
@@ -83,33 +83,34 @@ class LinkTree {
   const std::string& base() const { return base_; }
   std::string root() const { return base_ + "/root"; }
 
-  /// The absolute path without links that `path`, taken from the folder `from`, comes to, "" for "/";
-  /// "circle" for one that a circle is still part of once it has been taken by the letter from there on.
+  /// The absolute path without symlinks to which `path` leads from the folder `from`, "" for "/". From
+  /// the first symlink loop on, the path is taken literally and resolved once more; "loop" if it then
+  /// still contains one.
   std::string resolved(const std::string& from, const std::string& path) const {
     std::set<std::string> open;
     std::string end = path.starts_with('/') ? "" : from;
     if (!walk(end, path, open)) {
-      const std::string by_letter = std::exchange(end, "");
+      const std::string literal = std::exchange(end, "");
       open.clear();
-      if (!walk(end, by_letter, open)) return "circle";
+      if (!walk(end, literal, open)) return "loop";
     }
     return end;
   }
 
-  /// The content of a file, or "circle", "outside" or "unreadable".
+  /// The content of a file, or "loop", "outside" or "unreadable".
   std::string read(const std::string& path) const {
     std::string target = resolved(root(), path);
-    if (target == "circle") return target;
+    if (target == "loop") return target;
     if (target != root() && !target.starts_with(root() + "/")) return "outside";
     const auto file = files_.find(target);
     return file == files_.end() ? "unreadable" : file->second;
   }
 
  private:
-  /// Takes `at` along the path. At a link that is being followed already, false: then the rest has been
-  /// taken by the letter.
+  /// Moves `at` along the path. Returns false at a symlink that is being followed already; the rest of
+  /// the path is then taken literally.
   bool walk(std::string& at, std::string_view path, std::set<std::string>& open,
-            bool by_letter = false) const {
+            bool literal = false) const {
     while (!path.empty()) {
       const std::string part(path.substr(0, path.find('/')));
       path.remove_prefix(std::min(part.size() + 1, path.size()));
@@ -120,16 +121,16 @@ class LinkTree {
       }
       const std::string next = at + "/" + part;
       const auto link = links_.find(next);
-      if (by_letter || link == links_.end() || !open.insert(next).second) {
+      if (literal || link == links_.end() || !open.insert(next).second) {
         at = next;
-        by_letter = by_letter || link != links_.end();
+        literal = literal || link != links_.end();
         continue;
       }
       if (link->second.starts_with('/')) at.clear();
-      by_letter = !walk(at, link->second, open);
+      literal = !walk(at, link->second, open);
       open.erase(next);
     }
-    return !by_letter;
+    return !literal;
   }
 
   std::string base_;
