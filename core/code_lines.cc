@@ -9,46 +9,82 @@
 #include <utility>
 
 #include "detail/utf8.h"
+#include "detail/work_meter.h"
 
 namespace mcp_responses {
 namespace {
 
-/// One file that is asked for, and what came of it.
+/// The places in one file, and the result of reading it.
 struct File {
   Text path;
   std::string name;
-  std::vector<std::int64_t> numbers;  // of the lines wanted, ascending
+  std::vector<std::int64_t> numbers;  // of the places' lines
   std::vector<std::pair<std::int64_t, Text>> lines;
-  std::string not_read;  // why; empty when it was
+  std::string failure;  // empty if the file could be read
 };
 
-std::vector<File> files_of(std::span<const Place> places, const CodeLinesHooks& hooks) {
+/// An order for paths that counts the compared bytes. Views of the same text are equal at once.
+class PathOrder {
+ public:
+  explicit PathOrder(detail::WorkMeter& meter) : meter_(&meter) {}
+
+  bool operator()(const TextView& a, const TextView& b) const {
+    if (is_same_view(a, b)) return false;
+    count(a, b);
+    return a < b;
+  }
+  bool equal(const TextView& a, const TextView& b) const {
+    if (is_same_view(a, b)) return true;
+    count(a, b);
+    return a == b;
+  }
+
+ private:
+  static bool is_same_view(const TextView& a, const TextView& b) {
+    return a.data == b.data && a.size == b.size && a.repertoire == b.repertoire;
+  }
+  void count(const TextView& a, const TextView& b) const {
+    meter_->add(sizeof(a) + (a.size == b.size ? a.size * unit_size(a.repertoire) : 0));
+  }
+
+  detail::WorkMeter* meter_;
+};
+
+std::vector<File> grouped_by_file(std::span<const Place> places, const CodeLinesHooks& hooks,
+                                  detail::WorkMeter& meter) {
+  const PathOrder order(meter);
   std::vector<File> files;
-  std::map<TextView, std::size_t> position_of;
+  std::map<TextView, std::size_t, PathOrder> position_of(order);
   auto position = position_of.end();
   for (const Place& place : places) {
+    meter.add(sizeof(place));
     const TextView path = place.path.view();
-    // Places in one file mostly follow each other.
-    if (position == position_of.end() || position->first != path) {
+    // Successive places are mostly in the same file.
+    if (position == position_of.end() || !order.equal(position->first, path)) {
       bool is_new = false;
       std::tie(position, is_new) = position_of.try_emplace(path, files.size());
       if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
     }
     if (place.line >= 1) files[position->second].numbers.push_back(place.line);
   }
-  for (File& file : files) {
-    std::ranges::sort(file.numbers);
-    file.numbers.erase(std::unique(file.numbers.begin(), file.numbers.end()), file.numbers.end());
-  }
   return files;
 }
 
-void look_up(const WorkTree& tree, File& file, const CodeLinesHooks& hooks) {
+void sort_unique(std::vector<std::int64_t>& numbers, detail::WorkMeter& meter) {
+  std::ranges::sort(numbers, [&meter](std::int64_t a, std::int64_t b) {
+    meter.add(1);
+    return a < b;
+  });
+  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+}
+
+void read_lines(const WorkTree& tree, File& file, const CheckInterrupt& check_interrupt) {
   try {
-    auto reader = tree.open(file.name, hooks.check_interrupt);
+    auto reader = tree.open(file.name, check_interrupt);
     if (!reader) return;
-    LineFinder finder(
-        [&](std::span<char> to) { return reader->read(to, hooks.check_interrupt); });
+    LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
+    // Growing the vector would move millions of lines between two interruption checks.
+    file.lines.reserve(file.numbers.size());
     for (const std::int64_t number : file.numbers) {
       auto line = finder.find(number);
       if (!line) break;
@@ -56,8 +92,22 @@ void look_up(const WorkTree& tree, File& file, const CodeLinesHooks& hooks) {
     }
   } catch (const Unreadable& error) {
     file.lines.clear();
-    file.not_read = error.what();
+    file.failure = error.what();
   }
+}
+
+/// Returns the error of the file at which reading ended early; null if all were read.
+std::exception_ptr read_files(const WorkTree& tree, std::span<File> files,
+                              const CheckInterrupt& check_interrupt, detail::WorkMeter& meter) {
+  for (File& file : files) {
+    sort_unique(file.numbers, meter);
+    try {
+      read_lines(tree, file, check_interrupt);
+    } catch (const SymlinkLoop&) {
+      return std::current_exception();
+    }
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -82,24 +132,25 @@ std::string file_name(const Text& path) {
 
 std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
                                  const CodeLinesHooks& hooks) {
-  std::vector<File> files = files_of(places, hooks);
-  std::exception_ptr failure;
-  hooks.while_reading([&] {
-    for (File& file : files) {
-      try {
-        look_up(tree, file, hooks);
-      } catch (const SymlinkLoop&) {
-        failure = std::current_exception();  // what was not read before is told first
-        return;
-      }
-    }
-  });
-  std::vector<CodeLine> lines;
-  for (File& file : files) {
-    if (!file.not_read.empty()) hooks.not_read(file.path, file.not_read);
-    for (auto& [number, text] : file.lines) lines.push_back({{file.path, number}, std::move(text)});
+  detail::WorkMeter meter(hooks.check_interrupt);
+  std::vector<File> files = grouped_by_file(places, hooks, meter);
+  std::exception_ptr symlink_loop;
+  hooks.while_reading(
+      [&] { symlink_loop = read_files(tree, files, hooks.check_interrupt, meter); });
+  for (const File& file : files) {
+    if (!file.failure.empty()) hooks.not_read(file.path, file.failure);
   }
-  if (failure) std::rethrow_exception(failure);
+  if (symlink_loop) std::rethrow_exception(symlink_loop);
+  std::size_t count = 0;
+  for (const File& file : files) count += file.lines.size();
+  std::vector<CodeLine> lines;
+  lines.reserve(count);
+  for (File& file : files) {
+    for (auto& [number, text] : file.lines) {
+      meter.add(sizeof(CodeLine));
+      lines.push_back({{file.path, number}, std::move(text)});
+    }
+  }
   return lines;
 }
 

@@ -1,10 +1,11 @@
-// Code lines: the lines of code at a set of places in a work tree, each file read once.
+// Lines of code at a set of places in a work tree. Each file is read once.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -20,45 +21,46 @@ struct Place {
   std::int64_t line;
 };
 
-/// A place that has a line, and that line: white space stripped from both ends, cut to
-/// `CODE_LINE_CHARS`.
+/// A place and its line, as `LineFinder` returns it.
 struct CodeLine {
   Place place;
   Text text;
 };
 
-/// A path as the bytes of a file name: UTF-8, and the byte that each of U+DC80 to U+DCFF stands
-/// for, which is how the host writes names that are not UTF-8 (PEP 383). Throws `NulInPath` and,
-/// for other surrogates, `SurrogateError`.
+/// The bytes of a file name: UTF-8, with the byte 0x80 to 0xFF for each of U+DC80 to U+DCFF, which is
+/// how Python represents names that are not UTF-8 (PEP 383). Throws `NulInPath`, and `SurrogateError`
+/// for other surrogates.
 std::string file_name(const Text& path);
 
-/// What `code_lines` asks of the program that it runs in.
+/// What `code_lines` calls. It has three phases: it groups the places by file, reads the files, and
+/// collects the lines. All hooks are called on the caller's thread. What they throw ends the call.
 struct CodeLinesHooks {
-  /// The bytes of a file name for a path, without NUL. Called for each path before anything is read.
+  /// Returns the bytes of a file name for a path, without NUL. Called once for each path while places
+  /// are grouped.
   std::function<std::string(const Text& path)> name_of = file_name;
-  /// Calls the function it is given, which reads files and touches none of the texts of the places.
-  /// A host that has a lock gives it up meanwhile.
+  /// Calls its argument, which reads the files. It does not touch the texts of the places, so that a
+  /// caller in Python can release the GIL. Called once.
   std::function<void(const std::function<void()>& read_files)> while_reading =
       [](const auto& read) { read(); };
-  /// Called inside `while_reading` only.
+  /// Called in all phases, inside `while_reading` and outside.
   CheckInterrupt check_interrupt = [] {};
-  /// Hears of each file that is not read, in the order of the files: the path as the caller wrote
-  /// it, and why.
+  /// Called after reading for each file that could not be read, in the order of the files, with the
+  /// path as in the place and the reason.
   std::function<void(const Text& path, const std::string& reason)> not_read =
       [](const Text&, const std::string&) {};
 };
 
-/// A path holds a NUL character, which no file name can.
+/// A path contains NUL, which no file name can contain.
 class NulInPath : public std::invalid_argument {
  public:
   NulInPath() : std::invalid_argument("embedded null byte") {}
 };
 
-/// The lines at these places. Each place comes once; the lines of one file stand together,
-/// ascending, the files in the order in which their path first occurs. A place without a line, and
-/// a file outside the root, give nothing; a file that cannot be read is told to `hooks.not_read`.
-/// Throws `SymlinkLoop` and what the hooks throw: `NulInPath` and `SurrogateError` for a path that is no
-/// file name.
+/// The lines at these places, without duplicates. Files come in the order in which their paths first
+/// occur, the lines of a file in ascending order. Places without a line and files outside the root are
+/// left out; files that cannot be read are passed to `hooks.not_read`. Throws `SymlinkLoop` for the
+/// first path that ends in one, after reporting the files before it; and what the hooks throw, with
+/// `file_name` as a hook `NulInPath` and `SurrogateError`.
 std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
                                  const CodeLinesHooks& hooks = {});
 

@@ -2,10 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "models/collisions.h"
 #include "models/link_tree.h"
 #include "models/random_input.h"
 #include "values.h"
@@ -14,7 +19,7 @@
 namespace mcp_responses {
 namespace {
 
-TEST(CodeLines, APathBecomesTheBytesOfAFileName) {
+TEST(CodeLines, APathIsEncodedAsAFileName) {
   EXPECT_EQ(file_name(models::text_of({U'a', U'é', 0xDC80, 0xDCFF, U'😀'})), "aé\x80\xFF😀");
   EXPECT_THROW(file_name(models::text_of({U'a', 0})), NulInPath);
   for (const char32_t surrogate : {0xD800U, 0xDC7FU, 0xDD00U, 0xDFFFU}) {
@@ -22,16 +27,21 @@ TEST(CodeLines, APathBecomesTheBytesOfAFileName) {
   }
 }
 
-/// Each line as "path:number text", each file that is not read as "path!reason".
-std::string found(const std::string& root, const std::vector<Place>& places, int& readings) {
+/// Each line as "path:number text", each file that is not read as "path!reason", and a symlink loop as
+/// its error.
+std::string report(const std::string& root, const std::vector<Place>& places) {
   std::string report;
   CodeLinesHooks hooks;
-  hooks.while_reading = [&readings](const auto& read) { ++readings, read(); };
+  hooks.while_reading = [&report](const auto& read) { report += "reading\n", read(); };
   hooks.not_read = [&report](const Text& path, const std::string& reason) {
     report += path.utf8() + "!" + reason + "\n";
   };
-  for (const auto& [place, text] : code_lines(WorkTree(root), places, hooks)) {
-    report += place.path.utf8() + ":" + std::to_string(place.line) + " " + text.utf8() + "\n";
+  try {
+    for (const auto& [place, text] : code_lines(WorkTree(root), places, hooks)) {
+      report += place.path.utf8() + ":" + std::to_string(place.line) + " " + text.utf8() + "\n";
+    }
+  } catch (const SymlinkLoop& error) {
+    report += error.what();
   }
   return report;
 }
@@ -43,24 +53,113 @@ TEST(CodeLines, ComeFileByFileAndLineByLine) {
       {"gone"_t, 1}, {"a.py"_t, 1}, {"out"_t, 1}, {"./a.py"_t, 1}, {"sub"_t, 1}};
   for (const std::int64_t line : {4, 2, 4, 0, -1, 5, 3}) places.push_back({"long"_t, line});
   places.push_back({"a.py"_t, std::numeric_limits<std::int64_t>::max()});
-  int readings = 0;
-  EXPECT_EQ(found(tree.root(), places, readings),
-            "gone![Errno 2] No such file or directory: '" + tree.root() + "/gone'\n" +
+  EXPECT_EQ(report(tree.root(), places),
+            "reading\ngone![Errno 2] No such file or directory: '" + tree.root() + "/gone'\n" +
                 "sub![Errno 21] Is a directory: '" + tree.root() + "/sub'\n" +
                 "a.py:1 root/a.py\n./a.py:1 root/a.py\nlong:2 two\nlong:3 \nlong:4 four\n");
-  EXPECT_EQ(readings, 1) << "the lock is given up once a call";
 }
 
-// Paths come from outsiders: whatever they are, finding those that are the same takes its time.
-TEST(CodeLines, PathsThatCollideTakeNoLonger) {
+TEST(CodeLines, TheFirstSymlinkLoopEndsTheCall) {
+  const models::LinkTree tree;
+  EXPECT_EQ(report(tree.root(),
+                   {{"gone"_t, 1}, {"a.py"_t, 1}, {"pong/x"_t, 1}, {"sub"_t, 1}, {"self"_t, 1}}),
+            "reading\ngone![Errno 2] No such file or directory: '" + tree.root() + "/gone'\n" +
+                "Symlink loop from '" + tree.root() + "/pong/x'");
+  EXPECT_EQ(report(tree.root(), {{"self"_t, 1}, {"pong"_t, 1}}),
+            "reading\nSymlink loop from '" + tree.root() + "/self'");
+}
+
+/// Calls of the interruption check in each phase of a call.
+struct Checks {
+  std::size_t grouping = 0;
+  std::size_t reading = 0;
+  std::size_t collecting = 0;
+};
+
+Checks checks_of(const std::string& root, const std::vector<Place>& places) {
+  Checks checks;
+  std::size_t* phase = &checks.grouping;
   CodeLinesHooks hooks;
-  hooks.while_reading = [](const auto&) {};
-  const auto look_up = [&hooks](const std::vector<Text>& paths) {
-    std::vector<Place> places;
-    for (const Text& path : paths) places.push_back({path, 1});
-    code_lines(WorkTree("/"), places, hooks);
+  hooks.check_interrupt = [&phase] { ++*phase; };
+  hooks.while_reading = [&](const auto& read) {
+    phase = &checks.reading;
+    read();
+    phase = &checks.collecting;
   };
-  EXPECT_LT(models::slowdown_by_collisions(16'384, look_up), 20);
+  code_lines(WorkTree(root), places, hooks);
+  return checks;
+}
+
+std::vector<Place> places_in_turns(const std::vector<Text>& paths, std::size_t count) {
+  std::vector<Place> places;
+  for (std::size_t i = 0; i < count; ++i) places.push_back({paths[i % paths.size()], 1});
+  return places;
+}
+
+TEST(CodeLines, InterruptionsAreCheckedWhilePathsAreCompared) {
+  const std::string megabyte(1 << 20, 'x');
+  const auto checks = [](const std::vector<Text>& paths, std::size_t count) {
+    return checks_of("/", places_in_turns(paths, count)).grouping;
+  };
+  const Text path(megabyte);
+  EXPECT_LE(checks({path}, 10'000), 1U) << "one text is not compared with itself";
+  EXPECT_GE(checks({path, Text(megabyte)}, 1000), 499U) << "another text is compared each time";
+  EXPECT_GE(checks({path, Text("y")}, 200'000), 10U) << "so many comparisons of sizes";
+  EXPECT_GE(checks({Text("x")}, 200'000), 3U) << "so many places";
+}
+
+std::vector<Text> similar_paths(std::size_t count) {
+  std::vector<Text> paths;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string number = std::to_string(i);
+    paths.push_back(Text(std::string(1000 - number.size(), 'x') + number));
+  }
+  return paths;
+}
+
+// Paths come from untrusted sources: no choice of them may make grouping quadratic.
+TEST(CodeLines, GroupingPathsTakesNLogNWork) {
+  const std::size_t checks = checks_of("/", places_in_turns(similar_paths(4000), 4000)).grouping;
+  const std::size_t checks_of_4n =
+      checks_of("/", places_in_turns(similar_paths(16'000), 16'000)).grouping;
+  EXPECT_GT(checks, 20U);
+  EXPECT_LT(checks_of_4n, 6 * checks);
+}
+
+TEST(CodeLines, InterruptionsAreCheckedInEachPhaseAfterwards) {
+  const models::LinkTree tree;
+  std::ofstream(tree.root() + "/lines") << std::string(1'000'000, '\n');
+  std::ofstream(tree.root() + "/line") << std::string(10'000'000, 'x');
+  std::vector<Place> places;
+  for (std::int64_t i = 1; i <= 1'000'000; ++i) places.push_back({"gone"_t, i * 7919 % 1'000'003});
+  EXPECT_GE(checks_of(tree.root(), places).reading, 10U) << "sorting";
+  EXPECT_GE(checks_of(tree.root(), {{"line"_t, 2}}).reading, 10'000'000U >> 16) << "reading";
+  std::string path;
+  for (int i = 0; i < 1000; ++i) path += "gone/";
+  EXPECT_GE(checks_of(tree.root(), {{Text(path), 1}}).reading, 1000U) << "resolving";
+  for (Place& place : places) place.path = "lines"_t;
+  EXPECT_GE(checks_of(tree.root(), places).collecting, 30U) << "collecting";
+}
+
+TEST(CodeLines, AnInterruptionCheckEndsTheCallAtEachOfItsCalls) {
+  const models::LinkTree tree;
+  std::ofstream(tree.root() + "/lines") << std::string(100'000, '\n');
+  std::vector<Place> places{{"dir/../dir/b.py"_t, 1}, {"gone"_t, 1}, {"self/.."_t, 1}};
+  for (std::int64_t i = 100'000; i > 0; --i) places.push_back({"lines"_t, i});
+  std::size_t calls = 0;
+  std::size_t last = 0;
+  CodeLinesHooks hooks;
+  hooks.check_interrupt = [&] {
+    if (++calls == last) throw std::domain_error("interrupted");
+  };
+  const WorkTree work_tree(tree.root());
+  code_lines(work_tree, places, hooks);
+  const std::size_t all_calls = std::exchange(calls, 0);
+  EXPECT_GT(all_calls, 10U);
+  for (last = 1; last <= all_calls; ++last) {
+    EXPECT_THROW(code_lines(work_tree, places, hooks), std::domain_error);
+    EXPECT_EQ(std::exchange(calls, 0), last);
+  }
 }
 
 }  // namespace
