@@ -7,7 +7,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "models/collisions.h"
 #include "static_object.h"
 #include "values.h"
 
@@ -190,17 +189,6 @@ TEST(Value, EqualityIsByContentAndNumbersByValue) {
   EXPECT_TRUE(nan.truthy());
   EXPECT_NE(nan, nan);
   EXPECT_NE(Value(List{nan}), Value(List{nan}));
-}
-
-TEST(Value, KeysThatCollideTakeNoLongerToCompare) {
-  const auto compare = [](const std::vector<Text>& keys) {
-    Object object;
-    for (const Text& key : keys) object.add(key, 1);
-    Object reversed;
-    for (std::size_t i = keys.size(); i-- > 0;) reversed.add(keys[i], 1);
-    EXPECT_EQ(Value(object), Value(reversed));
-  };
-  EXPECT_LT(models::slowdown_by_collisions(20'000, compare), 20);
 }
 
 }  // namespace
