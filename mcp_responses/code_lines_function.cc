@@ -94,7 +94,7 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
           path_text.get(), reason_text.get());
 }
 
-/// Runs functions without the GIL, and signal handlers, with or without it, at most every 50 ms.
+/// Runs functions without the GIL, and signal handlers at most every 50 ms.
 class Reading {
  public:
   template <class Function>
@@ -104,16 +104,20 @@ class Reading {
     function();
     released_ = nullptr;
   }
+  /// May be called with and without the GIL.
   void check_signals() {
     const auto now = std::chrono::steady_clock::now();
     if (now - last_check_ < std::chrono::milliseconds(50)) return;
     last_check_ = now;
-    if (released_ == nullptr) return mcp_responses::check_signals();
-    released_->check_signals();
+    if (released_ != nullptr) {
+      released_->check_signals();
+    } else {
+      mcp_responses::check_signals();
+    }
   }
 
  private:
-  GilReleased* released_ = nullptr;
+  GilReleased* released_ = nullptr;  // while the GIL is released
   std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
 };
 
