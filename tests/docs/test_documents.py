@@ -13,7 +13,7 @@ from hollin import mcp_responses
 ROOT = Path(__file__).resolve().parents[2]
 DOCUMENTS = {path: path.read_text("utf-8") for folder in (ROOT, ROOT / "docs") for path in folder.glob("*.md")}
 ANSWERS = DOCUMENTS[ROOT / "docs" / "answers.md"]
-FOLDERS = "core|responses|mcp_responses|hollin-stubs|schemas|stand_in|tests|fuzz|benchmarks|examples|docs|cmake|scripts"
+FOLDERS = "core|responses|mcp_responses|hollin-stubs|schemas|tests|fuzz|benchmarks|examples|docs|cmake|scripts"
 
 SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (ROOT / "schemas").glob("*.json")}
 SHAPES = {name: schema for name, schema in SCHEMAS.items() if "properties" in schema}

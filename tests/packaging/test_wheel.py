@@ -15,7 +15,7 @@ SERVICE = {
     "__init__.py": "",
     "py.typed": "",
     "utils/__init__.py": "",
-    "utils/pagination.py": (ROOT / "stand_in/hollin/utils/pagination.py").read_text("utf-8"),
+    "utils/pagination.py": (ROOT / "examples/service/hollin/utils/pagination.py").read_text("utf-8"),
 }
 USE = """
 import importlib.metadata
