@@ -1,5 +1,5 @@
-"""The example server behind the official MCP client, which comes from npm. Skipped where there is no Node.js, or nothing
-to be had from npm's registry."""
+"""The example server with the official MCP client for TypeScript, which comes from npm. Skipped without Node.js or
+npm's registry."""
 
 import json
 import os
@@ -15,39 +15,39 @@ sys.path.insert(0, str(HERE.parent / "mcp_responses"))
 from service import ENVIRONMENT, conversation, make_long_tree, make_tree  # noqa: E402
 
 FILES = ("package.json", "package-lock.json", "client.mjs")
-# Of a sanitized interpreter, which Node.js is not.
+# Node.js cannot load the sanitizer of the interpreter.
 WITHOUT_SANITIZER = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
-# What npm says of the files here; anything else is its surroundings'.
+# npm's error codes for wrong files in this folder. Other errors come from the environment.
 OUR_FAULTS = ("EUSAGE", "EINTEGRITY", "EJSONPARSE")
 
 
-def run(folder: Path, *command: str, told: str = "") -> subprocess.CompletedProcess:
-    pipes = {"input": told, "capture_output": True, "encoding": "utf-8"}
+def run(folder: Path, *command: str, text: str = "") -> subprocess.CompletedProcess:
+    pipes = {"input": text, "capture_output": True, "encoding": "utf-8"}
     return subprocess.run(command, cwd=folder, env=WITHOUT_SANITIZER, timeout=300, **pipes)
 
 
 class ClientTest(unittest.TestCase):
     def installed(self) -> Path:
-        """A folder of the build that has the client, from the first run on."""
+        """The folder of the build with the client; the first run installs it."""
         if not shutil.which("npm") or int(run(HERE, "node", "-p", "parseInt(process.versions.node)").stdout) < 18:
             self.skipTest("there is no Node.js 18 with npm")
         folder = Path(ENVIRONMENT["PYTHONPATH"]) / "mcp_client"
         folder.mkdir(exist_ok=True)
-        had = {name: (folder / name).read_bytes() for name in FILES if (folder / name).exists()}
+        before = {name: (folder / name).read_bytes() for name in FILES if (folder / name).exists()}
         for name in FILES:
             shutil.copy(HERE / name, folder)
-        is_there = (folder / "node_modules/.package-lock.json").exists()  # npm writes it last
-        if not is_there or had["package-lock.json"] != (folder / "package-lock.json").read_bytes():
+        is_complete = (folder / "node_modules/.package-lock.json").exists()  # npm writes it last
+        if not is_complete or before["package-lock.json"] != (folder / "package-lock.json").read_bytes():
             shutil.rmtree(folder / "node_modules", ignore_errors=True)
             done = run(folder, "npm", "ci", "--ignore-scripts", "--no-audit", "--no-fund", "--fetch-retries=1")
             if done.returncode:
                 reason = re.search(r"code (\w+)", done.stderr)
                 self.assertNotIn(reason and reason[1], OUR_FAULTS, done.stderr)
-                said = re.findall(r"^npm ERR! (.+)$", done.stderr, re.M) or [done.stderr]
-                self.skipTest(f"npm gives no client: {' '.join(said)[:300]}")
+                errors = re.findall(r"^npm ERR! (.+)$", done.stderr, re.M) or [done.stderr]
+                self.skipTest(f"npm cannot install the client: {' '.join(errors)[:300]}")
         return folder
 
-    def test_what_it_is_told(self):
+    def test_a_session(self):
         trees = {"slow": make_long_tree(self.addCleanup), "small": make_tree(self.addCleanup)}
         servers = {
             name: {
@@ -57,7 +57,7 @@ class ClientTest(unittest.TestCase):
             }
             for name, root in trees.items()
         }
-        told = json.dumps({**servers, "conversation": conversation()})
-        done = run(self.installed(), "node", "client.mjs", told=told)
+        text = json.dumps({**servers, "conversation": conversation()})
+        done = run(self.installed(), "node", "client.mjs", text=text)
         self.assertEqual(done.returncode, 0, done.stderr)
 

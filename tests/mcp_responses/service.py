@@ -1,4 +1,4 @@
-"""A small tree of Python sources, the example service as its clients start it, and what they say to each other."""
+"""A small tree of Python sources, a client of the example server, and a conversation between the two."""
 
 import json
 import os
@@ -15,7 +15,7 @@ import hollin
 from hollin.mcp_responses import tool_result_text
 from workplace import HERE, make_folder
 
-# A locale that cannot write most of what is answered: the protocol is UTF-8 whatever the surroundings.
+# A locale that cannot encode most answers: the protocol is UTF-8 in every environment.
 ENVIRONMENT = os.environ | {"PYTHONPATH": str(Path(hollin.__file__).parent.parent), "PYTHONIOENCODING": "ascii"}
 ENVIRONMENT |= {"LC_ALL": "C", "PYTHONCOERCECLOCALE": "0", "PYTHONUTF8": "0"}
 CART = '''
@@ -31,27 +31,41 @@ async def pay(cart):
     "Pay once \\ud800"
     return cart.total()
 '''
+TEST = """from shop.cart import Cart, pay
+import shop
+
+def test_pay():
+    pay(Cart().total())
+
+def test_twice():
+    pay(Cart())
+"""
 GUIDE = "# Carts\n\nA cart holds lines: naïve, 漢字, 😀.\n\n## Paying\n\n" + "To pay a cart, call “pay”.\n" * 60
 TREE = {
     ".git/HEAD": "ref: refs/heads/trunk\n",
     "shop/__init__.py": '"""A shop.\n\nCarts are paid here."""\n',
     "shop/cart.py": CART,
-    "tests/test_cart.py": "from shop.cart import Cart, pay\nimport shop\n\ndef test_pay():\n    pay(Cart().total())\n",
+    "tests/test_cart.py": TEST,
     "docs/guide.md": GUIDE,
     "docs/notes.rst": "Notes\n=====\n\nLast line.\n",
     "broken.py": "def (:\n",
     "deep.py": "x = " + "-" * 100000 + "1",
 }
-# The arguments that a tool cannot do without.
+TOOL_NAMES = ["status", "search", "symbol", "file", "files", "architecture", "tests", "wiki"]
+# The required arguments of the tools.
 NEEDED = {"search": {"query": "a"}, "symbol": {"fqn": "a"}, "file": {"path": "a"}, "wiki": {"action": "list"}}
 ASK = {"action": "ask", "query": "How do I pay a cart?"}
 
 
-def make_tree(add_cleanup) -> Path:
-    folder = make_folder(add_cleanup)
-    for path, text in TREE.items():
+def write_tree(folder: Path, tree: dict[str, str]) -> None:
+    for path, text in tree.items():
         (folder / path).parent.mkdir(parents=True, exist_ok=True)
         (folder / path).write_text(text, encoding="utf-8")
+
+
+def make_tree(add_cleanup) -> Path:
+    folder = make_folder(add_cleanup)
+    write_tree(folder, TREE)
     os.mkfifo(folder / "pipe.py")
     (folder / "link.py").symlink_to(__file__)
     Path(os.fsdecode(os.fsencode(folder) + b"/\xff.py")).touch()
@@ -59,18 +73,18 @@ def make_tree(add_cleanup) -> Path:
 
 
 def make_long_tree(add_cleanup) -> Path:
-    """One that takes a while to index."""
+    """A tree that takes a second or more to index."""
     folder = make_folder(add_cleanup)
     for number in range(300):
-        (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 100)
+        (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 30)
     return folder
 
 
 def conversation() -> list[tuple[str, dict, str]]:
-    """Tool, arguments and answer, or "error: " and why there is none."""
+    """Tools with arguments and answers; the answer of an error begins with "error: "."""
     text = (HERE / "conversation.txt").read_text("utf-8")
-    said = re.findall(r"^(\w+) (.+)\n((?:    .+\n)+)", text, re.M)
-    return [(tool, json.loads(given), re.sub(r"^    |\n", "", lines, flags=re.M)) for tool, given, lines in said]
+    calls = re.findall(r"^(\w+) (.+)\n((?:    .+\n)+)", text, re.M)
+    return [(tool, json.loads(given), re.sub(r"^    |\n", "", lines, flags=re.M)) for tool, given, lines in calls]
 
 
 class Client:
@@ -86,13 +100,12 @@ class Client:
         self.process.stdin.write(line + b"\n")
         self.process.stdin.flush()
 
-    def hear(self) -> dict:
+    def receive(self) -> dict:
         return json.loads(self.process.stdout.readline().decode("utf-8"))
 
     def request(self, method: str, **params) -> dict:
-        """The answer; a notification may come before it at any time."""
         self.send(json.dumps({"jsonrpc": "2.0", "id": "r", "method": method, "params": params}).encode())
-        while "id" not in (message := self.hear()):
+        while "id" not in (message := self.receive()):
             pass
         return message
 
@@ -102,11 +115,13 @@ class Client:
         return result["result"]
 
     def tools(self) -> dict[str, dict]:
-        """The schema of each tool's answers."""
-        return {tool["name"]: tool["outputSchema"] for tool in self.request("tools/list")["result"]["tools"]}
+        return {tool["name"]: tool for tool in self.request("tools/list")["result"]["tools"]}
+
+    def output_schemas(self) -> dict[str, dict]:
+        return {name: tool["outputSchema"] for name, tool in self.tools().items()}
 
     def call(self, tool: str, **arguments) -> str:
-        """An answer, which comes twice, as text and as an object; or "error: " and what is wrong, as text alone."""
+        """The text of an answer, which is also there as an object; or "error: " and the text of the error."""
         result = self.request("tools/call", name=tool, arguments=arguments)["result"]
         (content,) = result["content"]
         if result["isError"]:
@@ -119,7 +134,7 @@ class Client:
         return json.loads(self.call(tool, **arguments))
 
     def close(self) -> None:
-        """Ends the server, which leaves nothing more on its output and no traceback in its log."""
+        """Ends the server. Requires that it has written nothing more to its output and no traceback to its log."""
         rest = self.process.communicate()[0]
         self.guard.cancel()
         self.log.seek(0)
@@ -135,7 +150,7 @@ class ServiceTest(unittest.TestCase):
         return client
 
     def start_with_tree(self, folder: Path) -> Client:
-        """A server that has read the tree."""
+        """A client of a server whose index is ready."""
         client = self.start("--root", str(folder))
         client.initialize()
         while client.answer("status")["status"] != "ready":

@@ -1,1 +1,1 @@
-"""The least of a code-intelligence service: an example of how a service uses `hollin.mcp_responses`."""
+"""A small code-intelligence service: an example of the use of `hollin.mcp_responses`."""

@@ -1,4 +1,4 @@
-"""A wiki made of what the tree says about itself: its documents and its module docstrings."""
+"""A wiki made of the documents of the tree and of its module docstrings."""
 
 from __future__ import annotations
 
@@ -12,15 +12,16 @@ from typing import Any
 
 DOCUMENTS = (".md", ".rst")
 
+_TITLE = re.compile(r"[\w`*\"'(]")
 _UNDERLINE = re.compile(r"([=~^\"'`#*+.:_-])\1{2,}\s*")
 _WORD = re.compile(r"[^\W\d_]\w+")
-_PLAIN_WORDS = frozenset(
+_STOP_WORDS = frozenset(
     "an and are as at be by can do does for from how in is it of on or that the this to "
     "use used using what when where which with work works".split()
 )
 
 
-@dataclass(slots=True)
+@dataclass(slots=True, eq=False)
 class Section:
     page: Page
     heading: str
@@ -31,78 +32,68 @@ class Section:
     def citation(self) -> dict[str, Any]:
         return {"path": self.page.path, "line_start": self.line_start, "line_end": self.line_end}
 
+    def words(self) -> set[str]:
+        return words(f"{self.page.title} {self.heading} {self.text}")
+
 
 @dataclass(slots=True)
 class Page:
     path: str
     title: str
     content: str
-    changed: int  # the file's time stamp when the page was made
     sections: list[Section]
 
 
 class Wiki:
-    """Pages by their id, the path of the file that a page was made of."""
+    """Pages by their id, which is the path of the file that a page is made of."""
 
-    def __init__(self, root: Path) -> None:
-        self.root = root
+    def __init__(self) -> None:
         self.pages: dict[str, Page] = {}
-        self.sections: list[Section] = []
-        self.holders: dict[str, set[int]] = defaultdict(set)  # word -> positions in `sections`
+        self._by_word: dict[str, set[Section]] = defaultdict(set)
 
-    def add_document(self, path: str) -> None:
-        """Raises OSError where it cannot be read."""
-        text = (self.root / path).read_text(encoding="utf-8", errors="replace")
-        self.add_page(path, path, text, 1)
-
-    def add_page(self, path: str, title: str, text: str, first_line: int) -> None:
-        page = Page(path, title, text, self._time_stamp(path), [])
+    def add(self, path: str, title: str, text: str, first_line: int) -> None:
+        page = self.pages[path] = Page(path, title, text, [])
         for heading, lines, start, end in split_sections(text.rstrip("\n").split("\n"), path.endswith(".md")):
             body = "\n".join(lines).strip()
             if words(body):
                 page.sections.append(Section(page, heading or title, body, first_line + start, first_line + end))
-        self.pages[path] = page
         for section in page.sections:
-            for word in words(f"{title} {section.heading} {section.text}"):
-                self.holders[word].add(len(self.sections))
-            self.sections.append(section)
+            for word in section.words():
+                self._by_word[word].add(section)
 
-    def is_stale(self, page: Page) -> bool:
-        return self._time_stamp(page.path) != page.changed
+    def remove(self, path: str) -> None:
+        page = self.pages.pop(path, None)
+        for section in page.sections if page else ():
+            for word in section.words():
+                self._by_word[word].discard(section)
 
     def best_sections(self, question: str, count: int) -> list[tuple[float, Section]]:
-        """Sections that share the question's words, rare words weighing most; shorter ones first."""
-        weights = {word: self._weight(word) for word in words(question)}
-        scores: dict[int, float] = defaultdict(float)
-        for word, weight in weights.items():
-            for position in self.holders.get(word, ()):
-                scores[position] += weight
-        whole = sum(weights.values())
-        found = [(round(score / whole, 4), self.sections[position]) for position, score in scores.items()]
+        """The sections that share words with the question. Rare words weigh more; shorter sections come first."""
+        section_count = sum(len(page.sections) for page in self.pages.values())
+        scores: dict[Section, float] = defaultdict(float)
+        whole = 0.0
+        for word in sorted(words(question)):
+            sections = self._by_word.get(word, ())
+            weight = math.log(1 + section_count / (1 + len(sections)))
+            whole += weight
+            for section in sections:
+                scores[section] += weight
+        found = [(round(score / whole, 4), section) for section, score in scores.items()]
         found.sort(key=lambda hit: (-hit[0], len(hit[1].text), hit[1].page.path, hit[1].line_start))
         return found[:count]
 
     def related_pages(self, page: Page) -> list[str]:
-        """A few of the pages beside this one."""
+        """At most five other pages of the same folder."""
         folder = Path(page.path).parent
-        return [path for path in self.pages if Path(path).parent == folder and path != page.path][:5]
-
-    def _weight(self, word: str) -> float:
-        return math.log(1 + len(self.sections) / (1 + len(self.holders.get(word, ()))))
-
-    def _time_stamp(self, path: str) -> int:
-        try:
-            return (self.root / path).stat().st_mtime_ns
-        except OSError:
-            return 0
+        return sorted(path for path in self.pages if Path(path).parent == folder and path != page.path)[:5]
 
 
 def words(text: str) -> set[str]:
-    return set(_WORD.findall(text.lower())) - _PLAIN_WORDS
+    return set(_WORD.findall(text.lower())) - _STOP_WORDS
 
 
 def split_sections(lines: list[str], markdown: bool) -> Iterator[tuple[str, list[str], int, int]]:
-    """Heading, lines below it, and the positions of the section's first and last line."""
+    """The heading, the lines below it, and the positions of the first and the last line of each section."""
     headings = [("", 0, 0), *_headings(lines, markdown)]
     ends = [start for _, start, _ in headings[1:]] + [len(lines)]
     for (heading, start, body), end in zip(headings, ends):
@@ -111,7 +102,7 @@ def split_sections(lines: list[str], markdown: bool) -> Iterator[tuple[str, list
 
 
 def _headings(lines: list[str], markdown: bool) -> Iterator[tuple[str, int, int]]:
-    """Heading, its own position, and where its text begins; none inside a fenced block."""
+    """The heading, its position and the position of its text. A fenced block contains no headings."""
     fenced = False
     for position, line in enumerate(lines):
         below = lines[position + 1] if position + 1 < len(lines) else ""
@@ -121,10 +112,5 @@ def _headings(lines: list[str], markdown: bool) -> Iterator[tuple[str, int, int]
             continue
         elif markdown and re.match(r"#{1,6}\s", line):
             yield line.strip("# \t\r"), position, position + 1
-        elif _is_underlined(line, below):
+        elif _TITLE.match(line) and _UNDERLINE.fullmatch(below) and len(line.rstrip()) <= len(below.rstrip()):
             yield line.strip(), position, position + 2
-
-
-def _is_underlined(line: str, below: str) -> bool:
-    is_title = re.match(r"[\w`*\"'(]", line) and len(line.rstrip()) <= len(below.rstrip())
-    return bool(is_title and _UNDERLINE.fullmatch(below))

@@ -1,0 +1,210 @@
+"""The index of the example service."""
+
+import json
+import os
+import re
+import unittest
+
+from hollin.index import Index
+from service import make_tree, write_tree
+from workplace import make_folder
+
+# A call has the fqn of its symbol as a comment. A call without a comment is not resolved.
+CALLS = {
+    "pkg/__init__.py": "from .cart import *\nfrom .cart import Cart as Basket\nfrom . import cycle_a, absent as y\n",
+    "pkg/cart.py": """
+from elsewhere import imported
+class Base:
+    def add(self): pass
+    def total(self): pass
+class Cart(Base):
+    factory = dict()
+    def total(self):
+        self.add()  # pkg.cart.Base.add
+        self.total()  # pkg.cart.Cart.total
+        self.factory()
+        self.lines.add()
+        self()
+        total()
+        super().total()
+        print(imported(), self.missing())
+        return [self.total() for self in ()], lambda self: self.total()
+    @classmethod
+    def make(cls, other):
+        def inner(): cls.make()  # pkg.cart.Cart.make
+        inner()  # pkg.cart.Cart.make.inner
+        other.total()
+        return cls()  # pkg.cart.Cart
+    @staticmethod
+    def help(self): self.total()
+    class Line:
+        def add(this): this.add()  # pkg.cart.Cart.Line.add
+    line = Line()  # pkg.cart.Cart.Line
+    def lines(self): return Line()
+def pay(cart, Cart):
+    Cart()
+    cart.total()
+    later()  # pkg.cart.later
+    pay.inner()
+    from pkg.deep.module import run as go
+    go()  # pkg.deep.module.run
+    def inner(): go()  # pkg.deep.module.run
+def later(base=Base()): pass  # pkg.cart.Base
+""",
+    "pkg/deep/module.py": """
+from ..cart import Cart, pay as paid
+from .. import cart as carts, cycle_a
+import pkg.cart, pkg.deep.module as me
+def run(pay):
+    paid()  # pkg.cart.pay
+    pay()
+    carts.Cart()  # pkg.cart.Cart
+    carts.Cart.make()  # pkg.cart.Cart.make
+    pkg.cart.Cart.add()  # pkg.cart.Base.add
+    me.run()  # pkg.deep.module.run
+    me.Cart.Line()  # pkg.cart.Cart.Line
+    cycle_a.missing()
+    cycle_a.Loop.missing()
+    Cart().total()  # pkg.cart.Cart
+def twice(): pass
+def twice(again): pass
+twice()  # pkg.deep.module.twice
+class Changed(Cart): pass
+Changed = replaced(Changed)
+Changed()
+def changing():
+    global changing
+    changing = None
+changing()
+try:
+    from pkg.cart import later
+except ImportError:
+    from elsewhere import later
+later()
+with Cart() as later_on:  # pkg.cart.Cart
+    later_on()
+match Cart:
+    case [first, *rest]: first(), rest()
+    case {**carts_too}: carts_too()
+""",
+    "main.py": """
+import pkg, namespace.module
+pkg.Basket()  # pkg.cart.Cart
+pkg.pay()  # pkg.cart.pay
+pkg.Base.total()  # pkg.cart.Base.total
+pkg.imported(), pkg.y()
+pkg.deep.module.run.anything()
+namespace.module.f()  # namespace.module.f
+from pkg import *
+later()  # pkg.cart.later
+""",
+    "namespace/module.py": "def f(): pass\n",
+    "pkg/cycle_a.py": "from .cycle_b import *\nfrom .cycle_b import missing\nclass Loop(Loop.Inner): pass\n",
+    "pkg/cycle_b.py": "from .cycle_a import *\nfrom .cycle_a import missing\n",
+}
+NAMES = """
+class Parse: pass
+def parse_args(): pass
+def parse(): pass
+def reparse_all_args(): pass
+class ParserArgs:
+    def run(self): pass
+"""
+RANKS = {
+    "parse": "Parse parse ParserArgs parse_args reparse_all_args ParserArgs.run",
+    "ARGS  parse ": "ParserArgs parse_args reparse_all_args ParserArgs.run",
+    "m.parse": "Parse parse ParserArgs ParserArgs.run parse_args",
+    "run": "ParserArgs.run",
+    "m.ParserArgs.run": "ParserArgs.run",
+    "none": "",
+}
+
+
+def built(folder) -> Index:
+    index = Index(folder)
+    for _ in index.build():
+        pass
+    return index
+
+
+def as_nobody(work):
+    """The result of `work` in a process without the permission of root to read everything."""
+    reading, writing = os.pipe()
+    child = os.fork()
+    if child == 0:
+        if os.geteuid() == 0:
+            os.setgroups([])
+            os.setgid(65534)
+            os.setuid(65534)
+        try:
+            os.write(writing, json.dumps(work()).encode())
+        finally:
+            os._exit(0)
+    os.close(writing)
+    with open(reading, encoding="utf-8") as pipe:
+        answer = pipe.read()
+    os.waitpid(child, 0)
+    return json.loads(answer)
+
+
+class IndexTest(unittest.TestCase):
+    maxDiff = None
+
+    def test_references(self):
+        folder = make_folder(self.addCleanup)
+        write_tree(folder, CALLS)
+        index, expected = built(folder), set()
+        for path, text in CALLS.items():
+            for number, line in enumerate(text.splitlines(), 1):
+                expected |= {(path, number, fqn) for fqn in re.findall(r"  # (\S+)$", line)}
+        found = {(each.file_path, each.line, fqn) for fqn, calls in index.references.items() for each in calls}
+        self.assertEqual(sorted(found), sorted(expected))
+        callers = {(each.caller_symbol or {}).get("fqn") for each in index.references["pkg.deep.module.run"]}
+        self.assertEqual(callers, {"pkg.cart.pay", "pkg.cart.pay.inner", "pkg.deep.module.run"})
+
+    def test_long_chains_of_base_classes(self):
+        folder = make_folder(self.addCleanup)
+        classes = "".join(f"class C{number}(C{number - 1}): pass\n" for number in range(1, 3000))
+        write_tree(folder, {"a.py": f"class C0: pass\n{classes}C2999.missing()\nC2999()\n"})
+        index = built(folder)
+        self.assertEqual([each.line for each in index.references["a.C2999"]], [3002])
+
+    def test_search_ranks_names(self):
+        folder = make_folder(self.addCleanup)
+        write_tree(folder, {"m.py": NAMES})
+        index = built(folder)
+        for query, names in RANKS.items():
+            found = " ".join(hit.symbol.fqn.removeprefix("m.") for hit in index.search(query))
+            self.assertEqual(found, names, query)
+
+    def test_progress_is_proportional_to_the_size_of_files(self):
+        folder = make_folder(self.addCleanup)
+        write_tree(folder, {f"{name}.py": "a = 1\n" * lines for name, lines in zip("abcde", (6000, *[1000] * 4))})
+        index = Index(folder)
+        shown = [(index.progress.phase, index.progress.done, index.progress.percent) for _ in index.build()]
+        percents = {done: percent for phase, done, percent in shown if phase == "indexing files"}
+        for done, expected in enumerate((0, 60, 70, 80, 90)):
+            self.assertAlmostEqual(percents[done], expected, delta=4)
+
+    def test_unreadable_files_are_skipped_and_named(self):
+        tree = make_tree(self.addCleanup)
+        closed = {"closed": tree / "closed", "closed.py": tree / "closed.py", "docs/closed.md": tree / "docs/closed.md"}
+        (tree / "closed").mkdir()
+        for path in (tree / "closed.py", tree / "docs/closed.md", tree / "closed/a.py"):
+            path.write_text("a = 1\n")
+        (tree / "hole.py").symlink_to(tree / "closed/a.py")
+        (tree / "listed_only").mkdir()
+        (tree / "listed_only/a.py").write_text("a = 1\n")
+        for path in closed.values():
+            self.addCleanup(path.chmod, 0o700)
+            path.chmod(0)
+        (tree / "listed_only").chmod(0o444)  # its names can be read, its files cannot
+        tree.chmod(0o755)
+
+        def indexed():
+            index = built(tree)
+            return sorted(index.skipped), sorted(index.sources)
+
+        skipped, files = as_nobody(indexed)
+        self.assertEqual(skipped, sorted(["broken.py", "deep.py", "listed_only/a.py", *closed]))
+        self.assertEqual(files, ["shop/__init__.py", "shop/cart.py", "tests/test_cart.py"])
