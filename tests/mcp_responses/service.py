@@ -76,7 +76,7 @@ def make_long_tree(add_cleanup) -> Path:
     """A tree that takes a second or more to index."""
     folder = make_folder(add_cleanup)
     for number in range(300):
-        (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 30)
+        (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 15)
     return folder
 
 

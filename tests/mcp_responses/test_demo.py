@@ -58,7 +58,8 @@ class DemoTest(unittest.TestCase):
                 lines = demo.broken(text, columns)
                 self.assertEqual(without_white_space("".join(lines)), without_white_space(text))
                 self.assertLessEqual(max(map(len, lines)), columns)
-                self.assertEqual(sum('"name":' in line for line in lines), text.count('"name":'))
+                self.assertEqual(sum(line.startswith("    {") for line in lines), 2)
+                self.assertEqual(sum('"a \\"key\\": ":' in line for line in lines), 2)
 
     def test_ends_silently_when_it_is_interrupted(self):
         command = [sys.executable, "-P", "-m", "hollin.demo", "--root", str(make_long_tree(self.addCleanup))]

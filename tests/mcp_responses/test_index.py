@@ -49,7 +49,7 @@ def pay(cart, Cart):
     from pkg.deep.module import run as go
     go()  # pkg.deep.module.run
     def inner(): go()  # pkg.deep.module.run
-def later(base=Base()): pass  # pkg.cart.Base
+def later(Base=Base()): pass  # pkg.cart.Base
 """,
     "pkg/deep/module.py": """
 from ..cart import Cart, pay as paid
@@ -77,15 +77,22 @@ def changing():
     changing = None
 changing()
 try:
-    from pkg.cart import later
-except ImportError:
     from elsewhere import later
+except ImportError:
+    from pkg.cart import later
 later()
-with Cart() as later_on:  # pkg.cart.Cart
-    later_on()
-match Cart:
-    case [first, *rest]: first(), rest()
-    case {**carts_too}: carts_too()
+def local(value):
+    with Cart() as carts:  # pkg.cart.Cart
+        carts.Cart()
+    try:
+        for cycle_a in value: cycle_a.Loop()
+    except ValueError as twice:
+        twice()
+    match value:
+        case [pkg, *me]: pkg.cart.Cart(), me.run()
+        case {**paid}: paid()
+    lambda Cart: Cart()
+    Cart()  # pkg.cart.Cart
 """,
     "main.py": """
 import pkg, namespace.module
@@ -106,13 +113,13 @@ NAMES = """
 class Parse: pass
 def parse_args(): pass
 def parse(): pass
-def reparse_all_args(): pass
+def all_parse_args(): pass
 class ParserArgs:
     def run(self): pass
 """
 RANKS = {
-    "parse": "Parse parse ParserArgs parse_args reparse_all_args ParserArgs.run",
-    "ARGS  parse ": "ParserArgs parse_args reparse_all_args ParserArgs.run",
+    "parse": "Parse parse ParserArgs parse_args all_parse_args ParserArgs.run",
+    "ARGS  parse ": "ParserArgs all_parse_args parse_args ParserArgs.run",
     "m.parse": "Parse parse ParserArgs ParserArgs.run parse_args",
     "run": "ParserArgs.run",
     "m.ParserArgs.run": "ParserArgs.run",

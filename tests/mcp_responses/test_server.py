@@ -177,17 +177,31 @@ class ChangedFilesTest(unittest.TestCase):
                 self.assertNotEqual(after, before, tool)
             self.assertNotEqual(self.index.updated, updated, tool)
 
-    def test_a_file_that_is_gone_leaves_the_answers(self):
+    def test_a_deleted_or_replaced_file_is_not_in_the_answers(self):
         cart = self.folder / "shop/cart.py"
-        for change in (cart.unlink, lambda: cart.symlink_to(__file__), cart.unlink, lambda: os.mkfifo(cart)):
-            (self.folder / "broken.py").write_text("")
+        (self.folder / "copy").write_text(TREE["shop/cart.py"])
+        for change in (lambda: None, lambda: cart.symlink_to(self.folder / "copy"), lambda: os.mkfifo(cart)):
+            cart.write_text(TREE["shop/cart.py"])
+            self.index = self.built()
+            cart.unlink()
             change()
-            self.assertEqual(self.answer(self.index, "file", {"path": "shop/cart.py"})["found"], False)
             self.assertEqual(self.answer(self.index, "search", {"query": "Cart.total"})["symbols"], [])
-        cart.unlink()
-        cart.write_text("def (:")
-        self.index = self.built()
+            self.assertEqual(self.answer(self.index, "file", {"path": "shop/cart.py"})["found"], False)
+            cart.unlink(missing_ok=True)
+        cart.write_text(TREE["shop/cart.py"])
+        self.assertEqual(self.answer(self.index, "symbol", {"fqn": "shop.cart.pay"})["found"], True, "it is back")
+
+    def test_a_file_that_cannot_be_parsed_for_some_time(self):
+        (self.folder / "shop/cart.py").write_text("def (:")
+        self.assertEqual(self.answer(self.index, "symbol", {"fqn": "shop.cart.pay"})["found"], False)
         self.assertIn("shop/cart.py", self.index.skipped)
+        (self.folder / "shop/cart.py").write_text("def pay(): pass")
+        self.assertEqual(self.answer(self.index, "symbol", {"fqn": "shop.cart.pay"})["start_line"], 1)
+        self.assertNotIn("shop/cart.py", self.index.skipped)
+
+    def test_a_file_that_changes_all_the_time(self):
+        with mock.patch.object(self.index, "refresh", return_value=True):
+            self.assertEqual(self.answer(self.index, "files", {})["total_count"], 3)
 
     def test_stale_pages_until_an_answer_cites_them(self):
         guide = self.folder / "docs/guide.md"

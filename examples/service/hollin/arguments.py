@@ -4,7 +4,6 @@ from __future__ import annotations
 
 from typing import Any
 
-MAX_INTEGER = 1_000_000_000
 MAX_CHARS = 1000
 
 Schema = dict[str, Any]
@@ -18,7 +17,7 @@ def string(description: str) -> Schema:
     return {"type": "string", "minLength": 1, "maxLength": MAX_CHARS, "pattern": r"\S", "description": description}
 
 
-def integer(description: str, minimum: int, maximum: int = MAX_INTEGER, **more: Any) -> Schema:
+def integer(description: str, minimum: int, maximum: int = 1_000_000_000, **more: Any) -> Schema:
     return {"type": "integer", "minimum": minimum, "maximum": maximum, "description": description, **more}
 
 

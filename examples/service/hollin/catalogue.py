@@ -36,9 +36,10 @@ class Tool:
 
     def answer(self, index: Index, arguments: dict[str, Any]) -> tools.Answer:
         """Indexes changed files again if the answer cites them. Requires checked arguments."""
-        answer = self.handler(index, **arguments)
-        while index.refresh({*_paths(answer)}):
+        for _ in range(5):  # a limit for files that change all the time
             answer = self.handler(index, **arguments)
+            if index.progress or not index.refresh({*_paths(answer)}):
+                break
         return answer
 
 

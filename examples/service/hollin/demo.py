@@ -90,10 +90,11 @@ def show_text(text: str) -> None:
 
 
 def broken(text: str, columns: int) -> list[str]:
-    """Compact JSON in lines. Each row of a list begins a line. Lines end after members, a long string between words."""
-    lines, depth = [" " * columns], 0
+    """Compact JSON in lines, which end after a row or a member, and in a long string between words."""
+    lines, depth = [" " * columns], 0  # the first line is removed
     for piece in PIECE.findall("".join(char if char.isprintable() else "\N{MIDDLE DOT}" for char in text)):
-        if not piece.startswith("{") and len(lines[-1]) + len(piece) <= columns:
+        begins_line = piece.startswith("{") or lines[-1].endswith("}],")
+        if not begins_line and len(lines[-1]) + len(piece) <= columns:
             lines[-1] += piece
         else:
             indents = {"initial_indent": "  " * depth, "subsequent_indent": "  " * (depth + 1)}
@@ -129,8 +130,7 @@ def build_index(demo: Demo) -> None:
     print("\r\x1b[K" if IS_TERMINAL else "")
     calls = sum(map(len, index.references.values()))
     say(f"Indexed {len(index.sources):,} files in {time.perf_counter() - start:.1f} s: {len(index.by_fqn):,} symbols, "
-        f"{calls:,} resolved calls, {len(index.wiki.pages):,} wiki pages.")
-    say(f"Files that cannot be read or parsed: {len(index.skipped)}.")
+        f"{calls:,} resolved calls, {len(index.wiki.pages):,} wiki pages. {len(index.skipped)} files are skipped.")
 
 
 def show_code(demo: Demo, word: str) -> None:

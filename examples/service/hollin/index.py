@@ -10,7 +10,7 @@ import stat
 import threading
 import warnings
 from collections import defaultdict
-from collections.abc import Iterable, Iterator
+from collections.abc import Iterator
 from dataclasses import dataclass
 from datetime import datetime, timezone
 from pathlib import Path
@@ -22,8 +22,6 @@ from hollin.wiki import DOCUMENTS, Wiki
 EXCLUDED = frozenset({"__pycache__", "site-packages", "dist-packages", "node_modules"})
 # The phases, and the time of each for a byte of its files, measured with the standard library.
 PHASES = {"indexing files": 1.0, "reading documents": 0.4, "resolving references": 0.03}
-
-_UNREADABLE = (OSError, SyntaxError, ValueError, RecursionError, MemoryError)
 
 Stamp = tuple[int, int]  # the size and the modification time of a file
 
@@ -96,9 +94,10 @@ class Index:
         self.updated = _now()
         self.progress = None
 
-    def refresh(self, paths: Iterable[str]) -> bool:
-        """Indexes again those of the files that have changed; returns whether there were any."""
-        changed = [path for path in paths if self.is_stale(path)]
+    def refresh(self, paths: set[str]) -> bool:
+        """Indexes changed files again: those of `paths`, skipped and deleted ones. Returns whether there were any."""
+        paths = paths.union(self.skipped, (path for path, stamp in self.stamps.items() if not stamp))
+        changed = [path for path in self.stamps if path in paths and self.is_stale(path)]
         for path in changed:
             self.stamps[path] = self._current_stamp(path)
             self._read(path)
@@ -178,7 +177,7 @@ class Index:
                     self.wiki.add(path, source.module, source.docstring, source.docstring_line)
             else:
                 self.wiki.add(path, path, (self.root / path).read_text(encoding="utf-8", errors="replace"), 1)
-        except _UNREADABLE:
+        except (OSError, SyntaxError, ValueError, RecursionError, MemoryError):
             self.sources.pop(path, None)
             self.skipped.append(path)
 

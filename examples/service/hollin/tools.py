@@ -172,8 +172,9 @@ def _page(key: str, found: list[Any], row: Callable[[Any], Answer], offset: int,
 
 
 def _not_found(kind: str, name: str, separator: str, names: Iterable[str]) -> Answer:
-    """Lists the nearest names: those with the same last part, else those with a similar spelling."""
-    last = name.rpartition(separator)[2]
-    candidates = [each for each in names if each.rpartition(separator)[2] == last] or names
-    nearest = difflib.get_close_matches(name, candidates, n=5, cutoff=0.4)
+    """Lists the nearest of the names whose last part is similar."""
+    last_parts = {each: each.rpartition(separator)[2] for each in (name, *names)}
+    similar = difflib.get_close_matches(last_parts.pop(name), {*last_parts.values()}, n=5)
+    candidates = [each for each, last in last_parts.items() if last in similar]
+    nearest = difflib.get_close_matches(name, candidates, n=5, cutoff=0)
     return {"found": False, "message": f"No {kind} is named {name}. Nearest: {', '.join(nearest) or 'none'}."}
