@@ -14,6 +14,7 @@ from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
 from hollin.server import Server, build_index
 from hollin.catalogue import TOOLS
 from service import ASK, NEEDED, TOOL_NAMES, TREE, ServiceTest, conversation, make_long_tree, make_tree
+from workplace import HERE
 
 LISTS = [("search", {"query": "a"}, "symbols"), ("files", {}, "files"), ("architecture", {}, "components")]
 LISTS += [("symbol", {"fqn": "shop.cart.pay", "action": "references"}, "references")]
@@ -38,7 +39,10 @@ class StartTest(ServiceTest):
         for asked, agreed in {**dict(zip(known, known)), "2024-10-07": "2025-11-25", "": "2025-11-25"}.items():
             client = self.start()
             self.assertEqual(client.request("tools/list")["error"]["code"], -32600, "a request before initialize")
-            self.assertEqual(client.initialize(asked)["protocolVersion"], agreed, asked)
+            result = client.initialize(asked)
+            self.assertEqual(result["protocolVersion"], agreed, asked)
+            project = re.search(r"^project\(\w+ VERSION (\S+)", (HERE.parents[1] / "CMakeLists.txt").read_text(), re.M)
+            self.assertEqual(result["serverInfo"]["version"], project[1])
             client.send(b'[{"jsonrpc":"2.0","id":1,"method":"ping"},{"jsonrpc":"2.0","method":"a"},3]')
             answer = client.receive()
             if agreed < "2025-06-18":
