@@ -1,8 +1,9 @@
-// Block: 16 bytes of a text in a vector register. Text is searched and copied a block at a time,
-// which takes a fraction of the time that one code point after the other takes.
+// Block: 16 bytes of a text in a vector register. Searching and copying a block at a time takes a
+// fraction of the time that one code point at a time takes.
 #pragma once
 
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -11,23 +12,70 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 namespace mcp_responses {
 
-template <class Unit>
+static_assert(std::endian::native == std::endian::little,
+              "mcp_responses supports little-endian targets only");
+
+/// A register of 16 bytes, as a comparison of units returns it: each byte is 0x00 or 0xFF.
+using BlockBytes [[gnu::vector_size(16)]] = std::uint8_t;
+
+/// `of` returns a bit for each byte that is 0xFF. The first byte has the lowest bit. This is the only
+/// operation of a block that the vector types of GCC and clang do not have.
+struct PortableMask {
+  static std::uint32_t of(const BlockBytes& bytes) noexcept {
+    using Halves [[gnu::vector_size(16)]] = std::uint64_t;
+    const auto halves = std::bit_cast<Halves>(bytes);
+    return of_half(halves[0]) | of_half(halves[1]) << 8;
+  }
+
+ private:
+  /// Keeps another bit of each byte. The product adds up all bytes in its highest one.
+  static std::uint32_t of_half(std::uint64_t bytes) noexcept {
+    return static_cast<std::uint32_t>((bytes & 0x8040201008040201) * 0x0101010101010101 >> 56);
+  }
+};
+
+#if defined(__SSE2__)
+struct NativeMask {
+  static std::uint32_t of(const BlockBytes& bytes) noexcept {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(bytes)));
+  }
+};
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+struct NativeMask {
+  static std::uint32_t of(const BlockBytes& bytes) noexcept {
+    constexpr BlockBytes bits = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    const auto kept = std::bit_cast<uint8x16_t>(bytes & bits);
+    return std::uint32_t{vaddv_u8(vget_low_u8(kept))} | std::uint32_t{vaddv_u8(vget_high_u8(kept))}
+                                                            << 8;
+  }
+};
+#else
+using NativeMask = PortableMask;
+#endif
+
+/// `Unit` is std::uint8_t, std::uint16_t or std::uint32_t. Tests choose the portable `Mask`.
+template <class Unit, class Mask = NativeMask>
 class Block {
  public:
+  /// The units of a block.
   static constexpr std::size_t size = 16 / sizeof(Unit);
 
-  /// A whole block. Reads 16 bytes, from any address.
+  /// Reads a whole block, 16 bytes, from any address.
   explicit Block(const Unit* units) noexcept : units_(load<Vector>(units)) {}
 
-  /// The first `count` units of a block, at most a whole one, and zeros behind them. Nothing past
-  /// them is read: two reads that overlap make up what is there.
+  /// Reads the first `count` units of a block and sets the others to zero. Does not read past them.
+  /// Requires `count <= size`.
   Block(const Unit* units, std::size_t count) noexcept {
+    assert(count <= size);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(units);
     const std::size_t byte_count = count * sizeof(Unit);
+    // Two reads that overlap cover any number of bytes between one and two times their size.
     Halves halves{};
     if (byte_count > 8) {
       halves[0] = load<std::uint64_t>(bytes);
@@ -46,65 +94,57 @@ class Block {
     units_ = std::bit_cast<Vector>(halves);
   }
 
-  /// Writes a whole block, each unit as a `To`, to any address. Requires room for all of it, also
-  /// where only the first units mean anything.
+  /// Writes a whole block to any address, each unit as a `To`. `To` is at least as wide as `Unit`.
+  /// Requires memory for all units, also if only the first ones are used.
   template <class To>
   void copy_to(To* to) const noexcept {
     if constexpr (sizeof(To) == sizeof(Unit)) {
       std::memcpy(to, &units_, sizeof(units_));
     } else {
-      with_zeros_from<0>().copy_to(to);
-      with_zeros_from<size / 2>().copy_to(to + size / 2);
+      widened_from<0>().copy_to(to);
+      widened_from<size / 2>().copy_to(to + size / 2);
     }
   }
 
-  /// Which units `find` holds for: the bit at `position * sizeof(Unit)`, counted from the lowest,
-  /// is set for each. `find` compares a vector of units: `[](auto units) { return units == ' '; }`.
-  template <class Find>
-  std::uint32_t where(Find find) const noexcept {
-    constexpr std::uint32_t one_a_unit = 0xFFFF / ((1U << sizeof(Unit)) - 1);
-    return bits_of(find(units_)) & one_a_unit;
+  /// Sets the bit at `position * sizeof(Unit)`, counted from the lowest, for each unit that matches.
+  /// `predicate` compares a vector of units: `[](auto units) { return units == ' '; }`.
+  template <class Predicate>
+  std::uint32_t match_mask(Predicate predicate) const noexcept {
+    constexpr std::uint32_t first_bits = 0xFFFF / ((1U << sizeof(Unit)) - 1);
+    return mask_of(predicate(units_)) & first_bits;
   }
 
-  /// True when `find` holds for none of the `count` units at `units`, however many blocks they take.
-  template <std::size_t count, class Find>
-  static bool none_in(const Unit* units, Find find) noexcept {
-    auto found = find(Block(units).units_);
-    for (std::size_t i = size; i < count; i += size) found |= find(Block(units + i).units_);
-    return bits_of(found) == 0;
+  /// Returns true if none of the `count` units at `units` matches. `count` is a multiple of `size`.
+  template <std::size_t count, class Predicate>
+  static bool none_in(const Unit* units, Predicate predicate) noexcept {
+    static_assert(count % size == 0);
+    auto found = predicate(Block(units).units_);
+    for (std::size_t i = size; i < count; i += size) found |= predicate(Block(units + i).units_);
+    return mask_of(found) == 0;
   }
 
  private:
-  static_assert(std::endian::native == std::endian::little);
   using Vector [[gnu::vector_size(16)]] = Unit;
-  using Twice = std::conditional_t<sizeof(Unit) == 1, std::uint16_t, std::uint32_t>;
-  template <class>
+  using Halves [[gnu::vector_size(16)]] = std::uint64_t;
+  using Wider = std::conditional_t<sizeof(Unit) == 1, std::uint16_t, std::uint32_t>;
+  template <class, class>
   friend class Block;
   explicit Block(const Vector& units) noexcept : units_(units) {}
 
-  /// Half of the units, the first of them at `first`, each twice as wide. A conversion of vectors
-  /// would be made one unit after the other.
+  /// Half of the units, beginning with `first`, each twice as wide. The vector is interleaved with
+  /// zeros, because compilers convert vectors one unit at a time.
   template <std::size_t first>
-  Block<Twice> with_zeros_from() const noexcept {
+  Block<Wider, Mask> widened_from() const noexcept {
     const auto interleaved = [this]<std::size_t... i>(std::index_sequence<i...>) {
       return __builtin_shufflevector(units_, Vector{}, (first + i / 2 + i % 2 * size)...);
     }
     (std::make_index_sequence<size>());
-    return Block<Twice>(std::bit_cast<typename Block<Twice>::Vector>(interleaved));
+    return Block<Wider, Mask>(std::bit_cast<typename Block<Wider, Mask>::Vector>(interleaved));
   }
 
-  using Halves [[gnu::vector_size(16)]] = std::uint64_t;
-
-  /// A bit for each unit where `found` is set, as `where` has it, and perhaps more beside it.
   template <class Found>
-  static std::uint32_t bits_of(const Found& found) noexcept {
-#if defined(__SSE2__)
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(found)));
-#else
-    std::uint32_t bits = 0;
-    for (std::size_t i = 0; i < size; ++i) bits |= (found[i] == 0 ? 0U : 1U) << (i * sizeof(Unit));
-    return bits;
-#endif
+  static std::uint32_t mask_of(const Found& found) noexcept {
+    return Mask::of(std::bit_cast<BlockBytes>(found));
   }
 
   template <class Loaded>

@@ -41,7 +41,7 @@ inline constexpr auto escapes = [] {
   return table;
 }();
 
-/// For `Block::where`: the units that need an escape. A zero needs one.
+/// For `Block::match_mask`: the units that need an escape. A zero needs one.
 inline constexpr auto needs_escape = [](auto units) {
   return (units < 0x20) | (units == '"') | (units == '\\');
 };
@@ -77,7 +77,7 @@ To* write_escaped(std::span<const From> units, To* to) noexcept {
     const Block<From> block(from);
     block.copy_to(to);
     std::size_t done = 0;
-    for (std::uint32_t bits = block.where(needs_escape); bits != 0; bits &= bits - 1) {
+    for (std::uint32_t bits = block.match_mask(needs_escape); bits != 0; bits &= bits - 1) {
       const std::size_t position = static_cast<std::size_t>(std::countr_zero(bits)) / sizeof(From);
       to = write_escape(from[position], to + (position - done));
       done = position + 1;
@@ -90,7 +90,7 @@ To* write_escaped(std::span<const From> units, To* to) noexcept {
     const std::size_t rest = std::min(size, static_cast<std::size_t>(end - from));
     const Block<From> block(from, rest);
     block.copy_to(to);
-    const std::uint32_t bits = block.where(needs_escape) & ((1U << (rest * sizeof(From))) - 1);
+    const std::uint32_t bits = block.match_mask(needs_escape) & ((1U << (rest * sizeof(From))) - 1);
     // Most strings end without an escape. The predicted branch keeps the comparison off the dependency
     // chain of `to`.
     if (bits == 0) [[likely]] {

@@ -27,12 +27,12 @@ std::size_t escape_bytes(std::span<const Unit> units) {
         Block<Unit>::template none_in<16>(units.data(), needs_escape)) {
       units = units.subspan(16);
     } else {
-      take(units.data(), Block<Unit>(units.data()).where(needs_escape));
+      take(units.data(), Block<Unit>(units.data()).match_mask(needs_escape));
       units = units.subspan(size);
     }
   }
   const std::uint32_t there = (1U << (units.size() * sizeof(Unit))) - 1;
-  take(units.data(), Block<Unit>(units.data(), units.size()).where(needs_escape) & there);
+  take(units.data(), Block<Unit>(units.data(), units.size()).match_mask(needs_escape) & there);
   return bytes;
 }
 

@@ -119,7 +119,7 @@ class TextSink {
     to += comma ? 1 : 0;
     std::uint32_t found = 0;
     const auto take = [&](const Bytes& bytes, std::size_t position) {
-      found |= bytes.where(needs_escape);
+      found |= bytes.match_mask(needs_escape);
       bytes.copy_to(to + 1 + position);
     };
     if (text.size < block) {
