@@ -1,9 +1,7 @@
 #include "work_tree.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "detail/openat2.h"
 #include "detail/system_call.h"
 
 namespace mcp_responses {
