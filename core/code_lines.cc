@@ -71,7 +71,7 @@ std::vector<File> grouped_by_file(std::span<const Place> places, const CodeLines
 }
 
 void sort_unique(std::vector<std::int64_t>& numbers, detail::WorkMeter& meter) {
-  std::ranges::sort(numbers, [&meter](std::int64_t a, std::int64_t b) {
+  std::sort(numbers.begin(), numbers.end(), [&meter](std::int64_t a, std::int64_t b) {
     meter.add(1);
     return a < b;
   });

@@ -1,6 +1,7 @@
 #include "errors.h"
 
 #include <array>
+#include <string>
 
 namespace mcp_responses {
 namespace {

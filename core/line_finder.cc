@@ -107,8 +107,7 @@ class LineText {
 
 }  // namespace
 
-LineFinder::LineFinder(ReadFn read)
-    : read_(std::move(read)), window_(std::make_unique_for_overwrite<char[]>(window_capacity)) {}
+LineFinder::LineFinder(ReadFn read) : read_(std::move(read)), window_(new char[window_capacity]) {}
 
 std::optional<Text> LineFinder::find(std::int64_t number) {
   assert(number >= line_);

@@ -77,7 +77,8 @@ Repertoire exact_repertoire(const TextView& view) noexcept {
 template <class To>
 To* copy_units(const TextView& view, To* to) noexcept {
   return visit_units(view, [to](auto units) {
-    return std::ranges::transform(units, to, [](auto unit) { return static_cast<To>(unit); }).out;
+    return std::transform(units.begin(), units.end(), to,
+                          [](auto unit) { return static_cast<To>(unit); });
   });
 }
 

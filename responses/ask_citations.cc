@@ -57,7 +57,9 @@ CitationLists::CitationKey CitationLists::key_of(const Value& citation, const Pa
 
 const CitationLists::Candidate* CitationLists::find(const Candidates& candidates,
                                                     const CitationKey& key) {
-  const auto found = std::ranges::find(candidates, key, &Candidate::key);
+  const auto found =
+      std::find_if(candidates.begin(), candidates.end(),
+                   [&key](const Candidate& candidate) { return candidate.key == key; });
   return found == candidates.end() ? nullptr : &*found;
 }
 

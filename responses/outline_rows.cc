@@ -22,8 +22,9 @@ std::size_t common_length(const TextView& a, const TextView& b) {
   if (a.data == b.data && a.repertoire == b.repertoire) return std::min(a.size, b.size);
   return visit_units(a, [&b](auto a_units) {
     return visit_units(b, [a_units](auto b_units) {
-      return static_cast<std::size_t>(std::ranges::mismatch(a_units, b_units).in1 -
-                                      a_units.begin());
+      const auto [a_end, b_end] =
+          std::mismatch(a_units.begin(), a_units.end(), b_units.begin(), b_units.end());
+      return static_cast<std::size_t>(a_end - a_units.begin());
     });
   });
 }

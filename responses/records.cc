@@ -8,7 +8,8 @@
 namespace mcp_responses {
 
 Value PlainRecord::value(Field field) const {
-  const auto found = std::ranges::find(fields_, field, &std::pair<Field, Value>::first);
+  const auto found = std::find_if(fields_.begin(), fields_.end(),
+                                  [field](const auto& entry) { return entry.first == field; });
   if (found == fields_.end()) throw AttributeMissing("PlainRecord", field_name(field));
   return found->second;
 }

@@ -70,7 +70,8 @@ constexpr std::size_t max_chunk = 1024;
 
 [[noreturn]] void throw_surrogate_error(const TextView& text) {
   visit_units(text, [](auto units) {
-    const auto at = std::ranges::find_if(units, [](auto unit) { return is_surrogate(unit); });
+    const auto at =
+        std::find_if(units.begin(), units.end(), [](auto unit) { return is_surrogate(unit); });
     throw SurrogateError(Text::copy_of(units), static_cast<std::size_t>(at - units.begin()));
   });
   std::abort();  // not reached

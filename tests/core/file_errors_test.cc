@@ -282,7 +282,8 @@ TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {
 /// True for the result of reading a file that was removed or replaced by a folder or symlink: ENOENT,
 /// ENOTDIR, EISDIR or ELOOP.
 bool is_gone(const std::string& result) {
-  return std::ranges::any_of(std::array{2, 20, 21, 40}, [&](int error) {
+  const std::array errors = {2, 20, 21, 40};
+  return std::any_of(errors.begin(), errors.end(), [&](int error) {
     return result.starts_with("[Errno " + std::to_string(error) + "]");
   });
 }

@@ -103,7 +103,7 @@ TEST(LineFinder, ReadsNoFurtherThanTheCutOfALine) {
   std::size_t bytes_read = 0;
   LineFinder finder([&](std::span<char> to) {
     if (bytes_read > 1'000'000) throw std::logic_error("read too far");
-    std::ranges::fill(to, 'x');
+    std::fill(to.begin(), to.end(), 'x');
     bytes_read += to.size();
     return to.size();
   });

@@ -23,7 +23,7 @@ TEST(Utf8, EachMaximalSubpartGivesOneReplacement) {
       {"a lead before a lead", "\xC2\xC2\x85\xE2\x80\xE2\x80\xA8", U"R\x85R\u2028"},
   };
   for (auto [name, bytes, text] : rows) {
-    std::ranges::replace(text, U'R', U'\uFFFD');
+    std::replace(text.begin(), text.end(), U'R', U'\uFFFD');
     EXPECT_EQ(models::code_points_of(Text(bytes)), text) << name;
   }
 }
