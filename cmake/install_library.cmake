@@ -1,5 +1,5 @@
-# The library as C++ projects use it: one archive made of both layers, their headers in one folder, and what
-# find_package and pkg-config need to find them.
+# The library for C++ projects: one archive of both layers, their headers in one folder, and the files of find_package
+# and pkg-config.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -11,8 +11,8 @@ target_compile_features(mcp_responses PUBLIC cxx_std_20)
 target_include_directories(mcp_responses INTERFACE
   $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
-# Both layers' public headers lie in one folder of an installation, and in the same layout in the build folder, as
-# links: a project that takes this one in with add_subdirectory writes the same #include <mcp_responses/...>.
+# An installation has the public headers of both layers in one folder. The build folder has the same layout, as
+# symlinks, so that a project that uses add_subdirectory writes the same #include <mcp_responses/...>.
 foreach(layer IN ITEMS core responses)
   get_target_property(headers mcp_responses_${layer} HEADER_SET)
   foreach(header IN LISTS headers)
@@ -35,10 +35,10 @@ set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 configure_package_config_file(cmake/mcp_responsesConfig.cmake.in mcp_responsesConfig.cmake
   INSTALL_DESTINATION "${package_folder}")
 write_basic_package_version_file(mcp_responsesConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-# From the pkg-config file's folder back to the prefix, so that an installed tree may be moved.
+# A path relative to the pkg-config file, so that an installed tree can be moved.
 file(RELATIVE_PATH pkgconfig_to_prefix "/${pkgconfig_folder}" "/")
 string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
-configure_file(packaging/mcp_responses.pc.in mcp_responses.pc @ONLY)
+configure_file(cmake/mcp_responses.pc.in mcp_responses.pc @ONLY)
 
 install(TARGETS mcp_responses EXPORT mcp_responses COMPONENT library)
 install(EXPORT mcp_responses FILE mcp_responsesTargets.cmake NAMESPACE mcp_responses::

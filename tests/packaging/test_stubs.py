@@ -7,8 +7,8 @@ from types import MappingProxyType
 
 from workplace import BUILD, ROOT
 
-sys.path[:0] = map(str, (BUILD, ROOT / "packaging", ROOT / "tests" / "mcp_responses"))
-from make_stubs import STUBS, functions, protocol_name, record_kind, taken, with_functions  # noqa: E402
+sys.path[:0] = map(str, (BUILD, ROOT / "scripts", ROOT / "tests" / "mcp_responses"))
+from make_stubs import STUBS, accepted_type, functions, protocol_name, record_kind, with_functions  # noqa: E402
 from samples import ROW, good_calls, real  # noqa: E402
 
 WRITTEN = STUBS.read_text("utf-8")
@@ -61,12 +61,12 @@ class StubsTest(unittest.TestCase):
             declared = CLASSES[protocol_name(build.__name__)].body
             self.assertEqual(read, [member.name for member in declared], build.__name__)
 
-    def test_types_that_are_taken(self):
+    def test_accepted_types(self):
         met, calls = set(), good_calls() | {"_encoded_size": {"result": ROW}}
         for function in functions(real):
             name, call = function.__name__, calls[function.__name__]
             for parameter, value in call.items():
-                type_ = taken(name, function.__annotations__[parameter])
+                type_ = accepted_type(name, function.__annotations__[parameter])
                 kind = next((kind for kind in OTHERS if kind in type_), None)
                 if kind is None:
                     continue

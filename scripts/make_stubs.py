@@ -1,5 +1,5 @@
-"""Writes the functions of the stubs anew, as the module tells them: parameters, defaults, types, documentation; and
-what each builder reads of a record, with the types that the schemas give."""
+"""Generates the functions of the stubs from the module: parameters, defaults, types and documentation. For each record
+class it generates a protocol with the attributes that the builder reads and their types in the schemas."""
 
 import inspect
 import json
@@ -11,15 +11,15 @@ from hollin import mcp_responses
 
 ROOT = Path(__file__).resolve().parents[1]
 STUBS = ROOT / "hollin-stubs" / "mcp_responses.pyi"
-BY_HAND_UNTIL = "# From here on `./dev stubs` writes"
-MOST_COLUMNS = 120
+GENERATED_FROM = "# From here on `./dev stubs` writes"
+MAX_COLUMNS = 120
 
-# The schema that has a record's attributes as keys, and those that it has not.
+# The schema whose keys are a record's attributes, and the attributes that are not keys.
 RECORDS = {"Symbol": "symbol_details", "Reference": "reference_row", "ComponentInfo": "component"}
 OTHER_ATTRIBUTES = {"file_path": "str | None", "caller_symbol": "_Dict | None"}
 TYPES = {"string": "str", "integer": "int", "boolean": "bool", "null": "None"}
-# What is taken where the module declares less.
-TAKEN = {
+# The stubs accept more types than the annotations of the module declare.
+ACCEPTED = {
     "list[dict[str, Any]]": "Sequence[_Dict]",
     "dict[str, Any]": "_Dict",
     "dict[str, int]": "_Dict",
@@ -35,7 +35,7 @@ def functions(module: Any) -> list[Callable[..., Any]]:
 
 
 class Recorder:
-    """A record of which nothing is known, and which attributes were asked for."""
+    """A record whose attributes are all None. It lists the attributes that were read."""
 
     def __init__(self) -> None:
         self.read = list[str]()
@@ -70,11 +70,11 @@ def protocol(function: Callable[..., Any], record: str) -> str:
     return f"class {protocol_name(function.__name__)}(Protocol):\n" + "".join(lines)
 
 
-def taken(function: str, declared: str) -> str:
+def accepted_type(function: str, declared: str) -> str:
     if declared in RECORDS:
         return f"{protocol_name(function)} | SimpleNamespace"
-    for less, more in TAKEN.items():
-        declared = declared.replace(less, more)
+    for narrow, wide in ACCEPTED.items():
+        declared = declared.replace(narrow, wide)
     return in_double_quotes(declared)
 
 
@@ -88,17 +88,17 @@ def parameters(function: Callable[..., Any]) -> list[str]:
         if one.kind is one.KEYWORD_ONLY and "*" not in written:
             written.append("*")
         default = "" if one.default is one.empty else f" = {in_double_quotes(repr(one.default))}"
-        written.append(f"{one.name}: {taken(function.__name__, one.annotation)}{default}")
+        written.append(f"{one.name}: {accepted_type(function.__name__, one.annotation)}{default}")
     return written
 
 
 def head(function: Callable[..., Any]) -> str:
-    """Broken into lines as formatters do it."""
+    """The first line of a function, broken as formatters break it."""
     name, returns = function.__name__, function.__annotations__["return"]
     joined = ", ".join(parameters(function))
     for inside in (joined, f"\n    {joined}\n", "".join(f"\n    {one}," for one in parameters(function)) + "\n"):
         code = f"def {name}({inside}) -> {returns}:"
-        if all(len(line) <= MOST_COLUMNS for line in code.splitlines()):
+        if all(len(line) <= MAX_COLUMNS for line in code.splitlines()):
             break
     return code
 
@@ -109,7 +109,7 @@ def stub(function: Callable[..., Any]) -> str:
 
 
 def with_functions(stubs: str, module: Any) -> str:
-    end = stubs.index("\n\n", stubs.index(BY_HAND_UNTIL)) + 1
+    end = stubs.index("\n\n", stubs.index(GENERATED_FROM)) + 1
     records = [(function, record) for function in functions(module) if (record := record_kind(function))]
     return "\n".join([stubs[:end], *(protocol(*one) for one in records), *map(stub, functions(module))])
 
