@@ -1,9 +1,12 @@
-# The tests of the extension, in the interpreter that it was built for.
+# Runs the tests of the extension in the interpreter that it was built for.
 
 set(environment "PYTHONPATH=${PROJECT_BINARY_DIR}")
+if(CMAKE_CROSSCOMPILING)
+  list(APPEND environment EMULATED=1)
+endif()
 if("address" IN_LIST MCP_RESPONSES_SANITIZE)
-  # The interpreter itself is not sanitized, so the run-time is loaded ahead of it; without libstdc++ beside it
-  # the first C++ exception would abort. The interpreter keeps memory until it ends: leaks are counted by tests.
+  # The interpreter is not sanitized, so the runtime is preloaded. Without libstdc++ next to it, the first C++ exception
+  # would abort. The interpreter does not free all memory at its end, so tests count leaks instead.
   foreach(library IN ITEMS libasan.so libstdc++.so)
     execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=${library}
       OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
@@ -14,8 +17,7 @@ if("address" IN_LIST MCP_RESPONSES_SANITIZE)
     ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 UBSAN_OPTIONS=print_stacktrace=1)
 endif()
 
-# Found rather than listed: a file that nobody listed would be a test that nobody runs. With the interpreter's own
-# checks, and every warning an error.
+# The files are globbed, so that none is forgotten. The interpreter's own checks are on, and warnings are errors.
 foreach(folder IN ITEMS mcp_responses mcp_client schemas docs)
   file(GLOB test_files CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/${folder}"
     "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/test_*.py")
@@ -25,10 +27,10 @@ foreach(folder IN ITEMS mcp_responses mcp_client schemas docs)
       COMMAND "${Python_EXECUTABLE}" -X dev -W error -bb -m unittest discover --verbose
         --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" --pattern ${file})
     set_tests_properties(${folder}.${stem} PROPERTIES
-      ENVIRONMENT "${environment}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "Ran 0 tests")
+      ENVIRONMENT "${environment}" TIMEOUT ${python_timeout} FAIL_REGULAR_EXPRESSION "Ran 0 tests")
   endforeach()
 endforeach()
-# It needs Node.js and npm's registry, and ctest lists it as skipped where they are not.
+# Skipped without Node.js or npm's registry.
 set_tests_properties(mcp_client.test_with_node PROPERTIES SKIP_REGULAR_EXPRESSION "OK \\(skipped=1\\)")
 
 add_test(NAME mcp_responses.exports
