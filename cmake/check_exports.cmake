@@ -1,4 +1,4 @@
-# Fails unless EXTENSION exports its entry point alone and leaves libpython to the interpreter that loads it.
+# Fails unless EXTENSION exports its entry point only and is not linked with libpython, which the interpreter provides.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND "${NM}" --dynamic --defined-only --format=posix "${EXTENSION}"
@@ -6,7 +6,7 @@ execute_process(COMMAND "${NM}" --dynamic --defined-only --format=posix "${EXTEN
 string(REGEX REPLACE " [^\n]*\n" ";" names "${symbols}")
 list(REMOVE_ITEM names "")
 if(NOT names STREQUAL "PyInit_mcp_responses")
-  message(FATAL_ERROR "exported: ${names}; PyInit_mcp_responses alone should be")
+  message(FATAL_ERROR "exported: ${names}; only PyInit_mcp_responses should be")
 endif()
 
 execute_process(COMMAND "${READELF}" --dynamic "${EXTENSION}" OUTPUT_VARIABLE needs COMMAND_ERROR_IS_FATAL ANY)

@@ -1,5 +1,5 @@
-# How this project compiles its own sources. Linked privately: none of it reaches a user of the library.
-# Warnings become errors with -DCMAKE_COMPILE_WARNING_AS_ERROR=ON, as ./dev check does.
+# The compiler options of this project's own sources. Targets link them privately, so users of the library do not get
+# them. With -DCMAKE_COMPILE_WARNING_AS_ERROR=ON, as in ./dev check, warnings are errors.
 add_library(mcp_responses_flags INTERFACE)
 
 target_compile_options(mcp_responses_flags INTERFACE
@@ -7,7 +7,7 @@ target_compile_options(mcp_responses_flags INTERFACE
   -Wold-style-cast -Wcast-qual -Wcast-align -Wnon-virtual-dtor -Woverloaded-virtual
   -Wextra-semi -Wformat=2 -Wundef -Wunused
   $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond -Wduplicated-branches>
-  # GCC 12 sees overlaps where std::strings are joined that cannot be.
+  # GCC 12 reports impossible overlaps when std::strings are concatenated.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
 if(MCP_RESPONSES_SANITIZE)
