@@ -1,6 +1,7 @@
 #include "work_tree.h"
 
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -84,8 +85,13 @@ UniqueFd open_no_symlink(int folder, const std::string& name, int flags,
   return UniqueFd();
 }
 
+/// Rejects a path that is too long for openat2, so that both ways of opening fail alike.
 UniqueFd open_folder_by_folder(UniqueFd folder, std::string_view path, int flags,
                                const CheckInterrupt& check_interrupt) {
+  if (path.size() >= PATH_MAX) {
+    errno = ENAMETOOLONG;
+    return UniqueFd();
+  }
   while (folder.is_open()) {
     const std::string name(take_component(path));
     if (path.empty()) return open_no_symlink(folder.get(), name, flags, check_interrupt);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/limits.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -153,6 +154,9 @@ TEST_P(WorkTreeTest, AnErrorNamesTheReasonAndTheResolvedPath) {
       {long_name, "[Errno 36] File name too long: '" + root_ + "/" + long_name + "'"},
       {"n\xFF.py", "[Errno 2] No such file or directory: '" + root_ + "/n\xFF.py'"}};
   for (const auto& [path, text] : rows) EXPECT_EQ(reason(tree_, path), text) << path;
+  std::string long_path = "gone";
+  while (long_path.size() < PATH_MAX) long_path += "/gone";
+  EXPECT_EQ(reason(tree_, long_path).substr(0, 30), "[Errno 36] File name too long:");
 
   const WorkTree everything = tree_at("/");
   for (const char* device : {"/dev/null", "/dev/zero", "/dev/full"}) {
