@@ -2,6 +2,9 @@
 
 #include <structmember.h>
 
+#include <optional>
+#include <utility>
+
 #include "call.h"
 #include "py_errors.h"
 
@@ -64,11 +67,13 @@ PyRef run(const Function& function, const CallArguments& given) {
     arguments = bound;
   }
   Call call(globals, *function.state, {signature.parameters.data(), count}, arguments);
+  std::optional<UnsupportedObject> unsupported;
   try {
     return signature.body(call);
-  } catch (const UnsupportedObject& unsupported) {
-    raise_unsupported(unsupported, call.path_to(unsupported));
+  } catch (UnsupportedObject& thrown) {
+    unsupported = std::move(thrown);
   }
+  raise_unsupported(*unsupported, call.path_to(*unsupported));
 }
 
 /// The interpreter's recursion guard. Python code that a call runs may call again without a frame of

@@ -111,10 +111,10 @@ std::size_t encode_py(PyObject* root, Sink& sink) {
   try {
     return encode_in_place(root, sink);
   } catch (const NeedsCopy&) {
-    const PyRef copy = plain_copy(root);
     sink.clear();
-    return encode_in_place(copy.get(), sink);
   }
+  const PyRef copy = plain_copy(root);
+  return encode_in_place(copy.get(), sink);
 }
 
 /// Writes into the scratch buffer. A nested call, from a signal handler, finds the buffer empty and

@@ -2,8 +2,10 @@
 
 #include <cstdarg>
 #include <exception>
+#include <functional>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 #include "code_lines.h"
@@ -49,31 +51,40 @@ void ensure_error() {
   if (PyErr_Occurred() == nullptr) PyErr_NoMemory();
 }
 
-void set_error_from_current_exception() {
+/// A function that raises a Python error.
+using Setter = std::function<void()>;
+
+Setter setter_of(PyObject* type, const std::exception& exception) {
+  return [type, message = std::string(exception.what())] { set_error(type, message.c_str()); };
+}
+
+Setter setter_for(const std::exception_ptr& exception) {
   try {
-    throw;
+    std::rethrow_exception(exception);
   } catch (const PythonError&) {
-    ensure_error();
+    return ensure_error;
   } catch (const std::bad_alloc&) {
-    PyErr_NoMemory();
+    return PyErr_NoMemory;
   } catch (const std::length_error&) {
-    PyErr_NoMemory();
+    return PyErr_NoMemory;
   } catch (const KindError& error) {
-    set_error(PyExc_TypeError, error.what());
+    return setter_of(PyExc_TypeError, error);
   } catch (const AttributeMissing& error) {
-    set_error(PyExc_AttributeError, error.what());
+    return setter_of(PyExc_AttributeError, error);
   } catch (const NestingError& error) {
-    set_error(PyExc_RecursionError, error.what());
+    return setter_of(PyExc_RecursionError, error);
   } catch (const SurrogateError& error) {
-    set_unicode_error(error);
+    return [error] { set_unicode_error(error); };
   } catch (const NulInPath& error) {
-    set_error(PyExc_ValueError, error.what());
+    return setter_of(PyExc_ValueError, error);
   } catch (const SymlinkLoop& error) {
-    set_error_with_path(PyExc_RuntimeError, error.what());
+    return [message = std::string(error.what())] {
+      set_error_with_path(PyExc_RuntimeError, message.c_str());
+    };
   } catch (const std::system_error& error) {
-    set_os_error(error);
+    return [error] { set_os_error(error); };
   } catch (const std::exception& error) {
-    set_error(PyExc_SystemError, error.what());
+    return setter_of(PyExc_SystemError, error);
   }
 }
 
@@ -117,12 +128,13 @@ void raise_unsupported(const UnsupportedObject& unsupported, const std::string& 
                    unsupported.object());
 }
 
-void set_error_from_exception() noexcept {
+void set_error_from(const std::exception_ptr& exception) noexcept {
   try {
-    set_error_from_current_exception();
-  } catch (...) {
-    ensure_error();  // creating the error has failed
+    setter_for(exception)();
+    return;
+  } catch (...) {  // setting the error has failed, for want of memory
   }
+  ensure_error();
 }
 
 }  // namespace mcp_responses

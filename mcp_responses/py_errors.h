@@ -7,9 +7,13 @@
 // calls; the call of a function (function_type.cc), which adds the argument path to an
 // UnsupportedObject; the encoder, which starts again with a copy of a dict whose keys are not all
 // str; and the check of the layout at import. In `core`, `code_lines` catches errors of files.
+//
+// No catch block runs Python code: while one is active, the C++ runtime terminates the process for a
+// forced unwinding (see `call_python`). It stores what it needs, and the code after it does the work.
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <string>
 #include <type_traits>
 
@@ -83,32 +87,35 @@ class UnsupportedObject {
 /// Raises TypeError, or OverflowError for an int. `path` is the object's path in the arguments.
 [[noreturn]] void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path);
 
-/// Sets the interpreter's error from the exception that is being handled. Requires to be called from
-/// a catch block.
-void set_error_from_exception() noexcept;
+/// Sets the interpreter's error from an exception.
+void set_error_from(const std::exception_ptr& exception) noexcept;
 
 /// Calls `body` and releases the PyRef that it returns. Any exception becomes the interpreter's
 /// error, and the result null.
 template <class Body>
 PyObject* translate_exceptions(Body&& body) noexcept {
+  std::exception_ptr exception;
   try {
     return call_python(std::forward<Body>(body)).release();
   } catch (...) {
-    set_error_from_exception();
-    return nullptr;
+    exception = std::current_exception();
   }
+  set_error_from(exception);
+  return nullptr;
 }
 
 /// The same for a body without a result: returns 0, or -1 for an error.
 template <class Body>
 int translate_exceptions_to_status(Body&& body) noexcept {
+  std::exception_ptr exception;
   try {
     call_python(std::forward<Body>(body));
     return 0;
   } catch (...) {
-    set_error_from_exception();
-    return -1;
+    exception = std::current_exception();
   }
+  set_error_from(exception);
+  return -1;
 }
 
 }  // namespace mcp_responses
