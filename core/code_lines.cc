@@ -124,7 +124,7 @@ std::string file_name(const Text& path) {
       }
       if (is_surrogate(unit)) throw SurrogateError(path, i);
       std::array<char, 4> encoded;
-      bytes.append(encoded.data(), encode_utf8(unit, encoded.data()));
+      bytes.append(encoded.data(), detail::encode_utf8(unit, encoded.data()));
     }
   });
   return bytes;

@@ -54,20 +54,22 @@ class ValueTree {
 }  // namespace
 
 Text tool_result_text(const Value& result) {
-  TextSink sink;
+  detail::TextSink sink;
   ValueTree tree;
-  const std::size_t size = encode(tree, &result, sink);
+  const std::size_t size = detail::encode(tree, &result, sink);
   return Text::copy_of(sink.view(size));
 }
 
 std::size_t _encoded_size(const Value& result) {
   const auto foreign_size = result.ops().encoded_size;
   if (foreign_size != nullptr) return foreign_size(result.payload());
-  CountSink sink;
+  detail::CountSink sink;
   ValueTree tree;
-  return encode(tree, &result, sink);
+  return detail::encode(tree, &result, sink);
 }
 
-std::size_t encoded_string_size(const TextView& string) { return CountSink::put_string(0, string); }
+std::size_t encoded_string_size(const TextView& string) {
+  return detail::CountSink::put_string(0, string);
+}
 
 }  // namespace mcp_responses

@@ -118,7 +118,7 @@ std::optional<Text> LineFinder::find(std::int64_t number) {
     if (skip_break()) return line.text();
     ensure(max_character_size);
     std::size_t size = 0;
-    const std::uint32_t code_point = decode_next(rest(), size);
+    const std::uint32_t code_point = detail::decode_next(rest(), size);
     position_ += size;
     if (!line.add(code_point)) return line.text();
   }

@@ -56,7 +56,7 @@ Text decoded(std::string_view utf8) {
   std::vector<std::uint32_t> code_points;
   code_points.reserve(utf8.size());
   for (std::size_t position = 0; position < utf8.size();)
-    code_points.push_back(decode_next(utf8, position));
+    code_points.push_back(detail::decode_next(utf8, position));
   return Text::copy_of(std::span<const std::uint32_t>(code_points));
 }
 
@@ -166,7 +166,7 @@ std::string Text::utf8() const {
     char* end = bytes.data();
     for (std::size_t i = 0; i < units.size(); ++i) {
       if (is_surrogate(units[i])) throw SurrogateError(*this, i);
-      end = encode_utf8(units[i], end);
+      end = detail::encode_utf8(units[i], end);
     }
     bytes.resize(static_cast<std::size_t>(end - bytes.data()));
     return bytes;

@@ -28,7 +28,7 @@ namespace mcp_responses {
 struct ModuleState {
   InternedStrings strings;
   AnswerConverter answers{strings};
-  TextBuffer scratch;  // for the text of `tool_result_text`
+  detail::TextBuffer scratch;  // for the text of `tool_result_text`
 };
 
 /// Null before the module is executed.
@@ -77,7 +77,7 @@ class Call {
     return state_.answers.to_python(std::forward<Result>(result));
   }
 
-  TextBuffer& scratch() noexcept { return state_.scratch; }
+  detail::TextBuffer& scratch() noexcept { return state_.scratch; }
 
   /// The current value of a name in the module's namespace. Raises NameError if it does not exist.
   PyRef global(const StringLiteral& name) const;

@@ -103,7 +103,7 @@ class PyTree {
 template <class Sink>
 std::size_t encode_in_place(PyObject* root, Sink& sink) {
   PyTree tree;
-  return encode(tree, root, sink);
+  return detail::encode(tree, root, sink);
 }
 
 template <class Sink>
@@ -119,33 +119,33 @@ std::size_t encode_py(PyObject* root, Sink& sink) {
 
 /// Writes into the scratch buffer. A nested call, from a signal handler, finds the buffer empty and
 /// allocates its own.
-class ScratchSink : public TextSink {
+class ScratchSink : public detail::TextSink {
  public:
-  explicit ScratchSink(TextBuffer& scratch) noexcept
+  explicit ScratchSink(detail::TextBuffer& scratch) noexcept
       : TextSink(std::exchange(scratch, {})), scratch_(scratch) {}
   ScratchSink(const ScratchSink&) = delete;
   ScratchSink& operator=(const ScratchSink&) = delete;
   ~ScratchSink() {
-    TextBuffer used = std::move(*this).buffer();
+    detail::TextBuffer used = std::move(*this).buffer();
     if (used.capacity <= max_scratch) scratch_ = std::move(used);
   }
 
  private:
   static constexpr std::size_t max_scratch = std::size_t{1} << 20;
 
-  TextBuffer& scratch_;
+  detail::TextBuffer& scratch_;
 };
 
 }  // namespace
 
-PyRef encoded_py_text(PyObject* root, TextBuffer& scratch) {
+PyRef encoded_py_text(PyObject* root, detail::TextBuffer& scratch) {
   ScratchSink sink(scratch);
   const std::size_t size = encode_py(root, sink);
   return exact_string_of(sink.view(size));
 }
 
 std::size_t encoded_py_size(PyObject* root) {
-  CountSink sink;
+  detail::CountSink sink;
   return encode_py(root, sink);
 }
 

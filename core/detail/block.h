@@ -16,7 +16,7 @@
 #include <arm_neon.h>
 #endif
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 
 static_assert(std::endian::native == std::endian::little,
               "mcp_responses supports little-endian targets only");
@@ -157,4 +157,4 @@ class Block {
   Vector units_;
 };
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

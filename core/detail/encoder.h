@@ -14,7 +14,7 @@
 #include "handle.h"
 #include "text.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 
 /// Appends to a sink. The encoder holds it by value, so that the offset stays in a register: a member
 /// of the sink would be stored and loaded again at each call.
@@ -110,4 +110,4 @@ std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
   }
 }
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

@@ -12,7 +12,7 @@
 
 #include "detail/block.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 
 /// The escape of a character: the first `size` of `characters`.
 struct alignas(16) Escape {
@@ -105,4 +105,4 @@ To* write_escaped(std::span<const From> units, To* to) noexcept {
   return to;
 }
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

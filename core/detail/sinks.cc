@@ -8,7 +8,7 @@
 #include "detail/block.h"
 #include "detail/escapes.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 namespace {
 
 /// The bytes of escapes beyond one per unit.
@@ -192,4 +192,4 @@ std::size_t CountSink::put_string(std::size_t offset, const TextView& text) {
   return offset;
 }
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

@@ -23,7 +23,7 @@
 #include "detail/number_text.h"
 #include "text.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 
 /// Memory for the text that is being written.
 struct TextBuffer {
@@ -56,10 +56,10 @@ class TextSink {
   }
   template <class Number>
   std::size_t put_number(std::size_t offset, Number number) {
-    if (offset + detail::number_capacity > narrow_capacity_) [[unlikely]]
-      return put_slow(offset, detail::NumberText(number).view());
+    if (offset + number_capacity > narrow_capacity_) [[unlikely]]
+      return put_slow(offset, NumberText(number).view());
     char* const to = static_cast<char*>(buffer_.bytes.get()) + offset;
-    return offset + static_cast<std::size_t>(detail::write_number(number, to) - to);
+    return offset + static_cast<std::size_t>(write_number(number, to) - to);
   }
   std::size_t put_string(std::size_t offset, const TextView& text) {
     return put_between(offset, false, text, false);
@@ -165,7 +165,7 @@ struct CountSink {
   }
   template <class Number>
   static std::size_t put_number(std::size_t offset, Number number) noexcept {
-    return put(offset, detail::NumberText(number).view());
+    return put(offset, NumberText(number).view());
   }
   static std::size_t put_string(std::size_t offset, const TextView& text);
   static std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
@@ -174,4 +174,4 @@ struct CountSink {
   static void clear() noexcept {}
 };
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

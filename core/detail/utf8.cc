@@ -1,6 +1,6 @@
 #include "detail/utf8.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 namespace {
 
 /// What a lead byte promises: how many bytes follow, and between which bounds the first of them
@@ -67,4 +67,4 @@ char* encode_utf8(std::uint32_t code_point, char* out) noexcept {
   return out;
 }
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

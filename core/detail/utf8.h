@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 
 inline constexpr std::uint32_t replacement_character = 0xFFFD;
 
@@ -23,4 +23,4 @@ constexpr std::size_t utf8_size(std::uint32_t code_point) {
 /// Writes a code point and returns the end. Requires a scalar value and room for 4 bytes.
 char* encode_utf8(std::uint32_t code_point, char* out) noexcept;
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

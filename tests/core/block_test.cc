@@ -14,7 +14,7 @@
 
 #include "detail/escapes.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 namespace {
 
 template <class Unit>
@@ -108,4 +108,4 @@ TYPED_TEST(BlockOf, CopiesUnitsToEachWidth) {
 }
 
 }  // namespace
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

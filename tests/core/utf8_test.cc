@@ -10,7 +10,7 @@
 #include "models/slow_lines.h"
 #include "values.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 namespace {
 
 TEST(Utf8, EachMaximalSubpartGivesOneReplacement) {
@@ -52,4 +52,4 @@ TEST(Utf8, EveryScalarValueGoesThereAndBack) {
 }
 
 }  // namespace
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail
