@@ -146,6 +146,7 @@ void LineFinder::skip_blocks_before(std::int64_t number) {
 
 /// Returns false if there is no line break at `position_`. Requires a byte there.
 bool LineFinder::skip_break() {
+  assert(position_ < end_);
   const auto next = static_cast<unsigned char>(window_[position_]);
   if (next >= 0x20 && next < 0x80) return false;
   ensure(max_break_size);

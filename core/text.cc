@@ -126,6 +126,7 @@ Repertoire joined_repertoire(const TextView& first, const TextView& second) noex
 }
 
 void join(const TextView& first, const TextView& second, Repertoire repertoire, void* to) noexcept {
+  assert(joined_repertoire(first, second) <= repertoire);
   switch (unit_size(repertoire)) {
     case 1:
       return join_units<std::uint8_t>(first, second, to);

@@ -2,6 +2,7 @@
 
 #include <structmember.h>
 
+#include <cassert>
 #include <optional>
 #include <utility>
 
@@ -286,6 +287,7 @@ PyRef make_function_type(PyObject* module) {
 }
 
 PyRef make_function(PyObject* type, PyObject* module, const Signature& signature) {
+  assert(state_of(module) != nullptr);
   PyRef object = checked(PyType_GenericAlloc, reinterpret_cast<PyTypeObject*>(type), 0);
   Function& function = *as_function(object.get());
   function.vectorcall = vectorcall;

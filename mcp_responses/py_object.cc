@@ -1,6 +1,7 @@
 #include "py_object.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "errors.h"
@@ -41,6 +42,7 @@ PyRef string_of(const TextView& characters) {
 }
 
 PyRef exact_string_of(const TextView& characters) {
+  assert(joined_repertoire(characters, {}) == characters.repertoire);
   PyRef string = checked(PyUnicode_New, static_cast<Py_ssize_t>(characters.size),
                          highest_in(characters.repertoire));
   if (characters.size > 0) {

@@ -3,6 +3,7 @@
 // code.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -74,6 +75,7 @@ inline void ensure_ready(PyObject* string) {
 /// The characters of a str, or of a subclass, in place. Requires a str that is ready. Valid while the
 /// str lives.
 inline TextView view_of(PyObject* string) noexcept {
+  assert(PyUnicode_IS_READY(string));
   const Py_UCS4 highest = PyUnicode_MAX_CHAR_VALUE(string);
   const Repertoire repertoire = highest < 0x80      ? Repertoire::ascii
                                 : highest < 0x100   ? Repertoire::latin1

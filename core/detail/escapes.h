@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -52,6 +53,7 @@ inline constexpr std::size_t max_overrun = 16;
 /// Writes the escape of a unit that needs one, and returns its end. Requires capacity for 8 units.
 template <class To>
 To* write_escape(std::uint32_t unit, To* to) noexcept {
+  assert(unit <= last_escaped);
   const Escape& escape = escapes[unit];
   std::copy_n(escape.characters.data(), escape.characters.size(), to);
   return to + escape.size;

@@ -26,14 +26,14 @@ class SharedArray {
   /// Appends an element. Requires spare capacity, and that the caller is the only owner.
   template <class... Arguments>
   void add(Arguments&&... arguments) {
-    assert(size_ < capacity_);
+    assert(size_ < capacity_ && owners_.is_one());
     ::new (static_cast<void*>(items() + size_)) T{std::forward<Arguments>(arguments)...};
     ++size_;
   }
 
   /// Requires an element, and that the caller is the only owner.
   T& last() noexcept {
-    assert(size_ > 0);
+    assert(size_ > 0 && owners_.is_one());
     return items()[size_ - 1];
   }
   void remove_last() noexcept {

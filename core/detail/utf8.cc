@@ -1,5 +1,9 @@
 #include "detail/utf8.h"
 
+#include <cassert>
+
+#include "text.h"
+
 namespace mcp_responses::detail {
 namespace {
 
@@ -25,6 +29,7 @@ constexpr Lead lead_of(unsigned char byte) {
 }  // namespace
 
 std::uint32_t decode_next(std::string_view bytes, std::size_t& position) noexcept {
+  assert(position < bytes.size());
   const auto first = static_cast<unsigned char>(bytes[position++]);
   if (first < 0x80) return first;
   Lead lead = lead_of(first);
@@ -43,6 +48,7 @@ std::uint32_t decode_next(std::string_view bytes, std::size_t& position) noexcep
 }
 
 char* encode_utf8(std::uint32_t code_point, char* out) noexcept {
+  assert(code_point <= 0x10FFFF && !is_surrogate(code_point));
   const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
   const auto put_following = [&](unsigned shift) { put(0x80 | (code_point >> shift & 0x3F)); };
   switch (utf8_size(code_point)) {

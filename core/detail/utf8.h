@@ -20,7 +20,8 @@ constexpr std::size_t utf8_size(std::uint32_t code_point) {
   return code_point < 0x80 ? 1 : code_point < 0x800 ? 2 : code_point < 0x10000 ? 3 : 4;
 }
 
-/// Writes a code point and returns the end. Requires a scalar value and room for 4 bytes.
+/// Writes a code point and returns the end. Requires a scalar value, and capacity for 4
+/// bytes.
 char* encode_utf8(std::uint32_t code_point, char* out) noexcept;
 
 }  // namespace mcp_responses::detail
