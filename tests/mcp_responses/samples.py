@@ -87,11 +87,18 @@ RECORDS = {
 }
 
 
-def parts(value):
-    """The value and all that it holds, keys and a record's attributes too."""
-    yield value
+def parts_of(value):
+    """What the value itself contains: elements, keys and values, or a record's attributes and their names."""
     value = vars(value) if isinstance(value, SimpleNamespace) else value
-    for part in value.items() if isinstance(value, dict) else value if isinstance(value, (list, tuple)) else ():
+    if isinstance(value, dict):
+        return [part for item in value.items() for part in item]
+    return value if isinstance(value, (list, tuple)) else ()
+
+
+def parts(value):
+    """The value and everything in it, at every depth. Requires a value without a cycle."""
+    yield value
+    for part in parts_of(value):
         yield from parts(part)
 
 

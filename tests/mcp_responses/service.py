@@ -13,7 +13,7 @@ from pathlib import Path
 
 import hollin
 from hollin.mcp_responses import tool_result_text
-from workplace import HERE, make_folder
+from script_helper import HERE, make_folder
 
 # A locale that cannot encode most answers: the protocol is UTF-8 in every environment.
 ENVIRONMENT = os.environ | {"PYTHONPATH": str(Path(hollin.__file__).parent.parent), "PYTHONIOENCODING": "ascii"}

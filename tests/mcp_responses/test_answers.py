@@ -6,7 +6,7 @@ from types import SimpleNamespace
 from unittest import mock
 
 import random_input
-from comparing import ComparingTest
+from comparison import ComparingTest
 from samples import FUNCTIONS, RECORDS, REFERENCE, SYMBOL, plain, real, record
 
 # How many random calls are made of a function, if not as many as of the others; some have a test of their own.

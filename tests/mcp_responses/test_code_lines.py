@@ -17,7 +17,7 @@ from unittest import mock
 
 import random_input
 from samples import plain, real
-from workplace import EMULATED, make_folder, run_program
+from script_helper import EMULATED, make_folder, run_program
 
 BREAKS = ["\n", "\r", "\r\n", "\v", "\f", "\x1c", "\x1d", "\x1e", "\x85", "\u2028", "\u2029", "\n\r", "\n\n"]
 NAMES = ["a.py", "é.py", "b c", "n\udcff.py", "漢", "-", "...", "🦉.py", "it's", "q\"'", "N" * 255]

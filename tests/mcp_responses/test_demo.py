@@ -15,7 +15,7 @@ from hollin.mcp_responses import _encoded_size, tool_result_text
 from hollin.catalogue import TOOLS
 from random_input import tree
 from service import ASK, ENVIRONMENT, make_long_tree, make_tree
-from workplace import HERE, make_folder
+from script_helper import HERE, make_folder
 
 CHART = HERE.parents[1] / "benchmarks" / "budget_chart.py"
 sys.path.insert(0, str(CHART.parent))

@@ -7,7 +7,7 @@ import unittest
 
 from hollin.index import Index
 from service import make_tree, write_tree
-from workplace import make_folder
+from script_helper import make_folder
 
 # A call has the fqn of its symbol as a comment. A call without a comment is not resolved.
 CALLS = {

@@ -12,7 +12,7 @@ from unittest import mock
 
 import hollin
 from samples import FUNCTIONS, plain, real
-from workplace import run_program
+from script_helper import run_program
 
 NAME = "hollin.mcp_responses"
 PAGINATION = "hollin.utils.pagination"
@@ -120,6 +120,9 @@ class Loading(unittest.TestCase):
             del cut
         gc.collect()
         self.assertEqual([one() for one in held], [None] * len(held))
+
+    def test_functions_whose_module_the_collector_has_cleared(self):
+        run_program("call_cleared_functions.py")
 
     def test_sub_interpreters_made_used_and_destroyed(self):
         run_program("use_sub_interpreters.py")

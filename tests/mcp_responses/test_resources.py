@@ -12,7 +12,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from samples import PLACES, failing_calls, good_calls, parts, real
-from workplace import make_folder, run_program
+from script_helper import make_folder, run_program
 
 
 class Mallinfo(ctypes.Structure):

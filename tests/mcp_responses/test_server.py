@@ -14,7 +14,7 @@ from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
 from hollin.server import Server, build_index
 from hollin.catalogue import TOOLS
 from service import ASK, NEEDED, TOOL_NAMES, TREE, ServiceTest, conversation, make_long_tree, make_tree
-from workplace import HERE
+from script_helper import HERE
 
 LISTS = [("search", {"query": "a"}, "symbols"), ("files", {}, "files"), ("architecture", {}, "components")]
 LISTS += [("symbol", {"fqn": "shop.cart.pay", "action": "references"}, "references")]

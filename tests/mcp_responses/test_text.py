@@ -5,7 +5,7 @@ import random
 import struct
 
 import random_input
-from comparing import ComparingTest
+from comparison import ComparingTest
 from samples import plain, real
 
 

@@ -13,7 +13,7 @@ from concurrent.futures import ThreadPoolExecutor
 from types import SimpleNamespace
 
 import random_input
-from comparing import ComparingTest, exact
+from comparison import ComparingTest, exact
 from samples import PLACES, REFERENCE, SYMBOL, good_calls, parts, plain, real, record
 
 ANYTHING = "None, bool, int, float, str, list, tuple or dict"

@@ -9,9 +9,9 @@ import unittest
 from unittest import mock
 
 from callbacks import CALLBACKS, FILES, FINALIZERS, record_of
-from comparing import exact
+from comparison import exact
 from samples import HERE, RECORDS, good_calls, real
-from workplace import run_program
+from script_helper import run_program
 
 
 def all_good_calls():

@@ -1,0 +1,144 @@
+"""inject_memory_errors.py interpreter|extension FUNCTION: fails one allocation of a call after the other, each alone
+and together with all later ones. Each call must raise MemoryError or return the right answer, and leave no trace:
+reference counts, blocks and C++ objects are those of before. Prints how many calls raised MemoryError.
+
+It does so for a module that is in use, and for the first call of a newly imported one. The interpreter's free lists
+are empty at the beginning of each call; objects from them would need no allocation. Allocations of the extension fail
+by failing_allocator.cc, which has to be preloaded.
+"""
+
+import ctypes
+import gc
+import importlib.util
+import itertools
+import sys
+
+import samples
+
+source, name = sys.argv[1:]
+ALL_LATER = 10**6
+if source == "interpreter":
+    import _testcapi
+
+    fail_between, fail_no_more = _testcapi.set_nomemory, _testcapi.remove_mem_hooks
+    live_objects = int
+else:
+    library = ctypes.CDLL(None)
+    fail_between, fail_no_more = library.fail_between, library.fail_no_more
+    live_objects = library.live_object_count
+
+
+def new_module():
+    spec = importlib.util.spec_from_file_location(samples.real.__name__, samples.real.__file__)
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
+
+
+def result_of(function, arguments):
+    """The answer, or the repr of the error. Raises only MemoryError."""
+    try:
+        return function(**arguments)
+    except MemoryError:
+        raise
+    except Exception as error:
+        if not error.args:  # 3.11.2 raises an error without a text if there is no memory for the text
+            raise MemoryError
+        return repr(error)
+
+
+def failing_call(function, arguments, first, length):
+    """The result of the call; "MemoryError" if it raises that."""
+    gc.collect()  # a full collection empties the free lists
+    fail_between(first, first + length)
+    try:
+        return result_of(function, arguments)
+    except MemoryError:
+        return "MemoryError"
+    finally:
+        fail_no_more()
+
+
+def reference_counts(held):
+    sys._clear_type_cache()  # it holds references to names of attributes
+    return [*map(sys.getrefcount, held)]
+
+
+def sweep(label, expected, held, call, length):
+    """Fails each allocation in turn, until the call succeeds. Returns the number of calls that failed."""
+    before = reference_counts(held)
+    failed = 0
+    for first in itertools.count():
+        result = call(first, length)
+        is_error = isinstance(result, str) and result == "MemoryError"
+        assert is_error or result == expected, (label, first, length, result)
+        succeeded, failed = not is_error, failed + is_error
+        del result
+        after = reference_counts(held)
+        changed = [(str(part)[:50], new - old) for part, old, new in zip(held, before, after) if old != new]
+        assert not changed, (label, first, length, changed)
+        # A call can survive one failed allocation, such as that of a cache of the interpreter.
+        if succeeded and (length == ALL_LATER or first >= last[label]):
+            last[label] = first
+            return failed
+
+
+last = {}
+
+
+def check(label, expected, held, call):
+    failed = sweep(label, expected, held, call, ALL_LATER)
+    failed += sweep(label, expected, held, call, 1)
+    counts = []
+    for _ in range(3):
+        sweep(label, expected, held, call, ALL_LATER)
+        sweep(label, expected, held, call, 1)
+        gc.collect()
+        counts.append((sys.getallocatedblocks(), live_objects()))
+    assert counts[1][0] <= counts[2][0] <= counts[1][0] + 2 and counts[1][1] == counts[2][1], (label, counts)
+    return failed
+
+
+def held_parts(arguments, expected):
+    """The objects whose reference counts must not change: all in the arguments, and the keys of the answer."""
+    held, waiting = {}, [*arguments.values(), *(expected if isinstance(expected, dict) else ())]
+    while waiting:
+        part = waiting.pop()
+        if id(part) in held or type(part) in (int, bool, type(None)):
+            continue
+        held[id(part)] = part
+        if isinstance(part, (dict, list, tuple, samples.SimpleNamespace)):
+            waiting += samples.parts_of(part)
+    return [*held.values()]
+
+
+def first_call(arguments):
+    def call(first, length):
+        module = new_module()
+        result = failing_call(getattr(module, name), arguments, first, length)
+        del module
+        gc.collect()
+        return result
+
+    return call
+
+
+good, function = samples.good_calls()[name], getattr(samples.real, name)
+calls = [good, *samples.failing_calls(name)]
+if name in ("tool_result_text", "_encoded_size"):
+    # Longer than the buffer that is kept between calls, and wider and wider.
+    calls[1:1] = [{"result": [{"a": letter * 400_000} for letter in 'a"é漢😀']}]
+total = 0
+for number, arguments in enumerate(calls):
+    if "root" in arguments:
+        arguments["root"] = str(arguments["root"])  # without memory, the interpreter does not find __fspath__
+    expected = result_of(function, arguments)
+    if isinstance(expected, str) and expected.startswith("RecursionError"):
+        continue  # after thousands of allocations
+    held = held_parts(arguments, expected)
+    # In each call the interpreter itself binds the arguments, as it does for a call in a program.
+    gc.freeze()
+    total += check(number, expected, held, lambda *which: failing_call(function, arguments, *which))
+    if number < 2:
+        total += check(f"first call {number}", expected, held, first_call(arguments))
+print(total)

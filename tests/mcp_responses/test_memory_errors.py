@@ -1,0 +1,39 @@
+"""Failed allocations, of the interpreter and of C++: a call raises MemoryError or returns the right answer, leaks nothing,
+and the next call works."""
+
+import importlib.util
+import os
+import shutil
+import subprocess
+import unittest
+
+from samples import FUNCTIONS
+from script_helper import EMULATED, HERE, make_folder, run_program
+
+IS_SANITIZED = "libasan" in os.environ.get("LD_PRELOAD", "")
+needs_testcapi = unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter has no _testcapi")
+
+
+class MemoryErrors(unittest.TestCase):
+    def assert_handled(self, source, **environment):
+        for function in FUNCTIONS:
+            failed = int(run_program("inject_memory_errors.py", source, function, **environment))
+            self.assertGreater(failed, 1, function)
+
+    @needs_testcapi
+    def test_allocations_of_the_interpreter(self):
+        self.assert_handled("interpreter")
+
+    @unittest.skipIf(IS_SANITIZED, "the sanitizer has an operator new of its own")
+    @unittest.skipIf(EMULATED, "LD_PRELOAD would apply to the emulator")
+    def test_allocations_of_the_extension(self):
+        compiler = shutil.which(os.environ.get("CXX", "c++"))
+        self.assertIsNotNone(compiler, "the compiler that built the extension is missing")
+        library = make_folder(self.addCleanup) / "failing_allocator.so"
+        source = HERE / "programs" / "failing_allocator.cc"
+        subprocess.run([compiler, "-shared", "-fPIC", "-o", library, source], check=True)
+        self.assert_handled("extension", LD_PRELOAD=str(library))
+
+    @needs_testcapi
+    def test_allocations_of_an_import(self):
+        self.assertGreater(int(run_program("inject_memory_errors_at_import.py", 3000)), 300)
