@@ -1,25 +1,127 @@
-"""end_inside_a_callback.py NAME: the interpreter ends, which takes it a while, while a thread of it waits in the
-service's own code in the middle of a call, and tries to go on meanwhile."""
+"""exit_during_calls.py callbacks|collector: the interpreter exits while a daemon thread is inside Python code that a
+call of the extension runs. The thread then tries to take the GIL, and is ended by unwinding its stack.
 
+With "callbacks", the Python code is that of callbacks.py. With "collector", it is a finalizer that the collector runs
+at the first, second, ... allocation of a container in a call of each function. Each case is a process of its own.
+"""
+
+import functools
+import gc
+import itertools
+import os
 import sys
 import threading
 import time
 
 from callbacks import CALLBACKS, FINALIZERS
+from samples import good_calls, real
 
-inside = threading.Event()
-
-
-def hook(sleep=time.sleep):
-    inside.set()
-    sleep(0.1)
+PROCESSES = 8  # at a time
 
 
-class LastMoment:
-    def __del__(self, sleep=time.sleep):
-        sleep(0.2)
+class Finalized:
+    """Garbage, whose finalizer leaves new garbage until it has run so many times, and then calls `hook`."""
+
+    def __init__(self, runs, hook):
+        self.itself, self.runs, self.hook = self, runs, hook
+
+    def __del__(self):
+        if self.runs == 0:
+            self.hook()
+        else:
+            Finalized(self.runs - 1, self.hook)
 
 
-sys.modules["last"] = LastMoment()
-threading.Thread(target=(CALLBACKS | FINALIZERS)[sys.argv[1]], args=[hook], daemon=True).start()
-inside.wait()
+class Owned(list):
+    """An attribute that only the call has a reference to. Python code in its finalizer crashes without the GIL."""
+
+    def __del__(self):
+        pass
+
+
+class OwningRecord:
+    def __getattr__(self, name):
+        return Owned([name])
+
+
+def at_allocation(number, call):
+    def call_with_hook(hook):
+        gc.set_threshold(1)
+        gc.disable()
+        gc.collect()  # also empties the free lists, from which objects come without an allocation
+        Finalized(number, hook)
+        gc.enable()
+        call()
+        gc.disable()
+
+    return call_with_hook
+
+
+def cases():
+    """The label of each case, and a function that makes its call with a hook."""
+    if sys.argv[1] == "callbacks":
+        yield from (CALLBACKS | FINALIZERS).items()
+        return
+    calls = {name: functools.partial(getattr(real, name), **good) for name, good in good_calls().items()}
+    for name in ("build_component", "build_symbol_full_details", "build_api_endpoint"):
+        calls[f"{name} of an owning record"] = functools.partial(getattr(real, name), OwningRecord())
+    for name, good_call in calls.items():
+        good_call()
+        for number in itertools.count():
+            runs = []
+            call = at_allocation(number, good_call)
+            call(lambda: runs.append(True))
+            gc.set_threshold(700)
+            gc.collect()
+            if not runs:
+                break
+            yield f"{name}, finalizer {number}", call
+
+
+def start(call):
+    """In a child process: starts the call in a thread, and returns while its hook waits for the interpreter to exit."""
+    inside = threading.Event()
+
+    def hook(sleep=time.sleep):
+        inside.set()
+        sleep(0.1)
+
+    def run():
+        call(hook)
+        inside.set()
+
+    class Last:
+        def __del__(self, sleep=time.sleep):
+            sleep(0.3)
+
+    sys.modules["last"] = Last()
+    threading.Thread(target=run, daemon=True).start()
+    assert inside.wait(30)
+
+
+def wait_for_one(running):
+    child, status = os.wait()
+    label = running.pop(child)
+    assert status == 0, f"{label} ended with status {os.waitstatus_to_exitcode(status)}"
+
+
+def main():
+    running, count = {}, 0
+    all_cases = [*cases()]
+    gc.enable()
+    for label, call in all_cases:
+        if len(running) == PROCESSES:
+            wait_for_one(running)
+        child = os.fork()
+        if child == 0:
+            start(call)
+            return
+        running[child] = label
+        count += 1
+    while running:
+        wait_for_one(running)
+    assert count > 10, count
+    print(count)
+
+
+main()
