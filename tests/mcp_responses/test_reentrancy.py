@@ -102,8 +102,8 @@ class InTheMiddle(unittest.TestCase):
         self.addCleanup(gc.enable)
         self.assertEqual((all_good_calls(), gc.isenabled()), (self.good, False))
         run_program("collect_at_every_allocation.py")
-        run_program("meet_rows_in_a_finalizer.py")
+        run_program("create_templates_in_a_finalizer.py")
 
-    def test_it_does_not_come_back_before_the_process_ends(self):
-        for name in [*CALLBACKS, *FINALIZERS]:
-            run_program("end_inside_a_callback.py", name)
+    def test_the_interpreter_exits_while_it_runs(self):
+        for source in ("callbacks", "collector"):
+            run_program("exit_during_calls.py", source)

@@ -101,6 +101,6 @@ class Surroundings(unittest.TestCase):
                 rows.extend({"b": None} for _ in range(20 - len(rows)))
         self.assertEqual([one.exception() for one in working], [None] * 8)
 
-    def test_calls_at_the_end_of_the_process(self):
+    def test_the_interpreter_exits_while_threads_call(self):
         for _ in range(20):
-            run_program("end_while_threads_call.py")
+            run_program("exit_while_threads_call.py")

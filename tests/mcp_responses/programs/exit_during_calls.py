@@ -2,21 +2,22 @@
 call of the extension runs. The thread then tries to take the GIL, and is ended by unwinding its stack.
 
 With "callbacks", the Python code is that of callbacks.py. With "collector", it is a finalizer that the collector runs
-at the first, second, ... allocation of a container in a call of each function. Each case is a process of its own.
+at the first, second, ... allocation of a container in a call of each function, and in calls that fail. Each case is a
+process of its own.
 """
 
 import functools
 import gc
-import itertools
 import os
 import sys
 import threading
 import time
 
 from callbacks import CALLBACKS, FINALIZERS
-from samples import good_calls, real
+from samples import SYMBOL, good_calls, real, record
 
 PROCESSES = 8  # at a time
+MAX_ALLOCATIONS = 12  # that are tested of a call
 
 
 class Finalized:
@@ -44,6 +45,30 @@ class OwningRecord:
         return Owned([name])
 
 
+CYCLE = []
+CYCLE.append(CYCLE)
+# One call for each C++ exception that becomes a Python error.
+FAILING = [
+    lambda: real.tool_result_text([{"k": object()}]),
+    lambda: real.tool_result_text({(): 1}),
+    lambda: real.tool_result_text({7: [2**63]}),
+    lambda: real.tool_result_text(CYCLE),
+    lambda: real.build_test_coverage("", CYCLE),
+    lambda: real._encoded_size("\ud800"),
+    lambda: real.without_nulls("not a dict"),
+    lambda: real.build_file_symbol(record(SYMBOL, fqn=7), "module"),
+    lambda: real.code_lines("/", [("a\0", 1)]),
+]
+
+
+def fail(call):
+    try:
+        call()
+    except Exception:
+        return
+    raise AssertionError("the call succeeded")
+
+
 def at_allocation(number, call):
     def call_with_hook(hook):
         gc.set_threshold(1)
@@ -65,9 +90,10 @@ def cases():
     calls = {name: functools.partial(getattr(real, name), **good) for name, good in good_calls().items()}
     for name in ("build_component", "build_symbol_full_details", "build_api_endpoint"):
         calls[f"{name} of an owning record"] = functools.partial(getattr(real, name), OwningRecord())
+    calls |= {f"error {number}": functools.partial(fail, call) for number, call in enumerate(FAILING)}
     for name, good_call in calls.items():
         good_call()
-        for number in itertools.count():
+        for number in range(MAX_ALLOCATIONS):
             runs = []
             call = at_allocation(number, good_call)
             call(lambda: runs.append(True))

@@ -1,4 +1,4 @@
-"""The interpreter ends while four threads call, over and over."""
+"""The interpreter exits while four daemon threads call functions in a loop."""
 
 import threading
 
