@@ -4,14 +4,17 @@ import contextlib
 import copy
 import ctypes
 import gc
+import importlib
 import os
 import random
 import sys
 import unittest
+import weakref
 from concurrent.futures import ThreadPoolExecutor
-from pathlib import Path
+from unittest import mock
 
-from samples import PLACES, failing_calls, good_calls, parts, real
+import hollin
+from samples import PLACES, RECORDS, failing_calls, good_calls, parts, real, record
 from script_helper import make_folder, run_program
 
 
@@ -70,6 +73,45 @@ class Leaks(unittest.TestCase):
                 gc.collect()
                 counts.append([*map(sys.getrefcount, held)])
             self.assertEqual(*counts, name)
+
+
+    def test_memory_after_a_long_text(self):
+        real.tool_result_text("x" * (1 << 20))
+        before = in_use()[1]
+        for size in (100 << 20, 2 << 20, 1 << 20, 1000_000, 500_000):
+            real.tool_result_text(["x" * size])
+            self.assertLess(in_use()[1] - before, (1 << 20) + (64 << 10), size)
+
+
+class Lifetimes(unittest.TestCase):
+    def test_a_function_that_is_freed_clears_its_weak_references(self):
+        with mock.patch.dict(sys.modules), mock.patch.dict(vars(hollin)):
+            del sys.modules[real.__name__]
+            module = importlib.import_module(real.__name__)
+        gc.disable()
+        self.addCleanup(gc.enable)
+        for name in good_calls():
+            freed = []
+            reference = weakref.ref(getattr(module, name), freed.append)
+            delattr(module, name)
+            self.assertEqual((reference(), freed), (None, [reference]), name)
+
+    def test_the_collector_tracks_each_dict_that_can_be_in_a_cycle(self):
+        for place in PLACES:
+            if place.where == "result":
+                continue
+            answer = place.call([{"k": []}])
+            containers = [part for part in parts(answer) if isinstance(part, (list, dict))]
+            self.assertIn([{"k": []}], containers, place)
+            for container in containers:
+                may_be_in_a_cycle = isinstance(container, list) or any(
+                    isinstance(value, (list, dict)) for value in container.values()
+                )
+                self.assertTrue(gc.is_tracked(container) or not may_be_in_a_cycle, place)
+        for name, fields in RECORDS.items():
+            leaves = {key: value for key, value in fields.items() if not isinstance(value, dict)}
+            answer = getattr(real, name)(record(leaves, caller_symbol=None))
+            self.assertFalse(gc.is_tracked(answer), name)
 
 
 class Surroundings(unittest.TestCase):

@@ -1,5 +1,6 @@
 """The text of a result and its size, beside the standard library's; cuts and summaries."""
 
+import itertools
 import json
 import random
 import struct
@@ -38,6 +39,20 @@ class TextOfResults(ComparingTest):
             for odd in '"\x1f\n ~\x7féߏ漢😀':
                 texts = [filler * at + odd + filler * after for at in range(71) for after in range(71 - at)]
                 self.assert_encoded([odd, filler * 5000, *texts])
+
+
+    def test_texts_around_the_capacity_of_the_buffer(self):
+        too_long_to_keep = ["x" * (1 << 20)]  # after it, the next text begins with an empty buffer
+        for capacity, filler, escape in itertools.product((1 << 14, 1 << 15), "aé漢😀", ('"', "\n", "\x01", "a\\")):
+            units = capacity // {"a": 1, "é": 1, "漢": 2, "😀": 4}[filler]
+            escaped = len(json.dumps(escape)) - 2
+            for escapes in (3, units // escaped - 9):
+                for size in range(units - 24, units + 8):
+                    value = [filler * (size - escapes * escaped - 4) + escape * escapes]
+                    real.tool_result_text(too_long_to_keep)
+                    text = real.tool_result_text(value)
+                    expected = json.dumps(value, ensure_ascii=False, separators=(",", ":"))
+                    self.assertTrue(text == expected, (capacity, filler, escape, escapes, size))
 
 
 class CutsAndSummaries(ComparingTest):

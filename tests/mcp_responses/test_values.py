@@ -64,6 +64,16 @@ def nested(kind, levels):
     return value
 
 
+# The order in which functions inspect their arguments, if it is not that of the parameters.
+INSPECTION_ORDER = {
+    "build_symbol_search_result": ("file_path", "symbol"),
+    "build_symbol_full_details": ("file_path", "symbol"),
+    "build_file_symbol": ("module", "symbol"),
+    "build_api_endpoint": ("file_path", "component_name", "symbol"),
+    "build_reference": ("code", "reference"),
+}
+
+
 def outcome(function, *args, **named):
     """The answer as its text says it, or the kind of the error and its own words."""
     try:
@@ -130,6 +140,34 @@ class Values(ComparingTest):
                 if "int" in declared:
                     with self.assertRaisesRegex(OverflowError, f"^{name} is an int beyond 64 bits"):
                         getattr(real, function)(**good | {name: -(2**63) - 1})
+
+    def test_which_of_two_wrong_arguments_is_reported(self):
+        for name, good in good_calls().items():
+            function = getattr(real, name)
+            for first, second in itertools.combinations(INSPECTION_ORDER.get(name, good), 2):
+                for make_first, make_second in itertools.product((object, lambda: 2**64 - len(name), set), repeat=2):
+                    values = {first: make_first(), second: make_second()}  # two objects in any case
+                    one, other = (outcome(function, **good | {key: value}) for key, value in values.items())
+                    self.assertNotEqual(one, other, (name, first, second))
+                    self.assertEqual(outcome(function, **good | values), one, (name, first, second))
+
+    def test_rare_kinds_of_excerpts(self):
+        excerpts = [[*range(2000)], ["é"] * 700, moved(OrderedDict), {7: [1], None: {"k": 1.5}}, 7, 0.0, True, (), ("x",)]
+        excerpts.append(OVERRIDING[str]("words " * 300))
+        for excerpt, budget in itertools.product(excerpts, (None, 0, 60, 100, 200, 10**6)):
+            named = {"mode": "m", "query": "q", "answer": "a", "token_budget": budget}
+            text = str.__str__(excerpt) if isinstance(excerpt, str) else real.tool_result_text(excerpt) if excerpt else ""
+            expected = plain.build_wiki_ask_response(sections=[{"excerpt": text}], **named)
+            answer = real.build_wiki_ask_response(sections=[{"excerpt": excerpt}], **named)
+            self.assertTrue(exact(answer) == exact(expected), f"{text:.50} {budget}")
+
+    def test_keys_of_one_text_in_a_caller(self):
+        for keys in itertools.permutations(("fqn", UnequalName("fqn"), "kind", UnequalName("kind"), 7), 4):
+            caller = {key: f"value {number}" for number, key in enumerate(keys)}
+            answers = [
+                real.build_reference(record(REFERENCE, caller_symbol=value)) for value in (caller, merged(caller))
+            ]
+            self.assertEqual(*map(exact, answers), keys)
 
     def test_keys_that_become_the_same_text(self):
         rng = random.Random(31)
@@ -227,6 +265,22 @@ class OrderedDicts(ComparingTest):
             self.assertEqual([*real.without_nulls(moved(kind))], ["c", "b", "method", "a"])
             self.assertEqual(real.tool_result_text(moved(kind)), '{"c":4,"7":null,"b":2,"method":3,"a":1}')
             self.assertEqual(real._encoded_size([moved(kind)]), len('[{"c":4,"7":null,"b":2,"method":3,"a":1}]'))
+
+
+    def test_a_hash_that_raises(self):
+        class Key(str):
+            is_broken = False
+
+            def __hash__(self):
+                return 1 // (not self.is_broken) and str.__hash__(self)
+
+        key = Key("k")
+        value = OrderedDict({"a": 1, key: [2], "b": 3})
+        key.is_broken = True
+        for place in PLACES:
+            for each in (value, [value], {"x": [value]}):
+                self.assertRaises(ZeroDivisionError, place.call, each)
+        self.assertRaises(ZeroDivisionError, real.without_nulls, value)
 
 
 class Errors(unittest.TestCase):
