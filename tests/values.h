@@ -1,4 +1,4 @@
-// What the tests write values with.
+// Helpers of the tests for values.
 #pragma once
 
 #include <string>
@@ -14,8 +14,8 @@ inline Text operator""_t(const char* utf8, std::size_t size) {
 
 inline std::string written(const Value& value) { return tool_result_text(value).utf8(); }
 
-/// A string, list or object that somebody else holds, as a host interpreter would, and that counts
-/// what is asked of it. Must outlive its handles.
+/// A string, list or object that is stored outside of the library, like a Python object. Counts its
+/// owners and materializations. Must outlive its handles.
 class Foreign {
  public:
   explicit Foreign(Value content) : content_(std::move(content)) {}
@@ -36,7 +36,7 @@ class Foreign {
     return *static_cast<Foreign*>(const_cast<void*>(payload.pointer));
   }
 
-  /// With functions beyond those of its kind, which nobody calls.
+  /// Also has functions that its kind does not need. They are never called.
   template <Kind held>
   static const ValueOps& ops() {
     static constexpr ValueOps ops{

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <new>
 #include <string>
 
@@ -11,28 +10,12 @@
 #include "models/slow_cuts.h"
 #include "values.h"
 
-namespace {
-thread_local std::size_t allocations = 0;
-thread_local std::size_t bytes_allocated = 0;
-}  // namespace
-
-// Counts what each thread of this program allocates. Not inlined: the compiler would see `free` given
-// what `new` made.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  bytes_allocated += size;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-
 namespace mcp_responses {
 namespace {
 
 using namespace std::string_literals;
 
-TEST(Cuts, WhiteSpaceIsTheseCodePointsAndNoOthers) {
+TEST(Cuts, ExactlyTheseCodePointsAreWhiteSpace) {
   for (std::uint32_t c = 0; c <= 0x10FFFF; ++c)
     ASSERT_EQ(is_white_space(c), models::is_space(c)) << c;
 }
@@ -60,23 +43,6 @@ TEST(Cuts, Examples) {
       << "a text that fits is not copied";
 }
 
-TEST(Cuts, TakeNoMoreMemoryThanTheirResult) {
-  constexpr std::int64_t chars = 100'000;
-  constexpr std::size_t head = 64;
-  for (const char32_t character : {U'w', U'\xE9', U'\u0151', U'\U00010151'}) {
-    const Text text = models::text_of(std::u32string(2 * chars, character));
-    for (Text (*const shortened)(Text, std::int64_t) : {_cut, _trimmed}) {
-      allocations = bytes_allocated = 0;
-      const Text result = shortened(text, chars);
-      const std::pair taken{allocations, bytes_allocated};
-      const std::string name = models::text_of({character}).utf8();
-      EXPECT_EQ(taken.first, 1U) << name;
-      EXPECT_LE(taken.second, result.size() * unit_size(result.view().repertoire) + head) << name;
-      EXPECT_EQ(result.size(), static_cast<std::size_t>(chars));
-    }
-  }
-}
-
 TEST(Cuts, FirstSentences) {
   const std::string long_word(159, 'w');
   const std::pair<std::string, std::string> rows[] = {
@@ -90,7 +56,7 @@ TEST(Cuts, FirstSentences) {
       {"First line\r\n\r\nsecond line.", "First line second line."},
       {"First line\n \nsecond line.", "First line second line."},
       {". a", "."},
-      // Around the limit: what stands behind the 160th character decides whether a cut is marked.
+      // Around the limit: the characters after the 160th determine whether the text is cut.
       {long_word + "w", long_word + "w"},
       {long_word + "ww", long_word + "…"},
       {long_word + ". Next", long_word + "."},
@@ -107,9 +73,8 @@ TEST(Cuts, FirstSentences) {
   EXPECT_FALSE(first_sentence({}));
 }
 
-// Words are copied in blocks of 16: whatever two characters follow each other, wherever they stand
-// in the blocks and in the text, the summary is that of the rules.
-TEST(Cuts, FirstSentencesEndAtEveryPosition) {
+// All pairs of special characters at every position of a text, and so of a block of 16 units.
+TEST(Cuts, FirstSentencesWithSpecialCharactersAtEveryPosition) {
   const std::u32string words = U"ab cdefg hi jklmnop qrs tuvw xyz abc def";
   const std::u32string specials = U" .?\n\0\x1c\x85\xA0\u2003x"s;
   for (std::size_t size = 2; size <= words.size(); ++size) {
@@ -129,23 +94,22 @@ TEST(Cuts, FirstSentencesEndAtEveryPosition) {
   }
 }
 
-// However wide its characters and long its words, a docstring is summed up by the rules, and
-// nothing is written behind the summary.
-TEST(Cuts, FirstSentencesOfLongWordsKeepToTheirRoom) {
+// The characters after a FirstSentence in memory must not change.
+TEST(Cuts, FirstSentencesOfLongWordsStayInTheirBuffer) {
   const std::u32string ends[] = {U"", U"w", U"www", U" ", U" w", U".", U". w", U" w w", U" www"};
   for (const char32_t character : {U'w', U'\xE9', U'\u0151', U'\U00010151'}) {
     for (std::size_t size = 155; size <= 165; ++size) {
       for (const std::u32string& end : ends) {
         const std::u32string docstring = std::u32string(size, character) + end;
         struct {
-          alignas(FirstSentence) std::array<char, sizeof(FirstSentence)> room;
-          std::array<char, 64> behind;
+          alignas(FirstSentence) std::array<char, sizeof(FirstSentence)> object;
+          std::array<char, 64> after;
         } memory;
-        memory.behind.fill('#');
+        memory.after.fill('#');
         const auto* sentence =
-            new (memory.room.data()) FirstSentence(models::text_of(docstring).view());
+            new (memory.object.data()) FirstSentence(models::text_of(docstring).view());
         const std::string where = models::text_of(docstring).utf8();
-        ASSERT_EQ(std::string(memory.behind.data(), memory.behind.size()), std::string(64, '#'))
+        ASSERT_EQ(std::string(memory.after.data(), memory.after.size()), std::string(64, '#'))
             << where;
         const Cut cut = sentence->cut();
         ASSERT_EQ(models::code_points_of(Text::joined(cut.kept, cut.mark)),

@@ -1,4 +1,4 @@
-"""Calls in the middle of which the service's own code runs. Each is a function of that code, which is called `hook`."""
+"""Calls of the extension that run Python code of the caller. Each is a function of that code, `hook`."""
 
 import logging
 from unittest import mock
@@ -7,35 +7,35 @@ from samples import HERE, RECORDS, real
 
 FILES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
 FQNS = ["shop.cart.Cart", "shop.cart.pay"]
-real.logger.setLevel(logging.INFO)  # which goes to no handler but the ones that are put there
+real.logger.setLevel(logging.INFO)  # no handler is installed, so nothing is written
 
 
-def made(*bases, **methods):
-    return type("Made", bases, methods)
+def class_with(*bases, **methods):
+    return type("Custom", bases, methods)
 
 
 def record_of(fields, hook):
-    """Has no attributes but those that it is asked for."""
-    return made(__getattr__=lambda self, name: hook() or fields[name])()
+    """A record that computes each attribute when it is read."""
+    return class_with(__getattr__=lambda self, name: hook() or fields[name])()
 
 
 def iterator(items, hook):
     items = iter(items)
-    return made(__iter__=lambda self: hook() or self, __next__=lambda self: hook() or next(items))()
+    return class_with(__iter__=lambda self: hook() or self, __next__=lambda self: hook() or next(items))()
 
 
 def root(hook):
-    return real.code_lines(made(__fspath__=lambda self: hook() or str(HERE))(), FILES)
+    return real.code_lines(class_with(__fspath__=lambda self: hook() or str(HERE))(), FILES)
 
 
 def name_of_an_argument(hook):
-    name = made(str, __hash__=str.__hash__, __eq__=lambda self, other: hook() or str.__eq__(self, other))("text")
+    name = class_with(str, __hash__=str.__hash__, __eq__=lambda self, other: hook() or str.__eq__(self, other))("text")
     return real._cut(**{name: "abc", "chars": 2})
 
 
 def log_handler(hook):
     handler = logging.Handler()
-    handler.lock = None  # or another thread that logs would have to wait
+    handler.lock = None  # so that another thread that logs does not wait
     handler.emit = lambda record: hook()
     with mock.patch.object(real.logger, "handlers", [handler]):
         return real.code_lines(HERE, FILES)
@@ -59,14 +59,14 @@ CALLBACKS = {
 }
 
 
-def giving_away(hook):
-    """A record that holds no reference to its attributes, which have a finalizer."""
-    dropped = made(list, __del__=lambda self: hook())
-    return made(__getattr__=lambda self, name: dropped([1]))()
+def owning_record(hook):
+    """A record that keeps no reference to its attributes, which have a finalizer."""
+    attribute = class_with(list, __del__=lambda self: hook())
+    return class_with(__getattr__=lambda self, name: attribute([1]))()
 
 
-def refused(hook):
-    """Each iterator of it yields what is refused everywhere, and runs a finalizer when it is given up."""
+def unsupported_elements(hook):
+    """An iterable of an unsupported element. Each of its iterators runs the hook when it is freed."""
 
     def iterate(self):
         try:
@@ -74,13 +74,13 @@ def refused(hook):
         finally:
             hook()
 
-    return made(__iter__=iterate)()
+    return class_with(__iter__=iterate)()
 
 
-# Calls that fail with a TypeError and drop the last reference to something with a finalizer, which is the hook.
+# Calls that raise TypeError and release the last reference to an object whose finalizer is the hook.
 FINALIZERS = {
-    "refused fqns": lambda hook: real.outline_module(refused(hook)),
-    "refused places": lambda hook: real.code_lines(HERE, refused(hook)),
-    "refused attributes": lambda hook: real.build_symbol_search_result(giving_away(hook)),
-    "attributes": lambda hook: real.tool_result_text([real.build_component(giving_away(hook)), hook]),
+    "unsupported fqns": lambda hook: real.outline_module(unsupported_elements(hook)),
+    "unsupported places": lambda hook: real.code_lines(HERE, unsupported_elements(hook)),
+    "unsupported attributes": lambda hook: real.build_symbol_search_result(owning_record(hook)),
+    "attributes": lambda hook: real.tool_result_text([real.build_component(owning_record(hook)), hook]),
 }

@@ -1,4 +1,4 @@
-"""Random texts, values and arguments. Each function takes its caller's random.Random, so that every run is the same."""
+"""Random texts, values and arguments. Each function takes a random.Random, so that every run is the same."""
 
 import enum
 import inspect
@@ -7,7 +7,7 @@ import struct
 from samples import CITATION, COMPONENT, REFERENCE, SECTION, SYMBOL, record
 
 WHITE_SPACE = "".join(char for char in map(chr, range(0x110000)) if char.isspace())
-# One alphabet for each width of a host string, and one for each thing that text rules look at.
+# One alphabet for each width of a str, one of characters that are escaped, and one of white space.
 ASCII, ACCENTS, CJK = "abcdefgh XYZ019_-/.,:\x7f", "aeiou àéîõüßÿ¡©", "漢字かな한글，。ab \u2028\ufeff\u200b"
 EMOJI, ESCAPED = "😀🦉🌍𝔘\U0010ffff ok", '"\\ab' + "".join(map(chr, range(0x20)))
 ALPHABETS = [ASCII, ACCENTS, CJK, EMOJI, ESCAPED, WHITE_SPACE + "x."]
@@ -27,7 +27,7 @@ def text(rng, longest=70):
 
 
 def prose(rng, words):
-    """Words with blanks of every kind, sentence ends and paragraph breaks between them."""
+    """Words, separated by white space of every kind, ends of sentences and paragraph breaks."""
     breaks = [" "] * 12 + [". ", "! ", "?\t", ".\u00a0", "...", ".", "  ", "\u2029"]
     breaks += ["\n", "\r\n", "\n\n", "\r\n\r\n", "\n \n"]
     letters = rng.choice((ASCII, ACCENTS, CJK, EMOJI)).translate(dict.fromkeys(map(ord, " .")))
@@ -41,7 +41,7 @@ def integer(rng):
 
 
 def floating(rng):
-    """Any double at all, by its bits; or one that people write, which are a negligible part of those."""
+    """A double of random bits, or one that people write, which random bits hardly ever are."""
     edges = (0.0, -0.0, 1e-05, 0.0001, 1e15, 1e16, float("inf"), float("-inf"), float("nan"), 5e-324)
     written = (rng.choice(edges), round(rng.uniform(-100, 100), 2), float(rng.randint(-1000, 1000)))
     return rng.choice((*written, *struct.unpack("<3d", rng.randbytes(24))))
@@ -53,7 +53,7 @@ def leaf(rng):
 
 
 def tree(rng, depth=3):
-    """A value of any kind, its containers at most `depth` deep."""
+    """A value of any type, with containers at most `depth` deep."""
     kind = rng.choice((leaf, leaf, list, tuple, Rows, dict)) if depth else leaf
     if kind in (leaf, dict):
         return leaf(rng) if kind is leaf else mapping(rng, depth)
@@ -61,14 +61,14 @@ def tree(rng, depth=3):
 
 
 def mapping(rng, depth=2):
-    """A dict of any kinds of keys, of which no two become the same text."""
+    """A dict with keys of any type, no two of which are encoded as the same text."""
     keys = [text(rng, 20) + "_" for _ in range(rng.randint(0, 4))]
     others = [None, True, False, 12, -7, 2.5, float("inf"), Name.METHOD, Level.HIGH]
     return {key: tree(rng, depth - 1) for key in keys + rng.sample(others, rng.choice((0, 0, 1, 3)))}
 
 
 def line(rng):
-    """A line number, from so few that two are often equal, also across kinds; 2**53 + 1 is no double."""
+    """One of a few line numbers, so that two are often equal, also across types. 2**53 + 1 is not a double."""
     return rng.choice((None, 0, 1, 12, 12, 12.0, True, 40, 2**53 + 1, 2.0**53, "12", [12], [12.0]))
 
 
@@ -78,19 +78,19 @@ def fqn(rng):
 
 
 def excerpt(rng):
-    """Text of one alphabet that is cut by a budget at every length, or at the 1200 characters of every excerpt."""
+    """Text of one alphabet, to be cut by a budget or at 1200 characters."""
     letters = rng.choice(ALPHABETS) + " " * rng.choice((0, 1, 5))
     length = rng.choice((rng.randint(1, 60), rng.randint(100, 500), rng.randint(1190, 1300)))
     return rng.choice((None, "", *["".join(rng.choices(letters, k=length))] * 8))
 
 
 def docstring(rng):
-    longest = "x" * 158 + "  y " + "z" * 20  # a summary of it ends where a word does
+    longest = "x" * 158 + "  y " + "z" * 20  # its summary ends at the end of a word
     return rng.choice((None, "", WHITE_SPACE, longest, *[prose(rng, rng.choice((0, 1, 3, 12, 60)))] * 12))
 
 
 def some(rng, names, missing):
-    """A dict that holds something under all these names but so many."""
+    """A dict with a value under all but `missing` of these names."""
     return anything(rng, rng.sample(sorted(names), len([*names]) - missing))
 
 
@@ -112,7 +112,7 @@ def rows(rng):
 
 
 def count(rng):
-    """Few, so that a page often ends where all rows end, also at the ends of 64 bits."""
+    """One of a few counts, so that a page often ends with the last row, also at the limits of 64 bits."""
     return rng.choice((-3, 0, 1, 2, 3, 4, 5, 2**63 - 3, 2**63 - 1, -(2**63), True, 2.5))
 
 
@@ -121,7 +121,7 @@ def budget(rng):
     return rng.choice((None, rng.choice(far), *(rng.randint(0, most) for most in (100, 500, 1000, 2000))))
 
 
-# What an argument, a field or an entry of this name is; any other is a tree. Few places of citations: many repeats.
+# The value of an argument, a field or a key with this name; any other is a tree. Few places, so that many are equal.
 BY_NAME = {
     "symbol": lambda rng: record(anything(rng, SYMBOL)),
     "reference": lambda rng: record(anything(rng, REFERENCE)),
@@ -156,6 +156,6 @@ def anything(rng, names):
 
 
 def arguments(rng, function):
-    """Those that have to be given, and some of the others."""
+    """All required arguments and some of the others."""
     parameters = inspect.signature(function).parameters.values()
     return anything(rng, [one.name for one in parameters if one.default is one.empty or rng.random() < 0.5])

@@ -1,4 +1,4 @@
-"""The extension (`real`), the same contract in plain Python (`plain`), and good arguments for all functions of both."""
+"""The extension (`real`), the same contract in plain Python (`plain`), and valid arguments for all functions of both."""
 
 import functools
 import inspect
@@ -34,7 +34,7 @@ SECTION |= {"citations": [CITATION], "unread": 0}
 ROW = {"fqn": "shop.cart", "line": 12, "lost": None, 7: ("x", {2.5: [True]})}
 
 FUNCTIONS = [name for name, thing in vars(plain).items() if inspect.isfunction(thing) and hasattr(real, name)]
-FUNCTIONS.remove("add_pagination_hint")  # the service's own
+FUNCTIONS.remove("add_pagination_hint")  # of the service
 
 
 def record(fields, **changed):
@@ -42,8 +42,8 @@ def record(fields, **changed):
 
 
 def good_calls():
-    """The arguments of a good call of each function, by name and in order, made anew."""
-    # What a parameter of this name is given, whatever the function; and where one function wants something else.
+    """New arguments for a call of each function, by name and in order."""
+    # The argument for a parameter of this name in any function, and the exceptions.
     values = {"result": [ROW, CITATION], "docstring": SYMBOL["docstring"], "text": "two words " * 4, "chars": 20}
     values |= {"root": HERE, "places": [("samples.py", 1), ("missing.py", 1)], "row": ROW, "code": ROW}
     values |= {"status": "ready", "health": "healthy", "branch": "main", "progress": 5, "files_indexed": 1}
@@ -68,7 +68,7 @@ def good_calls():
 
 
 def failing_calls(name):
-    """The arguments of calls that fail as a rule: each wrong in each way, each left out, one too many."""
+    """Arguments for calls most of which fail: each of a wrong type, each missing, and one too many."""
     good, circle = good_calls()[name], {}
     circle["k"] = [circle]
     for argument in good:
@@ -79,7 +79,7 @@ def failing_calls(name):
     yield {"".join(list(argument)): value for argument, value in good.items()} | {"é": 1}
 
 
-# The functions that read a record, each with all that such a record holds.
+# The functions that read a record, each with the attributes of a record.
 RECORDS = {
     name: vars(first)
     for name, (first, *_) in ((name, good.values()) for name, good in good_calls().items())
@@ -103,14 +103,14 @@ def parts(value):
 
 
 class Place(NamedTuple):
-    """A place in the arguments of a good call whose content an answer hands on unseen, so that it may be anything."""
+    """A position in the arguments of a call whose value is passed through to the answer, and may be of any type."""
 
     function: str
-    where: str  # as an error calls it
-    call: Callable[[Any], Any]  # with this there
+    where: str  # its path in an error message
+    call: Callable[[Any], Any]  # the call, with this value at that position
 
 
-# json writes it, and nothing else can be done with it.
+# The json module encodes it, and every other operation fails.
 UNUSABLE = type("Unusable", (float,), dict.fromkeys(("__hash__", "__add__", "__mul__", "__ge__", "__gt__")))(0.5)
 
 
@@ -118,7 +118,7 @@ def call_with(function, good, name, library, other):
     return getattr(library, function)(**good | {name: other})
 
 
-def hands_on(call):
+def passes_through(call):
     try:
         return any(part is UNUSABLE for part in parts(call(plain, UNUSABLE)))
     except (TypeError, AttributeError):
@@ -126,7 +126,7 @@ def hands_on(call):
 
 
 def inside(value):
-    """What a value holds: how Python writes that, and a function that gives a copy of the value with another one."""
+    """The contents of a value: the subscript, the part, and a function that copies the value with another part."""
     if isinstance(value, SimpleNamespace):
         for name, part in vars(value).items():
             yield f".{name}", part, lambda other, name=name: record(vars(value), **{name: other})
@@ -139,8 +139,8 @@ def inside(value):
 
 
 def places_in(function, where, value, call):
-    """Those at this value and below it; call(library, other) makes the good call with another value instead."""
-    if where == "result" or hands_on(call):
+    """The places at this value and inside it. `call(library, other)` makes the call with another value instead."""
+    if where == "result" or passes_through(call):
         yield Place(function, where, functools.partial(call, real))
         return
     for step, part, with_part in inside(value):
@@ -151,7 +151,7 @@ def places_in(function, where, value, call):
 def all_places():
     for function, good in good_calls().items():
         if "token_budget" in good:
-            good["token_budget"] = 10**9  # everything is measured, and nothing dropped
+            good["token_budget"] = 10**9  # everything is measured and kept
         for name, value in good.items():
             call = functools.partial(call_with, function, good, name)
             yield from places_in(function, name, value, call)

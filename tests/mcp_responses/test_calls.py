@@ -1,5 +1,5 @@
-"""The functions as a Python programmer meets them: called, asked about and passed on like functions of the language,
-and a wrong call gets the interpreter's own words."""
+"""The functions behave like functions defined with `def`: calls, introspection, pickling, binding; and a wrong call
+raises the interpreter's own error."""
 
 import copy
 import functools
@@ -16,13 +16,14 @@ import unittest
 import weakref
 from unittest import mock
 
+from comparison import outcome
 from samples import good_calls, plain, real
 
 UNKNOWN = ["nope", "", "é", "漢字", "self", "\ud800", "two words"]
 
 
 def twin_of(name):
-    """A function of the host's own language with the same name and parameters, which returns its arguments by name."""
+    """A Python function with the same name and parameters, which returns its arguments by name."""
     namespace = {"__name__": "hollin.mcp_responses"}
     exec(f"def {name}{inspect.signature(getattr(plain, name))}: return locals()", namespace)
     return namespace[name]
@@ -32,24 +33,17 @@ TWINS = {name: twin_of(name) for name in good_calls()}
 
 
 def odd(hash_of=object.__hash__, **methods):
-    """A kind of names that are equal to a name, but not identical with it, and not quite a str."""
+    """A subclass of str whose instances are equal to a name, or claim to be."""
     return type("Odd", (str,), {"__hash__": hash_of, "__str__": lambda self: f"<{self[:]}>"} | methods)
 
 
-# Made of a name: another object, odd ones, and what is no name at all.
+# Each makes a key of a name: an equal str, an instance of a subclass, or an object that is not a str.
 KEYS = [lambda name: "".join(list(name)), odd(str.__hash__), odd(__eq__=lambda self, other: 1 / 0), len, tuple]
 KEYS += [odd(__eq__=lambda self, other: "yes"), odd(__eq__=lambda self, other: ())]
 
 
-def outcome(function, args, named):
-    try:
-        return "returned", function(*args, **named)
-    except Exception as error:
-        return type(error), str(error)
-
-
 class WrongCalls(unittest.TestCase):
-    def assert_alike(self, name, args, named):
+    def assert_same_outcome(self, name, args, named):
         function = getattr(real, name)
         expected = outcome(TWINS[name], args, named)
         if expected[0] == "returned":  # with these arguments, however they were given
@@ -64,22 +58,22 @@ class WrongCalls(unittest.TestCase):
             names = [*good, *rng.sample(UNKNOWN, rng.choice((0, 0, 0, 1, 2)))]
             given = rng.sample(names, rng.randint(0, len(names)))
             named = {rng.choice(KEYS)(key) if rng.random() < 0.2 else key: good.get(key) for key in given}
-            self.assert_alike(name, (list(good.values()) * 2)[: rng.randint(0, rng.choice((1, len(good) + 2)))], named)
+            self.assert_same_outcome(name, (list(good.values()) * 2)[: rng.randint(0, rng.choice((1, len(good) + 2)))], named)
 
-    def test_what_cannot_be_unpacked(self):
+    def test_arguments_that_cannot_be_unpacked(self):
         for name, twin in TWINS.items():
             for wrong in (lambda f: f(*5), lambda f: f(**5), lambda f: f(**{"a": 1}, **{"a": 1})):
                 self.assertEqual(outcome(wrong, [getattr(real, name)], {}), outcome(wrong, [twin], {}))
 
 
 class Identity(unittest.TestCase):
-    def test_what_a_function_says_of_itself(self):
+    def test_introspection(self):
         for name, twin in TWINS.items():
             function = getattr(real, name)
             self.assertEqual(inspect.signature(function), inspect.signature(twin))
             for attribute in ("name", "qualname", "module", "defaults", "kwdefaults", "annotations"):
-                said, expected = (repr(getattr(one, f"__{attribute}__")) for one in (function, twin))
-                self.assertEqual(said, expected, name)
+                found, expected = (repr(getattr(one, f"__{attribute}__")) for one in (function, twin))
+                self.assertEqual(found, expected, name)
             first, second, *_ = function.__doc__.splitlines()
             self.assertEqual([first, second], [getattr(plain, name).__doc__.splitlines()[0], ""])
             self.assertIs(inspect.getmodule(function), real)  # where help lists it, as a routine
@@ -88,7 +82,7 @@ class Identity(unittest.TestCase):
             bare = [p.replace(annotation=inspect._empty) for p in inspect.signature(twin).parameters.values()]
             self.assertEqual(function.__text_signature__, str(inspect.Signature(bare)))
 
-    def test_they_serve_where_functions_do(self):
+    def test_pickling_copying_and_wrapping(self):
         for name, twin in TWINS.items():
             function = getattr(real, name)
             copies = [pickle.loads(pickle.dumps(function, number)) for number in range(pickle.HIGHEST_PROTOCOL + 1)]
@@ -103,19 +97,19 @@ class Identity(unittest.TestCase):
         for wrong in (lambda: type(real._cut)(), lambda: type("Sub", (type(real._cut),), {})):
             self.assertRaises(TypeError, wrong)
 
-    def test_their_type_speaks_for_itself(self):
+    def test_the_type_of_the_functions(self):
         kind = type(real._cut)
         for name in ("__module__", "__doc__", "__qualname__", "__name__"):
             self.assertIsInstance(getattr(kind, name), str)
         self.assertEqual(kind.__annotations__, {})
         self.assertIn("A function of hollin.mcp_responses.", pydoc.plain(pydoc.render_doc(kind)))
         self.assertIn("Build dict for API endpoints", pydoc.plain(pydoc.render_doc(real)))
-        # As the type of functions that are defined with def.
+        # Like the type of functions that are defined with `def`.
         for each in (kind, types.FunctionType):
             with self.assertRaisesRegex(pickle.PicklingError, "attribute lookup function on .* failed"):
                 pickle.dumps(each)
 
-    def test_declared_types_are_looked_up_in_the_module(self):
+    def test_type_hints_are_evaluated_in_the_module(self):
         self.assertIs(real._cut.__globals__, vars(real))
         hints = typing.get_type_hints(real.tool_result_text)
         self.assertEqual(hints, {"result": typing.Any, "return": str})
@@ -124,7 +118,7 @@ class Identity(unittest.TestCase):
         symbol = typing.get_type_hints(real.build_file_symbol, localns={"Symbol": int})["symbol"]
         self.assertIs(symbol, int)
 
-    def test_as_an_attribute_of_a_class_a_function_is_a_method(self):
+    def test_a_function_in_a_class_binds_as_a_method(self):
         class Docstring(str):
             first = real.first_sentence
             cut = real._cut

@@ -1,4 +1,4 @@
-"""The module as a whole: its namespace, how it loads and fails to, and how often it can be there."""
+"""The module as a whole: its namespace, imports that fail, several modules and interpreters."""
 
 import gc
 import importlib
@@ -20,7 +20,7 @@ PLAIN_ALONE = {"copy", "_lines_inside", "_section_row", "_fitted"}
 
 
 def own_names(module):
-    """The names that the module's code defines, in order: what the interpreter puts there comes before."""
+    """The names that the module's code defines, in order, without those that the interpreter defines before it."""
     names = list(vars(module))
     return names[names.index("__annotations__") :]
 
@@ -38,7 +38,7 @@ def failing(owner, name):
     return mock.patch.object(owner, name, side_effect=ZeroDivisionError(name))
 
 
-# What stands in the way of each step, and the error of the import.
+# What makes each step fail, and the error of the import.
 OBSTACLES = [
     *(
         (instead(name, None), ModuleNotFoundError, f"^import of {name} halted")
@@ -54,7 +54,7 @@ OBSTACLES = [
 
 class Loading(unittest.TestCase):
     def setUp(self):
-        """Each test may take the module away; the one that all other tests hold comes back."""
+        """A test may remove the module. The one that the other tests use is restored."""
         self.addCleanup(setattr, hollin, "mcp_responses", real)
         self.enterContext(mock.patch.dict(sys.modules))
 
@@ -66,7 +66,7 @@ class Loading(unittest.TestCase):
         self.forget()
         return importlib.import_module(NAME)
 
-    def test_the_namespace_in_its_order(self):
+    def test_the_namespace_and_its_order(self):
         module = self.import_anew()
         expected = {name: getattr(plain, name) for name in own_names(plain) if name not in PLAIN_ALONE}
         self.assertEqual(own_names(module), [*expected])
@@ -77,7 +77,7 @@ class Loading(unittest.TestCase):
         self.assertEqual(module.__package__, "hollin")
         self.assertRegex(module.__doc__, r"(?s)^Shared MCP response builders .+\n- Then use the builder where .+\n$")
 
-    def test_a_step_that_fails_ends_the_import_and_a_later_one_starts_afresh(self):
+    def test_an_import_after_a_failed_one(self):
         for obstacle, error, text in OBSTACLES:
             self.forget()
             with self.subTest(text), self.assertRaisesRegex(error, text), obstacle:
@@ -86,8 +86,8 @@ class Loading(unittest.TestCase):
             self.assertFalse(hasattr(hollin, "mcp_responses"), text)
             self.assertEqual(list(vars(self.import_anew()))[-1], "get_empty_response")
 
-    def test_errors_tell_what_the_interpreters_own_tell(self):
-        def told(call):
+    def test_import_errors_equal_those_of_the_interpreter(self):
+        def error_of(call):
             with self.assertRaises((ImportError, NameError)) as raised:
                 call()
             error = raised.exception
@@ -101,13 +101,13 @@ class Loading(unittest.TestCase):
             pagination.__file__, pagination.__spec__ = path, spec
             self.forget()
             with instead(PAGINATION, pagination):
-                self.assertEqual(told(lambda: importlib.import_module(NAME)), told(import_hint))
+                self.assertEqual(error_of(lambda: importlib.import_module(NAME)), error_of(import_hint))
         module = self.import_anew()
         del module.add_pagination_hint
-        missing = told(lambda: module.build_paginated_response([], 0, 0))
-        self.assertEqual(missing, told(lambda: eval("add_pagination_hint", {})))
+        missing = error_of(lambda: module.build_paginated_response([], 0, 0))
+        self.assertEqual(missing, error_of(lambda: eval("add_pagination_hint", {})))
 
-    def test_a_module_that_is_dropped_goes_with_all_that_it_held(self):
+    def test_a_module_without_references_is_freed(self):
         held = []
         for _ in range(20):
             module = self.import_anew()
@@ -124,5 +124,5 @@ class Loading(unittest.TestCase):
     def test_functions_whose_module_the_collector_has_cleared(self):
         run_program("call_cleared_functions.py")
 
-    def test_sub_interpreters_made_used_and_destroyed(self):
+    def test_sub_interpreters(self):
         run_program("use_sub_interpreters.py")

@@ -1,4 +1,4 @@
-"""The service's own code, run in the middle of a call: it raises, changes what is walked, calls back, or never ends."""
+"""Python code of the caller that runs during a call: it raises, changes containers, calls again, or never returns."""
 
 import gc
 import json
@@ -6,6 +6,8 @@ import random
 import sys
 import threading
 import unittest
+from collections import OrderedDict
+from concurrent.futures import ThreadPoolExecutor
 from unittest import mock
 
 from callbacks import CALLBACKS, FILES, FINALIZERS, record_of
@@ -18,12 +20,12 @@ def all_good_calls():
     return {name: exact(getattr(real, name)(**good)) for name, good in good_calls().items()}
 
 
-class InTheMiddle(unittest.TestCase):
+class Reentrancy(unittest.TestCase):
     def setUp(self):
         self.expected = {name: exact(call(lambda: None)) for name, call in CALLBACKS.items()}
         self.good = all_good_calls()
 
-    def test_what_it_raises_arrives_as_it_is(self):
+    def test_its_errors_pass_through(self):
         for name, call in CALLBACKS.items():
             for error in (ValueError("x"), AttributeError("y"), MemoryError(), KeyboardInterrupt(), SystemExit(3)):
                 for before in range(100):
@@ -38,7 +40,7 @@ class InTheMiddle(unittest.TestCase):
                 self.assertGreater(before, 0, name)
             self.assertEqual(exact(call(lambda: None)), self.expected[name], name)
 
-    def test_it_calls_the_library_itself_or_in_another_thread_and_comes_to_the_same_call_again(self):
+    def test_it_calls_the_extension_in_this_and_another_thread(self):
         def let_another_thread_call():
             answers = []
             thread = threading.Thread(target=lambda: answers.append(all_good_calls()))
@@ -57,24 +59,24 @@ class InTheMiddle(unittest.TestCase):
 
             deeper()
 
-    def test_it_replaces_what_was_given_already(self):
+    def test_it_replaces_attributes_that_were_already_read(self):
         rng = random.Random(41)
         for _ in range(60):
             for name, fields in RECORDS.items():
-                boxes = {key: rng.choice(([key, [{}]], {"fqn": [key], 7: {"kind": key}})) for key in fields}
-                boxes["caller_symbol"] = {"fqn": ["x"], "kind": {7: "y"}}
+                containers = {key: rng.choice(([key, [{}]], {"fqn": [key], 7: {"kind": key}})) for key in fields}
+                containers["caller_symbol"] = {"fqn": ["x"], "kind": {7: "y"}}
 
                 def hook():
-                    for box in boxes.values():
-                        box.clear()
-                        (box.append if isinstance(box, list) else box.setdefault)("".join(rng.choices("ab", k=40)))
+                    for container in containers.values():
+                        container.clear()
+                        (container.append if isinstance(container, list) else container.setdefault)("".join(rng.choices("ab", k=40)))
                     gc.collect(0)
 
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}
-                answer = getattr(real, name)(record_of(boxes | texts, hook))
+                answer = getattr(real, name)(record_of(containers | texts, hook))
                 self.assertEqual(exact(json.loads(real.tool_result_text(answer))), exact(answer), name)
 
-    def test_places_that_change_once_they_are_taken(self):
+    def test_places_that_change_after_they_were_read(self):
         def places():
             for _ in range(3):
                 place = ["".join(["samples", ".py"]), 1]
@@ -85,7 +87,7 @@ class InTheMiddle(unittest.TestCase):
         expected = real.code_lines(HERE, FILES[:1])
         self.assertEqual([len(expected), real.code_lines(HERE, places())], [1, expected])
 
-    def test_the_error_of_a_call_outlives_finalizers_that_fail(self):
+    def test_errors_in_finalizers_do_not_replace_the_error_of_the_call(self):
         def calling():
             self.assertEqual(all_good_calls(), self.good)
             raise failure
@@ -97,10 +99,25 @@ class InTheMiddle(unittest.TestCase):
                 self.assertEqual({*map(id, unraisable)}, {id(failure)}, name)
                 unraisable.clear()
 
+    def test_two_threads_copy_at_once(self):
+        barrier, is_enabled = threading.Barrier(2, timeout=30), []
+
+        class Key(str):
+            def __hash__(self):
+                if copying:
+                    is_enabled.append(gc.isenabled())
+                    barrier.wait()  # so that the threads run in turns
+                return str.__hash__(self)
+
+        copying = False
+        values = [OrderedDict((Key(name), [name, [{}]]) for name in names) for names in ("abc", "xyz")]
+        copying = True
+        with ThreadPoolExecutor(2) as pool:
+            answers = [*pool.map(lambda value: real.build_test_coverage([value], "")["test_file"], values)]
+        self.assertEqual(answers, [[{name: [name, [{}]] for name in names}] for names in ("abc", "xyz")])
+        self.assertEqual({*is_enabled, gc.isenabled()}, {True})
+
     def test_finalizers_that_the_collector_runs(self):
-        gc.disable()
-        self.addCleanup(gc.enable)
-        self.assertEqual((all_good_calls(), gc.isenabled()), (self.good, False))
         run_program("collect_at_every_allocation.py")
         run_program("create_templates_in_a_finalizer.py")
 

@@ -1,4 +1,4 @@
-"""What the library takes it gives back, call after call; many threads, the end of the process, an odd locale."""
+"""Calls leak nothing; lifetimes of functions and answers; many threads, and the exit of the interpreter."""
 
 import contextlib
 import copy
@@ -24,7 +24,7 @@ class Mallinfo(ctypes.Structure):
 
 
 def in_use():
-    """Blocks of the interpreter, bytes of everything else that is allocated, and descriptors."""
+    """Blocks of the interpreter, bytes allocated by malloc, and open file descriptors."""
     gc.collect()
     mallinfo = ctypes.CDLL(None).mallinfo2
     mallinfo.restype = Mallinfo
@@ -52,22 +52,22 @@ class Leaks(unittest.TestCase):
         self.assertLess(allocated, 8192 + count, label)
         self.assertEqual(descriptors, 0, label)
 
-    def test_each_way_to_fail(self):
+    def test_calls_that_fail(self):
         for name, good in good_calls().items():
             function, calls = getattr(real, name), [*failing_calls(name)]
             self.assert_steady(name, lambda: function(**good), 1000)
             self.assertLess(sum(attempt(function, call) for call in calls), len(calls) / 1.3, name)
             self.assert_steady(name, lambda: [attempt(function, call) for call in calls], 40)
 
-    def test_no_reference_to_an_argument_is_kept_or_lost(self):
+    def test_reference_counts_of_arguments(self):
         for name, good in copy.deepcopy(good_calls()).items():
             function = getattr(real, name)
             held = [part for part in parts(good) if type(part) in (list, tuple, dict, float, str)]
-            # Not those that are part of the interpreter, which are in use everywhere.
+            # Without the objects of the interpreter itself, which are used everywhere.
             held = [part for part in held if sys.getrefcount(part) < 10**8]
             calls = [good] * 30 + [*failing_calls(name)]
             counts = []
-            for _ in range(2):  # the first time, names are kept for good
+            for _ in range(2):  # the first round interns names
                 for arguments in calls:
                     attempt(function, arguments)
                 gc.collect()

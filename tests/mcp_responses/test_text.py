@@ -12,7 +12,7 @@ from samples import plain, real
 
 class TextOfResults(ComparingTest):
     def assert_encoded(self, value):
-        """As the standard library encodes it, and counted as long as it is."""
+        """The text is that of the standard library, and the size is its length in UTF-8."""
         text = json.dumps(value, ensure_ascii=False, separators=(",", ":"))
         self.assertEqual(real.tool_result_text(value), text)
         self.assertEqual(real._encoded_size(value), len(text.encode()), text[:200])
@@ -27,14 +27,14 @@ class TextOfResults(ComparingTest):
         numbers += [0.0, -0.0, float("nan"), float("inf"), float("-inf"), 2**63 - 1, -(2**63)]
         numbers += [sign * (2**bits + by) for bits in range(63) for by in (-1, 0, 1) for sign in (1, -1)]
         numbers += [10**digits - by for digits in range(19) for by in (0, 1)]
-        for number in numbers:  # one by one: a number that fails is named, and none hides behind a list's text
+        for number in numbers:  # one by one, so that a failure names the number
             self.assert_encoded(number)
 
     def test_every_code_point(self):
-        for start in {*range(0, 0x110000, 0x800)} - {0xD800}:  # the surrogates: no text holds them
+        for start in {*range(0, 0x110000, 0x800)} - {0xD800}:  # without surrogates
             self.assert_encoded("".join(map(chr, range(start, start + 0x800))))
 
-    def test_one_character_that_matters_anywhere_in_a_text_of_any_length(self):
+    def test_one_special_character_at_every_position_of_every_length(self):
         for filler in "aé漢😀":
             for odd in '"\x1f\n ~\x7féߏ漢😀':
                 texts = [filler * at + odd + filler * after for at in range(71) for after in range(71 - at)]

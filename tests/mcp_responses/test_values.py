@@ -1,4 +1,4 @@
-"""Values of every kind, in every place of every function's arguments: the answer is right, or the error says where."""
+"""Values of every kind, in every argument of every function: the answer is right, or the error names the path."""
 
 import inspect
 import itertools
@@ -13,18 +13,18 @@ from concurrent.futures import ThreadPoolExecutor
 from types import SimpleNamespace
 
 import random_input
-from comparison import ComparingTest, exact
+from comparison import ComparingTest, exact, outcome
 from samples import PLACES, REFERENCE, SYMBOL, good_calls, parts, plain, real, record
 
 ANYTHING = "None, bool, int, float, str, list, tuple or dict"
 KINDS = {"None": None, "bool": True, "int": 7, "float": 0.5, "str": "t", "list": [[]], "dict": {"k": 1}, "set": {1}}
-# What these parameters take beyond what they are declared to, and those whose lists are looked into.
-ALSO_TAKEN = {"module": {"None"}, **dict.fromkeys(("total_count", "total", "offset"), {"float"})}
+# Types that parameters accept beyond the declared ones, and the parameters whose elements are inspected.
+ALSO_ACCEPTED = {"module": {"None"}, **dict.fromkeys(("total_count", "total", "offset"), {"float"})}
 LISTS_OF_DICTS = ("sections", "citations", "extra")
 
 
 def rebuilt(value, make, make_key=lambda key: key):
-    """A copy, made from the inside out."""
+    """A copy, for which `make` is called with each value after its contents have been copied."""
     if isinstance(value, dict):
         value = {make_key(key): rebuilt(member, make, make_key) for key, member in value.items()}
     elif isinstance(value, (list, tuple)):
@@ -35,7 +35,8 @@ def rebuilt(value, make, make_key=lambda key: key):
 
 
 def merged(value):
-    """As lists and with keys as their texts: of two with one text, the first has the place, the last the value."""
+    """With lists for tuples and str keys. Of several keys with one text, the first determines the position, the last
+    the value."""
 
     def text(key):
         return str.__str__(key) if isinstance(key, str) else json.dumps(key)
@@ -43,13 +44,13 @@ def merged(value):
     return rebuilt(value, lambda part: [*part] if isinstance(part, tuple) else part, text)
 
 
-def host_code_was_run(*args, **named):
-    raise AssertionError("host code was run")
+def run_python_code(*args, **named):
+    raise AssertionError("Python code was run")
 
 
 def overriding_everything(base):
     kept = {"__new__", "__init__", "__class__", "__init_subclass__", "__subclasshook__", "__doc__"}
-    overridden = dict.fromkeys({*dir(base)} - kept, host_code_was_run)
+    overridden = dict.fromkeys({*dir(base)} - kept, run_python_code)
     return type(base.__name__, (base,), overridden | {"__hash__": base.__hash__})
 
 
@@ -74,12 +75,10 @@ INSPECTION_ORDER = {
 }
 
 
-def outcome(function, *args, **named):
-    """The answer as its text says it, or the kind of the error and its own words."""
-    try:
-        return exact(merged(function(*args, **named))), ""
-    except Exception as error:
-        return type(error), str(error)
+def exact_outcome(function, *args, **named):
+    """The answer as it is decoded from its text, and ""; or the type and the text of the error."""
+    kind, result = outcome(function, args, named)
+    return (exact(merged(result)), "") if kind == "returned" else (kind, result)
 
 
 class Values(ComparingTest):
@@ -95,7 +94,7 @@ class Values(ComparingTest):
             self.assertEqual(exact(answer), exact(getattr(real, function)(**good)), function)
             self.assertEqual([part for part in parts(answer) if type(part) in OVERRIDING.values()], [], function)
 
-    def test_what_is_no_value_is_refused_and_its_place_named(self):
+    def test_the_path_of_an_unsupported_object(self):
         self.assertGreater(len(PLACES), 90)
         for place in PLACES:
             where, beyond = place.where, "is an int beyond 64 bits (from -2**63 to 2**63 - 1)"
@@ -109,34 +108,34 @@ class Values(ComparingTest):
             deep = [["before"], {"é\n": {7: {0.5: {None: (object(), 1)}}}}]
             text = f"{where}[1]['é\\n'][7][0.5][...][0] must be {ANYTHING}, not object"
             for value, *expected in [*cases, (deep, TypeError, text)]:
-                self.assertEqual(outcome(place.call, value), (*expected,), place)
+                self.assertEqual(exact_outcome(place.call, value), (*expected,), place)
         thing = object()
-        # Keys with more digits than the interpreter writes, with code of their own, and without UTF-8.
+        # Keys with too many digits for repr(), of a subclass, and with a lone surrogate.
         for key, subscript in ((10**5000, "..."), (OVERRIDING[str]("k"), "..."), ("\ud800", r"'\ud800'")):
             error = TypeError, f"items[0][{subscript}] must be {ANYTHING}, not object"
-            self.assertEqual(outcome(real.build_paginated_response, [{key: thing}], thing, 0), error)
+            self.assertEqual(exact_outcome(real.build_paginated_response, [{key: thing}], thing, 0), error)
         for first, second in itertools.permutations((thing, 2**63)):
-            error = outcome(real.build_test_coverage, first, second)
-            self.assertEqual(error[1].split()[0], "test_file", "the first of two that cannot be taken")
+            error = exact_outcome(real.build_test_coverage, first, second)
+            self.assertEqual(error[1].split()[0], "test_file", "the first of two unsupported arguments")
 
-    def test_arguments_that_cannot_be_anything(self):
+    def test_arguments_of_a_wrong_type(self):
         pass_through = {(place.function, place.where) for place in PLACES}
         for function, good in good_calls().items():
             for name, parameter in inspect.signature(getattr(real, function)).parameters.items():
                 declared = re.sub(r"\[.*\]", "", parameter.annotation).split(" | ")
                 if (function, name) in pass_through or declared[0] not in KINDS:
                     continue
-                taken = {*declared} | ALSO_TAKEN.get(name, set()) | ({"bool"} if "int" in declared else set())
+                accepted = {*declared} | ALSO_ACCEPTED.get(name, set()) | ({"bool"} if "int" in declared else set())
                 for kind, value in KINDS.items():
-                    error, said = outcome(getattr(real, function), **good | {name: value})
+                    error, message = exact_outcome(getattr(real, function), **good | {name: value})
                     texts = [f"{name} must be {one}, not {kind}" for one in (" or ".join(declared), ANYTHING)]
                     if kind == "list" and name in LISTS_OF_DICTS:
-                        texts, taken = [f"{name}[0] must be dict, not list"], taken - {"list"}
-                    if kind in taken:
-                        self.assertEqual(said, "", (function, name, kind))
+                        texts, accepted = [f"{name}[0] must be dict, not list"], accepted - {"list"}
+                    if kind in accepted:
+                        self.assertEqual(message, "", (function, name, kind))
                     else:
                         self.assertIs(error, TypeError, (function, name, kind))
-                        self.assertIn(said.replace("NoneType", "None"), texts, function)
+                        self.assertIn(message.replace("NoneType", "None"), texts, function)
                 if "int" in declared:
                     with self.assertRaisesRegex(OverflowError, f"^{name} is an int beyond 64 bits"):
                         getattr(real, function)(**good | {name: -(2**63) - 1})
@@ -147,9 +146,9 @@ class Values(ComparingTest):
             for first, second in itertools.combinations(INSPECTION_ORDER.get(name, good), 2):
                 for make_first, make_second in itertools.product((object, lambda: 2**64 - len(name), set), repeat=2):
                     values = {first: make_first(), second: make_second()}  # two objects in any case
-                    one, other = (outcome(function, **good | {key: value}) for key, value in values.items())
+                    one, other = (exact_outcome(function, **good | {key: value}) for key, value in values.items())
                     self.assertNotEqual(one, other, (name, first, second))
-                    self.assertEqual(outcome(function, **good | values), one, (name, first, second))
+                    self.assertEqual(exact_outcome(function, **good | values), one, (name, first, second))
 
     def test_rare_kinds_of_excerpts(self):
         excerpts = [[*range(2000)], ["é"] * 700, moved(OrderedDict), {7: [1], None: {"k": 1.5}}, 7, 0.0, True, (), ("x",)]
@@ -198,12 +197,12 @@ class Values(ComparingTest):
                 arguments = {name: rebuilt(value, make) for name, value in good.items() if function != "code_lines"}
                 if "token_budget" in good and rng.random() < 0.5:
                     arguments["token_budget"] = None
-                answer, expected = (outcome(getattr(side, function), **arguments)[0] for side in (real, plain))
+                answer, expected = (exact_outcome(getattr(side, function), **arguments)[0] for side in (real, plain))
                 self.assertEqual(answer, expected, function)
-        said = "'utf-8' codec can't encode character '\\ud800' in position 2: surrogates not allowed"
-        self.assertEqual(outcome(real._encoded_size, ["", "ab\ud800c"]), (UnicodeEncodeError, said))
+        message = "'utf-8' codec can't encode character '\\ud800' in position 2: surrogates not allowed"
+        self.assertEqual(exact_outcome(real._encoded_size, ["", "ab\ud800c"]), (UnicodeEncodeError, message))
 
-    def test_host_strings_come_back_as_themselves(self):
+    def test_strings_are_returned_as_the_same_objects(self):
         for place in [place for place in PLACES if place.where != "result"]:
             for text in ("".join(["a", "scii"]), "".join(["é", "a"]), "".join(["漢", "a"]), "".join(["😀", "a"])):
                 found = [part for part in parts(place.call([text, {text: (text,)}])) if part == text]
@@ -216,7 +215,7 @@ class Values(ComparingTest):
         most = min(max(sys.getrecursionlimit(), 400), 1000)
         for kind, place in itertools.product((list, tuple, dict), PLACES):
             place.call(nested(kind, 390))
-            if place.where in ("result", "test_file"):  # nothing of the answer stands around these
+            if place.where in ("result", "test_file"):  # the answer adds no level here
                 place.call(nested(kind, most))
                 self.assertRaises(RecursionError, place.call, nested(kind, most + 1))
         for value in deep:
@@ -243,7 +242,7 @@ class Values(ComparingTest):
 
 
 def moved(kind):
-    """A dict of that kind whose own order is not the one in which its storage has the members."""
+    """A dict whose iteration order is not the order of its entries."""
     one = kind({"a": 1, 7: None, "b": 2, random_input.Name.METHOD: 3, "c": 4})
     one.move_to_end("a")
     one.move_to_end("c", last=False)
@@ -251,9 +250,9 @@ def moved(kind):
 
 
 class OrderedDicts(ComparingTest):
-    def test_their_own_order_counts_whatever_a_subclass_overrides(self):
+    def test_their_own_order_counts_even_if_a_subclass_overrides_it(self):
         def fail(*_):
-            raise AssertionError("code of the host's")
+            raise AssertionError("Python code was run")
 
         names = ("__iter__", "keys", "items", "values", "__getitem__", "__len__", "__reversed__", "__eq__", "copy")
         overriding = type("Overriding", (OrderedDict,), dict.fromkeys(names, fail))
@@ -284,7 +283,7 @@ class OrderedDicts(ComparingTest):
 
 
 class Errors(unittest.TestCase):
-    def test_what_is_asked_for_a_method_lacks_it(self):
+    def test_a_value_without_the_method_that_a_function_calls(self):
         for value in (object(), {1}, b"b", 1j, range(3), 2**63, 7, 1.5, True, ["x"], ("x",)):
             what = f"^'{type(value).__name__}' object has no attribute"
             what = what.replace("tuple", "(tuple|list)")
@@ -298,7 +297,7 @@ class Errors(unittest.TestCase):
         with self.assertRaises(ZeroDivisionError):
             real.build_reference(record(REFERENCE, caller_symbol=type("T", (), {"__bool__": lambda self: 1 / 0})()))
 
-    def test_a_long_name_is_named_by_its_start(self):
+    def test_long_keys_are_abbreviated_in_messages(self):
         long = "é" * 10**7
         for call in (
             lambda: real.tool_result_text({long: {"x": object()}}),

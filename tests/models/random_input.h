@@ -1,5 +1,5 @@
-// Random input: arbitrary bytes, a fuzzer's or a random generator's, read as decisions, and the
-// texts and values that they make. Models work on std::u32string because it is plain.
+// Random input: texts and values that are made from the bytes of a fuzzer or a random generator.
+// Models work on std::u32string, because it is simple.
 #pragma once
 
 #include <bit>
@@ -15,20 +15,20 @@
 
 namespace models {
 
+/// A sequence of choices, made from bytes. After the last byte every choice is 0.
 class Choices {
  public:
   explicit Choices(std::string_view bytes) : bytes_(bytes) {}
 
   bool used_up() const { return bytes_.empty(); }
 
-  /// 0 when the bytes are used up.
   std::uint64_t bits(std::size_t bytes = 8) {
     std::uint64_t bits = 0;
     for (; bytes > 0; --bytes) bits = bits << 8 | byte();
     return bits;
   }
 
-  /// From 0 up to below `bound`, which is at most 2 to the 16th.
+  /// A number from 0 to `bound` - 1. Requires a bound of at most 2 to the 16th.
   std::size_t below(std::size_t bound) { return bits(bound <= 256 ? 1 : 2) % bound; }
 
   template <class Content>
@@ -57,8 +57,8 @@ inline std::u32string code_points_of(const mcp_responses::Text& text) {
       text.view(), [](auto units) { return std::u32string(units.begin(), units.end()); });
 }
 
-/// Mostly letters, white space, ends of sentences and what must be escaped, in one of the four
-/// ranges; surrogates only if they are wanted.
+/// Mostly letters, white space, ends of sentences and characters that are escaped, in one of the
+/// four repertoires. Contains surrogates only if `with_surrogates`.
 inline std::u32string any_text(Choices& choices, std::size_t longest,
                                bool with_surrogates = false) {
   static constexpr std::u32string_view frequent =
@@ -75,14 +75,14 @@ inline std::u32string any_text(Choices& choices, std::size_t longest,
   return text;
 }
 
-/// Finite.
+/// A finite float.
 inline double any_float(Choices& choices) {
   const auto real = std::bit_cast<double>(choices.bits());
   if (std::isfinite(real) && choices.below(2) == 0) return real;
   return choices.one_of({0.0, -0.0, 1.0, 0.1, 1e15, 1e16, 1e-4, 1e-5, 5e-324, 1.7e308});
 }
 
-/// Without surrogates; with floats only if they are wanted.
+/// A value without surrogates, and without floats unless `with_floats`.
 inline mcp_responses::Value any_value(Choices& choices, int depth, bool with_floats) {
   switch (choices.below(depth > 0 ? 8 : 4)) {
     case 0:

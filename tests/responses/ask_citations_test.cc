@@ -35,14 +35,14 @@ std::string places(const List& citations) {
   return text;
 }
 
-/// Eight sections of five citations each, which fill the list with the first three of each.
+/// Eight sections of five citations. The first three of each fill the list.
 List eight_sections() {
   List sections;
   for (int i = 1; i <= 8; ++i) sections.append(section(lines("a"_t, 10 * i, 10 * i + 4)));
   return sections;
 }
 
-TEST(AskCitations, WhichOnesAndInWhichOrder) {
+TEST(AskCitations, SelectionAndOrder) {
   const Value a = "a"_t;
   const Value b = "b"_t;
   constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
@@ -82,16 +82,16 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
        {},
        {at(a, infinity), at(a, -infinity), at(a, infinity), at(a, -0.0), at(a, 0)},
        "aInfinity a-Infinity a-0.0 "},
-      {"NaN equals nothing, and hides no other",
+      {"NaN equals nothing, and other places stay distinct",
        List{section(List{at(a, 1), at(a, nan), at(a, nan)})},
        {at(a, nan), at(a, 2), at(a, 0.5), at(nan, 1), at(a, 2), at(a, 1), at(nan, 1)},
        "a1 aNaN aNaN aNaN a2 a0.5 -1 -1 "},
-      {"absent is null, and no zero",
+      {"a missing key equals null, not zero",
        {},
        {at(a), StaticObject{"path"_key = a}, Object{}, at(Value()), at(a, 0)},
        "anull -null a0 "},
       {"eight fill it", eight_sections(), lines(b, 1, 3), twenty_four},
-      {"no room for a ninth", nine, {}, twenty_four},
+      {"a ninth section adds none", nine, {}, twenty_four},
       {"extra fills it", List{section(lines(a, 1, 3))}, lines(b, 1, 30),
        "a1 a2 a3 " + places(lines(b, 1, 21))},
   };
@@ -100,7 +100,7 @@ TEST(AskCitations, WhichOnesAndInWhichOrder) {
   }
 }
 
-TEST(AskCitations, TheFirstOfAPlaceStaysWhole) {
+TEST(AskCitations, TheFirstOfEqualPlacesIsKeptUnchanged) {
   const Value first = StaticObject{"why"_key = "first"_t, "line_end"_key = 2, "path"_key = "a"_t};
   const Value second =
       StaticObject{"path"_key = "a"_t, "line_end"_key = 2.0, "why"_key = "second"_t};
@@ -109,7 +109,7 @@ TEST(AskCitations, TheFirstOfAPlaceStaysWhole) {
             written(List{first, other}));
 }
 
-TEST(AskCitations, ListsForFewerSectionsLetOthersIn) {
+TEST(AskCitations, ListsForFewerSections) {
   const List sections{section(lines("a"_t, 1, 2)), section(lines("b"_t, 1, 2))};
   CitationLists lists(sections, {at("b"_t, 2), at("b"_t, 3), at("a"_t, 2)}, "extra");
   for (const auto& [kept, expected] :
@@ -119,9 +119,9 @@ TEST(AskCitations, ListsForFewerSectionsLetOthersIn) {
   }
 }
 
-// What is not looked at may be anything: the fourth of a section, and all that comes once the list
-// is full.
-TEST(AskCitations, OnlyWhatIsLookedAtMustBeRight) {
+// Citations that cannot be selected are not inspected: the fourth of a section, and all after the
+// list is full.
+TEST(AskCitations, OnlyInspectedCitationsMustBeValid) {
   List full_and_wrong = eight_sections();
   full_and_wrong.append(section(List{1}));
   List four = lines("a"_t, 1, 3);

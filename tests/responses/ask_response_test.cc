@@ -19,27 +19,7 @@ Value cite(const char* path, int line) {
 
 Value filled(std::size_t size, char filling = 'z') { return Text(std::string(size, filling)); }
 
-TEST(AskResponse, HasTheseMembersInThisOrder) {
-  const Value section =
-      StaticObject{"excerpt"_key = List{7}, "stale"_key = 0,     "similarity"_key = 0.5,
-                   "heading"_key = "H"_t,   "title"_key = "T"_t, "page_id"_key = "P"_t};
-  const AskAnswer answer{.mode = 1,
-                         .query = 2,
-                         .answer = 3,
-                         .sections = List{section},
-                         .model = 5,
-                         .tokens = 6,
-                         .note = ""_t,
-                         .decisions = false,
-                         .code = 7,
-                         .memories = 8};
-  EXPECT_EQ(written(build_wiki_ask_response(answer)),
-            R"({"mode":1,"query":2,"answer":3,"sections":[{"page_id":"P","title":"T",)"
-            R"("heading":"H","similarity":0.5,"stale":false,"excerpt":"[7]"}],"citations":[],)"
-            R"("model":5,"tokens":6,"note":"","decisions":false,"code":7,"memories":8})");
-}
-
-/// The lengths of the excerpts shown, what is attached, and the bytes of the whole.
+/// The lengths of the excerpts, the optional members, and the size of the answer.
 std::string outline(const Object& answer) {
   const List rows = *answer.get("sections"_key).list();
   std::string text;
@@ -50,8 +30,8 @@ std::string outline(const Object& answer) {
   return text + std::to_string(_encoded_size(answer));
 }
 
-// The budgets at which something just fits, and those one below.
-TEST(AskResponse, GivesWayInOrderAndNoFurtherThanItMust) {
+// Budgets that just fit an answer, and those that are smaller by one.
+TEST(AskResponse, FitsABudgetWithTheLeastLoss) {
   AskAnswer answer{.mode = "m"_t, .query = "question"_t};
   answer.sections =
       List{StaticObject{"title"_key = "abcde"_t, "excerpt"_key = filled(1300)},
@@ -80,28 +60,28 @@ TEST(AskResponse, GivesWayInOrderAndNoFurtherThanItMust) {
   }
 }
 
-// What a host holds is opened once to be measured, however many steps the fitting takes.
-TEST(AskResponse, EachPartIsMeasuredOnceWhateverTheNumberOfSteps) {
-  // The latest stands first and is destroyed first: it may hold earlier ones.
+// A foreign container is materialized once to be measured, for any number of steps.
+TEST(AskResponse, EachPartIsMeasuredOnce) {
+  // Destroyed from the first to the last: a later one, at the front, may contain earlier ones.
   std::forward_list<Foreign> parts;
-  const auto held = [&](const Value& content) { return parts.emplace_front(content).handle(); };
+  const auto foreign = [&](const Value& content) { return parts.emplace_front(content).handle(); };
   List sections;
   List extra;
   for (int i = 0; i < 200; ++i) {
-    const List cited{held(cite("same.py", i % 7)), held(cite("own.py", i))};
-    sections.append(held(StaticObject{"excerpt"_key = filled(500), "citations"_key = cited}));
-    extra.append(held(cite("extra.py", i)));
+    const List cited{foreign(cite("same.py", i % 7)), foreign(cite("own.py", i))};
+    sections.append(foreign(StaticObject{"excerpt"_key = filled(500), "citations"_key = cited}));
+    extra.append(foreign(cite("extra.py", i)));
   }
   AskAnswer answer{.mode = "m"_t, .query = "q"_t, .answer = "a"_t, .sections = sections};
   answer.citations = extra;
-  answer.code = held(StaticObject{"k"_key = List{filled(5000)}});
-  answer.memories = held(StaticObject{"k"_key = List{filled(5000)}});
+  answer.code = foreign(StaticObject{"k"_key = List{filled(5000)}});
+  answer.memories = foreign(StaticObject{"k"_key = List{filled(5000)}});
   for (const int budget : {100'000, 30'000, 3'000, 2'000, 300, 0}) {
     for (Foreign& part : parts) part.materialized = 0;
     answer.token_budget = budget;
     tool_result_text(build_wiki_ask_response(answer));
     for (const Foreign& part : parts)
-      EXPECT_LE(part.materialized, 2) << budget << ": to be measured and written";
+      EXPECT_LE(part.materialized, 2) << budget << ": once to be measured, once to be written";
   }
 }
 

@@ -19,7 +19,7 @@ expected = {name: f"{name}() is used after its module was cleared" for name in g
 failures, moments = [], []
 
 
-def outcome(call):
+def outcome_text(call):
     try:
         return repr(call())
     except BaseException as error:
@@ -37,15 +37,15 @@ def call_all():
             ("call without arguments", function),
             ("globals", lambda: function.__globals__),
         ):
-            found = outcome(call)
+            found = outcome_text(call)
             if found != error:
                 failures.append((moments[-1], name, label, found))
         # These need no module.
         for attribute in ("__name__", "__qualname__", "__defaults__", "__kwdefaults__", "__text_signature__"):
             if getattr(function, attribute) != getattr(getattr(samples.real, name), attribute):
                 failures.append((moments[-1], name, attribute))
-        outcome(lambda: function.__signature__)
-        outcome(lambda: (function.__doc__, function.__module__, repr(function), function.__reduce__()))
+        outcome_text(lambda: function.__signature__)
+        outcome_text(lambda: (function.__doc__, function.__module__, repr(function), function.__reduce__()))
 
 
 def watched():

@@ -1,4 +1,4 @@
-"""Uses every function, and those of a second import beside them; run_string runs this text in sub-interpreters."""
+"""Calls every function, also of a second module. use_sub_interpreters.py runs this text in sub-interpreters."""
 
 import sys
 

@@ -1,4 +1,4 @@
-"""Sub-interpreters use every function, three of them alive at a time; the first one outlives the others' end."""
+"""Sub-interpreters call every function. Three exist at a time, and the first one is destroyed last."""
 
 from pathlib import Path
 
