@@ -7,7 +7,7 @@ from samples import plain, real
 
 
 def exact(value):
-    """The value in a form whose == compares types and key order too: 1, 1.0 and True differ, and a NaN equals itself."""
+    """A form of the value whose == also compares types and key order: 1, 1.0 and True differ, a NaN equals itself."""
     if isinstance(value, dict):
         return type(value).__name__, [(exact(key), exact(member)) for key, member in value.items()]
     if isinstance(value, (list, tuple)):

@@ -1,4 +1,4 @@
-"""The extension (`real`), the same contract in plain Python (`plain`), and valid arguments for all functions of both."""
+"""The extension (`real`), the same contract in plain Python (`plain`), and valid arguments for their functions."""
 
 import functools
 import inspect

@@ -91,7 +91,8 @@ class Records(ComparingTest):
                     real.build_wiki_ask_response(
                         mode="", query="", answer="", sections=sections, citations=citations, token_budget=budget
                     )
-            with self.assertRaisesRegex(TypeError, f"^{re.escape(message.replace('citations[', 'extra[', not sections))}$"):
+            message = message.replace("citations[", "extra[", not sections)
+            with self.assertRaisesRegex(TypeError, f"^{re.escape(message)}$"):
                 real._ask_citations(sections, citations or [])
         # Citations after the 24th are not inspected.
         whole = [{"path": number} for number in range(24)]

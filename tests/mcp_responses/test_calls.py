@@ -58,7 +58,8 @@ class WrongCalls(unittest.TestCase):
             names = [*good, *rng.sample(UNKNOWN, rng.choice((0, 0, 0, 1, 2)))]
             given = rng.sample(names, rng.randint(0, len(names)))
             named = {rng.choice(KEYS)(key) if rng.random() < 0.2 else key: good.get(key) for key in given}
-            self.assert_same_outcome(name, (list(good.values()) * 2)[: rng.randint(0, rng.choice((1, len(good) + 2)))], named)
+            args = (list(good.values()) * 2)[: rng.randint(0, rng.choice((1, len(good) + 2)))]
+            self.assert_same_outcome(name, args, named)
 
     def test_arguments_that_cannot_be_unpacked(self):
         for name, twin in TWINS.items():
@@ -82,7 +83,7 @@ class Identity(unittest.TestCase):
             bare = [p.replace(annotation=inspect._empty) for p in inspect.signature(twin).parameters.values()]
             self.assertEqual(function.__text_signature__, str(inspect.Signature(bare)))
 
-    def test_pickling_copying_and_wrapping(self):
+    def test_pickling_and_copying(self):
         for name, twin in TWINS.items():
             function = getattr(real, name)
             copies = [pickle.loads(pickle.dumps(function, number)) for number in range(pickle.HIGHEST_PROTOCOL + 1)]

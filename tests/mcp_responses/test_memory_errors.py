@@ -1,5 +1,5 @@
-"""Failed allocations, of the interpreter and of C++: a call raises MemoryError or returns the right answer, leaks nothing,
-and the next call works."""
+"""Failed allocations, of the interpreter and of C++: a call raises MemoryError or returns the right answer, and leaks
+nothing. The next call works."""
 
 import importlib.util
 import os

@@ -96,7 +96,8 @@ class Loading(unittest.TestCase):
         def import_hint():
             exec(f"from {PAGINATION} import add_pagination_hint", {})
 
-        for path, spec in ((None, None), ("p.py", None), (7, None), ("p.py", types.SimpleNamespace(_initializing=True))):
+        initializing = types.SimpleNamespace(_initializing=True)
+        for path, spec in ((None, None), ("p.py", None), (7, None), ("p.py", initializing)):
             pagination = types.ModuleType(PAGINATION)
             pagination.__file__, pagination.__spec__ = path, spec
             self.forget()

@@ -69,7 +69,8 @@ class Reentrancy(unittest.TestCase):
                 def hook():
                     for container in containers.values():
                         container.clear()
-                        (container.append if isinstance(container, list) else container.setdefault)("".join(rng.choices("ab", k=40)))
+                        add = container.append if isinstance(container, list) else container.setdefault
+                        add("".join(rng.choices("ab", k=40)))
                     gc.collect(0)
 
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}

@@ -11,6 +11,7 @@ import json
 import operator
 import signal
 import unittest
+from collections import OrderedDict
 from functools import partial
 
 from samples import REFERENCE, SYMBOL, real, record
@@ -139,10 +140,24 @@ class Signals(unittest.TestCase):
                     while inner[0 if isinstance(inner, list) else "a"] != "leaf":
                         containers.append(inner)
                         inner = inner[0 if isinstance(inner, list) else "a"]
-                    self.handle_by(lambda *_: [container.clear() for container in containers])
+
+                    def free_all(*_):
+                        while containers:
+                            containers.pop(0).clear()
+
+                    self.handle_by(free_all)
                     del inner
                     [*map(operator.call, [partial(raise_signal, SIGNAL), partial(call, root)])]
                     self.assertEqual(root, [])
+
+    def test_a_handler_frees_the_element_that_a_call_has_reached(self):
+        calls = (real.tool_result_text, real._encoded_size, lambda value: real.build_test_coverage(value, ""))
+        kinds = (list, dict.fromkeys, OrderedDict.fromkeys, str)
+        for call, kind, position in itertools.product(calls, kinds, (0, 1)):
+            root = [None] * position + [kind([str(number)]) for number in range(80_000)]
+            self.handle_by(lambda *_: root.clear())
+            [*map(operator.call, [partial(raise_signal, SIGNAL), partial(call, root)])]
+            self.assertEqual(root, [])
 
     def test_a_handler_changes_the_unfinished_copy(self):
         # The handler runs between two elements, or while an element is copied.

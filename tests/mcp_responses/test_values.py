@@ -151,11 +151,14 @@ class Values(ComparingTest):
                     self.assertEqual(exact_outcome(function, **good | values), one, (name, first, second))
 
     def test_rare_kinds_of_excerpts(self):
-        excerpts = [[*range(2000)], ["é"] * 700, moved(OrderedDict), {7: [1], None: {"k": 1.5}}, 7, 0.0, True, (), ("x",)]
-        excerpts.append(OVERRIDING[str]("words " * 300))
+        excerpts = [[*range(2000)], ["é"] * 700, moved(OrderedDict), {7: [1], None: {"k": 1.5}}, 7, 0.0, True, ()]
+        excerpts += [("x",), OVERRIDING[str]("words " * 300)]
         for excerpt, budget in itertools.product(excerpts, (None, 0, 60, 100, 200, 10**6)):
             named = {"mode": "m", "query": "q", "answer": "a", "token_budget": budget}
-            text = str.__str__(excerpt) if isinstance(excerpt, str) else real.tool_result_text(excerpt) if excerpt else ""
+            if isinstance(excerpt, str):
+                text = str.__str__(excerpt)
+            else:
+                text = real.tool_result_text(excerpt) if excerpt else ""
             expected = plain.build_wiki_ask_response(sections=[{"excerpt": text}], **named)
             answer = real.build_wiki_ask_response(sections=[{"excerpt": excerpt}], **named)
             self.assertTrue(exact(answer) == exact(expected), f"{text:.50} {budget}")

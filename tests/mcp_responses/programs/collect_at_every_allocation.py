@@ -1,5 +1,5 @@
-"""The collector runs at every allocation of a container, and with it a finalizer that changes the containers which the
-call is copying: it empties, shrinks, grows or refills them. The answer must be a valid tree, and share nothing with them."""
+"""The collector runs at every allocation of a container, and with it a finalizer that changes the containers which
+the call is copying: it empties, shrinks or grows them. The answer must be a valid tree, and share nothing with them."""
 
 import gc
 import random
