@@ -1,16 +1,15 @@
 // From records to the text that a language model reads.
-#include <mcp_responses/encode.h>
-#include <mcp_responses/pagination.h>
-#include <mcp_responses/static_object.h>
-#include <mcp_responses/symbol_rows.h>
+#include <mcp_responses/mcp_responses.h>
 
+#include <cstdint>
 #include <iostream>
+#include <string>
 
-using namespace mcp_responses;  // NOLINT(google-build-using-namespace): a program of its own
+using namespace mcp_responses;  // NOLINT(google-build-using-namespace): this is a program
 
 namespace {
 
-/// What the service has to say about each page.
+/// Adds a hint about the next page if the list is truncated.
 Value add_pagination_hint(Object page, std::int64_t item_count) {
   if (page.get("truncated"_key).truthy()) {
     const std::int64_t next = page.get("offset"_key).integer().value_or(0) + item_count;

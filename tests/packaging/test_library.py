@@ -1,6 +1,7 @@
-"""The C++ library as another project takes it: installed and moved elsewhere, or from its sources."""
+"""The C++ library in another project: installed and moved elsewhere, or as part of its sources."""
 
 import os
+import re
 import shlex
 import shutil
 import unittest
@@ -12,7 +13,7 @@ ANSWERS = (CONSUMER / "answers.txt").read_text(encoding="utf-8")
 
 
 def installed(prefix):
-    """The files below a prefix, without what CMake names after the build type."""
+    """The files below a prefix, without those that CMake names after the build type."""
     files = {str(path.relative_to(prefix)) for path in prefix.rglob("*") if path.is_file()}
     return {file for file in files if not file.endswith(("-release.cmake", "-debug.cmake"))}
 
@@ -24,35 +25,35 @@ class LibraryTest(unittest.TestCase):
         run("cmake", "--install", BUILD, "--prefix", cls.folder / "installed")
         cls.prefix = (cls.folder / "installed").rename(cls.folder / "moved")
 
-    def build_consumer(self, build, taken_by, *options):
-        """What its configuration said."""
-        said = run("cmake", "-S", CONSUMER, "-B", build, f"-DTAKEN_BY={taken_by}", *options)
+    def build_consumer(self, build, found_by, *options):
+        """Returns the output of the configuration."""
+        output = run("cmake", "-S", CONSUMER, "-B", build, f"-DFOUND_BY={found_by}", *options)
         run("cmake", "--build", build, "--target", "consumer")
-        self.assertEqual(run(build / "consumer"), ANSWERS, taken_by)
-        return said
+        self.assertEqual(run(build / "consumer"), ANSWERS, found_by)
+        return output
 
     def compile(self, source, program):
         """With the warnings that a user is likely to enable, as errors, and with each compiler on this machine."""
         (found,) = self.prefix.glob("lib*/**/pkgconfig")
-        # Split like a shell does, because pkg-config escapes spaces and non-ASCII characters.
+        # Split as a shell does: pkg-config escapes spaces and non-ASCII bytes with backslashes.
         flags = shlex.split(run("pkg-config", "--cflags", "--libs", "mcp_responses", PKG_CONFIG_LIBDIR=found))
         warnings = ("-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Werror")
         for compiler in filter(shutil.which, ("clang++", os.environ["CXX"])):
             run(compiler, "-std=c++20", *warnings, source, "-o", program, *flags)
 
     def test_found_by_cmake(self):
-        said = self.build_consumer(self.folder / "build", "find_package", f"-DCMAKE_PREFIX_PATH={self.prefix}")
-        self.assertIn(f"mcp_responses_VERSION={newest_release()}\n", said)
+        output = self.build_consumer(self.folder / "build", "find_package", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        self.assertIn(f"mcp_responses_VERSION={newest_release()}\n", output)
 
-    def test_taken_from_its_sources(self):
+    def test_added_as_sources(self):
         public = installed(self.prefix)
         cases = {"add_subdirectory": ([], set()), "FetchContent": (["-DMCP_RESPONSES_INSTALL=ON"], public)}
-        build = self.folder / "from_sources"  # one for both, so that the library is compiled once
-        for taken_by, (options, library) in cases.items():
-            self.build_consumer(build, taken_by, f"-DSOURCES={ROOT}", "-DCMAKE_BUILD_TYPE=Debug", *options)
-            self.assertEqual([*build.rglob("*.so")], [], f"{taken_by} builds no extension")
-            run("cmake", "--install", build, "--prefix", self.folder / taken_by)
-            self.assertEqual(installed(self.folder / taken_by), library | {"bin/consumer"}, taken_by)
+        build = self.folder / "from_sources"  # shared, so that the library is compiled once
+        for found_by, (options, library) in cases.items():
+            self.build_consumer(build, found_by, f"-DSOURCES={ROOT}", "-DCMAKE_BUILD_TYPE=Debug", *options)
+            self.assertEqual([*build.rglob("*.so")], [], f"{found_by} builds no extension")
+            run("cmake", "--install", build, "--prefix", self.folder / found_by)
+            self.assertEqual(installed(self.folder / found_by), library | {"bin/consumer"}, found_by)
 
     def test_found_by_pkg_config(self):
         (found,) = self.prefix.glob("lib*/**/pkgconfig")
@@ -61,11 +62,13 @@ class LibraryTest(unittest.TestCase):
         self.compile(CONSUMER / "main.cc", self.folder / "consumer")
         self.assertEqual(run(self.folder / "consumer"), ANSWERS)
 
-    def test_only_public_headers_are_installed_and_they_are_complete(self):
+    def test_each_public_header_is_installed_and_compiles(self):
         headers = sorted((self.prefix / "include").rglob("*.h"))
         source = self.folder / "all.cc"
         includes = (f"#include <{header.relative_to(self.prefix / 'include')}>\n" for header in headers)
         source.write_text("".join(includes) + "int main() {}\n")
         self.compile(source, self.folder / "all")
         public = {header.name for layer in ("core", "responses") for header in (ROOT / layer).glob("*.h")}
-        self.assertEqual({header.name for header in headers}, public, "detail/ is not an interface")
+        self.assertEqual({header.name for header in headers}, public)
+        included = re.findall(r'^#include "(.+)"$', (ROOT / "responses" / "mcp_responses.h").read_text("utf-8"), re.M)
+        self.assertEqual({*included, "mcp_responses.h"}, public)
