@@ -1,5 +1,5 @@
-# The service's own names, about which nothing is said here. Without this file mypy ends at once ("can't read file
-# hollin") where the service is installed without types of its own.
+# Types for the names of the service's own package, which this distribution does not know. Without this file mypy fails
+# ("can't read file hollin") if the service is installed without types.
 from typing import Any
 
 def __getattr__(name: str) -> Any: ...

@@ -9,14 +9,14 @@ from types import SimpleNamespace
 from typing import TYPE_CHECKING as TYPE_CHECKING
 from typing import Any, Literal, Protocol
 
-# The protocols are for annotations: the module itself does not have them.
+# The protocols are for annotations only: the module does not define them.
 
-# A dict, of a class of its own or with the keys of a TypedDict; no other mapping is taken. A sequence of them is a list
-# or a tuple: declared as one of these two, it would not be taken for a list of another kind of dict.
+# A dict, an instance of a subclass, or a TypedDict; other mappings raise TypeError. Parameters that accept a list or
+# tuple of dicts are declared as Sequence[_Dict]: list is invariant, so list[_Dict] would reject a list[dict[str, Any]].
 class _Dict(Protocol):
     def items(self) -> dict_items[str, object]: ...
 
-# The service's own function, looked up here at each call of build_paginated_response.
+# The service's function. build_paginated_response looks it up here at each call.
 add_pagination_hint: Callable[[dict[str, Any], int], Any]
 
 logger: Logger
@@ -32,8 +32,8 @@ _BYTES_PER_TOKEN: int
 
 EMPTY_TOOL_RESPONSES: dict[str, dict[str, Any]]
 
-# From here on `./dev stubs` writes: first what each builder reads of a record, any object with these attributes. (A
-# SimpleNamespace has whatever it is given, which not every type checker knows.)
+# From here on `./dev stubs` writes. First come protocols: the attributes that each builder reads of a record. A
+# SimpleNamespace is declared as well, because not every type checker accepts one for a protocol.
 
 class _SymbolSearchResultRecord(Protocol):
     @property
@@ -120,55 +120,61 @@ class _ComponentRecord(Protocol):
 def tool_result_text(result: Any) -> str:
     """Encode a tool's result as the ``text`` of an MCP content block.
 
-    Compact JSON (RFC 8259): no white space, members in insertion order, non-ASCII
-    characters as themselves. Floats have the shortest form that reads back as the
-    same number, always with a point or an exponent; NaN, Infinity and -Infinity are
-    bare words. Tuples are written as lists, keys that are int, float, bool or None
-    as their text, instances of subclasses as their base type.
+    The text is compact JSON: no white space, members in insertion order, non-ASCII
+    characters unescaped. A float has the shortest form that reads back as the same
+    number, always with a point or an exponent. NaN, Infinity and -Infinity are written
+    as bare words, which JSON (RFC 8259) does not have. A tuple is written as a list, an
+    instance of a subclass as its base type. Keys may be str, int, float, bool or None;
+    all are written as strings, and of several keys with the same text the last value is
+    written.
 
-    Raises TypeError for anything else, saying where it stands, OverflowError for an
-    int beyond 64 bits, RecursionError for nesting deeper than the interpreter's recursion
-    limit, which counts as at least 400 and at most 1000.
+    Raises TypeError for an object of any other type, with the path to it; OverflowError
+    for an int beyond 64 bits; RecursionError if containers are nested more deeply than
+    the interpreter's recursion limit (at least 400 and at most 1000 levels).
     """
 
 def first_sentence(docstring: str | None) -> str | None:
     """The first sentence of a docstring's first paragraph, cut to ``SUMMARY_CHARS``.
 
-    Paragraphs are parted by two line feeds; white space inside the paragraph becomes
-    single spaces; the sentence ends at the first ".", "!" or "?" before white space.
-    None when there is no docstring or no text in it. Lengths are code points.
+    Two line feeds end a paragraph. Each run of white space inside it becomes one space.
+    The sentence ends at the first ".", "!" or "?" that is followed by white space.
+    Returns None if the docstring is None or contains only white space. Lengths are in
+    code points.
 
-    Raises TypeError for what is neither str nor None.
+    Raises TypeError if ``docstring`` is neither a str nor None.
     """
 
 def code_lines(root: str | os.PathLike[str] | None, places: Iterable[tuple[str, int]]) -> dict[tuple[str, int], str]:
     """The lines of code at these places, stripped and cut to ``CODE_LINE_CHARS``.
 
-    A place is a path relative to ``root`` and a 1-based line number. The result is
-    {(path, line): text}, with an entry for each distinct place that has a line. Each
-    file is read once, with the interpreter's lock released, as UTF-8 with U+FFFD for
-    what is not. A file outside the root, also by way of a link, gives nothing; one that
-    cannot be read is logged at info level and gives nothing. Without a root the result
-    is empty and ``places`` is not read.
+    A place is a path relative to ``root`` and a line number, counted from 1. Returns
+    {(path, line): text} with an entry for each distinct place that has a line. Each file
+    is read once, with the GIL released. Files are decoded as UTF-8; invalid bytes become
+    U+FFFD. A file outside the root, also one that a symlink leads to, gives no entry. A
+    file that cannot be read gives no entry and is logged at level INFO. If ``root`` is
+    None, the result is empty and ``places`` is not iterated.
 
-    Raises TypeError for a root that is no path of str and for a place that is no pair of str
-    and int, OverflowError for a line beyond 64 bits, and for a path that is none ValueError
-    (a NUL), UnicodeEncodeError (a lone surrogate) or RuntimeError (a circle of links).
+    Raises TypeError if ``root`` is not a path of str or None, or if a place is not a pair
+    of str and int; OverflowError for a line number beyond 64 bits; ValueError for a path
+    with a null character; UnicodeEncodeError for a path with a lone surrogate that does
+    not encode a byte; RuntimeError for a path that ends in a symlink loop.
     """
 
 def _cut(text: str, chars: int) -> str:
     """``text`` cut to at most ``chars`` characters, the cut marked with an ellipsis.
 
-    A text that fits comes back as it is. White space before the ellipsis goes. Below 1
-    character a longer text becomes the empty text. Lengths are code points.
+    White space before the ellipsis is removed. A text that is short enough is returned
+    unchanged. If ``chars`` is less than 1, a longer text becomes the empty string.
+    Lengths are in code points.
     """
 
 def without_nulls(row: _Dict) -> dict[str, Any]:
     """The row without its fields that are None: a list row carries only what it knows.
 
-    A new dict with the other fields in their order; False, 0, "", [] and {} stay.
+    Returns a new dict with the other fields in their order. Only None is removed:
+    False, 0, "", [] and {} are kept.
 
-    Raises TypeError for what is no dict.
+    Raises TypeError if ``row`` is not a dict.
     """
 
 def build_index_status_response(
@@ -185,9 +191,9 @@ def build_index_status_response(
 ) -> dict[str, Any]:
     """Build dict for index_status response.
 
-    Keys: the first eight parameters' names, in their order, None included; then
-    "phase" and "phase_detail", each only when truthy. ``progress`` is meant to be 0 to
-    100. No value is checked or clamped.
+    Keys: the names of the first eight parameters, in their order, also if the value is
+    None. "phase" and "phase_detail" follow, each only if its value is truthy.
+    ``progress`` is a percentage. The values are not checked.
     """
 
 def build_symbol_search_result(
@@ -195,10 +201,12 @@ def build_symbol_search_result(
 ) -> dict[str, Any]:
     """Build the row of a symbol a search lists.
 
-    Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only when
-    it is not None. "line" is the symbol's ``start_line`` (1-based), "summary" the first
-    sentence of its docstring. The attributes are read in the order of the keys; the
-    record's AttributeError comes through for one that it lacks.
+    Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only if its
+    value is not None. "line" is the symbol's ``start_line`` (counted from 1), "summary"
+    is the first sentence of its docstring.
+
+    The attributes are read in the order of the keys. Raises AttributeError for the first
+    one that the symbol does not have.
     """
 
 def build_symbol_full_details(
@@ -207,27 +215,31 @@ def build_symbol_full_details(
     """Build dict for full symbol details (get_symbol).
 
     Keys, all always present: "found" (True), "fqn", "name", "kind", "file",
-    "start_line", "end_line", "signature", "is_export", "docstring" (whole),
-    "docstring_truncated". Lines are 1-based. The attributes are read in the order of the
-    keys; the record's AttributeError comes through for one that it lacks.
+    "start_line", "end_line", "signature", "is_export", "docstring" (not cut),
+    "docstring_truncated". Lines are counted from 1.
+
+    The attributes are read in the order of the keys. Raises AttributeError for the first
+    one that the symbol does not have.
     """
 
 def outline_module(fqns: Iterable[str]) -> str:
     """The fqn every symbol of a file's outline sits in: the longest dotted prefix they share.
 
-    Each fqn counts without its last part, and parts are compared whole. Empty when
-    nothing is shared. ``fqns`` is read once.
+    The last part of each fqn does not count, and only whole parts are compared: the
+    module of "shop.cart.Cart" and "shop.cart.Cart.total" is "shop.cart". Returns the
+    empty string if nothing is shared. ``fqns`` is iterated once.
 
-    Raises TypeError for an fqn that is no str.
+    Raises TypeError if an fqn is not a str.
     """
 
 def build_file_symbol(symbol: _FileSymbolRecord | SimpleNamespace, module: str = "") -> dict[str, Any]:
     """Build the compact row of a symbol in a file's outline (``file symbols``).
 
-    Keys: "name" (the fqn without ``module`` and its dot), "kind", "line", "end_line"
-    (only when it differs from the start line), "signature", "summary", each only when
-    it is not None. Lines are 1-based. The record's AttributeError comes through for an
-    attribute that it lacks.
+    Keys: "name" (the fqn without ``module`` and the dot after it), "kind", "line",
+    "end_line" (only if it differs from the start line), "signature", "summary", each only
+    if its value is not None. Lines are counted from 1.
+
+    Raises AttributeError for an attribute that the symbol does not have.
     """
 
 def build_api_endpoint(
@@ -236,25 +248,29 @@ def build_api_endpoint(
     """Build dict for API endpoints (get_api_endpoints).
 
     Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "line",
-    "signature", "component". "line" is the symbol's ``start_line`` (1-based). The record's
-    AttributeError comes through for an attribute that it lacks.
+    "signature", "component". "line" is the symbol's ``start_line`` (counted from 1).
+
+    Raises AttributeError for an attribute that the symbol does not have.
     """
 
 def build_reference(reference: _ReferenceRecord | SimpleNamespace, code: str | None = None) -> dict[str, Any]:
     """Build the row of a reference (``symbol references``).
 
-    Keys: "file" and "line", None when unknown, then "code", "caller", "caller_kind" and
-    "usage_type", each only when known. ``code`` is the line that ``code_lines`` found.
-    "caller" and "caller_kind" are "fqn" and "kind" of the record's ``caller_symbol``, a
-    dict or None. The record's AttributeError comes through for an attribute that it lacks.
+    Keys: "file" and "line", None if unknown. "code", "caller", "caller_kind" and
+    "usage_type" follow, each only if its value is not None. ``code`` is the line that
+    ``code_lines`` returned for the place. "caller" and "caller_kind" are the items "fqn"
+    and "kind" of the reference's ``caller_symbol``, a dict or None.
+
+    Raises AttributeError for an attribute that the reference does not have.
     """
 
 def build_component(component: _ComponentRecord | SimpleNamespace) -> dict[str, Any]:
     """Build dict for component info (get_components).
 
     Keys, all always present: "name", "layer", "path_pattern", "file_count",
-    "symbol_count". The record's AttributeError comes through for an attribute that it
-    lacks.
+    "symbol_count".
+
+    Raises AttributeError for an attribute that the component does not have.
     """
 
 def build_paginated_response(
@@ -262,15 +278,15 @@ def build_paginated_response(
 ) -> dict[str, Any]:
     """Build paginated response wrapper.
 
-    Keys: ``items_key``, "total_count", "truncated", "has_more", "offset". Both flags tell
-    whether rows remain past this page: ``offset + len(items) < total_count``. The rows
-    are copied.
+    Keys: ``items_key``, "total_count", "truncated", "has_more", "offset". "truncated" and
+    "has_more" are both True if rows remain after this page, that is, if
+    ``offset + len(items) < total_count``. The rows are copied.
 
-    Returns: Dict with items, pagination info, and hint if truncated. The hint is the
-    work of ``add_pagination_hint``, whose result is returned as it is.
+    Returns: Dict with items, pagination info, and hint if truncated. The hint is added by
+    ``add_pagination_hint``, whose result is returned unchanged.
 
-    Raises TypeError when ``items`` is no list or a count no number, and, saying where, for
-    a row with something in it that no answer can carry.
+    Raises TypeError if ``items`` is not a list or tuple, if a count is not a number, or,
+    with its path, for an object without a JSON representation.
     """
 
 def build_test_coverage(
@@ -278,13 +294,14 @@ def build_test_coverage(
 ) -> dict[str, Any]:
     """Build dict for test coverage (get_tests_for, get_code_for_test).
 
-    Keys: "test_file", "source_file", then "symbols_imported" when it is not empty.
+    Keys: "test_file", "source_file", then "symbols_imported" if it is not empty.
     """
 
 def build_empty_paginated_response(items_key: str = "items") -> dict[str, Any]:
     """Build empty paginated response.
 
-    The keys of ``build_paginated_response`` without rows: [], 0, False, False, 0.
+    The keys of ``build_paginated_response``, with the values of an empty list: [], 0,
+    False, False, 0. ``add_pagination_hint`` is not called.
     """
 
 def build_wiki_status_response(
@@ -313,11 +330,11 @@ def build_wiki_list_response(
 ) -> dict[str, Any]:
     """Build a response for wiki(action='list').
 
-    Keys, all always present: "pages", "total_count", "offset", "truncated" (the caller's
-    flag), "has_more" (whether pages remain past these).
+    Keys, all always present: "pages", "total_count", "offset", "truncated" (the
+    parameter), "has_more" (whether pages remain after these). The pages are copied.
 
-    Raises TypeError when ``pages`` is no list or a count no number, and, saying where, for
-    a page with something in it that no answer can carry.
+    Raises TypeError if ``pages`` is not a list or tuple, if a count is not a number, or,
+    with its path, for an object without a JSON representation.
     """
 
 def build_wiki_read_response(
@@ -331,8 +348,8 @@ def build_wiki_read_response(
 ) -> dict[str, Any]:
     """Build a response for wiki(action='read').
 
-    Keys, all always present: the parameters' names, in their order; the three lists are
-    [] for None.
+    Keys, all always present: the names of the parameters, in their order. The last three
+    are [] for None.
     """
 
 def build_wiki_ask_response(
@@ -352,48 +369,53 @@ def build_wiki_ask_response(
 ) -> dict[str, Any]:
     """Build a response for wiki(action='ask').
 
-    Keys: "mode", "query", "answer", "sections", "citations", then those of "model",
-    "tokens", "note", "decisions", "code" and "memories" that are not None. A section row
-    has "page_id", "title", "heading", "similarity", "stale" and "excerpt", cut to 1200
-    characters. "citations" has three of each section, then ``citations``, each place once,
-    24 in all.
+    Keys: "mode", "query", "answer", "sections", "citations", then "model", "tokens",
+    "note", "decisions", "code" and "memories", each only if its value is not None. The
+    row of a section has "page_id", "title", "heading", "similarity", "stale" and
+    "excerpt", which is cut to 1200 characters. Other keys of a section are ignored.
+    "citations" has the first three of each section, then ``citations``, each place once,
+    at most 24.
 
-    With a ``token_budget`` (a token is four bytes of the encoded answer) the answer gives
-    way until it fits: the excerpts shrink, from the bottom section up, to about 200 bytes
-    each; then whole sections go from the bottom, then the memories, then the code. All else
-    is never cut, and may exceed the budget by itself: ``answer`` above all.
+    A ``token_budget`` limits the size of the encoded answer; a token is four bytes. A
+    larger answer is reduced in this order: the excerpts shrink, from the bottom section
+    up, to about 200 bytes each; then whole sections are dropped from the bottom, then
+    the memories, then the code. The rest is never cut, and can exceed the budget by
+    itself, in particular ``answer``.
 
-    Raises TypeError, saying where, when a list or dict is something else or holds what JSON
-    cannot, and with a budget UnicodeEncodeError for a lone surrogate, which has no size.
+    Raises TypeError, with the path, for a list or dict of another type and for an object
+    without a JSON representation; with a budget also UnicodeEncodeError for a lone
+    surrogate, which cannot be encoded as UTF-8.
     """
 
 def _ask_citations(sections: Sequence[_Dict], extra: Sequence[_Dict]) -> list[dict[str, Any]]:
     """The first citations of each section, then ``extra``, each once, up to a cap.
 
-    Citations with equal "path", "line_start" and "line_end" are the same place; the first
-    of them stays, whole. Three a section, 24 in all.
+    Two citations with equal "path", "line_start" and "line_end" are the same place: the
+    first of them is kept, with all its items. Each section contributes its first three
+    citations, and the list has at most 24.
 
-    Raises TypeError, saying where, for a section or citation that is no dict, and for a
-    place made of a list or dict.
+    Raises TypeError, with the path, if a section or citation is not a dict, or if "path"
+    or a line is a list or dict.
     """
 
 def _trimmed(text: str, chars: int) -> str:
     """``text`` cut to at most ``chars`` characters at a word boundary, marked with an ellipsis.
 
-    The boundary is the last space in the second half of that length; without one the cut
-    is hard. Below 2 characters a longer text becomes the empty text.
+    The cut is at the last space in the second half of the allowed length, or anywhere if
+    there is none. A text that is short enough is returned unchanged. If ``chars`` is less
+    than 2, a longer text becomes the empty string. Lengths are in code points.
     """
 
 def _encoded_size(result: _Dict) -> int:
     """Bytes of ``result`` as the MCP text a model reads.
 
-    The length of ``tool_result_text(result)`` in UTF-8, without making it. Raises
-    UnicodeEncodeError for a lone surrogate, which has no UTF-8.
+    Equal to ``len(tool_result_text(result).encode())``, but no text is created. Raises
+    UnicodeEncodeError for a lone surrogate.
     """
 
 def get_empty_response(tool_name: str) -> dict[str, Any]:
     """Get empty response for a tool when repository is not initialized.
 
-    Returns: Empty response dict appropriate for the tool, the caller's own; for a name
-    that is no tool, {"error": "Repository not initialized"}.
+    Returns: Empty response dict appropriate for the tool, a new one at each call. For any
+    other name it is {"error": "Repository not initialized"}.
     """

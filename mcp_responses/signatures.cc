@@ -18,15 +18,17 @@ const std::array<Signature, 24> signatures{{
      .body = functions::tool_result_text,
      .documentation = R"(Encode a tool's result as the ``text`` of an MCP content block.
 
-Compact JSON (RFC 8259): no white space, members in insertion order, non-ASCII
-characters as themselves. Floats have the shortest form that reads back as the
-same number, always with a point or an exponent; NaN, Infinity and -Infinity are
-bare words. Tuples are written as lists, keys that are int, float, bool or None
-as their text, instances of subclasses as their base type.
+The text is compact JSON: no white space, members in insertion order, non-ASCII
+characters unescaped. A float has the shortest form that reads back as the same
+number, always with a point or an exponent. NaN, Infinity and -Infinity are written
+as bare words, which JSON (RFC 8259) does not have. A tuple is written as a list, an
+instance of a subclass as its base type. Keys may be str, int, float, bool or None;
+all are written as strings, and of several keys with the same text the last value is
+written.
 
-Raises TypeError for anything else, saying where it stands, OverflowError for an
-int beyond 64 bits, RecursionError for nesting deeper than the interpreter's recursion
-limit, which counts as at least 400 and at most 1000.)"},
+Raises TypeError for an object of any other type, with the path to it; OverflowError
+for an int beyond 64 bits; RecursionError if containers are nested more deeply than
+the interpreter's recursion limit (at least 400 and at most 1000 levels).)"},
     {.name = "first_sentence",
      .parameters = {{{"docstring", "str | None"}}},
      .positional = 1,
@@ -35,11 +37,12 @@ limit, which counts as at least 400 and at most 1000.)"},
      .documentation =
          R"(The first sentence of a docstring's first paragraph, cut to ``SUMMARY_CHARS``.
 
-Paragraphs are parted by two line feeds; white space inside the paragraph becomes
-single spaces; the sentence ends at the first ".", "!" or "?" before white space.
-None when there is no docstring or no text in it. Lengths are code points.
+Two line feeds end a paragraph. Each run of white space inside it becomes one space.
+The sentence ends at the first ".", "!" or "?" that is followed by white space.
+Returns None if the docstring is None or contains only white space. Lengths are in
+code points.
 
-Raises TypeError for what is neither str nor None.)"},
+Raises TypeError if ``docstring`` is neither a str nor None.)"},
     {.name = "code_lines",
      .parameters = {{{"root", "Path | None"}, {"places", "Iterable[tuple[str, int]]"}}},
      .positional = 2,
@@ -47,16 +50,17 @@ Raises TypeError for what is neither str nor None.)"},
      .body = functions::code_lines,
      .documentation = R"(The lines of code at these places, stripped and cut to ``CODE_LINE_CHARS``.
 
-A place is a path relative to ``root`` and a 1-based line number. The result is
-{(path, line): text}, with an entry for each distinct place that has a line. Each
-file is read once, with the interpreter's lock released, as UTF-8 with U+FFFD for
-what is not. A file outside the root, also by way of a link, gives nothing; one that
-cannot be read is logged at info level and gives nothing. Without a root the result
-is empty and ``places`` is not read.
+A place is a path relative to ``root`` and a line number, counted from 1. Returns
+{(path, line): text} with an entry for each distinct place that has a line. Each file
+is read once, with the GIL released. Files are decoded as UTF-8; invalid bytes become
+U+FFFD. A file outside the root, also one that a symlink leads to, gives no entry. A
+file that cannot be read gives no entry and is logged at level INFO. If ``root`` is
+None, the result is empty and ``places`` is not iterated.
 
-Raises TypeError for a root that is no path of str and for a place that is no pair of str
-and int, OverflowError for a line beyond 64 bits, and for a path that is none ValueError
-(a NUL), UnicodeEncodeError (a lone surrogate) or RuntimeError (a circle of links).)"},
+Raises TypeError if ``root`` is not a path of str or None, or if a place is not a pair
+of str and int; OverflowError for a line number beyond 64 bits; ValueError for a path
+with a null character; UnicodeEncodeError for a path with a lone surrogate that does
+not encode a byte; RuntimeError for a path that ends in a symlink loop.)"},
     {.name = "_cut",
      .parameters = {{{"text", "str"}, {"chars", "int"}}},
      .positional = 2,
@@ -65,8 +69,9 @@ and int, OverflowError for a line beyond 64 bits, and for a path that is none Va
      .documentation =
          R"(``text`` cut to at most ``chars`` characters, the cut marked with an ellipsis.
 
-A text that fits comes back as it is. White space before the ellipsis goes. Below 1
-character a longer text becomes the empty text. Lengths are code points.)"},
+White space before the ellipsis is removed. A text that is short enough is returned
+unchanged. If ``chars`` is less than 1, a longer text becomes the empty string.
+Lengths are in code points.)"},
     {.name = "without_nulls",
      .parameters = {{{"row", "dict[str, Any]"}}},
      .positional = 1,
@@ -75,9 +80,10 @@ character a longer text becomes the empty text. Lengths are code points.)"},
      .documentation =
          R"(The row without its fields that are None: a list row carries only what it knows.
 
-A new dict with the other fields in their order; False, 0, "", [] and {} stay.
+Returns a new dict with the other fields in their order. Only None is removed:
+False, 0, "", [] and {} are kept.
 
-Raises TypeError for what is no dict.)"},
+Raises TypeError if ``row`` is not a dict.)"},
     {.name = "build_index_status_response",
      .parameters = {{{"status",
                       "Literal['ready', 'indexing', 'error', 'stopped', 'not_initialized']"},
@@ -95,9 +101,9 @@ Raises TypeError for what is no dict.)"},
      .body = functions::build_index_status_response,
      .documentation = R"(Build dict for index_status response.
 
-Keys: the first eight parameters' names, in their order, None included; then
-"phase" and "phase_detail", each only when truthy. ``progress`` is meant to be 0 to
-100. No value is checked or clamped.)"},
+Keys: the names of the first eight parameters, in their order, also if the value is
+None. "phase" and "phase_detail" follow, each only if its value is truthy.
+``progress`` is a percentage. The values are not checked.)"},
     {.name = "build_symbol_search_result",
      .parameters = {{{"symbol", "Symbol"}, {"file_path", "str | None", none}}},
      .positional = 2,
@@ -105,10 +111,12 @@ Keys: the first eight parameters' names, in their order, None included; then
      .body = functions::build_symbol_search_result,
      .documentation = R"(Build the row of a symbol a search lists.
 
-Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only when
-it is not None. "line" is the symbol's ``start_line`` (1-based), "summary" the first
-sentence of its docstring. The attributes are read in the order of the keys; the
-record's AttributeError comes through for one that it lacks.)"},
+Keys: "fqn", "name", "kind", "file", "line", "signature", "summary", each only if its
+value is not None. "line" is the symbol's ``start_line`` (counted from 1), "summary"
+is the first sentence of its docstring.
+
+The attributes are read in the order of the keys. Raises AttributeError for the first
+one that the symbol does not have.)"},
     {.name = "build_symbol_full_details",
      .parameters = {{{"symbol", "Symbol"}, {"file_path", "str | None", none}}},
      .positional = 2,
@@ -117,9 +125,11 @@ record's AttributeError comes through for one that it lacks.)"},
      .documentation = R"(Build dict for full symbol details (get_symbol).
 
 Keys, all always present: "found" (True), "fqn", "name", "kind", "file",
-"start_line", "end_line", "signature", "is_export", "docstring" (whole),
-"docstring_truncated". Lines are 1-based. The attributes are read in the order of the
-keys; the record's AttributeError comes through for one that it lacks.)"},
+"start_line", "end_line", "signature", "is_export", "docstring" (not cut),
+"docstring_truncated". Lines are counted from 1.
+
+The attributes are read in the order of the keys. Raises AttributeError for the first
+one that the symbol does not have.)"},
     {.name = "outline_module",
      .parameters = {{{"fqns", "Iterable[str]"}}},
      .positional = 1,
@@ -128,10 +138,11 @@ keys; the record's AttributeError comes through for one that it lacks.)"},
      .documentation =
          R"(The fqn every symbol of a file's outline sits in: the longest dotted prefix they share.
 
-Each fqn counts without its last part, and parts are compared whole. Empty when
-nothing is shared. ``fqns`` is read once.
+The last part of each fqn does not count, and only whole parts are compared: the
+module of "shop.cart.Cart" and "shop.cart.Cart.total" is "shop.cart". Returns the
+empty string if nothing is shared. ``fqns`` is iterated once.
 
-Raises TypeError for an fqn that is no str.)"},
+Raises TypeError if an fqn is not a str.)"},
     {.name = "build_file_symbol",
      .parameters = {{{"symbol", "Symbol"}, {"module", "str", empty_string}}},
      .positional = 2,
@@ -139,10 +150,11 @@ Raises TypeError for an fqn that is no str.)"},
      .body = functions::build_file_symbol,
      .documentation = R"(Build the compact row of a symbol in a file's outline (``file symbols``).
 
-Keys: "name" (the fqn without ``module`` and its dot), "kind", "line", "end_line"
-(only when it differs from the start line), "signature", "summary", each only when
-it is not None. Lines are 1-based. The record's AttributeError comes through for an
-attribute that it lacks.)"},
+Keys: "name" (the fqn without ``module`` and the dot after it), "kind", "line",
+"end_line" (only if it differs from the start line), "signature", "summary", each only
+if its value is not None. Lines are counted from 1.
+
+Raises AttributeError for an attribute that the symbol does not have.)"},
     {.name = "build_api_endpoint",
      .parameters = {{{"symbol", "Symbol"},
                      {"file_path", "str | None", none},
@@ -153,8 +165,9 @@ attribute that it lacks.)"},
      .documentation = R"(Build dict for API endpoints (get_api_endpoints).
 
 Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "line",
-"signature", "component". "line" is the symbol's ``start_line`` (1-based). The record's
-AttributeError comes through for an attribute that it lacks.)"},
+"signature", "component". "line" is the symbol's ``start_line`` (counted from 1).
+
+Raises AttributeError for an attribute that the symbol does not have.)"},
     {.name = "build_reference",
      .parameters = {{{"reference", "Reference"}, {"code", "str | None", none}}},
      .positional = 2,
@@ -162,10 +175,12 @@ AttributeError comes through for an attribute that it lacks.)"},
      .body = functions::build_reference,
      .documentation = R"(Build the row of a reference (``symbol references``).
 
-Keys: "file" and "line", None when unknown, then "code", "caller", "caller_kind" and
-"usage_type", each only when known. ``code`` is the line that ``code_lines`` found.
-"caller" and "caller_kind" are "fqn" and "kind" of the record's ``caller_symbol``, a
-dict or None. The record's AttributeError comes through for an attribute that it lacks.)"},
+Keys: "file" and "line", None if unknown. "code", "caller", "caller_kind" and
+"usage_type" follow, each only if its value is not None. ``code`` is the line that
+``code_lines`` returned for the place. "caller" and "caller_kind" are the items "fqn"
+and "kind" of the reference's ``caller_symbol``, a dict or None.
+
+Raises AttributeError for an attribute that the reference does not have.)"},
     {.name = "build_component",
      .parameters = {{{"component", "ComponentInfo"}}},
      .positional = 1,
@@ -174,8 +189,9 @@ dict or None. The record's AttributeError comes through for an attribute that it
      .documentation = R"(Build dict for component info (get_components).
 
 Keys, all always present: "name", "layer", "path_pattern", "file_count",
-"symbol_count". The record's AttributeError comes through for an attribute that it
-lacks.)"},
+"symbol_count".
+
+Raises AttributeError for an attribute that the component does not have.)"},
     {.name = "build_paginated_response",
      .parameters = {{{"items", "list[Any]"},
                      {"total_count", "int"},
@@ -186,15 +202,15 @@ lacks.)"},
      .body = functions::build_paginated_response,
      .documentation = R"(Build paginated response wrapper.
 
-Keys: ``items_key``, "total_count", "truncated", "has_more", "offset". Both flags tell
-whether rows remain past this page: ``offset + len(items) < total_count``. The rows
-are copied.
+Keys: ``items_key``, "total_count", "truncated", "has_more", "offset". "truncated" and
+"has_more" are both True if rows remain after this page, that is, if
+``offset + len(items) < total_count``. The rows are copied.
 
-Returns: Dict with items, pagination info, and hint if truncated. The hint is the
-work of ``add_pagination_hint``, whose result is returned as it is.
+Returns: Dict with items, pagination info, and hint if truncated. The hint is added by
+``add_pagination_hint``, whose result is returned unchanged.
 
-Raises TypeError when ``items`` is no list or a count no number, and, saying where, for
-a row with something in it that no answer can carry.)"},
+Raises TypeError if ``items`` is not a list or tuple, if a count is not a number, or,
+with its path, for an object without a JSON representation.)"},
     {.name = "build_test_coverage",
      .parameters = {{{"test_file", "str"},
                      {"source_file", "str"},
@@ -204,7 +220,7 @@ a row with something in it that no answer can carry.)"},
      .body = functions::build_test_coverage,
      .documentation = R"(Build dict for test coverage (get_tests_for, get_code_for_test).
 
-Keys: "test_file", "source_file", then "symbols_imported" when it is not empty.)"},
+Keys: "test_file", "source_file", then "symbols_imported" if it is not empty.)"},
     {.name = "build_empty_paginated_response",
      .parameters = {{{"items_key", "str", items}}},
      .positional = 1,
@@ -212,7 +228,8 @@ Keys: "test_file", "source_file", then "symbols_imported" when it is not empty.)
      .body = functions::build_empty_paginated_response,
      .documentation = R"(Build empty paginated response.
 
-The keys of ``build_paginated_response`` without rows: [], 0, False, False, 0.)"},
+The keys of ``build_paginated_response``, with the values of an empty list: [], 0,
+False, False, 0. ``add_pagination_hint`` is not called.)"},
     {.name = "build_wiki_status_response",
      .parameters = {{{"built", "bool"},
                      {"branch", "str"},
@@ -243,11 +260,11 @@ Keys, all always present: "built", "branch", "enabled", "configured", "pages",
      .body = functions::build_wiki_list_response,
      .documentation = R"(Build a response for wiki(action='list').
 
-Keys, all always present: "pages", "total_count", "offset", "truncated" (the caller's
-flag), "has_more" (whether pages remain past these).
+Keys, all always present: "pages", "total_count", "offset", "truncated" (the
+parameter), "has_more" (whether pages remain after these). The pages are copied.
 
-Raises TypeError when ``pages`` is no list or a count no number, and, saying where, for
-a page with something in it that no answer can carry.)"},
+Raises TypeError if ``pages`` is not a list or tuple, if a count is not a number, or,
+with its path, for an object without a JSON representation.)"},
     {.name = "build_wiki_read_response",
      .parameters = {{{"page_id", "str"},
                      {"title", "str"},
@@ -260,8 +277,8 @@ a page with something in it that no answer can carry.)"},
      .body = functions::build_wiki_read_response,
      .documentation = R"(Build a response for wiki(action='read').
 
-Keys, all always present: the parameters' names, in their order; the three lists are
-[] for None.)"},
+Keys, all always present: the names of the parameters, in their order. The last three
+are [] for None.)"},
     {.name = "build_wiki_ask_response",
      .parameters = {{{"mode", "str"},
                      {"query", "str"},
@@ -280,19 +297,22 @@ Keys, all always present: the parameters' names, in their order; the three lists
      .body = functions::build_wiki_ask_response,
      .documentation = R"(Build a response for wiki(action='ask').
 
-Keys: "mode", "query", "answer", "sections", "citations", then those of "model",
-"tokens", "note", "decisions", "code" and "memories" that are not None. A section row
-has "page_id", "title", "heading", "similarity", "stale" and "excerpt", cut to 1200
-characters. "citations" has three of each section, then ``citations``, each place once,
-24 in all.
+Keys: "mode", "query", "answer", "sections", "citations", then "model", "tokens",
+"note", "decisions", "code" and "memories", each only if its value is not None. The
+row of a section has "page_id", "title", "heading", "similarity", "stale" and
+"excerpt", which is cut to 1200 characters. Other keys of a section are ignored.
+"citations" has the first three of each section, then ``citations``, each place once,
+at most 24.
 
-With a ``token_budget`` (a token is four bytes of the encoded answer) the answer gives
-way until it fits: the excerpts shrink, from the bottom section up, to about 200 bytes
-each; then whole sections go from the bottom, then the memories, then the code. All else
-is never cut, and may exceed the budget by itself: ``answer`` above all.
+A ``token_budget`` limits the size of the encoded answer; a token is four bytes. A
+larger answer is reduced in this order: the excerpts shrink, from the bottom section
+up, to about 200 bytes each; then whole sections are dropped from the bottom, then
+the memories, then the code. The rest is never cut, and can exceed the budget by
+itself, in particular ``answer``.
 
-Raises TypeError, saying where, when a list or dict is something else or holds what JSON
-cannot, and with a budget UnicodeEncodeError for a lone surrogate, which has no size.)"},
+Raises TypeError, with the path, for a list or dict of another type and for an object
+without a JSON representation; with a budget also UnicodeEncodeError for a lone
+surrogate, which cannot be encoded as UTF-8.)"},
     {.name = "_ask_citations",
      .parameters = {{{"sections", "list[dict[str, Any]]"}, {"extra", "list[dict[str, Any]]"}}},
      .positional = 2,
@@ -301,11 +321,12 @@ cannot, and with a budget UnicodeEncodeError for a lone surrogate, which has no 
      .documentation =
          R"(The first citations of each section, then ``extra``, each once, up to a cap.
 
-Citations with equal "path", "line_start" and "line_end" are the same place; the first
-of them stays, whole. Three a section, 24 in all.
+Two citations with equal "path", "line_start" and "line_end" are the same place: the
+first of them is kept, with all its items. Each section contributes its first three
+citations, and the list has at most 24.
 
-Raises TypeError, saying where, for a section or citation that is no dict, and for a
-place made of a list or dict.)"},
+Raises TypeError, with the path, if a section or citation is not a dict, or if "path"
+or a line is a list or dict.)"},
     {.name = "_trimmed",
      .parameters = {{{"text", "str"}, {"chars", "int"}}},
      .positional = 2,
@@ -314,8 +335,9 @@ place made of a list or dict.)"},
      .documentation =
          R"(``text`` cut to at most ``chars`` characters at a word boundary, marked with an ellipsis.
 
-The boundary is the last space in the second half of that length; without one the cut
-is hard. Below 2 characters a longer text becomes the empty text.)"},
+The cut is at the last space in the second half of the allowed length, or anywhere if
+there is none. A text that is short enough is returned unchanged. If ``chars`` is less
+than 2, a longer text becomes the empty string. Lengths are in code points.)"},
     {.name = "_encoded_size",
      .parameters = {{{"result", "dict[str, Any]"}}},
      .positional = 1,
@@ -323,8 +345,8 @@ is hard. Below 2 characters a longer text becomes the empty text.)"},
      .body = functions::encoded_size,
      .documentation = R"(Bytes of ``result`` as the MCP text a model reads.
 
-The length of ``tool_result_text(result)`` in UTF-8, without making it. Raises
-UnicodeEncodeError for a lone surrogate, which has no UTF-8.)"},
+Equal to ``len(tool_result_text(result).encode())``, but no text is created. Raises
+UnicodeEncodeError for a lone surrogate.)"},
     {.name = "get_empty_response",
      .parameters = {{{"tool_name", "str"}}},
      .positional = 1,
@@ -332,8 +354,8 @@ UnicodeEncodeError for a lone surrogate, which has no UTF-8.)"},
      .body = functions::get_empty_response,
      .documentation = R"(Get empty response for a tool when repository is not initialized.
 
-Returns: Empty response dict appropriate for the tool, the caller's own; for a name
-that is no tool, {"error": "Repository not initialized"}.)"},
+Returns: Empty response dict appropriate for the tool, a new one at each call. For any
+other name it is {"error": "Repository not initialized"}.)"},
 }};
 
 }  // namespace mcp_responses

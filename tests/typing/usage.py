@@ -1,4 +1,4 @@
-"""What a service writes, for mypy --strict: it must accept this, and each fault that is marked must be one to it."""
+"""Code of a service for mypy --strict, which must accept it, and report an error in each marked line."""
 
 from collections import OrderedDict
 from collections.abc import Mapping
@@ -35,7 +35,7 @@ class Citation(TypedDict):
 
 @dataclass
 class Endpoint:
-    """What an endpoint's row reads of a symbol, and no more."""
+    """Only the attributes that the row of an API endpoint needs."""
 
     fqn: str
     name: str
@@ -78,7 +78,7 @@ def other_kinds(citations: list[Citation], rows: list[OrderedDict[str, int]], co
     mcp_responses.build_wiki_list_response(tuple(rows), len(rows))
     mcp_responses.build_paginated_response(tuple(rows), len(rows), 0)
     mcp_responses.build_wiki_ask_response(mode="m", query="q", answer=None, sections=[{}, {"title": "t"}], code={})
-    mcp_responses.without_nulls(code)  # type: ignore[arg-type]  # a mapping that may be no dict
+    mcp_responses.without_nulls(code)  # type: ignore[arg-type]  # a Mapping need not be a dict
 
 
 mcp_responses.add_pagination_hint = add_pagination_hint
@@ -86,7 +86,7 @@ mcp_responses.build_api_endpoint(Endpoint("shop.pay", "pay", "function", 9))
 mcp_responses.build_symbol_full_details(Endpoint("shop.pay", "pay", "function", 9))  # type: ignore[arg-type]
 mcp_responses.build_component(SimpleNamespace(name="core"))
 mcp_responses.code_lines("/srv/repo", [])
-search(list[Symbol](), {}, 0)  # type: ignore[arg-type]  # a list of them is no list of the protocol
+search(list[Symbol](), {}, 0)  # type: ignore[arg-type]  # list is invariant
 mcp_responses.build_component(Named("core"))  # type: ignore[arg-type]
 mcp_responses.build_index_status_response("asleep", "healthy", None, 0)  # type: ignore[arg-type]
 mcp_responses.build_paginated_response([], 0, 0, "rows")  # type: ignore[misc]
