@@ -1,4 +1,4 @@
-"""Has CMake build the extension for the interpreter that runs this; what it is called stands in pyproject.toml."""
+"""Builds the extension with CMake, for the interpreter that runs this file. pyproject.toml has the metadata."""
 
 import os
 import re
@@ -26,7 +26,7 @@ def cmake(*arguments: object) -> None:
     except FileNotFoundError:
         raise ExecError("cmake is not on PATH (Debian: cmake ninja-build)") from None
     except subprocess.CalledProcessError as failed:
-        raise ExecError(f"cmake {arguments[0]} failed, and says above why") from failed
+        raise ExecError(f"cmake {arguments[0]} failed; its messages are above") from failed
 
 
 class BuildWithCMake(build_ext):
@@ -34,18 +34,18 @@ class BuildWithCMake(build_ext):
         build = Path(self.build_temp).resolve()
         destination = Path(self.get_ext_fullpath(extension.name)).resolve().parents[1]
         os.environ.setdefault("CMAKE_GENERATOR", "Ninja")
-        # Fresh, because a folder that is used again may have been another environment's.
+        # --fresh: a cache of an earlier build may name the interpreter of another environment.
         cmake(
             *("--fresh", "-S", ROOT, "-B", build, f"-DPython_EXECUTABLE={sys.executable}"),
             *("-DCMAKE_BUILD_TYPE=Release", "-DMCP_RESPONSES_TESTS=OFF"),
         )
         cmake("--build", build, "--target", "mcp_responses_extension")
-        cmake("--install", build, "--component", "extension", "--strip", "--prefix", destination)
+        cmake("--install", build, "--component", "wheel", "--strip", "--prefix", destination)
 
 
 class RefuseToBeEditable(editable_wheel):
     def run(self) -> None:
-        # A link from hollin, another's package, to what CMake built would be as old as that build anyway.
+        # The package hollin belongs to the service. A link from there to the extension would not rebuild it.
         raise ExecError("a compiled module cannot be edited in place: run `pip install .`, and again after each change")
 
 
@@ -54,13 +54,13 @@ class CopyWithoutMode(build_py):
         return super().copy_file(source, target, preserve_mode=False)
 
 
-# A wheel made twice is the same, byte for byte, whenever and by whomever: zip knows no day before this one.
+# Builds are reproducible: a wheel depends neither on the time nor on the umask. Zip files cannot have an earlier time.
 os.environ.setdefault("SOURCE_DATE_EPOCH", "315532800")
 os.umask(0o022)
 
 setup(
     version=project_version(),
-    # The service's own package, hollin, gets one module more and is otherwise not touched.
+    # The package hollin belongs to the service: the wheel adds only this module and its schemas to it.
     ext_modules=[Extension("hollin.mcp_responses", sources=[])],
     packages=["hollin-stubs"],
     package_data={"hollin-stubs": ["*.pyi", "py.typed"]},

@@ -1,9 +1,9 @@
-"""The two examples say the same, and what stands beside them."""
+"""Both examples print the text in examples/answer.txt."""
 
 import sys
 import unittest
 
-from workplace import BUILD, ROOT, run
+from helpers import BUILD, ROOT, run
 
 ANSWER = (ROOT / "examples" / "answer.txt").read_text(encoding="utf-8")
 

@@ -6,7 +6,7 @@ import shlex
 import shutil
 import unittest
 
-from workplace import BUILD, ROOT, empty_folder, newest_release, run
+from helpers import BUILD, ROOT, empty_folder, newest_release, run
 
 CONSUMER = ROOT / "tests" / "consumer"
 ANSWERS = (CONSUMER / "answers.txt").read_text(encoding="utf-8")

@@ -1,11 +1,11 @@
-"""The stubs tell what the functions take, read and say of themselves."""
+"""The stubs declare what the functions accept and read, and contain their documentation."""
 
 import ast
 import sys
 import unittest
 from types import MappingProxyType
 
-from workplace import BUILD, ROOT
+from helpers import BUILD, ROOT
 
 sys.path[:0] = map(str, (BUILD, ROOT / "scripts", ROOT / "tests" / "mcp_responses"))
 from make_stubs import STUBS, accepted_type, functions, protocol_name, record_kind, with_functions  # noqa: E402
@@ -37,7 +37,7 @@ class Recorder:
         return getattr(record, name)
 
 
-# For each kind of type: what else it takes, and what not, made of what a good call has there.
+# By a part of a declared type: conversions of a valid argument to others that are accepted, and to some that are not.
 OTHERS = {
     "os.PathLike": ([str, lambda root: Path(str(root))], [bytes]),
     " | tuple[": ([tuple], [iter]),
@@ -49,10 +49,10 @@ OTHERS = {
 class StubsTest(unittest.TestCase):
     maxDiff = None
 
-    def test_written_anew(self):
-        self.assertEqual(WRITTEN, with_functions(WRITTEN, real), "./dev stubs writes them")
+    def test_stubs_are_up_to_date(self):
+        self.assertEqual(WRITTEN, with_functions(WRITTEN, real), "./dev stubs generates them")
 
-    def test_records_have_what_is_read_of_them(self):
+    def test_protocols_have_the_attributes_that_builders_read(self):
         builders = [function for function in functions(real) if record_kind(function)]
         self.assertEqual(len(builders), 6)
         for build in builders:
@@ -61,8 +61,8 @@ class StubsTest(unittest.TestCase):
             declared = CLASSES[protocol_name(build.__name__)].body
             self.assertEqual(read, [member.name for member in declared], build.__name__)
 
-    def test_accepted_types(self):
-        met, calls = set(), good_calls() | {"_encoded_size": {"result": ROW}}
+    def test_declared_types_are_accepted(self):
+        tested, calls = set(), good_calls() | {"_encoded_size": {"result": ROW}}
         for function in functions(real):
             name, call = function.__name__, calls[function.__name__]
             for parameter, value in call.items():
@@ -70,10 +70,10 @@ class StubsTest(unittest.TestCase):
                 kind = next((kind for kind in OTHERS if kind in type_), None)
                 if kind is None:
                     continue
-                met.add(kind)
+                tested.add(kind)
                 for other in OTHERS[kind][0]:
                     self.assertEqual(function(**call | {parameter: other(value)}), function(**call), (name, parameter))
                 for other in OTHERS[kind][1]:
                     with self.assertRaises(TypeError, msg=(name, parameter)):
                         function(**call | {parameter: other(value)})
-        self.assertEqual(met, {*OTHERS})
+        self.assertEqual(tested, {*OTHERS})
