@@ -1,5 +1,5 @@
-"""The documents say what is so: links, files, tests and quoted code are there, and docs/answers.md is held against the
-schemas, its tables, and against the library, its examples."""
+"""The documents are correct: links, files, tests and quoted code exist, and docs/answers.md agrees with the schemas (its
+tables) and with the library (its examples)."""
 
 import ast
 import json
@@ -19,7 +19,7 @@ SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (ROOT / "s
 SHAPES = {name: schema for name, schema in SCHEMAS.items() if "properties" in schema}
 SHAPES["section"] = SHAPES["wiki_ask"]["properties"]["sections"]["items"]
 
-Row = tuple[str, str, bool, str]  # key, kind, whether it is always there, meaning
+Row = tuple[str, str, bool, str]  # key, type, whether it is always present, meaning
 
 
 def anchors(document: Path) -> set[str]:
@@ -44,9 +44,14 @@ def rows_of_schema(schema: dict[str, Any]) -> list[Row]:
 
 
 def rows_of_page(part: str) -> list[Row]:
-    """Of the table "key | kind | there | what it is"; an optional key says when it is there."""
+    """The rows of the table "key | type | present | meaning"."""
     lines = re.findall(r"^\| `(\w+)` \| (.+?) \| (.+?) \| (.+) \|$", part, re.M)
-    return [(key, kind, there == "always", meaning) for key, kind, there, meaning in lines]
+    return [(key, kind, present == "always", meaning) for key, kind, present, meaning in lines]
+
+
+def joined(shown: str) -> str:
+    """The text of an answer that is broken into indented lines in a document."""
+    return "".join(line.strip() for line in shown.splitlines())
 
 
 def result(expression: str, names: dict[str, Any]) -> str:
@@ -68,8 +73,9 @@ class DocumentsTest(unittest.TestCase):
                 self.assertTrue(not anchor or anchor in anchors(target), f"{document.name}: {link}")
             for path in re.findall(rf"`((?:{FOLDERS})/[\w./-]*)`", text):
                 self.assertTrue((ROOT / path).exists(), f"{document.name}: {path}")
-            for path, code in re.findall(r"^<!-- (\S+) -->\n```\w+\n(.+?\n)```$", text, re.M | re.S):
-                self.assertIn(code, (ROOT / path).read_text("utf-8"), f"{document.name} quotes {path}")
+            for path, language, code in re.findall(r"^<!-- (\S+) -->\n```(\w+)\n(.+?\n)```$", text, re.M | re.S):
+                quoted = joined(code) if language == "json" else code
+                self.assertIn(quoted, (ROOT / path).read_text("utf-8"), f"{document.name} quotes {path}")
 
     def test_promises_name_tests(self):
         tests = "".join(path.read_text("utf-8") for path in (ROOT / "tests").rglob("*_test.cc"))
@@ -96,8 +102,7 @@ class DocumentsTest(unittest.TestCase):
         called = set()
         examples = re.findall(r"^```python\n([^`]+?)\n```\n\n```(json|text)\n(.+?)\n```$", ANSWERS, re.M | re.S)
         for expression, language, shown in examples:
-            # A long answer is broken into lines; the breaks and the blanks behind them are the page's own.
-            expected = "".join(line.strip() for line in shown.splitlines()) if language == "json" else shown
+            expected = joined(shown) if language == "json" else shown
             self.assertEqual(result(expression, names), expected, expression)
             called |= {node.id for node in ast.walk(ast.parse(expression)) if isinstance(node, ast.Name)}
         builders = {name for name in vars(mcp_responses) if name.startswith(("build_", "get_"))}
