@@ -10,6 +10,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -20,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "detail/openat2.h"
 #include "models/link_tree.h"
 
 namespace mcp_responses {
@@ -194,12 +196,17 @@ TEST_P(WorkTreeTest, AFileThatGrowsWhileItIsReadIsReadFurther) {
 }
 
 // With openat2 the root stays open.
+/// Old kernels, sandboxes and emulators do not have the call. A structure of no bytes is EINVAL.
+bool has_openat2() {
+  return ::syscall(SYS_openat2, AT_FDCWD, ".", nullptr, 0) == -1 && errno == EINVAL;
+}
+
 TEST_P(WorkTreeTest, NothingIsReadFromAFolderThatReplacesTheRoot) {
   fs::rename(root_, files_.base() + "/moved");
   fs::create_directory(root_);
   write(root_ + "/a.py", "replaced");
-  EXPECT_EQ(read_result(tree_, "a.py"),
-            GetParam() == WorkTree::Opening::openat2 ? "root/a.py" : "unreadable");
+  const bool keeps_root_open = GetParam() == WorkTree::Opening::openat2 && has_openat2();
+  EXPECT_EQ(read_result(tree_, "a.py"), keeps_root_open ? "root/a.py" : "unreadable");
 }
 
 TEST_P(WorkTreeTest, ErrorsLeaveNoDescriptorOpen) {
