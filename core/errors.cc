@@ -1,10 +1,15 @@
 #include "errors.h"
 
 #include <array>
-#include <string>
 
 namespace mcp_responses {
 namespace {
+
+std::string_view python_type_name(Kind kind) noexcept {
+  constexpr std::array<std::string_view, 7> names{"NoneType", "bool", "int", "float",
+                                                  "str",      "list", "dict"};
+  return names[static_cast<std::size_t>(kind)];
+}
 
 std::string joined(std::initializer_list<std::string_view> pieces) {
   std::string text;
@@ -12,22 +17,43 @@ std::string joined(std::initializer_list<std::string_view> pieces) {
   return text;
 }
 
+std::string kind_error_message(std::string_view path, std::initializer_list<Kind> expected,
+                               Kind actual) {
+  std::vector<std::string_view> names;
+  for (const Kind kind : expected) names.push_back(kind_name(kind));
+  return joined({path, " must be ", alternatives(names), ", not ", kind_name(actual)});
+}
+
 }  // namespace
 
 std::string_view kind_name(Kind kind) noexcept {
-  constexpr std::array<std::string_view, 7> names{"None", "bool", "int", "float",
-                                                  "str",  "list", "dict"};
+  constexpr std::array<std::string_view, 7> names{"null",   "boolean", "integer", "float",
+                                                  "string", "list",    "object"};
   return names[static_cast<std::size_t>(kind)];
 }
 
-KindError::KindError(std::string_view path, std::string_view expected, Kind actual)
-    : std::invalid_argument(joined({path, " must be ", expected, ", not ", kind_name(actual)})) {}
+std::string alternatives(std::span<const std::string_view> names) {
+  std::string text;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i > 0) text += i + 1 == names.size() ? " or " : ", ";
+    text += names[i];
+  }
+  return text;
+}
+
+KindError::KindError(std::string_view path, std::initializer_list<Kind> expected, Kind actual)
+    : std::invalid_argument(kind_error_message(path, expected, actual)),
+      path_(path),
+      expected_(expected),
+      actual_(actual) {}
 
 AttributeMissing::AttributeMissing(std::string_view type, std::string_view attribute)
     : std::invalid_argument(joined({"'", type, "' object has no attribute '", attribute, "'"})) {}
 
+AttributeMissing::AttributeMissing(Kind kind, std::string_view attribute)
+    : AttributeMissing(python_type_name(kind), attribute) {}
+
 NestingError::NestingError()
-    : std::runtime_error(
-          "maximum nesting depth exceeded: a list or dict that deep, or one in itself") {}
+    : std::runtime_error("lists or objects are nested too deeply, or one contains itself") {}
 
 }  // namespace mcp_responses

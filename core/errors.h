@@ -1,29 +1,45 @@
-// The errors that the arguments of a call can cause. Kinds have Python's names in the messages, which
-// the service's programmers read.
+// The errors that the arguments of a call can cause.
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
+#include <span>
 #include <stdexcept>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "handle.h"
 
 namespace mcp_responses {
 
-/// "None", "bool", "int", "float", "str", "list" or "dict".
+/// "null", "boolean", "integer", "float", "string", "list" or "object".
 std::string_view kind_name(Kind kind) noexcept;
 
-/// A value is of the wrong kind: "sections[3] must be dict, not str". TypeError in Python.
+/// "a", "a or b", "a, b or c".
+std::string alternatives(std::span<const std::string_view> names);
+
+/// A value is of the wrong kind: "sections[3] must be object, not string". TypeError in Python, with
+/// Python's names of the kinds.
 class KindError : public std::invalid_argument {
  public:
-  KindError(std::string_view path, std::string_view expected, Kind actual);
+  KindError(std::string_view path, std::initializer_list<Kind> expected, Kind actual);
+  const std::string& path() const noexcept { return path_; }
+  const std::vector<Kind>& expected() const noexcept { return expected_; }
+  Kind actual() const noexcept { return actual_; }
+
+ private:
+  std::string path_;
+  std::vector<Kind> expected_;
+  Kind actual_;
 };
 
 /// A record or value lacks an attribute: "'int' object has no attribute 'startswith'". AttributeError
-/// in Python.
+/// in Python, and so with Python's names of the kinds.
 class AttributeMissing : public std::invalid_argument {
  public:
   AttributeMissing(std::string_view type, std::string_view attribute);
+  AttributeMissing(Kind kind, std::string_view attribute);
 };
 
 /// Lists and objects are nested too deeply, or one contains itself. RecursionError in Python.

@@ -41,22 +41,32 @@ class Search {
  public:
   explicit Search(PyObject* wanted) : wanted_(wanted) {}
 
-  std::string path(PyObject* root, std::string name) {
+  std::string path(PyObject* root, const std::string& name) {
     if (root == wanted_) return name;
     enter(root);
-    while (!path_.empty() && !is_found()) {
-      count_work(element_work);
-      if (path_.back().next()) {
-        enter(path_.back().value.get());
-      } else {
-        path_.pop_back();
+    while (advance()) {
+      if (path_.back().key.get() == wanted_) return "a key of " + path_to(path_.size() - 1, name);
+      if (path_.back().value.get() == wanted_) return path_to(path_.size(), name);
+      enter(path_.back().value.get());
+    }
+    return {};
+  }
+
+  std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels) {
+    enter(root);
+    while (advance()) {
+      PyObject* const value = path_.back().value.get();
+      for (std::size_t i = 0; i < path_.size(); ++i) {
+        if (path_[i].container.get() == value) return path_to(i, name) + " contains itself";
+      }
+      enter(value);
+      if (path_.size() > max_levels) {
+        constexpr std::size_t max_subscripts = 5;
+        return path_to(max_subscripts, name) + "... is nested more than " +
+               std::to_string(max_levels) + " levels deep";
       }
     }
-    if (path_.empty()) return {};
-    const bool is_key = path_.back().key.get() == wanted_;
-    for (const Step& step : std::span(path_).first(path_.size() - (is_key ? 1 : 0)))
-      name += step.subscript();
-    return is_key ? "a key of " + name : name;
+    return {};
   }
 
  private:
@@ -80,8 +90,19 @@ class Search {
     PyRef value;
   };
 
-  bool is_found() const noexcept {
-    return path_.back().key.get() == wanted_ || path_.back().value.get() == wanted_;
+  /// Moves to the next member or element, depth first; false after the last.
+  bool advance() {
+    for (; !path_.empty(); path_.pop_back()) {
+      count_work(element_work);
+      if (path_.back().next()) return true;
+    }
+    return false;
+  }
+
+  /// The path to the member or element that the first `steps` containers have reached.
+  std::string path_to(std::size_t steps, std::string name) const {
+    for (const Step& step : std::span(path_).first(steps)) name += step.subscript();
+    return name;
   }
 
   void enter(PyObject* object) {
@@ -97,6 +118,10 @@ class Search {
 };
 
 }  // namespace
+
+std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels) {
+  return Search(nullptr).nesting_problem(root, name, max_levels);
+}
 
 std::string argument_path(PyObject* root, const std::string& name, PyObject* object) {
   return Search(object).path(root, name);

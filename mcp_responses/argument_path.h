@@ -1,6 +1,7 @@
 // Finds the path of an object within an argument, for an error message.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "py_ref.h"
@@ -11,5 +12,10 @@ namespace mcp_responses {
 /// items[3]". Empty if it is not found. Traverses the whole argument: meant for a call that has
 /// failed. Throws `PythonError`.
 std::string argument_path(PyObject* root, const std::string& name, PyObject* object);
+
+/// Describes the first container that `root` contains and that contains itself or is nested more than
+/// `max_levels` deep: "items[3] contains itself". Empty if there is none. Like `argument_path`
+/// otherwise.
+std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels);
 
 }  // namespace mcp_responses

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "errors.h"
 #include "py_errors.h"
 
 namespace mcp_responses {
@@ -102,6 +103,20 @@ void fill_defaults(const PyParameters& parameters, std::size_t first, std::size_
 }
 
 }  // namespace
+
+std::string accepted_types(std::string_view annotation) {
+  std::vector<std::string_view> types;
+  while (!annotation.empty()) {
+    const std::string_view type = annotation.substr(0, annotation.find_first_of(" ["));
+    const bool is_literal = type == "Literal";  // of strings
+    if (type == "Any") return json_types;
+    types.push_back(is_literal ? "str" : type);
+    if (type == "list") types.push_back("tuple");
+    const std::size_t separator = annotation.rfind(" | ");  // annotations have two types at most
+    annotation.remove_prefix(separator == annotation.npos ? annotation.size() : separator + 3);
+  }
+  return alternatives(types);
+}
 
 void bind_arguments(const PyParameters& parameters, const CallArguments& given,
                     std::span<PyObject*, max_parameters> arguments) {

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
+#include <string_view>
 
 #include "py_ref.h"
 
@@ -18,6 +20,10 @@ struct Parameter {
   const char* type = nullptr;  // the annotation, as text
   Default fallback = Default::required;
 };
+
+/// The types that an annotation accepts, for an error message: "list, tuple or None" for
+/// "list[Any] | None".
+std::string accepted_types(std::string_view annotation);
 
 inline constexpr std::size_t max_parameters = 12;
 

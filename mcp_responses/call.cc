@@ -33,7 +33,7 @@ std::int64_t Call::integer(std::size_t position) const {
 List Call::list(std::size_t position) const {
   const Value argument = value(position);
   const auto list = argument.list();
-  if (!list) throw KindError(name(position), "list", argument.kind());
+  if (!list) throw KindError(name(position), {Kind::list}, argument.kind());
   return *list;
 }
 
@@ -49,7 +49,7 @@ List Call::sequence(std::size_t position) const {
 PyObject* Call::dict(std::size_t position) const {
   PyObject* const argument = arguments_[position];
   if (py_kind(argument) == PyKind::dict) return argument;
-  throw KindError(name(position), "dict", value(position).kind());
+  throw KindError(name(position), {Kind::object}, value(position).kind());
 }
 
 PyRef Call::global(const StringLiteral& name) const {
@@ -60,12 +60,32 @@ PyRef Call::global(const StringLiteral& name) const {
   raise_name_error(key);
 }
 
-std::string Call::path_to(const UnsupportedObject& unsupported) const {
-  std::string path = read_.path_to(unsupported.object());
-  for (std::size_t i = 0; path.empty() && i < parameters_.size(); ++i)
-    path = argument_path(arguments_[i], parameters_[i].name, unsupported.object());
-  if (!path.empty()) return path;
-  return unsupported.is_key() ? "a key in the answer" : "a value in the answer";
+void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
+  PyObject* const object = unsupported.object();
+  std::string path = read_.path_to(object);
+  if (!path.empty()) mcp_responses::raise_unsupported(unsupported, path);
+  for (std::size_t i = 0; i < parameters_.size(); ++i) {
+    const std::string_view type = parameters_[i].type;
+    if (arguments_[i] == object)
+      mcp_responses::raise_unsupported(unsupported, name(i), accepted_types(type));
+    path = argument_path(arguments_[i], name(i), object);
+    if (path.empty()) continue;
+    const bool is_section = type == "list[dict[str, Any]]" &&
+                            path.find_first_of("['") == path.find_last_of("['") &&
+                            !unsupported.is_key();
+    mcp_responses::raise_unsupported(unsupported, path, is_section ? "dict" : json_types);
+  }
+  mcp_responses::raise_unsupported(
+      unsupported, unsupported.is_key() ? "a key in the answer" : "a value in the answer");
+}
+
+void Call::raise_nesting_error() const {
+  const std::size_t limit = max_nesting();
+  std::string problem = read_.nesting_problem(limit);
+  for (std::size_t i = 0; problem.empty() && i < parameters_.size(); ++i)
+    problem = mcp_responses::nesting_problem(arguments_[i], name(i), limit);
+  if (problem.empty()) throw NestingError();
+  raise(PyExc_RecursionError, "%s", problem.c_str());
 }
 
 }  // namespace mcp_responses

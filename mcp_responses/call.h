@@ -82,8 +82,12 @@ class Call {
   /// The current value of a name in the module's namespace. Raises NameError if it does not exist.
   PyRef global(const StringLiteral& name) const;
 
-  /// The path to an unsupported object from an argument or attribute: "items[3]['line']".
-  std::string path_to(const UnsupportedObject& unsupported) const;
+  /// Raises the error for an unsupported object, with its path from an argument or attribute:
+  /// "items[3]['line']".
+  [[noreturn]] void raise_unsupported(const UnsupportedObject& unsupported) const;
+  /// Raises RecursionError, with the path of the container that contains itself or is nested too
+  /// deeply.
+  [[noreturn]] void raise_nesting_error() const;
 
  private:
   PyObject* globals_;

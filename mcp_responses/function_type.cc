@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "call.h"
+#include "errors.h"
 #include "py_errors.h"
 
 namespace mcp_responses {
@@ -73,8 +74,9 @@ PyRef run(const Function& function, const CallArguments& given) {
     return signature.body(call);
   } catch (UnsupportedObject& thrown) {
     unsupported = std::move(thrown);
+  } catch (const NestingError&) {
   }
-  raise_unsupported(*unsupported, call.path_to(*unsupported));
+  unsupported ? call.raise_unsupported(*unsupported) : call.raise_nesting_error();
 }
 
 /// The interpreter's recursion guard. Python code that a call runs may call again without a frame of

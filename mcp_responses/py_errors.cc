@@ -1,12 +1,15 @@
 #include "py_errors.h"
 
+#include <array>
 #include <cstdarg>
 #include <exception>
 #include <functional>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "code_lines.h"
 #include "errors.h"
@@ -51,6 +54,20 @@ void ensure_error() {
   if (PyErr_Occurred() == nullptr) PyErr_NoMemory();
 }
 
+/// The message with Python's names of the kinds.
+std::string message_of(const KindError& error) {
+  constexpr std::array<std::string_view, 7> names{"None", "bool", "int", "float",
+                                                  "str",  "list", "dict"};
+  const auto name_of = [&](Kind kind) { return names[static_cast<std::size_t>(kind)]; };
+  std::vector<std::string_view> expected;
+  for (const Kind kind : error.expected()) {
+    expected.push_back(name_of(kind));
+    if (kind == Kind::list) expected.push_back("tuple");
+  }
+  return error.path() + " must be " + alternatives(expected) + ", not " +
+         std::string(name_of(error.actual()));
+}
+
 /// A function that raises a Python error.
 using Setter = std::function<void()>;
 
@@ -68,7 +85,7 @@ Setter setter_for(const std::exception_ptr& exception) {
   } catch (const std::length_error&) {
     return PyErr_NoMemory;
   } catch (const KindError& error) {
-    return setter_of(PyExc_TypeError, error);
+    return setter_of(PyExc_TypeError, std::invalid_argument(message_of(error)));
   } catch (const AttributeMissing& error) {
     return setter_of(PyExc_AttributeError, error);
   } catch (const NestingError& error) {
@@ -112,19 +129,18 @@ void raise_name_error(PyObject* name) {
   throw PythonError();
 }
 
-void raise_wrong_type(const std::string& path, const char* expected, PyObject* actual) {
-  raise(PyExc_TypeError, "%s must be %s, not %.200s", path.c_str(), expected,
+void raise_wrong_type(const std::string& path, const std::string& expected, PyObject* actual) {
+  raise(PyExc_TypeError, "%s must be %s, not %.200s", path.c_str(), expected.c_str(),
         Py_TYPE(actual)->tp_name);
 }
 
-void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path) {
+void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path,
+                       const std::string& expected) {
   if (PyLong_Check(unsupported.object())) {
     raise(PyExc_OverflowError, "%s is an int beyond 64 bits (from -2**63 to 2**63 - 1)",
           path.c_str());
   }
-  raise_wrong_type(path,
-                   unsupported.is_key() ? "None, bool, int, float or str"
-                                        : "None, bool, int, float, str, list, tuple or dict",
+  raise_wrong_type(path, unsupported.is_key() ? "None, bool, int, float or str" : expected,
                    unsupported.object());
 }
 

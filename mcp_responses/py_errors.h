@@ -59,6 +59,9 @@ inline void count_work(std::size_t bytes) {
   check_signals();
 }
 
+/// The types of values that have a JSON representation.
+inline constexpr const char* json_types = "None, bool, int, float, str, list, tuple or dict";
+
 /// Raises an error of this type, with a message formatted as by `PyErr_Format`.
 [[noreturn]] void raise(PyObject* type, const char* format, ...);
 
@@ -66,7 +69,8 @@ inline void count_work(std::size_t bytes) {
 [[noreturn]] void raise_name_error(PyObject* name);
 
 /// Raises TypeError: "`path` must be `expected`, not ..." and the name of `actual`'s type.
-[[noreturn]] void raise_wrong_type(const std::string& path, const char* expected, PyObject* actual);
+[[noreturn]] void raise_wrong_type(const std::string& path, const std::string& expected,
+                                   PyObject* actual);
 
 /// Thrown for an object without a JSON representation: of an unsupported type, or an int beyond 64
 /// bits. The catcher determines its path in the arguments.
@@ -84,8 +88,10 @@ class UnsupportedObject {
   Role role_;
 };
 
-/// Raises TypeError, or OverflowError for an int. `path` is the object's path in the arguments.
-[[noreturn]] void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path);
+/// Raises TypeError, or OverflowError for an int. `path` is the object's path in the arguments, and
+/// `expected` names the types of which a value may be there.
+[[noreturn]] void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path,
+                                    const std::string& expected = json_types);
 
 /// Sets the interpreter's error from an exception.
 void set_error_from(const std::exception_ptr& exception) noexcept;

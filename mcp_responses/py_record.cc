@@ -14,12 +14,24 @@ PyObject* ReadAttributes::keep(const char* record, Field field, PyRef attribute)
 }
 
 std::string ReadAttributes::path_to(PyObject* object) const {
+  return first_found([object](PyObject* attribute, const std::string& name) {
+    return argument_path(attribute, name, object);
+  });
+}
+
+std::string ReadAttributes::nesting_problem(std::size_t max_levels) const {
+  return first_found([max_levels](PyObject* attribute, const std::string& name) {
+    return mcp_responses::nesting_problem(attribute, name, max_levels);
+  });
+}
+
+template <class Find>
+std::string ReadAttributes::first_found(Find find) const {
   // The call has failed at the attribute that was read last.
   for (std::size_t i = attributes_.size(); i-- > 0;) {
     const auto& [record, field, attribute] = attributes_[i];
-    const std::string name = std::string(record) + "." + field_name(field);
-    std::string path = argument_path(attribute.get(), name, object);
-    if (!path.empty()) return path;
+    std::string found = find(attribute.get(), std::string(record) + "." + field_name(field));
+    if (!found.empty()) return found;
   }
   return {};
 }

@@ -21,6 +21,8 @@ class ReadAttributes {
 
   /// The path to the object from one of them: "symbol.docstring[0]". Empty if it is not found.
   std::string path_to(PyObject* object) const;
+  /// See `nesting_problem` of an argument.
+  std::string nesting_problem(std::size_t max_levels) const;
 
  private:
   struct Attribute {
@@ -28,6 +30,10 @@ class ReadAttributes {
     Field field;
     PyRef object;
   };
+  /// The first text that is not empty of `find(attribute, name)`.
+  template <class Find>
+  std::string first_found(Find find) const;
+
   std::vector<Attribute> attributes_;
 };
 

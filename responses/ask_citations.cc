@@ -25,7 +25,7 @@ CitationLists::CitationLists(const List& sections, List extra, const char* extra
     : extra_(std::move(extra)), extra_name_(extra_name) {
   for (std::size_t i = 0; i < sections.size(); ++i) {
     if (sections[i].kind() != Kind::object)
-      throw KindError(element_path("sections", i), "dict", sections[i].kind());
+      throw KindError(element_path("sections", i), {Kind::object}, sections[i].kind());
   }
   from_sections_.reserve(ASK_MAX_CITATIONS);
   for (std::size_t i = 0; i < sections.size(); ++i) add_section(sections[i], i);
@@ -40,11 +40,12 @@ bool CitationLists::CitationKey::operator==(const CitationKey& other) const {
 /// `path_of` returns the path of the citation in the arguments, for an error message.
 template <class PathOf>
 CitationLists::CitationKey CitationLists::key_of(const Value& citation, const PathOf& path_of) {
-  if (citation.kind() != Kind::object) throw KindError(path_of(), "dict", citation.kind());
+  if (citation.kind() != Kind::object) throw KindError(path_of(), {Kind::object}, citation.kind());
   const auto part = [&](const Text& key) {
     Value value = citation.get(key);
     if (value.size())
-      throw KindError(path_of() + "['" + key.utf8() + "']", "str, a number or None", value.kind());
+      throw KindError(path_of() + "['" + key.utf8() + "']",
+                      {Kind::string, Kind::integer, Kind::real, Kind::null}, value.kind());
     return value;
   };
   CitationKey key;
@@ -68,7 +69,7 @@ void CitationLists::add_section(const Value& section, std::size_t position) {
   if (!citations.truthy()) return;
   const auto list = citations.list();
   const auto list_path = [&] { return element_path("sections", position) + "['citations']"; };
-  if (!list) throw KindError(list_path(), "list", citations.kind());
+  if (!list) throw KindError(list_path(), {Kind::list}, citations.kind());
   for (std::size_t i = 0; i < std::min(list->size(), ASK_CITATIONS_PER_SECTION); ++i) {
     // A full list gets no more citations: an answer keeps the first sections, which filled it.
     if (from_sections_.size() == ASK_MAX_CITATIONS) return;

@@ -70,14 +70,14 @@ Object answer_of(const AskAnswer& answer, List rows, List citations) {
 
 List list_of(const Value& sections) {
   const auto list = sections.list();
-  if (!list) throw KindError("sections", "list", sections.kind());
+  if (!list) throw KindError("sections", {Kind::list}, sections.kind());
   return *list;
 }
 
 List extra_of(const Value& citations) {
   if (!citations.truthy()) return {};
   const auto list = citations.list();
-  if (!list) throw KindError("citations", "list or None", citations.kind());
+  if (!list) throw KindError("citations", {Kind::list, Kind::null}, citations.kind());
   return *list;
 }
 
@@ -186,7 +186,7 @@ class Draft {
 std::int64_t limit_of(const Value& token_budget) {
   constexpr std::int64_t bound = std::int64_t{1} << 56;
   const auto budget = token_budget.whole();
-  if (!budget) throw KindError("token_budget", "int or None", token_budget.kind());
+  if (!budget) throw KindError("token_budget", {Kind::integer, Kind::null}, token_budget.kind());
   return std::clamp(*budget, -bound, bound) * BYTES_PER_TOKEN;
 }
 

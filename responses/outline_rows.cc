@@ -66,9 +66,9 @@ Text outline_module(std::span<const Text> fqns) {
 Value name_in_module(const Value& module, Value fqn) {
   assert(module.truthy());
   const auto module_text = module.text();
-  if (!module_text) throw KindError("module", "str", module.kind());
+  if (!module_text) throw KindError("module", {Kind::string}, module.kind());
   const auto fqn_text = fqn.text();
-  if (!fqn_text) throw AttributeMissing(kind_name(fqn.kind()), "startswith");
+  if (!fqn_text) throw AttributeMissing(fqn.kind(), "startswith");
   const TextView whole = fqn_text->view();
   const TextView prefix = module_text->view();
   if (!starts_with_module(whole, prefix)) return fqn;

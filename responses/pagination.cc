@@ -9,7 +9,7 @@ namespace {
 double number(const Value& value, std::string_view name) {
   if (const auto whole = value.whole()) return static_cast<double>(*whole);
   const auto real = value.real();
-  if (!real) throw KindError(name, "int", value.kind());
+  if (!real) throw KindError(name, {Kind::integer}, value.kind());
   return *real;
 }
 
@@ -29,7 +29,7 @@ bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
 }
 
 std::size_t row_count(const Value& list, std::string_view name) {
-  if (list.kind() != Kind::list) throw KindError(name, "list", list.kind());
+  if (list.kind() != Kind::list) throw KindError(name, {Kind::list}, list.kind());
   return *list.size();
 }
 

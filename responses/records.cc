@@ -22,7 +22,7 @@ Value PlainRecord::summary(Field field) const {
 }
 
 void throw_docstring_error(const Value& docstring) {
-  throw KindError("symbol.docstring", "str or None", docstring.kind());
+  throw KindError("symbol.docstring", {Kind::string, Kind::null}, docstring.kind());
 }
 
 }  // namespace mcp_responses

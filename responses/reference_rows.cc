@@ -6,7 +6,7 @@ namespace mcp_responses {
 
 void check_caller(const Value& caller_symbol) {
   if (caller_symbol.truthy() && caller_symbol.kind() != Kind::object)
-    throw AttributeMissing(kind_name(caller_symbol.kind()), "get");
+    throw AttributeMissing(caller_symbol.kind(), "get");
 }
 
 Object build_reference(const PlainRecord& reference, Value code) {

@@ -17,6 +17,19 @@ from comparison import ComparingTest, exact, outcome
 from samples import PLACES, REFERENCE, SYMBOL, good_calls, parts, plain, real, record
 
 ANYTHING = "None, bool, int, float, str, list, tuple or dict"
+
+
+def accepted_types(function, path):
+    """As an error message names them: from the annotation of an argument, or of the elements of a list of dicts."""
+    parameters = inspect.signature(getattr(real, function)).parameters
+    if path.endswith("[0]") and path[:-3] in parameters and parameters[path[:-3]].annotation == "list[dict[str, Any]]":
+        return "dict"
+    annotation = parameters[path].annotation if path in parameters else "Any"
+    if annotation == "Any":
+        return ANYTHING
+    types = re.sub(r"\[.*\]", "", annotation).replace("Literal", "str").replace("list", "list | tuple").split(" | ")
+    return " or ".join(filter(None, (", ".join(types[:-1]), types[-1])))
+
 KINDS = {"None": None, "bool": True, "int": 7, "float": 0.5, "str": "t", "list": [[]], "dict": {"k": 1}, "set": {1}}
 # Types that parameters accept beyond the declared ones, and the parameters whose elements are inspected.
 ALSO_ACCEPTED = {"module": {"None"}, **dict.fromkeys(("total_count", "total", "offset"), {"float"})}
@@ -101,7 +114,8 @@ class Values(ComparingTest):
             cases = [(n, OverflowError, f"{where} {beyond}") for n in (2**63, -(2**63) - 1, 10**25, 10**5000)]
             cases.append((OVERRIDING[int](2**64), OverflowError, f"{where} {beyond}"))
             for value in (object(), {1}, b"b", 1j, range(3), len, ..., bytearray(), frozenset(), int, memoryview(b"")):
-                cases.append((value, TypeError, f"{where} must be {ANYTHING}, not {type(value).__name__}"))
+                types = accepted_types(place.function, where)
+                cases.append((value, TypeError, f"{where} must be {types}, not {type(value).__name__}"))
             for key in ((1, 2), b"k", frozenset(), object()):
                 text = f"a key of {where}['a'] must be None, bool, int, float or str, not {type(key).__name__}"
                 cases.append(({"a": {"b": 1, key: 1}}, TypeError, text))
@@ -128,7 +142,7 @@ class Values(ComparingTest):
                 accepted = {*declared} | ALSO_ACCEPTED.get(name, set()) | ({"bool"} if "int" in declared else set())
                 for kind, value in KINDS.items():
                     error, message = exact_outcome(getattr(real, function), **good | {name: value})
-                    texts = [f"{name} must be {one}, not {kind}" for one in (" or ".join(declared), ANYTHING)]
+                    texts = [f"{name} must be {accepted_types(function, name)}, not {kind}"]
                     if kind == "list" and name in LISTS_OF_DICTS:
                         texts, accepted = [f"{name}[0] must be dict, not list"], accepted - {"list"}
                     if kind in accepted:
@@ -229,6 +243,20 @@ class Values(ComparingTest):
                     real.build_wiki_ask_response(mode="", query="", answer=None, token_budget=1, sections=[section])
             same = record(SYMBOL, start_line=value, end_line=[value] if isinstance(value, list) else value)
             self.assertRaises(RecursionError, real.build_file_symbol, same)
+
+    def test_the_path_of_a_nesting_error(self):
+        cycle = [0, {"x": []}]
+        cycle[1]["x"].append(cycle)
+        symbol = record(SYMBOL, kind=cycle)
+        deep = nested(list, 1002)
+        for call, message in (
+            (lambda: real.tool_result_text(cycle), "result contains itself"),
+            (lambda: real.tool_result_text({"r": [1, cycle]}), "result['r'][1] contains itself"),
+            (lambda: real.build_paginated_response([cycle], 0, 0), "items[0] contains itself"),
+            (lambda: real.build_symbol_search_result(symbol), "symbol.kind contains itself"),
+            (lambda: real._encoded_size({"r": deep}), "result['r'][0][0][0][0]... is nested more than 1000 levels deep"),
+        ):
+            self.assertEqual(exact_outcome(call), (RecursionError, message))
 
     def test_nesting(self):
         deep = [[], {}, *(nested(kind, 1002) for kind in (list, tuple, dict))]

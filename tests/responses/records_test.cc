@@ -25,7 +25,7 @@ TEST(PlainRecord, MissingAndWrongFields) {
   const PlainRecord record{
       {Field::fqn, 1}, {Field::name, "n"_t}, {Field::docstring, 1}, {Field::caller_symbol, "c"_t}};
   EXPECT_EQ(message_of<KindError>([&] { record.summary(Field::docstring); }),
-            "symbol.docstring must be str or None, not int");
+            "symbol.docstring must be string or null, not integer");
   EXPECT_EQ(message_of<AttributeMissing>([&] { build_file_symbol(record, "m"_t); }),
             "'int' object has no attribute 'startswith'");
   EXPECT_EQ(message_of<AttributeMissing>([&] { build_reference(record); }),
