@@ -121,8 +121,3 @@ class Reentrancy(unittest.TestCase):
     def test_finalizers_that_the_collector_runs(self):
         run_program("collect_at_every_allocation.py")
         run_program("create_templates_in_a_finalizer.py")
-
-    def test_the_interpreter_exits_while_it_runs(self):
-        run_program("exit_during_calls.py", "callbacks", 0, 1)
-        for part in range(4):
-            run_program("exit_during_calls.py", "collector", part, 4)

@@ -15,7 +15,6 @@ from unittest import mock
 
 import hollin
 from samples import PLACES, RECORDS, failing_calls, good_calls, parts, real, record
-from script_helper import make_folder, run_program
 
 
 class Mallinfo(ctypes.Structure):
@@ -142,7 +141,3 @@ class Surroundings(unittest.TestCase):
                     row.update({str(i): [i] for i in range(number % 40)})
                 rows.extend({"b": None} for _ in range(20 - len(rows)))
         self.assertEqual([one.exception() for one in working], [None] * 8)
-
-    def test_the_interpreter_exits_while_threads_call(self):
-        for _ in range(20):
-            run_program("exit_while_threads_call.py")

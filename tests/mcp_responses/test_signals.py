@@ -159,6 +159,14 @@ class Signals(unittest.TestCase):
             [*map(operator.call, [partial(raise_signal, SIGNAL), partial(call, root)])]
             self.assertEqual(root, [])
 
+    def test_a_handler_frees_what_the_search_for_a_path_has_reached(self):
+        for position in (0, 1):
+            root = [None] * position + [[str(number)] for number in range(30_000)] + [object()]
+            self.handle_by(lambda *_: root.clear())
+            calls = map(operator.call, [partial(raise_signal, SIGNAL), partial(real.tool_result_text, root)])
+            self.assertRaisesRegex(TypeError, "^a value in the answer must be None, bool, .* not object$", list, calls)
+            self.assertEqual(root, [])
+
     def test_a_handler_changes_the_unfinished_copy(self):
         # The handler runs between two elements, or while an element is copied.
         elements_of = {"many": lambda: [["element"] for _ in range(20_000)], "long": lambda: [NUMBERED] * 9 + [[]]}

@@ -132,6 +132,15 @@ class Values(ComparingTest):
             error = exact_outcome(real.build_test_coverage, first, second)
             self.assertEqual(error[1].split()[0], "test_file", "the first of two unsupported arguments")
 
+    def test_the_search_for_a_path_visits_each_container_once(self):
+        cycle, shared = [], []
+        cycle.append({"k": cycle})
+        for _ in range(60):
+            shared = [shared, shared]
+        for unread in (cycle, shared):
+            error = exact_outcome(real._ask_citations, [{"unread": unread}], [{"path": object()}])
+            self.assertEqual(error, (TypeError, f"extra[0]['path'] must be {ANYTHING}, not object"))
+
     def test_arguments_of_a_wrong_type(self):
         pass_through = {(place.function, place.where) for place in PLACES}
         for function, good in good_calls().items():
