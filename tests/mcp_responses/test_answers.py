@@ -53,6 +53,12 @@ class Answers(ComparingTest):
             del real.add_pagination_hint
             with self.assertRaisesRegex(NameError, "^name 'add_pagination_hint' is not defined$"):
                 real.build_paginated_response([], 0, 0)
+            is_broken = True
+            equal = lambda self, other: 1 // (not is_broken) and str.__eq__(self, other)  # noqa: E731
+            key_type = type("Key", (str,), {"__hash__": str.__hash__, "__eq__": equal})
+            vars(real)[key_type("add_pagination_hint")] = None
+            self.assertRaises(ZeroDivisionError, real.build_paginated_response, [], 0, 0)
+            is_broken = False
 
 
 class Records(ComparingTest):
