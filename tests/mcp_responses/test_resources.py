@@ -1,4 +1,4 @@
-"""Calls leak nothing; lifetimes of functions and answers; many threads, and the exit of the interpreter."""
+"""Calls leak nothing; lifetimes of functions and answers; calls in many threads."""
 
 import contextlib
 import copy
@@ -113,7 +113,7 @@ class Lifetimes(unittest.TestCase):
             self.assertFalse(gc.is_tracked(answer), name)
 
 
-class Surroundings(unittest.TestCase):
+class Threads(unittest.TestCase):
     def test_eight_threads_against_one_that_changes_what_they_share(self):
         rows = [{"a": [1, "é", {"b": 2.5}]} for _ in range(20)]
         calls = [lambda place=place: place.call(rows) for place in random.Random(61).sample(PLACES, 6)]
