@@ -281,9 +281,12 @@ class Values(ComparingTest):
                 small_thread.submit(self.check_nesting, deep).result()
 
 
-def moved(kind):
+MEMBERS = {"a": 1, 7: None, "b": 2, random_input.Name.METHOD: 3, "c": 4}
+
+
+def moved(kind, members=MEMBERS):
     """A dict whose iteration order is not the order of its entries."""
-    one = kind({"a": 1, 7: None, "b": 2, random_input.Name.METHOD: 3, "c": 4})
+    one = kind(members)
     one.move_to_end("a")
     one.move_to_end("c", last=False)
     return one
@@ -302,6 +305,10 @@ class OrderedDicts(ComparingTest):
                 for value, same in ((moved(kind), expected), ([{"x": moved(kind)}], [{"x": expected}])):
                     self.assertEqual(exact(place.call(value)), exact(place.call(same)), place)
             self.assertEqual([*real.without_nulls(moved(kind))], ["c", "b", "method", "a"])
+            strings = moved(kind, {"a": 1, "b": [2], "c": 3})
+            self.assertEqual([*real.without_nulls(strings)], ["c", "b", "a"])
+            for place in PLACES:
+                self.assertEqual(exact(place.call(strings)), exact(place.call({"c": 3, "b": [2], "a": 1})), place)
             self.assertEqual(real.tool_result_text(moved(kind)), '{"c":4,"7":null,"b":2,"method":3,"a":1}')
             self.assertEqual(real._encoded_size([moved(kind)]), len('[{"c":4,"7":null,"b":2,"method":3,"a":1}]'))
 
