@@ -175,7 +175,7 @@ class Values(ComparingTest):
 
     def test_rare_kinds_of_excerpts(self):
         excerpts = [[*range(2000)], ["é"] * 700, moved(OrderedDict), {7: [1], None: {"k": 1.5}}, 7, 0.0, True, ()]
-        excerpts += [("x",), OVERRIDING[str]("words " * 300)]
+        excerpts += [("x",), moved(OrderedDict, {"a": 1, "b": [2], "c": 3}), OVERRIDING[str]("words " * 300)]
         for excerpt, budget in itertools.product(excerpts, (None, 0, 60, 100, 200, 10**6)):
             named = {"mode": "m", "query": "q", "answer": "a", "token_budget": budget}
             if isinstance(excerpt, str):
@@ -311,7 +311,6 @@ class OrderedDicts(ComparingTest):
                 self.assertEqual(exact(place.call(strings)), exact(place.call({"c": 3, "b": [2], "a": 1})), place)
             self.assertEqual(real.tool_result_text(moved(kind)), '{"c":4,"7":null,"b":2,"method":3,"a":1}')
             self.assertEqual(real._encoded_size([moved(kind)]), len('[{"c":4,"7":null,"b":2,"method":3,"a":1}]'))
-
 
     def test_a_hash_that_raises(self):
         class Key(str):
