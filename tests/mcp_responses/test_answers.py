@@ -11,8 +11,8 @@ from comparison import ComparingTest
 from samples import FUNCTIONS, RECORDS, REFERENCE, SYMBOL, plain, real, record
 
 # The number of random calls, where it is not the usual one. Some functions have tests of their own.
-CALLS = {"tool_result_text": 4000, "_encoded_size": 2000, "first_sentence": 4000, "_ask_citations": 1500}
-CALLS |= {"build_wiki_ask_response": 1500, "build_paginated_response": 1000, "build_wiki_list_response": 1000}
+CALLS = {"tool_result_text": 4000, "_encoded_size": 2000, "first_sentence": 4000, "_ask_citations": 600}
+CALLS |= {"build_wiki_ask_response": 900, "build_paginated_response": 1000, "build_wiki_list_response": 1000}
 CALLS |= dict.fromkeys(("code_lines", "_cut", "_trimmed"), 0)
 
 
