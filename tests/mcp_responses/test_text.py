@@ -54,6 +54,15 @@ class TextOfResults(ComparingTest):
                     expected = json.dumps(value, ensure_ascii=False, separators=(",", ":"))
                     self.assertTrue(text == expected, (capacity, filler, escape, escapes, size))
 
+    def test_texts_that_become_wider_around_the_capacity_of_the_buffer(self):
+        for narrow, wide in itertools.combinations("aé漢😀", 2):
+            for size in (1 << 12, 1 << 13, 1 << 14, 1 << 15):
+                for length in range(size - 24, size + 8):
+                    value = [narrow * length, wide * 5, {wide: narrow}]
+                    real.tool_result_text(["x" * (1 << 20)])  # so that the buffer is not kept
+                    expected = json.dumps(value, ensure_ascii=False, separators=(",", ":"))
+                    self.assertTrue(real.tool_result_text(value) == expected, (narrow, wide, length))
+
 
 class CutsAndSummaries(ComparingTest):
     def test_every_cut_of_random_texts(self):
