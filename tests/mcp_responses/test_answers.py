@@ -70,6 +70,9 @@ class Records(ComparingTest):
                     expected = reads(getattr(plain, function), there, is_noting)
                     self.assertEqual(reads(getattr(real, function), there, is_noting), expected, (function, missing))
 
+    def test_a_module_that_differs_in_its_last_character(self):
+        self.assert_same("build_file_symbol", record(SYMBOL, fqn="shop.card.Cart"), "shop.cart")
+
     def test_an_attribute_error_of_a_record_is_not_changed(self):
         def own(self):
             raise AttributeError("mine", name="another", obj=3)
