@@ -35,12 +35,6 @@ Py_UCS4 highest_in(Repertoire repertoire) noexcept {
   }
 }
 
-PyRef string_of(const TextView& characters) {
-  if (characters.repertoire == Repertoire::ascii) return exact_string_of(characters);
-  return checked(PyUnicode_FromKindAndData, static_cast<int>(unit_size(characters.repertoire)),
-                 characters.data, static_cast<Py_ssize_t>(characters.size));
-}
-
 PyRef exact_string_of(const TextView& characters) {
   assert(joined_repertoire(characters, {}) == characters.repertoire);
   PyRef string = checked(PyUnicode_New, static_cast<Py_ssize_t>(characters.size),

@@ -15,7 +15,7 @@
 namespace mcp_responses {
 
 /// The kind of a Python object, by its type alone: bool is distinct from int, and tuple from list,
-/// to which answers convert it. `other` has no JSON representation.
+/// to which answers convert it. `other` is any object without a JSON representation.
 enum class PyKind : unsigned char {
   null,
   boolean,
@@ -88,10 +88,8 @@ inline TextView view_of(PyObject* string) noexcept {
 /// The highest code point of a repertoire, which determines the representation of a str.
 Py_UCS4 highest_in(Repertoire repertoire) noexcept;
 
-/// A new str of these characters, in the narrowest representation, as CPython requires. Throws
-/// `PythonError`.
-PyRef string_of(const TextView& characters);
-/// The same without a search for the narrowest representation. Requires an exact repertoire.
+/// A new str of these characters. Requires an exact repertoire, because CPython requires the
+/// narrowest representation. Throws `PythonError`.
 PyRef exact_string_of(const TextView& characters);
 
 /// How deep containers may be nested: the interpreter's recursion limit, but at least 400 and at most
