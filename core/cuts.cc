@@ -81,14 +81,14 @@ Text _trimmed(Text text, std::int64_t chars) {
 }
 
 template <class Unit>
-void FirstSentence::take(std::span<const Unit> docstring) noexcept {
+void FirstSentence::extract(std::span<const Unit> docstring) noexcept {
   auto* const first = reinterpret_cast<Unit*>(characters_.data());
   Unit* to = first;
   const Unit* at = docstring.data();
   const Unit* const end = at + docstring.size();
   skip_space(at, end);
   while (at != end && to - first <= SUMMARY_CHARS) {
-    // The last unit is for the space after a word that turns out to be too long.
+    // The last unit is reserved for the space after a word that makes the sentence too long.
     const Unit* const last =
         at + std::min(end - at, static_cast<std::ptrdiff_t>(capacity - 1) - (to - first));
     while (at != last && !is_white_space(*at)) *to++ = *at++;
@@ -103,7 +103,7 @@ FirstSentence::FirstSentence(const TextView& docstring) noexcept
     : repertoire_(docstring.repertoire) {
   static_assert(offsetof(FirstSentence, characters_) + sizeof(characters_) ==
                 sizeof(FirstSentence));
-  visit_units(docstring, [this](auto units) { take(units); });
+  visit_units(docstring, [this](auto units) { extract(units); });
 }
 
 Cut FirstSentence::cut() const noexcept {

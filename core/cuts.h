@@ -70,7 +70,7 @@ class FirstSentence {
   static constexpr std::size_t capacity = SUMMARY_CHARS + 2;
 
   template <class Unit>
-  void take(std::span<const Unit> docstring) noexcept;
+  void extract(std::span<const Unit> docstring) noexcept;
 
   std::uint32_t size_ = 0;
   Repertoire repertoire_;

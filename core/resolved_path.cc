@@ -33,7 +33,7 @@ std::optional<std::string> symlink_target(const std::string& path,
 void go_up(std::string& path) { path.erase(path.empty() ? 0 : path.rfind('/')); }
 
 /// Resolves one path. Each symlink is followed once and its result is memoised, so the time grows
-/// with the number of symlinks, not with the number of ways through them.
+/// linearly with the number of symlinks, even if they refer to each other many times.
 class Resolution {
  public:
   Resolution(std::string base, const CheckInterrupt& check_interrupt)
@@ -47,7 +47,7 @@ class Resolution {
       Pending& pending = pending_.back();
       const std::string_view component = take_component(pending.path);
       if (component.empty()) {
-        if (pending.link != nullptr) pending.link->end = path_;
+        if (pending.link != nullptr) pending.link->resolved = path_;
         pending_.pop_back();
       } else if (!follow_component(component)) {
         append_rest();
@@ -63,7 +63,7 @@ class Resolution {
  private:
   struct Symlink {
     std::string target;
-    std::optional<std::string> end;  // the resolved target; empty while the target is followed
+    std::optional<std::string> resolved;  // empty while the target is being followed
   };
   struct Pending {
     std::string_view path;
@@ -101,8 +101,8 @@ class Resolution {
       push(link.target, &link);
       return true;
     }
-    if (link.end) path_ = *link.end;
-    return link.end.has_value();
+    if (link.resolved) path_ = *link.resolved;
+    return link.resolved.has_value();
   }
 
   void append_rest() {
@@ -142,7 +142,7 @@ std::string resolved_path(std::string base, std::string_view path,
   const bool is_resolved = resolution.follow(path);
   std::string result = std::move(resolution).path();
   if (is_resolved) return result;
-  // The rest may leave the loop by "..". The result is then free of the loop.
+  // The rest of the path may leave the loop by "..". Then a second resolution does not find a loop.
   Resolution again("", check_interrupt);
   if (!again.follow(result)) throw SymlinkLoop(result);
   return std::move(again).path();

@@ -80,7 +80,7 @@ Value* destroy_to_last_container(const Container& doomed) noexcept {
   });
 }
 
-/// Removes an owner; true if it was the last one.
+/// Removes an owner. Returns true if it was the last one.
 bool release(const Container& container) noexcept {
   return visit_storage(container, [](auto* storage) { return storage->release(storage); });
 }
@@ -114,7 +114,7 @@ bool is_number(Kind kind) {
   return kind == Kind::boolean || kind == Kind::integer || kind == Kind::real;
 }
 
-/// Exact: the integer is not rounded to a float.
+/// Compares exactly, without rounding the integer to a float.
 bool equal(std::int64_t integer, double real) {
   constexpr double limit = 9223372036854775808.0;  // 2 to the 63rd
   return real >= -limit && real < limit && std::trunc(real) == real &&
@@ -137,7 +137,7 @@ struct Pair {
   std::size_t levels = 0;
 };
 
-/// Equal, except that only the sizes of lists and objects are compared.
+/// Compares kinds and contents, but only the sizes of lists and objects.
 bool equal_shallow(const Value& a, const Value& b) {
   if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
   if (a.kind() != b.kind()) return false;
@@ -206,17 +206,17 @@ std::optional<Text> Value::text() const noexcept {
 
 std::optional<List> Value::list() const {
   if (kind() != Kind::list) return {};
-  return List(List::Share(), is_foreign() ? ops().materialized(payload()) : *this);
+  return List(List::FromHandle(), is_foreign() ? ops().materialized(payload()) : *this);
 }
 
 std::optional<Object> Value::object() const {
   if (kind() != Kind::object) return {};
-  return Object(Object::Share(), is_foreign() ? ops().materialized(payload()) : *this);
+  return Object(Object::FromHandle(), is_foreign() ? ops().materialized(payload()) : *this);
 }
 
 Value Value::get(const Text& key) const {
   if (kind() != Kind::object) return {};
-  return ops().get == nullptr ? Object(Object::Share(), *this).get(key)
+  return ops().get == nullptr ? Object(Object::FromHandle(), *this).get(key)
                               : ops().get(payload(), key.view());
 }
 
@@ -299,7 +299,7 @@ Object::Object(std::initializer_list<Member> members) : Object() {
 std::span<const Member> Object::items() const noexcept { return items_in<Members>(payload()); }
 
 const Member* Object::find(const Text& key) const noexcept {
-  // A literal is most likely stored as the same literal.
+  // Most keys are literals, and equal literals are mostly the same one: compare addresses first.
   for (const Member& member : items()) {
     if (&member.key.ops() == &literal_ops && member.key.payload().pointer == key.payload().pointer)
       return &member;

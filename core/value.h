@@ -1,7 +1,7 @@
 // Value, List, Object: the arguments and results of builders. Their seven kinds are those that JSON
 // text can contain (see encode.h).
 //
-// Values have value semantics: a change of one value never shows in another. Copies are cheap, because
+// Values have value semantics: a change of one value never affects another. Copies are cheap, because
 // storage is shared until it is changed. Boolean, integer and float are different kinds: true, 1 and
 // 1.0 have different texts.
 #pragma once
@@ -117,9 +117,9 @@ class Value : public Handle {
   std::span<const Value> elements() const noexcept;
   std::span<const Member> members() const noexcept;
 
-  /// Same kind and same content. Booleans, integers and floats are equal across kinds if their
-  /// numeric values are exactly equal. Objects are equal in any order of their members. NaN equals
-  /// nothing. Throws `NestingError`.
+  /// True if kind and content are equal. Booleans, integers and floats are equal across kinds if
+  /// their numeric values are exactly equal. Objects are equal in any order of their members. NaN
+  /// equals nothing. Throws `NestingError`.
   friend bool operator==(const Value& a, const Value& b);
 };
 
@@ -145,6 +145,7 @@ class List : public Handle {
     append(std::forward<Second>(second));
     (append(std::forward<Rest>(rest)), ...);
   }
+  /// `count` elements that are equal to `element`.
   static List repeated(std::size_t count, const Value& element);
 
   std::size_t size() const noexcept { return items().size(); }
@@ -159,15 +160,15 @@ class List : public Handle {
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
 
-  // Changes copy the storage first if another list shares it. They throw std::bad_alloc, and then
-  // nothing has changed.
+  // Each change copies the storage first if another list shares it. If that throws std::bad_alloc,
+  // the list is unchanged.
 
   /// Replaces an element. Requires `position < size()`.
   void set(std::size_t position, Value element);
   void append(Value element);
   /// Appends all elements of a list, which may be this one.
   void extend(const List& other);
-  /// Requires a list that is not empty.
+  /// Requires a non-empty list.
   void remove_last();
   /// Reserves capacity for `more` elements.
   void reserve(std::size_t more);
@@ -178,8 +179,8 @@ class List : public Handle {
  private:
   friend class Value;
   using Storage = detail::SharedArray<Value>;
-  struct Share {};
-  List(Share, const Handle& list) noexcept : Handle(list) {}
+  struct FromHandle {};
+  List(FromHandle, const Handle& list) noexcept : Handle(list) {}
 
   Storage& writable(std::size_t more);
 };
@@ -210,8 +211,8 @@ class Object : public Handle {
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
 
-  // Changes copy the storage first if another object shares it. They throw std::bad_alloc, and then
-  // nothing has changed.
+  // Each change copies the storage first if another object shares it. If that throws std::bad_alloc,
+  // the object is unchanged.
 
   /// Replaces the value of an existing key, which keeps its position; otherwise appends a member.
   void set(const Text& key, Value value);
@@ -226,8 +227,8 @@ class Object : public Handle {
  private:
   friend class Value;
   using Storage = detail::SharedArray<Member>;
-  struct Share {};
-  Object(Share, const Handle& object) noexcept : Handle(object) {}
+  struct FromHandle {};
+  Object(FromHandle, const Handle& object) noexcept : Handle(object) {}
 
   const Member* find(const Text& key) const noexcept;
   Storage& writable(std::size_t more);

@@ -66,23 +66,23 @@ std::size_t bind_named(const PyParameters& parameters, PyObject* name, PyObject*
 
 [[noreturn]] void raise_too_many_positional(const PyParameters& parameters, std::size_t given,
                                             std::span<PyObject* const> arguments) {
-  const std::size_t most = parameters.positional;
-  const auto optional = std::ranges::count_if(parameters.defaults.first(most),
+  const std::size_t max_count = parameters.positional;
+  const auto optional = std::ranges::count_if(parameters.defaults.first(max_count),
                                               [](auto* object) { return object != nullptr; });
-  const std::size_t least = most - static_cast<std::size_t>(optional);
-  const std::string takes = least < most
-                                ? "from " + std::to_string(least) + " to " + std::to_string(most)
-                                : std::to_string(most);
+  const std::size_t min_count = max_count - static_cast<std::size_t>(optional);
+  const std::string accepted = min_count < max_count ? "from " + std::to_string(min_count) +
+                                                           " to " + std::to_string(max_count)
+                                                     : std::to_string(max_count);
   const auto by_name = static_cast<std::size_t>(std::ranges::count_if(
-      arguments.subspan(most), [](auto* object) { return object != nullptr; }));
+      arguments.subspan(max_count), [](auto* object) { return object != nullptr; }));
   std::string and_by_name;
   if (by_name > 0) {
     and_by_name = std::string(" positional argument") + plural(given) + " (and " +
                   std::to_string(by_name) + " keyword-only argument" + plural(by_name) + ")";
   }
   raise(PyExc_TypeError, "%s() takes %s positional argument%s but %zu%s %s given",
-        parameters.function, takes.c_str(), least < most ? "s" : plural(most), given,
-        and_by_name.c_str(), given == 1 && by_name == 0 ? "was" : "were");
+        parameters.function, accepted.c_str(), min_count < max_count ? "s" : plural(max_count),
+        given, and_by_name.c_str(), given == 1 && by_name == 0 ? "was" : "were");
 }
 
 /// Sets the missing arguments of the parameters from `first` to `last` to their defaults.

@@ -56,7 +56,7 @@ bool overwrite_values(PyObject* dict, std::span<PyObject* const> values) noexcep
     Py_DECREF(entry->value);
     entry++->value = value;
   }
-  // A dict is tracked from the first value on that can be part of a reference cycle.
+  // CPython tracks a dict as soon as it has a value that can be part of a reference cycle.
   if (may_be_in_a_cycle && PyObject_GC_IsTracked(dict) == 0) PyObject_GC_Track(dict);
   return true;
 }

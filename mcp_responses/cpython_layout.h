@@ -21,7 +21,7 @@ inline constexpr bool is_layout_built_in = MCP_RESPONSES_CPYTHON_LAYOUT;
 inline bool is_layout_confirmed = false;  // one for the process, like the interpreter's code
 
 /// True if the layout may be used.
-inline bool is_layout_known() noexcept { return is_layout_built_in && is_layout_confirmed; }
+inline bool is_layout_usable() noexcept { return is_layout_built_in && is_layout_confirmed; }
 
 /// Compares the layout with the interpreter's behaviour, and permits its use if they agree. Throws
 /// `PythonError`.
@@ -36,13 +36,13 @@ inline CPythonDictEntry* entries_of(CPythonDictKeys* keys) noexcept {
 /// The table of keys of a dict, if every key is exactly a str and the table also holds the values.
 /// Otherwise null.
 inline CPythonDictKeys* unicode_keys_of(PyObject* dict) noexcept {
-  if (!is_layout_known()) return nullptr;
+  if (!is_layout_usable()) return nullptr;
   auto* const keys =
       reinterpret_cast<CPythonDictKeys*>(reinterpret_cast<PyDictObject*>(dict)->ma_keys);
   return keys->kind == cpython_dict_keys_unicode ? keys : nullptr;
 }
 
-/// `PyDict_Next`. Safe also if the dict has changed since the last call.
+/// Like `PyDict_Next`. Safe even if the dict has changed since the last call.
 inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
                         PyObject*& value) noexcept {
   CPythonDictKeys* const keys = unicode_keys_of(dict);
@@ -59,8 +59,8 @@ inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
 }
 
 /// Replaces all values of a dict, in order, and takes over the new ones. Requires one value for each
-/// key, and a dict whose values are all None and which only the caller has a reference to: no
-/// destructor runs. Returns false, and leaves the dict as it is, if the layout is not known.
+/// key, and a dict with a single reference whose values are all None, so that no destructor runs.
+/// Returns false, and leaves the dict unchanged, if the layout is not usable.
 bool overwrite_values(PyObject* dict, std::span<PyObject* const> values) noexcept;
 
 /// True for an int, or an instance of a subclass, that has at most one digit of 30 bits.

@@ -17,8 +17,8 @@ struct CPythonDictKeys {
   Py_ssize_t entry_count; /* deleted entries included */
 };
 
-/* DICT_KEYS_UNICODE: every key is exactly a str, the entries have no hash, and the values are stored
- * in the entries. */
+/* DICT_KEYS_UNICODE: every key is exactly a str, the entries do not contain hashes, and the values
+ * are stored in the entries. */
 enum CPythonDictKeysKind { cpython_dict_keys_unicode = 1 };
 
 /* PyDictUnicodeEntry. */

@@ -34,7 +34,7 @@ struct PortableMask {
   }
 
  private:
-  /// Keeps another bit of each byte. The product adds up all bytes in its highest one.
+  /// Keeps a different bit of each byte. The multiplication adds all bytes into the highest one.
   static std::uint32_t of_half(std::uint64_t bytes) noexcept {
     return static_cast<std::uint32_t>((bytes & 0x8040201008040201) * 0x0101010101010101 >> 56);
   }
@@ -50,9 +50,9 @@ struct NativeMask {
 struct NativeMask {
   static std::uint32_t of(const BlockBytes& bytes) noexcept {
     constexpr BlockBytes bits = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
-    const auto kept = std::bit_cast<uint8x16_t>(bytes & bits);
-    return std::uint32_t{vaddv_u8(vget_low_u8(kept))} | std::uint32_t{vaddv_u8(vget_high_u8(kept))}
-                                                            << 8;
+    const auto masked = std::bit_cast<uint8x16_t>(bytes & bits);
+    return std::uint32_t{vaddv_u8(vget_low_u8(masked))} |
+           std::uint32_t{vaddv_u8(vget_high_u8(masked))} << 8;
   }
 };
 #else
@@ -63,7 +63,7 @@ using NativeMask = PortableMask;
 template <class Unit, class Mask = NativeMask>
 class Block {
  public:
-  /// The units of a block.
+  /// The number of units in a block.
   static constexpr std::size_t size = 16 / sizeof(Unit);
 
   /// Reads a whole block, 16 bytes, from any address.
@@ -75,7 +75,7 @@ class Block {
     assert(count <= size);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(units);
     const std::size_t byte_count = count * sizeof(Unit);
-    // Two reads that overlap cover any number of bytes between one and two times their size.
+    // Two overlapping reads of n bytes each cover any number of bytes from n to 2n.
     Halves halves{};
     if (byte_count > 8) {
       halves[0] = load<std::uint64_t>(bytes);
@@ -95,7 +95,7 @@ class Block {
   }
 
   /// Writes a whole block to any address, each unit as a `To`. `To` is at least as wide as `Unit`.
-  /// Requires memory for all units, also if only the first ones are used.
+  /// Requires memory for all units, even if only the first ones are used.
   template <class To>
   void copy_to(To* to) const noexcept {
     if constexpr (sizeof(To) == sizeof(Unit)) {
@@ -106,7 +106,7 @@ class Block {
     }
   }
 
-  /// Sets the bit at `position * sizeof(Unit)`, counted from the lowest, for each unit that matches.
+  /// Returns a mask in which bit `position * sizeof(Unit)` is set for each unit that matches.
   /// `predicate` compares a vector of units: `[](auto units) { return units == ' '; }`.
   template <class Predicate>
   std::uint32_t match_mask(Predicate predicate) const noexcept {

@@ -23,10 +23,10 @@ struct alignas(16) Escape {
 
 /// The escape of a character up to `last_escaped`, even if it needs none.
 constexpr Escape make_escape(std::uint8_t unit) {
-  constexpr std::string_view of_controls = "uuuuuuuubtnufruuuuuuuuuuuuuuuuuu";
+  constexpr std::string_view control_letters = "uuuuuuuubtnufruuuuuuuuuuuuuuuuuu";
   constexpr std::string_view hex = "0123456789abcdef";
   const auto ascii = [](char character) { return static_cast<std::uint8_t>(character); };
-  const std::uint8_t letter = unit < of_controls.size() ? ascii(of_controls[unit]) : unit;
+  const std::uint8_t letter = unit < control_letters.size() ? ascii(control_letters[unit]) : unit;
   if (letter != 'u') return {{'\\', letter}, 2};
   return {{'\\', 'u', '0', '0', ascii(hex[unit >> 4]), ascii(hex[unit & 15])}, 6};
 }
@@ -34,7 +34,7 @@ constexpr Escape make_escape(std::uint8_t unit) {
 inline constexpr std::size_t max_escape_size = 6;
 inline constexpr std::size_t last_escaped = '\\';
 
-/// By code point, up to the last one that needs an escape.
+/// The escapes by code point, up to the last one that needs an escape.
 inline constexpr auto escapes = [] {
   std::array<Escape, last_escaped + 1> table{};
   for (std::size_t unit = 0; unit < table.size(); ++unit)
@@ -47,7 +47,7 @@ inline constexpr auto needs_escape = [](auto units) {
   return (units < 0x20) | (units == '"') | (units == '\\');
 };
 
-/// The units that `write_escaped` may write after its result.
+/// The number of units that `write_escaped` may write after the end that it returns.
 inline constexpr std::size_t max_overrun = 16;
 
 /// Writes the escape of a unit that needs one, and returns its end. Requires capacity for 8 units.

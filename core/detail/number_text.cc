@@ -61,7 +61,7 @@ struct Decimal {
   int exponent;
 };
 
-/// Of the shortest decimal numbers that read back as `number`, the closest one to it. Requires a
+/// The shortest decimal number that reads back as `number`; of several, the closest one. Requires a
 /// finite number above zero.
 ///
 /// This is Schubfach (Raffaello Giulietti, "The Schubfach way to render doubles", 2020) with a
@@ -179,7 +179,7 @@ char* write_word(std::string_view word, char* to) noexcept {
   return std::copy(word.begin(), word.end(), to);
 }
 
-/// The bytes up to the last one that is not zero.
+/// The number of bytes up to the last one that is not zero.
 constexpr int bytes_in(std::uint64_t number) {
   return static_cast<int>(std::bit_width(number) + 7) / 8;
 }
@@ -193,7 +193,8 @@ char* write_4_decimals(std::uint64_t ten_thousandths, char* to) noexcept {
   return to + 1 + bytes_in(decimals | 1);
 }
 
-/// The first `count` characters of `characters`, then those of `others`. Requires 1 to 8.
+/// The first `count` characters of `characters`, then those of `others`. Requires a count
+/// from 1 to 8.
 constexpr std::uint64_t joined(std::uint64_t characters, std::uint64_t others, int count) {
   return others ^ ((characters ^ others) & ~std::uint64_t{0} >> (64 - 8 * count));
 }
@@ -224,7 +225,7 @@ char* write_shortest(double magnitude, char* to) noexcept {
   }
   const bool is_positional = exponent >= 0 && exponent <= 15;
   const int before_point = is_positional ? exponent + 1 : 1;
-  // Write all digits after the point, then those before it and the point again.
+  // Write all digits one position to the right, then those before the point in their own position.
   store_digits(to + 1);
   if (before_point <= 8) {
     store(joined(first_8, first_8 << 8, before_point), to);

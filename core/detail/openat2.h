@@ -18,7 +18,7 @@ struct open_how {
 #define RESOLVE_BENEATH 0x08
 #endif
 
-// The number is the same for every architecture.
+// The number is the same on every architecture.
 #ifndef SYS_openat2
 #define SYS_openat2 437
 #endif

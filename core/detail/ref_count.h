@@ -11,7 +11,7 @@ class RefCount {
  public:
   void add() noexcept { owners_.fetch_add(1, std::memory_order_relaxed); }
 
-  /// Removes an owner. Returns true if it was the last one, which has to free the storage.
+  /// Removes an owner. Returns true if it was the last one: the caller then frees the storage.
   bool remove() noexcept {
     // The only owner needs no locked instruction: no other thread can add one.
     return is_one() || owners_.fetch_sub(1, std::memory_order_acq_rel) == 1;

@@ -14,8 +14,8 @@
 
 namespace mcp_responses::detail {
 
-/// A block for `capacity` elements, of which the first `size` exist. Requires an element type that is
-/// copied and moved without an exception.
+/// Memory for `capacity` elements, of which the first `size` exist. Requires an element type whose
+/// copies and moves do not throw.
 template <class T>
 class SharedArray {
  public:
@@ -31,7 +31,7 @@ class SharedArray {
     ++size_;
   }
 
-  /// Requires an element, and that the caller is the only owner.
+  /// Requires a non-empty array, and that the caller is the only owner.
   T& last() noexcept {
     assert(size_ > 0 && owners_.is_one());
     return items()[size_ - 1];
@@ -46,8 +46,8 @@ class SharedArray {
     if (array != nullptr) array->owners_.add();
   }
 
-  /// Removes an owner. Returns true if it was the last one, which has to remove the elements and
-  /// `free` the array.
+  /// Removes an owner. Returns true if it was the last one: the caller then removes the elements
+  /// and calls `free`.
   static bool release(SharedArray* array) noexcept {
     return array != nullptr && array->owners_.remove();
   }
@@ -60,7 +60,7 @@ class SharedArray {
   }
 
   /// An array with one owner, the caller, and capacity for `more` elements: `array` itself, or a copy
-  /// that replaces the caller's share of it. Throws std::bad_alloc, and then nothing has changed.
+  /// that replaces the caller's share of it. If it throws std::bad_alloc, `array` is unchanged.
   static SharedArray* writable(SharedArray* array, std::size_t more) {
     const std::size_t size = array == nullptr ? 0 : array->size_;
     const bool is_only_owner = array != nullptr && array->owners_.is_one();

@@ -11,11 +11,11 @@
 namespace mcp_responses::detail {
 namespace {
 
-/// The bytes of escapes beyond one per unit.
+/// The number of bytes of escapes beyond one per unit.
 template <class Unit>
-std::size_t escape_bytes(std::span<const Unit> units) {
+std::size_t extra_escape_bytes(std::span<const Unit> units) {
   std::size_t bytes = 0;
-  const auto take = [&bytes](const Unit* from, std::uint32_t found) {
+  const auto add_escapes = [&bytes](const Unit* from, std::uint32_t found) {
     for (; found != 0; found &= found - 1) {
       const auto position = static_cast<std::size_t>(std::countr_zero(found)) / sizeof(Unit);
       bytes += escapes[from[position]].size - 1U;
@@ -27,42 +27,43 @@ std::size_t escape_bytes(std::span<const Unit> units) {
         Block<Unit>::template none_in<16>(units.data(), needs_escape)) {
       units = units.subspan(16);
     } else {
-      take(units.data(), Block<Unit>(units.data()).match_mask(needs_escape));
+      add_escapes(units.data(), Block<Unit>(units.data()).match_mask(needs_escape));
       units = units.subspan(size);
     }
   }
-  const std::uint32_t there = (1U << (units.size() * sizeof(Unit))) - 1;
-  take(units.data(), Block<Unit>(units.data(), units.size()).match_mask(needs_escape) & there);
+  const std::uint32_t remaining_mask = (1U << (units.size() * sizeof(Unit))) - 1;
+  add_escapes(units.data(),
+              Block<Unit>(units.data(), units.size()).match_mask(needs_escape) & remaining_mask);
   return bytes;
 }
 
-/// The bytes of UTF-8 beyond one per unit. Without branches and for a fixed number of units, so few
-/// that the sum fits in one, the compiler vectorizes the loop.
+/// The number of bytes in UTF-8 beyond one per unit. The compiler vectorizes the loop, because it has
+/// no branches and a fixed length, and the sum fits in a unit.
 template <class Unit, std::size_t count>
-std::size_t utf8_bytes(std::span<const Unit, count> units, bool& has_surrogate) {
+std::size_t extra_utf8_bytes_in_chunk(std::span<const Unit, count> units, bool& has_surrogate) {
   constexpr auto surrogate_mask = static_cast<Unit>(0xFFFFF800U);
-  Unit beyond = 0;
+  Unit extra = 0;
   Unit surrogates = 0;
   for (const Unit unit : units) {
-    beyond = static_cast<Unit>(beyond + (unit >= 0x80));
+    extra = static_cast<Unit>(extra + (unit >= 0x80));
     if constexpr (sizeof(Unit) > 1) {
-      beyond = static_cast<Unit>(beyond + (unit >= 0x800));
+      extra = static_cast<Unit>(extra + (unit >= 0x800));
       surrogates |= static_cast<Unit>(static_cast<Unit>(unit & surrogate_mask) == 0xD800);
     }
-    if constexpr (sizeof(Unit) > 2) beyond = static_cast<Unit>(beyond + (unit >= 0x10000));
+    if constexpr (sizeof(Unit) > 2) extra = static_cast<Unit>(extra + (unit >= 0x10000));
   }
   has_surrogate |= surrogates != 0;
-  return beyond;
+  return extra;
 }
 
 template <class Unit>
-std::size_t utf8_bytes_of_any(std::span<const Unit> units, bool& has_surrogate) {
+std::size_t extra_utf8_bytes(std::span<const Unit> units, bool& has_surrogate) {
   constexpr std::size_t size = 128;
   std::size_t bytes = 0;
   for (; units.size() >= size; units = units.subspan(size)) {
-    bytes += utf8_bytes(units.template first<size>(), has_surrogate);
+    bytes += extra_utf8_bytes_in_chunk(units.template first<size>(), has_surrogate);
   }
-  return bytes + utf8_bytes(units, has_surrogate);
+  return bytes + extra_utf8_bytes_in_chunk(units, has_surrogate);
 }
 
 /// A string is written in chunks of this size. Capacity is reserved for a chunk of escapes.
@@ -90,8 +91,8 @@ std::size_t TextSink::put_slow(std::size_t offset, std::string_view ascii) {
   }
 }
 
-std::size_t TextSink::put_between_slow(std::size_t offset, bool comma, const TextView& text,
-                                       bool colon) {
+std::size_t TextSink::put_delimited_slow(std::size_t offset, bool comma, const TextView& text,
+                                         bool colon) {
   if (text.repertoire > repertoire_) widen(offset, text.repertoire);
   const auto put_as = [&]<class Unit>(Unit) {
     const std::size_t end =
@@ -145,15 +146,15 @@ std::size_t TextSink::put_escaped(std::size_t offset, std::span<const From> unit
 void TextSink::grow(std::size_t needed) {
   constexpr std::size_t min_capacity = 16384;  // most answers are shorter
   const std::size_t capacity = std::max({needed, buffer_.capacity * 2, min_capacity});
-  void* wider = std::realloc(buffer_.bytes.get(), capacity);
-  if (wider == nullptr) throw std::bad_alloc();
+  void* enlarged = std::realloc(buffer_.bytes.get(), capacity);
+  if (enlarged == nullptr) throw std::bad_alloc();
   static_cast<void>(buffer_.bytes.release());  // realloc has freed it
-  buffer_.bytes.reset(wider);
+  buffer_.bytes.reset(enlarged);
   buffer_.capacity = capacity;
   if (!is_wide()) narrow_capacity_ = capacity;
 }
 
-/// Widens the existing units for `repertoire`: in place, and so from the last to the first.
+/// Widens the existing units in place, and so from the last to the first.
 void TextSink::widen(std::size_t size, Repertoire repertoire) {
   const std::size_t from = unit_size(repertoire_);
   const std::size_t to = unit_size(repertoire);
@@ -185,8 +186,8 @@ std::size_t CountSink::put_string(std::size_t offset, const TextView& text) {
   bool has_surrogate = false;
   offset += 2 + text.size;
   visit_units(text, [&](auto units) {
-    offset += escape_bytes(units);
-    if (text.repertoire != Repertoire::ascii) offset += utf8_bytes_of_any(units, has_surrogate);
+    offset += extra_escape_bytes(units);
+    if (text.repertoire != Repertoire::ascii) offset += extra_utf8_bytes(units, has_surrogate);
   });
   if (has_surrogate) throw_surrogate_error(text);
   return offset;

@@ -62,10 +62,10 @@ class TextSink {
     return offset + static_cast<std::size_t>(write_number(number, to) - to);
   }
   std::size_t put_string(std::size_t offset, const TextView& text) {
-    return put_between(offset, false, text, false);
+    return put_delimited(offset, false, text, false);
   }
   std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
-    return put_between(offset, !is_first, text, true);
+    return put_delimited(offset, !is_first, text, true);
   }
 
   /// The first `size` units of the text. Valid until the next call.
@@ -90,19 +90,19 @@ class TextSink {
     return static_cast<Unit*>(buffer_.bytes.get()) + offset;
   }
   /// Writes a string, after a comma and before a colon if required.
-  std::size_t put_between(std::size_t offset, bool comma, const TextView& text, bool colon) {
-    // Only the narrow case is inlined: the code of the wide ones costs more than it gains.
+  std::size_t put_delimited(std::size_t offset, bool comma, const TextView& text, bool colon) {
+    // Only the narrow case is inlined: inlining the wide ones costs more than it gains.
     if (!is_wide()) {
       const std::size_t end = put_short<std::uint8_t>(offset, comma, text, colon);
       if (end > 0) return end;
     }
-    return put_between_slow(offset, comma, text, colon);
+    return put_delimited_slow(offset, comma, text, colon);
   }
   std::size_t put_slow(std::size_t offset, std::string_view ascii);
   std::size_t put_slow(std::size_t offset, char character) {
     return put_slow(offset, std::string_view(&character, 1));
   }
-  std::size_t put_between_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
+  std::size_t put_delimited_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
   /// Writes the string if it is short, has one byte per unit and needs no escape, like most strings;
   /// otherwise returns 0. Copies overlapping blocks, so that few branches depend on the length.
   template <class Unit>
@@ -118,21 +118,21 @@ class TextSink {
     *to = ',';
     to += comma ? 1 : 0;
     std::uint32_t found = 0;
-    const auto take = [&](const Bytes& bytes, std::size_t position) {
+    const auto copy_block = [&](const Bytes& bytes, std::size_t position) {
       found |= bytes.match_mask(needs_escape);
       bytes.copy_to(to + 1 + position);
     };
     if (text.size < block) {
-      take(Bytes(from, text.size), 0);
+      copy_block(Bytes(from, text.size), 0);
       found &= (1U << text.size) - 1;
     } else {
       const std::size_t last = text.size - block;
-      take(Bytes(from), 0);
+      copy_block(Bytes(from), 0);
       if (text.size > 2 * block) {
-        take(Bytes(from + block), block);
-        take(Bytes(from + last - block), last - block);
+        copy_block(Bytes(from + block), block);
+        copy_block(Bytes(from + last - block), last - block);
       }
-      take(Bytes(from + last), last);
+      copy_block(Bytes(from + last), last);
     }
     if (found != 0) return 0;
     to[0] = '"';

@@ -7,8 +7,9 @@
 
 namespace mcp_responses::detail {
 
-/// Returns what `call()` returns, and repeats it while it fails with EINTR, as Python does (PEP 475).
-/// Calls `check_interrupt` before each repetition, so that a signal handler can end the operation.
+/// Returns the result of `call()`, which is repeated while it fails with EINTR, as in Python (PEP
+/// 475). Calls `check_interrupt` before each repetition, so that a signal handler can end the
+/// operation.
 template <class Call>
 auto retry_interrupted(const CheckInterrupt& check_interrupt, Call call) {
   for (;;) {

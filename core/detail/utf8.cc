@@ -7,10 +7,10 @@
 namespace mcp_responses::detail {
 namespace {
 
-/// What a lead byte promises: how many bytes follow, and between which bounds the first of them
-/// must lie (the Unicode Standard, table 3-7).
+/// The number of continuation bytes after a lead byte, and the range of the first one (the Unicode
+/// Standard, table 3-7).
 struct Lead {
-  unsigned following;
+  unsigned continuation_bytes;
   unsigned char low;
   unsigned char high;
 };
@@ -33,9 +33,9 @@ std::uint32_t decode_next(std::string_view bytes, std::size_t& position) noexcep
   const auto first = static_cast<unsigned char>(bytes[position++]);
   if (first < 0x80) return first;
   Lead lead = lead_of(first);
-  if (lead.following == 0) return replacement_character;
-  std::uint32_t code_point = first & (0x3FU >> lead.following);
-  for (unsigned i = 0; i < lead.following; ++i) {
+  if (lead.continuation_bytes == 0) return replacement_character;
+  std::uint32_t code_point = first & (0x3FU >> lead.continuation_bytes);
+  for (unsigned i = 0; i < lead.continuation_bytes; ++i) {
     if (position == bytes.size()) return replacement_character;
     const auto byte = static_cast<unsigned char>(bytes[position]);
     if (byte < lead.low || byte > lead.high) return replacement_character;
@@ -50,25 +50,25 @@ std::uint32_t decode_next(std::string_view bytes, std::size_t& position) noexcep
 char* encode_utf8(std::uint32_t code_point, char* out) noexcept {
   assert(code_point <= 0x10FFFF && !is_surrogate(code_point));
   const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
-  const auto put_following = [&](unsigned shift) { put(0x80 | (code_point >> shift & 0x3F)); };
+  const auto put_continuation = [&](unsigned shift) { put(0x80 | (code_point >> shift & 0x3F)); };
   switch (utf8_size(code_point)) {
     case 1:
       put(code_point);
       break;
     case 2:
       put(0xC0 | code_point >> 6);
-      put_following(0);
+      put_continuation(0);
       break;
     case 3:
       put(0xE0 | code_point >> 12);
-      put_following(6);
-      put_following(0);
+      put_continuation(6);
+      put_continuation(0);
       break;
     default:
       put(0xF0 | code_point >> 18);
-      put_following(12);
-      put_following(6);
-      put_following(0);
+      put_continuation(12);
+      put_continuation(6);
+      put_continuation(0);
   }
   return out;
 }
