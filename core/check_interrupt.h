@@ -1,4 +1,4 @@
-// The interruption check of a long operation: how a program handles signals meanwhile.
+// CheckInterrupt: a function that long operations call, so that a program can handle signals.
 #pragma once
 
 #include <functional>
@@ -6,8 +6,8 @@
 namespace mcp_responses {
 
 /// Called before each system call that reads a file or a symlink, after each one that a signal
-/// interrupts, and after about every millisecond of other work. What it throws ends the operation.
-/// A check that costs more than a clock reading should limit how often it does its work.
+/// interrupts, and after about every millisecond of other work. An exception that it throws ends
+/// the operation. An expensive check should do its work only at intervals.
 using CheckInterrupt = std::function<void()>;
 
 }  // namespace mcp_responses

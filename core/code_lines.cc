@@ -18,12 +18,13 @@ namespace {
 struct File {
   Text path;
   std::string name;
-  std::vector<std::int64_t> numbers;  // of the places' lines
+  std::vector<std::int64_t> numbers;  // of the lines at these places
   std::vector<std::pair<std::int64_t, Text>> lines;
   std::string failure;  // empty if the file could be read
 };
 
-/// An order for paths that counts the compared bytes. Views of the same text are equal at once.
+/// An order for paths that counts the compared bytes. Views of the same memory are equal without a
+/// comparison.
 class PathOrder {
  public:
   explicit PathOrder(detail::WorkMeter& meter) : meter_(&meter) {}
@@ -83,7 +84,7 @@ void read_lines(const WorkTree& tree, File& file, const CheckInterrupt& check_in
     auto reader = tree.open(file.name, check_interrupt);
     if (!reader) return;
     LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
-    // Growing the vector would move millions of lines between two interruption checks.
+    // Without capacity for all lines, growing would move millions between two interruption checks.
     file.lines.reserve(file.numbers.size());
     for (const std::int64_t number : file.numbers) {
       auto line = finder.find(number);

@@ -32,8 +32,9 @@ struct CodeLine {
 /// for other surrogates.
 std::string file_name(const Text& path);
 
-/// What `code_lines` calls. It has three phases: it groups the places by file, reads the files, and
-/// collects the lines. All hooks are called on the caller's thread. What they throw ends the call.
+/// The functions that `code_lines` calls. It has three phases: it groups the places by file, reads
+/// the files, and collects the lines. All hooks are called on the caller's thread. An exception
+/// that a hook throws ends the call.
 struct CodeLinesHooks {
   /// Returns the bytes of a file name for a path, without NUL. Called once for each path while places
   /// are grouped.
@@ -56,11 +57,11 @@ class NulInPath : public std::invalid_argument {
   NulInPath() : std::invalid_argument("embedded null byte") {}
 };
 
-/// The lines at these places, without duplicates. Files come in the order in which their paths first
-/// occur, the lines of a file in ascending order. Places without a line and files outside the root are
-/// left out; files that cannot be read are passed to `hooks.not_read`. Throws `SymlinkLoop` for the
-/// first path that ends in one, after reporting the files before it; and what the hooks throw, with
-/// `file_name` as a hook `NulInPath` and `SurrogateError`.
+/// The lines at these places, without duplicates. Files come in the order in which their paths
+/// first occur, the lines of a file in ascending order. Places without a line and files outside the
+/// root are left out; files that cannot be read are passed to `hooks.not_read`. Throws
+/// `SymlinkLoop` for the first path that ends in one, after the files before it have been reported.
+/// Exceptions of the hooks are passed on.
 std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
                                  const CodeLinesHooks& hooks = {});
 

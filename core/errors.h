@@ -19,7 +19,7 @@ std::string_view kind_name(Kind kind) noexcept;
 /// "a", "a or b", "a, b or c".
 std::string alternatives(std::span<const std::string_view> names);
 
-/// A value is of the wrong kind: "sections[3] must be object, not string". TypeError in Python, with
+/// A value has the wrong kind: "sections[3] must be object, not string". TypeError in Python, with
 /// Python's names of the kinds.
 class KindError : public std::invalid_argument {
  public:

@@ -35,7 +35,7 @@ union Payload {
 ///   list                           yes       -        -     yes   foreign (without get)
 ///   object                         yes       -        -     yes   foreign
 ///
-/// "foreign": only for an object of a foreign runtime; "counted": for every string but a literal.
+/// "foreign": only for an object of a foreign runtime; "counted": for every string except a literal.
 struct ValueOps {
   Kind kind;
   /// Adds an owner, or removes one.
@@ -43,7 +43,7 @@ struct ValueOps {
   void (*release)(Payload) noexcept = nullptr;
   /// The content of an integer.
   std::int64_t (*integer)(Payload) noexcept = nullptr;
-  /// The characters of a string; of null, none.
+  /// The characters of a string. Empty for null, because a Text that was moved from is null.
   TextView (*text)(Payload) noexcept = nullptr;
   /// The number of elements of a list, or of members of an object.
   std::size_t (*size)(Payload) noexcept = nullptr;

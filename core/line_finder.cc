@@ -12,7 +12,7 @@
 namespace mcp_responses {
 namespace {
 
-/// The length of the line break at the front, 0 if there is none.
+/// The size of the line break at the start of `bytes`; 0 if there is none.
 std::size_t break_size(std::string_view bytes) {
   const auto byte = [bytes](std::size_t i) {
     return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U;
@@ -41,7 +41,7 @@ constexpr std::size_t max_break_size = 3;
 constexpr std::size_t max_character_size = 4;
 constexpr std::size_t window_capacity = std::size_t{1} << 16;
 
-// Both loops have a fixed length and no branch, so that the compiler vectorises them.
+// Both loops have a fixed length and no branch, so that the compiler vectorizes them.
 
 /// The number of line breaks in a block of printable ASCII, tabs and line feeds, which most blocks
 /// are; nothing for another block.
@@ -77,14 +77,14 @@ unsigned breaks_in_any_block(const std::uint8_t* block) {
   return count;
 }
 
-/// Strips and cuts a line while its characters arrive.
+/// Strips and cuts a line while its characters are decoded.
 class LineText {
  public:
   /// Returns false if no further character can change the text.
   bool add(std::uint32_t code_point) {
     const bool is_space = is_white_space(code_point);
-    // White space at the front is stripped. At the limit it counts only if a character follows, which
-    // then cuts the line as well.
+    // Leading white space is stripped. At the limit, white space is skipped: it cuts the line only if
+    // another character follows, and that character alone has the same effect.
     if (is_space && (size_ == 0 || size_ == limit)) return true;
     characters_[size_++] = code_point;
     if (!is_space) stripped_size_ = size_;
@@ -99,7 +99,7 @@ class LineText {
  private:
   static constexpr std::size_t limit = CODE_LINE_CHARS;
 
-  // One more than the limit shows that the line is cut.
+  // One spare character, to detect that the line is too long.
   std::array<std::uint32_t, limit + 1> characters_;
   std::size_t size_ = 0;
   std::size_t stripped_size_ = 0;  // without white space at the end
@@ -144,7 +144,7 @@ void LineFinder::skip_blocks_before(std::int64_t number) {
   }
 }
 
-/// Returns false if there is no line break at `position_`. Requires a byte there.
+/// Returns false if `position_` is not at a line break. Requires `position_ < end_`.
 bool LineFinder::skip_break() {
   assert(position_ < end_);
   const auto next = static_cast<unsigned char>(window_[position_]);

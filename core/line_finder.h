@@ -1,5 +1,5 @@
-// Lines of a UTF-8 text by number, stripped and cut for an answer. Holds one window of the text and
-// one line's characters, however long the text and its lines are.
+// Lines of a UTF-8 text by number, stripped and cut for an answer. The memory is constant, regardless
+// of the size of the text and its lines: one window of the text, and the characters of one cut line.
 #pragma once
 
 #include <cstddef>
@@ -27,13 +27,13 @@ class LineFinder {
   explicit LineFinder(ReadFn read);
 
   /// Returns a line, decoded (an ill-formed sequence gives U+FFFD), without white space at both ends,
-  /// and cut to `CODE_LINE_CHARS`; nothing after the last line. Reads no further than necessary.
-  /// Throws what the read function throws. Requires a number from 1 up, greater than in the call
-  /// before.
+  /// and cut to `CODE_LINE_CHARS`. Returns nothing after the last line. Reads no further than
+  /// necessary. Exceptions of the read function are passed on. Requires a positive number, greater
+  /// than in the previous call.
   std::optional<Text> find(std::int64_t number);
 
  private:
-  /// Makes `bytes` bytes available after `position_`. Returns false if the text ends before.
+  /// Makes `bytes` bytes available from `position_` on. Returns false if the text ends before.
   bool ensure(std::size_t bytes) { return end_ - position_ >= bytes || fetch(bytes); }
   bool fetch(std::size_t bytes);
   void skip_to_line(std::int64_t number);
@@ -42,7 +42,7 @@ class LineFinder {
   std::string_view rest() const noexcept { return {&window_[position_], end_ - position_}; }
 
   ReadFn read_;
-  std::unique_ptr<char[]> window_;  // the part of the text that was read last
+  std::unique_ptr<char[]> window_;  // the last part of the text that has been read
   std::size_t position_ = 0;        // in the window
   std::size_t end_ = 0;             // of the window's content
   bool is_at_end_ = false;          // no text follows the window

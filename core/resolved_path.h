@@ -15,14 +15,14 @@ class SymlinkLoop : public std::runtime_error {
   explicit SymlinkLoop(const std::string& path);
 };
 
-/// The path, made absolute with the current directory. Throws std::system_error if there is none.
+/// The path, made absolute with the current directory. Throws std::system_error if that does not
+/// exist.
 std::string absolute(std::string_view path);
 
-/// The absolute path without ".", ".." and symlinks; "" for "/". A relative path starts at `base`,
-/// which is resolved, and "" for "/". Components that do not exist are kept as written. So is a
-/// symlink loop that the path leaves by "..": `loop/../a.py` is `a.py`. Throws `SymlinkLoop` for a
-/// path that ends in one, and what `check_interrupt` throws; it is called for each component.
-/// Requires paths without NUL.
+/// The absolute path without ".", ".." and symlinks; "" for "/". A relative path starts at `base`.
+/// Components that do not exist are kept as written. So is a symlink loop that the path leaves by
+/// "..": `loop/../a.py` is `a.py`. Throws `SymlinkLoop` for a path that ends in one. Calls
+/// `check_interrupt` for each component. Requires a resolved `base`, and paths without NUL.
 std::string resolved_path(
     std::string base, std::string_view path, const CheckInterrupt& check_interrupt = [] {});
 

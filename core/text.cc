@@ -60,7 +60,7 @@ Text decoded(std::string_view utf8) {
   return Text::copy_of(std::span<const std::uint32_t>(code_points));
 }
 
-/// Computed from the bitwise OR of all units.
+/// The smallest repertoire that contains all characters.
 Repertoire exact_repertoire(const TextView& view) noexcept {
   if (view.repertoire == Repertoire::ascii) return Repertoire::ascii;
   return visit_units(view, [](auto units) {

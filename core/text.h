@@ -5,7 +5,7 @@
 // string, which CPython stores in the same way (PEP 393), is used in place. UTF-8 is produced at the
 // interfaces: files, std::string, byte counts.
 //
-// A lone surrogate can be stored, but has no UTF-8.
+// A lone surrogate can be stored, but not encoded as UTF-8.
 #pragma once
 
 #include <cassert>
@@ -30,8 +30,8 @@ constexpr std::size_t unit_size(Repertoire repertoire) {
   return repertoire == Repertoire::full ? 4 : repertoire == Repertoire::bmp ? 2 : 1;
 }
 
-/// A view of code points with another owner. `repertoire` is exact, except in a slice, where it may
-/// be larger than necessary.
+/// A view of code points that another object owns. `repertoire` is exact, except in a slice, where
+/// it may be larger than necessary.
 struct TextView {
   const void* data = nullptr;
   std::size_t size = 0;  // in code points
@@ -44,7 +44,7 @@ struct TextView {
   TextView slice(std::size_t position, std::size_t count) const;
 };
 
-/// Equal code points. Requires exact repertoires.
+/// True if both have the same code points. Requires exact repertoires.
 bool operator==(const TextView& a, const TextView& b) noexcept;
 
 /// An order for look-ups, not an alphabetical one: by size, repertoire, then bytes. A map in this
@@ -64,11 +64,11 @@ decltype(auto) visit_units(const TextView& view, Visitor&& visitor) {
   }
 }
 
-/// The exact repertoire of two texts together.
+/// The exact repertoire of the concatenation of two texts.
 Repertoire joined_repertoire(const TextView& first, const TextView& second) noexcept;
 
-/// Writes one text after the other to `to`, as units of the size of `repertoire`. Requires a
-/// repertoire that contains both.
+/// Writes the concatenation of two texts to `to`, in units of the size of `repertoire`. Requires a
+/// repertoire that contains both texts.
 void join(const TextView& first, const TextView& second, Repertoire repertoire, void* to) noexcept;
 
 /// An ASCII text with static storage: a key or a fixed message.
@@ -103,7 +103,7 @@ class Text : public Handle {
   static Text copy_of(std::span<const std::uint16_t> units);
   static Text copy_of(std::span<const std::uint32_t> units);
   static Text copy_of(const TextView& view);
-  /// One text after the other, in one allocation of the exact size.
+  /// The concatenation of two texts, in one allocation of the exact size.
   static Text joined(const TextView& first, const TextView& second);
 
   /// Valid while this text, or a copy of it, lives.

@@ -85,7 +85,8 @@ UniqueFd open_no_symlink(int folder, const std::string& name, int flags,
   return UniqueFd();
 }
 
-/// Rejects a path that is too long for openat2, so that both ways of opening fail alike.
+/// Rejects a path that is too long for openat2, so that both kinds of opening fail with the same
+/// error.
 UniqueFd open_folder_by_folder(UniqueFd folder, std::string_view path, int flags,
                                const CheckInterrupt& check_interrupt) {
   if (path.size() >= PATH_MAX) {
@@ -100,8 +101,8 @@ UniqueFd open_folder_by_folder(UniqueFd folder, std::string_view path, int flags
   return folder;
 }
 
-/// A file may grow while it is read, and files in /proc have no size, so a file is read to its end.
-/// A file that grows as fast as it is read has no end: this is where reading stops.
+/// Files are read to their end, because they may grow while they are read, and files in /proc have
+/// size 0. This limit is for a file that grows as fast as it is read.
 std::size_t max_bytes_read(std::size_t size) {
   constexpr std::size_t max_without_size = std::size_t{64} << 20;
   return 2 * std::min(size, std::size_t{1} << 62) + max_without_size;
@@ -113,7 +114,7 @@ bool is_same_file(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino && (a.st_mode & type) == (b.st_mode & type);
 }
 
-/// Throws for everything but a regular file.
+/// Throws `Unreadable` if the file is not regular.
 void check_is_regular(mode_t mode, const std::string& path) {
   if (S_ISREG(mode)) return;
   if (S_ISDIR(mode)) throw Unreadable(EISDIR, path);
@@ -195,7 +196,7 @@ std::optional<FileReader> WorkTree::open_plain(std::string_view path,
 }
 
 /// Checks a file before opening it for reading: opening a FIFO would be visible to the process at its
-/// other end. The descriptor of the check is closed first, to need one fewer.
+/// other end. The descriptor of the check is closed before that, so that one fewer is open at a time.
 FileReader WorkTree::open_resolved(const std::string& target,
                                    const CheckInterrupt& check_interrupt) const {
   const std::string beneath = target == root_ ? "" : target.substr(root_.size() + 1);
@@ -209,7 +210,8 @@ FileReader WorkTree::open_resolved(const std::string& target,
     check_is_regular(checked.st_mode, full_path);
     UniqueFd file = open_beneath(beneath, read_flags, check_interrupt);
     if (file.is_open()) return reader_of(std::move(file), checked, full_path, check_interrupt);
-    // With O_NONBLOCK a lease (fcntl, F_SETLEASE) is EAGAIN; without it, the kernel would wait.
+    // With O_NONBLOCK, opening a file under a lease (fcntl, F_SETLEASE) fails with EAGAIN; without
+    // it, the kernel would wait.
     if (errno != EAGAIN) throw Unreadable(errno, full_path);
     check_interrupt();
     std::this_thread::sleep_for(lease_poll_interval);
@@ -238,8 +240,8 @@ UniqueFd WorkTree::open_beneath(const std::string& path, int flags,
   return open_folder_by_folder(open_root(check_interrupt), path, flags, check_interrupt);
 }
 
-/// Opened for each file: with a descriptor that stays open, opening folder by folder would need
-/// three at a time.
+/// The root is opened for each file: if its descriptor stayed open, opening folder by folder would
+/// need three at a time.
 UniqueFd WorkTree::open_root(const CheckInterrupt& check_interrupt) const {
   UniqueFd root = open_at(AT_FDCWD, slash_if_empty(root_), path_flags, check_interrupt);
   struct stat status {};

@@ -20,7 +20,7 @@
 
 namespace mcp_responses {
 
-/// Owns a file descriptor; -1 owns nothing.
+/// Owns a file descriptor, or none (-1).
 class UniqueFd {
  public:
   explicit UniqueFd(int fd = -1) noexcept : fd_(fd) {}
@@ -46,9 +46,9 @@ class Unreadable : public std::runtime_error {
 /// An open file of a work tree, read from its beginning.
 class FileReader {
  public:
-  /// Reads the next bytes into `to` and returns their number, 0 at the end. A file that grows while
-  /// it is read ends after twice its size and 64 MiB. Throws `Unreadable`, and what `check_interrupt`
-  /// throws. Requires `to` not to be empty.
+  /// Reads the next bytes into `to` and returns their number, 0 at the end. Reads at most twice the
+  /// size that the file had when it was opened, plus 64 MiB. Throws `Unreadable`. Requires a
+  /// non-empty `to`.
   std::size_t read(
       std::span<char> to, const CheckInterrupt& check_interrupt = [] {});
 
@@ -72,16 +72,16 @@ class WorkTree {
   /// folder by folder.
   enum class Opening { openat2, folder_by_folder };
 
-  /// Resolves the root, which need not exist. Throws as `absolute` and `resolved_path` do. Requires a
-  /// root without NUL.
+  /// Resolves the root, which need not exist. Throws the exceptions of `absolute` and
+  /// `resolved_path`. Requires a root without NUL.
   explicit WorkTree(
       std::string_view root, const CheckInterrupt& check_interrupt = [] {},
       Opening opening = Opening::openat2);
 
   /// Opens a file; returns nothing if its path leaves the root. A relative path starts at the root,
   /// an absolute path is used as it is. Waits while another process has a write lease on the file.
-  /// Throws `Unreadable`, also for everything but regular files, which are not opened, and as
-  /// `resolved_path` does. Requires a path without NUL.
+  /// Throws `Unreadable`, also for a file that is not regular, which is not opened, and the
+  /// exceptions of `resolved_path`. Requires a path without NUL.
   std::optional<FileReader> open(
       std::string_view path, const CheckInterrupt& check_interrupt = [] {}) const;
 
@@ -97,7 +97,7 @@ class WorkTree {
 
   std::string root_;  // resolved; "" for "/"
   struct stat root_status_ {};
-  int root_error_ = 0;  // why the root cannot be used, an errno
+  int root_error_ = 0;  // the errno of opening the root, 0 for success
   UniqueFd root_fd_;    // for openat2 only
 };
 
