@@ -71,7 +71,7 @@ void CitationLists::add_section(const Value& section, std::size_t position) {
   const auto list_path = [&] { return element_path("sections", position) + "['citations']"; };
   if (!list) throw KindError(list_path(), {Kind::list}, citations.kind());
   for (std::size_t i = 0; i < std::min(list->size(), ASK_CITATIONS_PER_SECTION); ++i) {
-    // A full list gets no more citations: an answer keeps the first sections, which filled it.
+    // Later citations are never listed: an answer keeps the first sections, which fill the list.
     if (from_sections_.size() == ASK_MAX_CITATIONS) return;
     const Value& citation = (*list)[i];
     CitationKey key = key_of(citation, [&] { return element_path(list_path(), i); });
@@ -126,7 +126,7 @@ std::int64_t CitationLists::size_for_first(std::size_t sections) {
     size += candidate.size;
     ++count;
   });
-  return size + std::max<std::int64_t>(0, count - 1);  // with a comma between two
+  return size + std::max<std::int64_t>(0, count - 1);  // plus commas
 }
 
 }  // namespace mcp_responses

@@ -1,5 +1,5 @@
-// The citation list of an ask answer: the first citations of each section, then those that the answer
-// itself read, each place once, up to a limit.
+// The citation list of an ask answer: the first citations of each section, then those in `extra`,
+// each place once, up to a limit.
 #pragma once
 
 #include <cstddef>
@@ -42,7 +42,7 @@ class CitationLists {
   /// The place that a citation cites. Lines are compared first, because they differ more often than
   /// paths.
   struct CitationKey {
-    std::optional<std::int64_t> line;  // `line_start`, if it is a whole number
+    std::optional<std::int64_t> line;  // `line_start` if it is an integer: faster to compare
     Value line_start;
     Value line_end;
     Value path;
@@ -65,7 +65,8 @@ class CitationLists {
   static const Candidate* find(const Candidates& candidates, const CitationKey& key);
 
   void add_section(const Value& section, std::size_t position);
-  /// The distinct citation of `extra` at a position, read on demand; null after the last.
+  /// The citation at a position among the distinct ones of `extra`, which are read on demand. Null
+  /// after the last.
   Candidate* extra_at(std::size_t position);
   /// Calls `visitor` with each candidate in the list for the first `sections` sections, in order.
   template <class Visitor>

@@ -17,7 +17,7 @@
 namespace mcp_responses {
 namespace {
 
-/// An excerpt is cut by this many characters more than it is too long.
+/// An excerpt that does not fit is shortened by this many characters more than the excess in bytes.
 constexpr std::int64_t spare_chars = 8;
 
 std::int64_t size_of(const Value& value) { return static_cast<std::int64_t>(_encoded_size(value)); }
@@ -172,7 +172,7 @@ class Draft {
   CitationLists citations_;
   std::vector<Object> rows_;  // with empty excerpts
   std::vector<Text> excerpts_;
-  std::size_t kept_;  // the number of sections that are kept: the first ones
+  std::size_t kept_;  // the answer contains the first `kept_` sections
 
   // Sizes in bytes:
   std::int64_t head_size_ = 0;           // the answer with empty lists

@@ -42,8 +42,8 @@ struct AskAnswer {
 /// then the code. The other members and the citations of kept sections are never cut, and may exceed
 /// the budget.
 ///
-/// Throws `KindError`, and with a budget `SurrogateError`, because a lone surrogate has no size in
-/// UTF-8.
+/// Throws `KindError`, and with a budget `SurrogateError`, because a lone surrogate cannot be
+/// encoded as UTF-8.
 Object build_wiki_ask_response(AskAnswer answer);
 
 }  // namespace mcp_responses

@@ -51,7 +51,7 @@ const Object& EMPTY_TOOL_RESPONSES() {
 
 Object get_empty_response(const Text& tool_name) {
   const auto response = EMPTY_TOOL_RESPONSES().get(tool_name).object();
-  return response ? response->copy() : failure();
+  return response ? *response : failure();
 }
 
 }  // namespace mcp_responses

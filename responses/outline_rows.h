@@ -31,9 +31,9 @@ class OutlineModule {
 Text outline_module(std::span<const Text> fqns);
 
 /// The row of a symbol: "name" (its fqn without `module` and the dot after it), "kind", "line",
-/// "end_line" (only if it differs from the start line), "signature" and "summary", each only if it is
-/// not null. A falsy `module` is not removed. Throws `AttributeMissing` if there is a module and the
-/// fqn is not a string.
+/// "end_line" (only if it differs from the start line), "signature" and "summary", each only if it
+/// is not null. With a falsy `module`, "name" is the whole fqn. Throws `AttributeMissing` if there
+/// is a module and the fqn is not a string.
 Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 
 /// `fqn` without `module` and the dot after it. Requires a truthy module.

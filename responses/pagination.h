@@ -1,4 +1,4 @@
-// The wrapper of every list that is answered page by page.
+// The response with one page of a list.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace mcp_responses {
 /// the number of rows, and returns the answer.
 using AddPaginationHint = std::function<Value(Object response, std::int64_t item_count)>;
 
-/// {items_key: items, "total_count", "truncated", "has_more", "offset"}, as `add_pagination_hint`
-/// returns it. Both flags are true if rows remain after this page. If `items_key` is one of the other
+/// The result of `add_pagination_hint` for {items_key: items, "total_count", "truncated", "has_more",
+/// "offset"}. Both flags are true if rows remain after this page. If `items_key` is one of the other
 /// keys, that key keeps its position, and the rows are lost. Throws `KindError` if `items` is not a
 /// list, or `total_count` or `offset` not a number.
 Value build_paginated_response(Value items, Value total_count, Value offset, const Text& items_key,

@@ -58,7 +58,7 @@ constexpr const char* field_name(Field field) {
 ///
 ///   pass_through(field)              a field that the row only contains: a Value, or the foreign
 ///                                    object
-///   value(field)                     a field that the row depends on, as a Value
+///   value(field)                     a field whose content determines the row, as a Value
 ///   value_with_method(name, field)   the same, for a field on which plain Python would call a
 ///                                    method, such as "startswith". Throws `AttributeMissing` for a
 ///                                    truthy foreign object without a Value

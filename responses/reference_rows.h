@@ -9,10 +9,10 @@
 
 namespace mcp_responses {
 
-/// "file" and "line" (null if unknown), then "code", "caller", "caller_kind" and "usage_type", each
-/// only if known. `code` is the line of code at that place. The caller is "fqn" and "kind" of the
-/// reference's `caller_symbol`, an object. Throws `AttributeMissing` if that is truthy and not an
-/// object.
+/// "file" and "line", nulls included, then "code", "caller", "caller_kind" and "usage_type", each
+/// only if it is not null. `code` is the line of code at that place. The caller is "fqn" and "kind"
+/// of the reference's `caller_symbol`, an object. Throws `AttributeMissing` if that is truthy and
+/// not an object.
 Object build_reference(const PlainRecord& reference, Value code = {});
 
 /// "fqn", "name", "kind", "file" ("" for a falsy path), "line", "signature", "component", nulls
