@@ -23,8 +23,8 @@
 
 namespace mcp_responses {
 
-/// The state of one module object. It holds only strings and dicts of strings, so it is not part of
-/// a reference cycle.
+/// The state of one module object. Its objects are strings, and dicts of strings and None, so it is
+/// not part of a reference cycle.
 struct ModuleState {
   InternedStrings strings;
   AnswerConverter answers{strings};

@@ -79,9 +79,9 @@ PyRef run(const Function& function, const CallArguments& given) {
   unsupported ? call.raise_unsupported(*unsupported) : call.raise_nesting_error();
 }
 
-/// The interpreter's recursion guard. Python code that a call runs may call again without a frame of
-/// the interpreter that would count, as its built-in functions do. A call counts as two levels,
-/// because it uses about as much stack as two of the interpreter's.
+/// The interpreter's recursion guard. Calls may be nested without a Python frame in between, for
+/// example through a property whose getter is a built-in function, so each call is counted. It counts
+/// as two levels, because it uses about as much stack as two calls of the interpreter.
 class RecursionGuard {
  public:
   RecursionGuard() : thread_(PyThreadState_Get()) {

@@ -108,7 +108,7 @@ PyRef build_paginated_response(Call& call) {
     const PyRef function = call.global(literal<"add_pagination_hint">);
     PyObject* const arguments[] = {page.get(), count.get()};
     hinted = checked(PyObject_Vectorcall, function.get(), arguments, std::size_t{2}, nullptr);
-    return {};  // the caller gets `hinted`, which need not have a Value
+    return {};  // the caller gets `hinted`, which may be any object
   };
   const Value items = call.value(0);
   const Value total_count = call.value(1);

@@ -1,6 +1,6 @@
 // The bodies of the module's functions. Each reads its arguments from the call, calls one function of
 // the library, and returns the answer as a new reference. signatures.cc documents the arguments and
-// the answers; arguments are numbered as the parameters there, from 0.
+// the answers. Arguments are numbered from 0, in the order of the parameters.
 //
 // If several arguments are invalid, the first one is reported. C++ does not define the order in which
 // the arguments of a function call are evaluated, so each is read in a statement of its own, or in

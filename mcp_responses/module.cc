@@ -41,7 +41,7 @@ void import_module(PyObject* module, const char* name) {
   define(module, name, checked(PyImport_ImportModule, name));
 }
 
-/// True while the module is being imported itself: the import is circular.
+/// True while the import of `module` is still running, so that an import from it is circular.
 bool is_initializing(PyObject* module) {
   const PyRef spec =
       PyRef::steal(call_python([&] { return PyObject_GetAttrString(module, "__spec__"); }));

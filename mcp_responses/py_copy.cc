@@ -2,10 +2,10 @@
 // the original; then each element that cannot be shared is replaced by its own copy.
 //
 // Python code may run during a copy and change anything: a garbage collection, which any allocation
-// of a container may start, runs finalizers; signal handlers run now and then. So each step allocates
-// the new container first, then checks the original's size and fills the new one without running any
-// code. A handler can find an unfinished copy by `gc.get_referrers`, too, so elements are replaced
-// with the interpreter's own checks.
+// of a container may start, runs finalizers; `count_work` runs signal handlers. So each step
+// allocates the new container first, then checks the original's size and fills the new one without
+// running any code. Such code can also find an unfinished copy by `gc.get_referrers`, so elements
+// are replaced by functions of the interpreter that check the container.
 #include "py_copy.h"
 
 #include <string_view>
@@ -35,7 +35,8 @@ std::vector<PyMember> entries_in_order(PyObject* dict) {
 }
 
 /// The members in the order of iteration, which for an OrderedDict is not the order of its entries.
-/// It is read by the iterator of OrderedDict itself, regardless of what a subclass overrides.
+/// It is read by the iterator of OrderedDict itself, regardless of the methods that a
+/// subclass overrides.
 std::vector<PyMember> members_in_order(PyObject* dict) {
   std::vector<PyMember> entries = entries_in_order(dict);
   if (!has_own_order(dict)) return entries;
@@ -93,7 +94,7 @@ ShallowCopy copy_of_dict(PyObject* dict) {
     is_deep = is_deep && is_shareable(at.value());
   }
   // Strings are hashed and compared without running code, and tables of keys are not allocated by
-  // the garbage collector. PyDict_Copy would not do: it reads the original again after an
+  // the garbage collector. PyDict_Copy is not safe: it reads the original again after an
   // allocation that may run finalizers.
   checked(PyDict_Update, copy.get(), dict);
   return {std::move(copy), is_deep};

@@ -2,7 +2,7 @@
 // depth. Strings and integers that came from Python are the same objects again.
 //
 // The keys of a StaticObject are known by its type, except for optional members that are null. So
-// its dict is a copy of a template dict with these keys, which has them hashed and in place already.
+// its dict is a copy of a template dict with these keys, which are already hashed and inserted.
 #pragma once
 
 #include <array>
@@ -24,7 +24,7 @@ namespace mcp_responses {
 inline bool is_null(const PyRef& object) { return object.get() == Py_None; }
 inline bool is_null(const Value& value) { return value.is_null(); }
 
-/// Numbers the types of StaticObjects that are converted to dicts, while the program is initialized.
+/// Each type of StaticObject that is converted to a dict gets a number during static initialization.
 inline std::size_t static_object_types = 0;
 template <class... Members>
 inline const std::size_t type_number = static_object_types++;

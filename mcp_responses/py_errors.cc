@@ -148,7 +148,7 @@ void set_error_from(const std::exception_ptr& exception) noexcept {
   try {
     setter_for(exception)();
     return;
-  } catch (...) {  // setting the error has failed, for want of memory
+  } catch (...) {  // out of memory
   }
   ensure_error();
 }

@@ -8,8 +8,9 @@
 // UnsupportedObject; the encoder, which starts again with a copy of a dict whose keys are not all
 // str; and the check of the layout at import. In `core`, `code_lines` catches errors of files.
 //
-// No catch block runs Python code: while one is active, the C++ runtime terminates the process for a
-// forced unwinding (see `call_python`). It stores what it needs, and the code after it does the work.
+// No catch block runs Python code: while one is active, the C++ runtime terminates the process for
+// a forced unwinding (see `call_python`). It stores the exception, and the code after it sets the
+// error.
 #pragma once
 
 #include <cstddef>
@@ -47,8 +48,8 @@ inline void check_signals() { checked(PyErr_CheckSignals); }
 /// The work that an element of a container counts as, in bytes.
 inline constexpr std::size_t element_work = 64;
 
-/// Counts work, in bytes read or written, and checks for signals each time it adds up to
-/// 256 KiB: after well under a millisecond. Every loop whose length a caller controls calls it.
+/// Counts work, in bytes read or written, and checks for signals after each 256 KiB, which
+/// take well under a millisecond. Every loop whose length a caller controls calls it.
 inline void count_work(std::size_t bytes) {
   constexpr std::size_t work_between_checks = std::size_t{256} << 10;
   static std::size_t work_since_check = 0;  // of all threads; the GIL guards it

@@ -27,7 +27,7 @@ std::string ReadAttributes::nesting_problem(std::size_t max_levels) const {
 
 template <class Find>
 std::string ReadAttributes::first_found(Find find) const {
-  // The call has failed at the attribute that was read last.
+  // A call fails at the last attribute that it reads, so that one is searched first.
   for (std::size_t i = attributes_.size(); i-- > 0;) {
     const auto& [record, field, attribute] = attributes_[i];
     std::string found = find(attribute.get(), std::string(record) + "." + field_name(field));

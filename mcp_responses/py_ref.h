@@ -24,8 +24,8 @@ namespace mcp_responses {
 /// unwinds its stack. Destructors would then release Python objects without the GIL. So the thread
 /// is stopped here instead, until the process exits.
 ///
-/// A forced unwinding has no exception object: `catch` binds a null reference, which UBSan would
-/// report.
+/// A forced unwinding does not have an exception object: `catch` binds a null reference, which
+/// UBSan would report.
 template <class Body>
 __attribute__((no_sanitize("undefined"))) auto call_python(Body&& body) {
   try {

@@ -26,7 +26,7 @@ std::size_t list_size(Payload payload) noexcept {
 }
 
 std::size_t dict_size(Payload payload) noexcept {
-  // PyDict_GET_SIZE without its cast.
+  // PyDict_GET_SIZE contains an old-style cast, which the compiler warns about.
   const auto* const dict = reinterpret_cast<const PyDictObject*>(object_in(payload));
   return static_cast<std::size_t>(dict->ma_used);
 }

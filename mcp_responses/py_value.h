@@ -42,7 +42,7 @@ inline PyObject* container_of(const Handle& value) noexcept {
   return ops == &py_list_ops || ops == &py_dict_ops ? object_in(value.payload()) : nullptr;
 }
 
-/// A str with the characters of a text: the same str that it came from, if there is one.
+/// A str with the characters of a text: the str that the text refers to, or else a new one.
 PyRef string_of(const Text& text);
 
 /// A new str of a text that was cut.
