@@ -13,9 +13,9 @@ namespace mcp_responses {
 /// failed. Throws `PythonError`.
 std::string argument_path(PyObject* root, const std::string& name, PyObject* object);
 
-/// Describes the first container that `root` contains and that contains itself or is nested more than
-/// `max_levels` deep: "items[3] contains itself". Empty if there is none. Like `argument_path`
-/// otherwise.
+/// Describes the first container within `root` that contains itself or is nested more than
+/// `max_levels` deep: "items[3] contains itself". Empty if there is none. `name` is the name of `root`.
+/// Traverses the whole argument. Throws `PythonError`.
 std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels);
 
 }  // namespace mcp_responses

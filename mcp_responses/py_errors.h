@@ -90,7 +90,7 @@ class UnsupportedObject {
 };
 
 /// Raises TypeError, or OverflowError for an int. `path` is the object's path in the arguments, and
-/// `expected` names the types of which a value may be there.
+/// `expected` names the types that are allowed at this path.
 [[noreturn]] void raise_unsupported(const UnsupportedObject& unsupported, const std::string& path,
                                     const std::string& expected = json_types);
 

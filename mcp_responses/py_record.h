@@ -21,7 +21,7 @@ class ReadAttributes {
 
   /// The path to the object from one of them: "symbol.docstring[0]". Empty if it is not found.
   std::string path_to(PyObject* object) const;
-  /// See `nesting_problem` of an argument.
+  /// The same as `nesting_problem` of argument_path.h, for these attributes.
   std::string nesting_problem(std::size_t max_levels) const;
 
  private:
@@ -30,7 +30,7 @@ class ReadAttributes {
     Field field;
     PyRef object;
   };
-  /// The first text that is not empty of `find(attribute, name)`.
+  /// The first non-empty result of `find(attribute, name)`.
   template <class Find>
   std::string first_found(Find find) const;
 
