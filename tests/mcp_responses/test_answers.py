@@ -86,10 +86,10 @@ class Records(ComparingTest):
             self.assertRaises(AttributeError, real.build_reference, record(REFERENCE, caller_symbol=caller))
         self.assertRaises(AttributeError, real.build_file_symbol, record(SYMBOL, fqn=None), "shop")
         self.assertRaisesRegex(TypeError, r"^fqns\[1\] must be str, not int$", real.outline_module, ["a.b", 7])
-        entry = "must be str, a number or None, not"
+        entry = "must be str, int, float or None, not"
         for message, sections, citations in (
             ("sections[1] must be dict, not str", [{}, "s"], None),
-            ("sections[1]['citations'] must be list, not int", [{}, {"citations": 7}], None),
+            ("sections[1]['citations'] must be list or tuple, not int", [{}, {"citations": 7}], None),
             ("sections[0]['citations'][1] must be dict, not None", [{"citations": [{}, None]}], None),
             (f"sections[0]['citations'][0]['path'] {entry} dict", [{"citations": [{"path": {}}]}], None),
             ("citations[1] must be dict, not bool", [], [{}, True]),
