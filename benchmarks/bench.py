@@ -28,7 +28,7 @@ Results = dict[tuple[str, str], Result]  # by group and name
 
 
 class Table:
-    """Prints rows and collects the names of those that miss their floor or limit."""
+    """Prints rows and collects the names of those that miss their minimum or limit."""
 
     def __init__(self, word: str) -> None:
         self.word = word

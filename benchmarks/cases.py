@@ -18,7 +18,7 @@ class Case:
     group: str
     name: str
     statement: str
-    at_least: float = 0  # plain Python's time divided by ours; 0 if the case has no floor
+    at_least: float = 0  # plain Python's time divided by ours; 0 if the case has none
     is_text: bool = False  # other encoders can be compared
     factory: str = ""  # the function of payloads that creates the object `new` before each call
 
@@ -90,7 +90,7 @@ _OTHERS = {
     "list of 90 wiki pages, not copied by plain Python": "build_wiki_list_response(wiki_page['pages'], 90)",
     "wiki page": "build_wiki_read_response(page_id='p', title='Cart', content='text', source_files=FILES)",
 }
-_NUMBER_FLOORS = {
+_NUMBER_MINIMUMS = {
     "integers below 10,000": 9.4,
     "integers of 9 digits": 6.4,
     "integers of 15 digits": 4.2,
@@ -102,8 +102,8 @@ _NUMBER_FLOORS = {
     "floats of 17 digits to a million": 12.5,
     "floats with any exponent": 30,
 }
-_ASK_FLOORS = {8: 33, 64: 160, 512: 800}
-_WHOLE_FLOORS = {"search": 8, "references": 4.8, "ask": 28, "outline": 9}
+_ASK_MINIMUMS = {8: 33, 64: 160, 512: 800}
+_WHOLE_MINIMUMS = {"search": 8, "references": 4.8, "ask": 28, "outline": 9}
 _ASK = "build_wiki_ask_response(**questions[{0}], token_budget=budgets[{0}])"
 
 CASES = [
@@ -116,7 +116,7 @@ CASES = [
     _text("wiki pages, an escape in {} characters", "wiki_page", 24),
     _text("source code, an escape in {} characters", "code_page", 12),
     _text("1,000 rows with 17-digit floats", "floats_page", 13),
-    *(_numbers(name, floor) for name, floor in _NUMBER_FLOORS.items()),
+    *(_numbers(name, minimum) for name, minimum in _NUMBER_MINIMUMS.items()),
     _text_of_new("page of 20 rows", "new_page"),
     _text_of_new("ask answer, ASCII cut with an ellipsis", "new_ask_cut"),
     Case("new objects", "20 symbol search rows", _NEW_ROWS, factory="new_symbols"),
@@ -142,10 +142,10 @@ CASES = [
     Case("other functions", "without_nulls", "without_nulls(rows[0])", 2.7),
     Case("other functions", "_ask_citations, 8 sections", _CITATIONS, 1),
     *(Case("other functions", name, statement) for name, statement in _OTHERS.items()),
-    *(Case("ask with a budget", f"{n} sections", _ASK.format(n), floor) for n, floor in _ASK_FLOORS.items()),
+    *(Case("ask with a budget", f"{n} sections", _ASK.format(n), minimum) for n, minimum in _ASK_MINIMUMS.items()),
     Case("ask without a budget", "8 sections", "build_wiki_ask_response(**questions[8])", 1.1),
     Case("code_lines", "20 files of 20 KB, 3 lines each", "code_lines(root, places)", 5),
-    *(Case("records to text", name, f"{name}(api)", floor) for name, floor in _WHOLE_FLOORS.items()),
+    *(Case("records to text", name, f"{name}(api)", minimum) for name, minimum in _WHOLE_MINIMUMS.items()),
     Case("a call", "that does nothing", "first_sentence(None)"),
 ]
 

@@ -1,17 +1,18 @@
 """The answers of `hollin.mcp_responses` in plain Python: what a service would write instead of the library.
 
-It has two uses. The benchmarks run it as the opponent, so it is neither slowed down nor tuned: the standard
-library's C-accelerated `json`, dict literals, and a budget fitted by encoding the whole answer at every step. The
-tests hold the extension against it, so it must be right by itself and never imports the extension.
+The benchmarks compare the extension with it, so it is neither slowed down nor tuned: it uses the standard library's
+C-accelerated `json`, dict literals, and fits a budget by encoding the whole answer at every step. The tests use it as
+their oracle, so it never imports the extension.
 
-Where `json` and plain dicts are not quite the extension's rules, and callers here have to look away:
+It differs from the extension in these points, which callers must exclude:
 - `json` has the same text for keys that are integers, floats, booleans or None, for tuples, and for subclasses of the
-  host's types, but writes two keys with one text (1 and "1") twice where an object of the extension holds one.
-- Containers go into an answer as the caller's own objects: a tuple stays a tuple, a key that is no string stays as it
-  is, and a later change by the caller shows in the answer. The extension hands out new lists and dicts with text keys.
-- Contents that have no text fail only when the answer is encoded; the extension may refuse them earlier.
-- Integers have no limit. The extension refuses those beyond 64 bits.
-- A dict subclass that overrides `items` is asked; the extension takes the dict's own content.
+  built-in types. But it writes two keys with the same text (1 and "1") twice, where the extension writes one.
+- Answers contain the caller's own containers: a tuple stays a tuple, a key that is not a string keeps its type, and a
+  later change by the caller shows in the answer. The extension returns new lists and dicts with string keys.
+- An object without a JSON representation raises an error only when the answer is encoded; in the extension, often
+  earlier.
+- Integers have no limit. In the extension they have 64 bits.
+- `items` of a dict subclass is called. The extension reads the dict's own content.
 """
 
 from __future__ import annotations
@@ -77,7 +78,7 @@ def code_lines(root: Path | None, places: Iterable[tuple[str, int]]) -> dict[tup
 
 
 def _lines_inside(base: Path, path: str) -> list[str]:
-    """The lines of a file of the work tree; none when it lies outside or cannot be read."""
+    """The lines of a file in the work tree; none if it is outside or cannot be read."""
     target = (base / path).resolve()
     if not target.is_relative_to(base):
         return []

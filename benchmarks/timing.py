@@ -92,7 +92,7 @@ def _namespace(case: cases.Case, api: ModuleType) -> dict[str, Any]:
 
 
 def measure(case: cases.Case, seconds: float, tries: int) -> Result:
-    """Continue a measurement that misses its floor, at most `tries` times: other load on the machine is not a
+    """Continue a measurement that misses its minimum, at most `tries` times: other load on the machine is not a
     regression.
     """
     result = Result(case)

@@ -7,6 +7,6 @@ include(CheckCXXSymbolExists)
 check_cxx_symbol_exists(_LIBCPP_VERSION version MCP_RESPONSES_LIBCXX)
 if(MCP_RESPONSES_LIBCXX AND MCP_RESPONSES_EXTENSION)
   message(FATAL_ERROR "The extension needs libstdc++: it has to recognise the forced unwinding of a thread that the "
-    "interpreter ends, and libc++ has no type for it. Build without -stdlib=libc++, "
+    "interpreter ends, and libc++ does not declare it. Build without -stdlib=libc++, "
     "or without the extension: -DMCP_RESPONSES_EXTENSION=OFF")
 endif()

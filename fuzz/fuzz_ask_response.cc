@@ -80,12 +80,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (choices.below(3) > 0) asked.memories = any_excerpt(choices);
   const Object whole = build_wiki_ask_response(asked);
 
-  const auto room = static_cast<std::int64_t>(_encoded_size(whole) + 200 * *asked.sections.size());
-  const std::int64_t budget = room * part / 240 / 4;
+  const auto whole_size =
+      static_cast<std::int64_t>(_encoded_size(whole) + 200 * *asked.sections.size());
+  const std::int64_t budget = whole_size * part / 240 / 4;
   asked.token_budget = budget;
   const Object answer = build_wiki_ask_response(asked);
   check(asked, answer, budget * 4);
-  contract::require(budget * 4 < room || Value(answer) == whole, "cut without need");
+  contract::require(budget * 4 < whole_size || Value(answer) == whole, "cut although it fits");
   return 0;
 }
 

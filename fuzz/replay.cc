@@ -1,6 +1,5 @@
 // replay SEEDS COUNT: runs a fuzz target over each file in the folder SEEDS, then over COUNT random
-// inputs, the same ones on every run. So the normal tests, whatever their compiler, keep what the
-// fuzzer found.
+// inputs, the same ones on every run. So the tests cover the fuzzer's findings with every compiler.
 #include <cstdlib>
 #include <exception>
 #include <filesystem>

@@ -34,26 +34,26 @@ struct Change {
   const char* result;
 };
 
-// Each change is made to a copy that shares its storage, to the original while the copy is watched,
-// and to a container of its own, with and without room to spare.
+// Each change is made to a copy that shares its storage, to the original of a copy, and to a container
+// with storage of its own, with and without spare capacity.
 template <class Container>
 void expect_changes_stay(Container (*make)(), const std::vector<Change<Container>>& changes) {
   const std::string before = written(make());
   for (const Change<Container>& change : changes) {
-    for (const std::size_t room : {0U, 20U}) {
+    for (const std::size_t spare : {0U, 20U}) {
       const auto expect = [&](Container& changed, const Container& watched) {
         change.apply(changed);
-        EXPECT_EQ(written(changed), change.result) << change.name << ", room for " << room;
-        EXPECT_EQ(written(watched), before) << change.name << ", room for " << room;
+        EXPECT_EQ(written(changed), change.result) << change.name << ", spare capacity " << spare;
+        EXPECT_EQ(written(watched), before) << change.name << ", spare capacity " << spare;
       };
       Container original = make();
-      original.reserve(room);
+      original.reserve(spare);
       Container copy = original;
       expect(copy, original);
       copy = original;
       expect(original, copy);
       Container alone = make();
-      alone.reserve(room);
+      alone.reserve(spare);
       expect(alone, copy);
     }
   }
@@ -90,16 +90,16 @@ TEST(Value, AChangeToAnObjectShowsNowhereElse) {
        {"move away and back", [](Object& o) { o = Object(std::move(o)); }, R"({"a":[1],"b":2})"}});
 }
 
-TEST(Value, OfAMovedHandleNothingStays) {
+TEST(Value, AMovedHandleIsNull) {
   List list{1, 2};
   Value value = std::move(list);
   list = List{3};
   const Value other = std::move(value);
-  EXPECT_TRUE(value.is_null());  // NOLINT(*-use-after-move,*.Move): that is asked
+  EXPECT_TRUE(value.is_null());  // NOLINT(*-use-after-move,*.Move): it is tested
   EXPECT_EQ(written(list) + written(other), "[3][1,2]");
 }
 
-TEST(Value, TakesAndGivesBackReferences) {
+TEST(Value, RetainsAndReleasesForeignValues) {
   Foreign foreign(List{1, 2});
   {
     Value value = foreign.handle();
@@ -115,24 +115,24 @@ TEST(Value, TakesAndGivesBackReferences) {
   EXPECT_EQ(foreign.owners, 0);
 }
 
-/// Makes a value of one million lists and objects in each other.
+/// A million nested lists and objects.
 Value nested(const Value& innermost) {
   Value value = innermost;
   for (int i = 0; i < 500'000; ++i) value = List{Object{{"k"_t, std::move(value)}}, 0};
   return value;
 }
 
-TEST(Value, DepthCostsNoStackWhenItGoes) {
+TEST(Value, DestructionNeedsNoStack) {
   Foreign innermost(List{1});
   Value outside = nested(innermost.handle());
-  // What somebody else owns too stays whole, where it stands in the middle as well.
+  // A container in the middle that has another owner is not destroyed.
   const Value kept = *outside.list()->items()[0].object()->get("k"_t).list();
   outside = {};
   EXPECT_EQ(innermost.owners, 1);
   EXPECT_EQ(kept.size(), 2U);
 }
 
-// A text that took a list's value, or any handle on its own, would be a crash in waiting.
+// A Text that could be assigned from a Value or a Handle could contain a list.
 static_assert(!std::is_swappable_with_v<Text&, Value&> && !std::is_assignable_v<Text&, Value>);
 static_assert(!std::is_assignable_v<Handle&, Value> && !std::is_copy_constructible_v<Handle>);
 static_assert(std::is_nothrow_swappable_v<Value> && std::is_nothrow_move_assignable_v<Text>);

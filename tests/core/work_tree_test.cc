@@ -260,7 +260,7 @@ TEST_P(WorkTreeTest, TwoFreeDescriptorsAreEnough) {
   EXPECT_EQ(reason(tree_at(root_), "a.py"), "[Errno 24] Too many open files: '" + root_ + "/a.py'");
 }
 
-/// A write lease on a file: whoever opens the file waits until the lease is given up.
+/// A write lease on a file: an open of the file waits until the lease is given up.
 class Lease {
  public:
   explicit Lease(const std::string& path) : file_(::open(path.c_str(), O_RDWR)) {
