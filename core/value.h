@@ -134,9 +134,7 @@ class List : public Handle {
   List() noexcept;
   /// The elements, in order. `List(other)` and `List{other}` copy a list; `List::repeated(1, other)`
   /// is a list that contains one.
-  explicit List(OnlyElement auto&& element) : List() {
-    append(std::forward<decltype(element)>(element));
-  }
+  explicit List(OnlyElement auto element) : List() { append(std::move(element)); }
   template <std::convertible_to<Value> First, std::convertible_to<Value> Second,
             std::convertible_to<Value>... Rest>
   List(First&& first, Second&& second, Rest&&... rest) : List() {

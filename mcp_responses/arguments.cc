@@ -110,8 +110,8 @@ std::string accepted_types(std::string_view annotation) {
     const std::string_view type = annotation.substr(0, annotation.find_first_of(" ["));
     const bool is_literal = type == "Literal";  // of strings
     if (type == "Any") return json_types;
-    types.push_back(is_literal ? "str" : type);
-    if (type == "list") types.push_back("tuple");
+    types.emplace_back(is_literal ? std::string_view("str") : type);
+    if (type == "list") types.emplace_back("tuple");
     const std::size_t separator = annotation.rfind(" | ");  // annotations have two types at most
     annotation.remove_prefix(separator == annotation.npos ? annotation.size() : separator + 3);
   }

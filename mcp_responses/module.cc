@@ -181,7 +181,7 @@ PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execute)}, {0,
 PyModuleDef definition = {.m_base = PyModuleDef_HEAD_INIT,
                           .m_name = "mcp_responses",
                           .m_doc = documentation,
-                          .m_size = sizeof(ModuleState*),
+                          .m_size = sizeof(void*),  // a ModuleState*
                           .m_methods = nullptr,
                           .m_slots = slots,
                           .m_traverse = nullptr,  // no reference cycle goes through the state

@@ -62,7 +62,7 @@ std::string message_of(const KindError& error) {
   std::vector<std::string_view> expected;
   for (const Kind kind : error.expected()) {
     expected.push_back(name_of(kind));
-    if (kind == Kind::list) expected.push_back("tuple");
+    if (kind == Kind::list) expected.emplace_back("tuple");
   }
   return error.path() + " must be " + alternatives(expected) + ", not " +
          std::string(name_of(error.actual()));
