@@ -1,7 +1,7 @@
 # The types of the extension module.
+from __future__ import annotations as annotations
 import os
 import re
-from __future__ import annotations as annotations
 from _collections_abc import dict_items
 from collections.abc import Callable, Iterable, Sequence
 from logging import Logger

@@ -52,6 +52,10 @@ class StubsTest(unittest.TestCase):
     def test_stubs_are_up_to_date(self):
         self.assertEqual(WRITTEN, with_functions(WRITTEN, real), "./dev stubs generates them")
 
+    def test_stubs_compile(self):
+        """Pyright, unlike mypy and ast.parse, rejects an import from __future__ after other statements."""
+        compile(WRITTEN, STUBS.name, "exec")
+
     def test_protocols_have_the_attributes_that_builders_read(self):
         builders = [function for function in functions(real) if record_kind(function)]
         self.assertEqual(len(builders), 6)
