@@ -8,11 +8,11 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
 
-from hollin import tools
+from hollin import mcp_responses, tools
 from hollin.arguments import Schema, choice, integer, object_schema, paging, string
 from hollin.index import Index
 
-_SCHEMAS = Path(__file__).with_name("schemas")
+_SCHEMAS = Path(mcp_responses.__file__).with_name("mcp_responses_schemas")
 _PATH_KEYS = {"file", "path", "page_id", "test_file", "source_file"}
 
 

@@ -193,7 +193,8 @@ def build_index(index: Index, stop: threading.Event) -> None:
         logger.exception("the index of %s could not be built", index.root)
     else:
         logger.info("%d files with %d symbols indexed in %s", len(index.sources), len(index.by_fqn), index.root)
-        logger.info("%d files cannot be read or parsed: %s", len(index.skipped), ", ".join(index.skipped[:10]))
+        if index.skipped:
+            logger.info("%d files cannot be read or parsed: %s", len(index.skipped), ", ".join(index.skipped[:10]))
     index.done.set()
 
 
