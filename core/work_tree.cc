@@ -161,7 +161,7 @@ WorkTree::WorkTree(std::string_view root, const CheckInterrupt& check_interrupt,
   const std::string path = slash_if_empty(root_);
   if (opening == Opening::openat2) {
     root_fd_ = open_with_openat2(AT_FDCWD, path, path_flags, 0, check_interrupt);
-    if (root_fd_.is_open()) return;
+    if (root_fd_.is_open() && status_of(root_fd_, root_status_, check_interrupt) == 0) return;
     root_error_ = errno;
     if (!is_openat2_missing(root_error_)) return;
   }
@@ -234,16 +234,18 @@ UniqueFd WorkTree::open_beneath(const std::string& path, int flags,
     errno = root_error_;
     return UniqueFd();
   }
-  if (path.empty()) return open_at(AT_FDCWD, slash_if_empty(root_), flags, check_interrupt);
+  if (path.empty()) return open_root(flags, check_interrupt);
   if (root_fd_.is_open())
     return open_with_openat2(root_fd_.get(), path, flags, RESOLVE_BENEATH, check_interrupt);
-  return open_folder_by_folder(open_root(check_interrupt), path, flags, check_interrupt);
+  return open_folder_by_folder(open_root(path_flags, check_interrupt), path, flags,
+                               check_interrupt);
 }
 
-/// The root is opened for each file: if its descriptor stayed open, opening folder by folder would
-/// need three at a time.
-UniqueFd WorkTree::open_root(const CheckInterrupt& check_interrupt) const {
-  UniqueFd root = open_at(AT_FDCWD, slash_if_empty(root_), path_flags, check_interrupt);
+/// Fails if another file or folder has replaced the root, for example because a folder above it is
+/// now a symlink. The root is opened for each file: if its descriptor stayed open, opening folder by
+/// folder would need three at a time.
+UniqueFd WorkTree::open_root(int flags, const CheckInterrupt& check_interrupt) const {
+  UniqueFd root = open_at(AT_FDCWD, slash_if_empty(root_), flags, check_interrupt);
   struct stat status {};
   if (!root.is_open() || status_of(root, status, check_interrupt) != 0) return UniqueFd();
   if (is_same_file(status, root_status_)) return root;

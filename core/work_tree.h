@@ -88,7 +88,7 @@ class WorkTree {
  private:
   UniqueFd open_beneath(const std::string& path, int flags,
                         const CheckInterrupt& check_interrupt) const;
-  UniqueFd open_root(const CheckInterrupt& check_interrupt) const;
+  UniqueFd open_root(int flags, const CheckInterrupt& check_interrupt) const;
   std::optional<FileReader> open_plain(std::string_view path,
                                        const CheckInterrupt& check_interrupt) const;
   FileReader open_resolved(const std::string& target, const CheckInterrupt& check_interrupt) const;

@@ -209,6 +209,18 @@ TEST_P(WorkTreeTest, NothingIsReadFromAFolderThatReplacesTheRoot) {
   EXPECT_EQ(read_result(tree_, "a.py"), keeps_root_open ? "root/a.py" : "unreadable");
 }
 
+// A symlink that replaces a folder above the root leads to another file at the root's own path.
+TEST_P(WorkTreeTest, NothingIsReadFromAFileThatReplacesTheRoot) {
+  const WorkTree tree = tree_at(root_ + "/sub/deep");
+  const std::string outside = files_.base() + "/outside";
+  fs::create_directory(outside);
+  write(outside + "/deep", "outside");
+  fs::rename(root_ + "/sub", files_.base() + "/moved");
+  fs::create_symlink(outside, root_ + "/sub");
+  for (const char* path : {"", ".", "c.py/.."})
+    EXPECT_EQ(read_result(tree, path), "unreadable") << path;
+}
+
 TEST_P(WorkTreeTest, ErrorsLeaveNoDescriptorOpen) {
   const auto open_descriptors = [] {
     return std::distance(fs::directory_iterator("/proc/self/fd"), {});
