@@ -49,6 +49,7 @@ class ValueTree {
   static double real(Node node) noexcept { return *node->real(); }
   static TextView text(Node node) noexcept { return *node->view(); }
   static Cursor open(Node node, Kind) { return Cursor(*node); }
+  static TextView key(const Cursor& cursor) noexcept { return cursor.key(); }
 };
 
 }  // namespace

@@ -33,7 +33,7 @@ class PyTree {
     }
     PyObject* container() const noexcept { return at_.container(); }
     PyObject* value() const noexcept { return at_.value(); }
-    TextView key() const { return view_of_ready(at_.key()); }
+    PyObject* key() const noexcept { return at_.key(); }
 
    private:
     PyCursor at_;
@@ -70,20 +70,17 @@ class PyTree {
   static bool boolean(PyObject* node) noexcept { return node == Py_True; }
   static std::int64_t integer(PyObject* node) { return integer_in(node); }
   static double real(PyObject* node) noexcept { return PyFloat_AS_DOUBLE(node); }
-  TextView text(PyObject* node) {
-    const TextView text = view_of_ready(node);
+  TextView text(PyObject* string) {
+    ensure_ready(string);
+    const TextView text = view_of(string);
     work_ += text.size;
     return text;
   }
+  TextView key(const Cursor& cursor) { return text(cursor.key()); }
   static Cursor open(PyObject* node, Kind kind) noexcept { return {node, kind == Kind::object}; }
 
  private:
   static constexpr std::size_t work_between_checks = std::size_t{4} << 20;  // about a millisecond
-
-  static TextView view_of_ready(PyObject* string) {
-    ensure_ready(string);
-    return view_of(string);
-  }
 
   void run_signal_handlers(PyObject* node, const std::vector<Cursor>& path) {
     work_ = 0;

@@ -76,9 +76,9 @@ void encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Writer<Sink>& 
 ///   boolean(node), integer(node), real(node), text(node)
 ///                          the content of a leaf of that kind
 ///   open(node, kind)       a Cursor before the first element of a list or member of an object
+///   key(cursor)            the key of a member
 ///
-/// A Cursor has next() (moves to an element or member; false after the last), value(), is_object(),
-/// and key() for an object.
+/// A Cursor has next() (moves to an element or member; false after the last), value() and is_object().
 template <class Tree, class Sink>
 std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
   Writer out(sink);
@@ -102,7 +102,7 @@ std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
     }
     if (path.empty()) return out.size();
     if (path.back().is_object()) {
-      out.put_key(path.back().key(), is_first);
+      out.put_key(tree.key(path.back()), is_first);
     } else if (!is_first) {
       out.put(',');
     }

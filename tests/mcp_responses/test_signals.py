@@ -54,6 +54,7 @@ LONG_CALLS = {
     "text of long strings": partial(real.tool_result_text, [LONG] * 9),
     "size": partial(real._encoded_size, shared(18)),
     "size of long strings": partial(real._encoded_size, [LONG] * 9),
+    "size of long keys": partial(real._encoded_size, [{LONG: 1}] * 9),
     "size of a part": ask(code=shared(18, dict)),
     "size of a part with long strings": ask(code={"k": [LONG] * 9}),
     "text of an excerpt": ask(sections=[{"excerpt": shared(18)}]),
