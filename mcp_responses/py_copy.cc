@@ -41,10 +41,14 @@ std::vector<PyMember> members_in_order(PyObject* dict) {
   std::vector<PyMember> entries = entries_in_order(dict);
   if (!has_own_order(dict)) return entries;
   std::unordered_map<PyObject*, PyRef> values;
-  for (auto& [key, value] : entries) values.emplace(key.get(), std::move(value));
+  for (auto& [key, value] : entries) {
+    count_work(element_work);
+    values.emplace(key.get(), std::move(value));
+  }
   const PyRef keys = checked(PyODict_Type.tp_iter, dict);
   std::vector<PyMember> members;
   while (PyRef key = next_of(keys)) {
+    count_work(element_work);
     const auto value = values.find(key.get());
     if (value != values.end()) members.emplace_back(std::move(key), std::move(value->second));
   }
