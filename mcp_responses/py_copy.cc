@@ -142,11 +142,14 @@ class OpenContainer {
     }
   }
 
-  PyRef element() const noexcept { return PyRef::borrow(at_.value()); }
+  /// Its key, null in a list, and the element itself. They are kept alive while the element is
+  /// copied, because Python code that runs meanwhile may remove them from the container.
+  PyMember member() const noexcept {
+    return {PyRef::borrow(at_.key()), PyRef::borrow(at_.value())};
+  }
 
-  void replace(PyRef copy) {
+  void replace(const PyRef& key, PyRef copy) {
     if (at_.is_dict()) {
-      const PyRef key = PyRef::borrow(at_.key());
       checked(PyDict_SetItem, container_.get(), key.get(), copy.get());
     } else {
       checked(PyList_SetItem, container_.get(), at_.index(), copy.release());
@@ -172,11 +175,11 @@ PyRef plain_copy(PyObject* root) {
       open.pop_back();
       continue;
     }
-    const PyRef original = open.back().element();
+    const auto [key, original] = open.back().member();
     ShallowCopy inner = shallow_copy(original.get());
     if (is_container(inner.object.get())) check_nesting(open.size(), max_levels);
     const PyRef element = PyRef::borrow(inner.object.get());
-    open.back().replace(std::move(inner.object));
+    open.back().replace(key, std::move(inner.object));
     if (!inner.is_deep) open.emplace_back(element.get());
   }
   return std::move(copy.object);

@@ -192,6 +192,20 @@ class Signals(unittest.TestCase):
                 values = original if kind is list else [*original.values()]
                 self.assertEqual([*map(id, values)], [*map(id, elements)])
 
+    def test_a_handler_frees_the_key_of_the_element_that_is_copied(self):
+        element, strings = NUMBERED | {"": []}, []
+        original = {"".join(["the key ", str(number)]): element for number in range(9)}
+
+        def handler(*_):
+            for found in gc.get_referrers(element):
+                if type(found) is dict:
+                    found.clear()
+            strings.extend("".join(["another ", str(number % 10)]) for number in range(100))
+
+        self.handle_by(handler)
+        answer = real.build_symbol_search_result(RaisingRecord(original))
+        self.assertEqual(({*answer["name"]} - {f"the key {number}" for number in range(9)}, original), (set(), {}))
+
     def test_a_handler_enables_or_disables_garbage_collection(self):
         self.addCleanup(gc.enable)
         for before in (True, False):
