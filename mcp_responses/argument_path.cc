@@ -2,6 +2,7 @@
 
 #include <span>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "py_errors.h"
@@ -76,8 +77,11 @@ class Search {
 
     bool next() {
       if (!at.next()) return false;
-      key = PyRef::borrow(at.key());
-      value = PyRef::borrow(at.value());
+      // The finalizer of the previous key or value may change the container.
+      PyRef next_key = PyRef::borrow(at.key());
+      PyRef next_value = PyRef::borrow(at.value());
+      key = std::move(next_key);
+      value = std::move(next_value);
       return true;
     }
     std::string subscript() const {

@@ -206,6 +206,28 @@ class Signals(unittest.TestCase):
         answer = real.build_symbol_search_result(RaisingRecord(original))
         self.assertEqual(({*answer["name"]} - {f"the key {number}" for number in range(9)}, original), (set(), {}))
 
+    def test_a_handler_frees_the_key_that_a_search_has_reached(self):
+        class Key(str):
+            empties = False
+
+            def __del__(self):
+                if Key.empties:
+                    container.clear()
+
+        for parity in (0, 1):
+            container = {Key(number): [number] for number in range(80_000)}
+
+            def handler(*_):
+                for key in [*container][parity::2]:
+                    del container[key]
+                del key
+                Key.empties = True
+
+            self.handle_by(handler)
+            with self.assertRaisesRegex(TypeError, "tokens must be"):
+                [*map(operator.call, [partial(raise_signal, SIGNAL), ask(model=container, tokens=object())])]
+            Key.empties = False
+
     def test_a_handler_enables_or_disables_garbage_collection(self):
         self.addCleanup(gc.enable)
         for before in (True, False):
