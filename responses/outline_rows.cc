@@ -1,7 +1,6 @@
 #include "outline_rows.h"
 
 #include <algorithm>
-#include <cassert>
 
 #include "errors.h"
 
@@ -64,7 +63,6 @@ Text outline_module(std::span<const Text> fqns) {
 }
 
 Value name_in_module(const Value& module, Value fqn) {
-  assert(module.truthy());
   const auto module_text = module.text();
   if (!module_text) throw KindError("module", {Kind::string}, module.kind());
   const auto fqn_text = fqn.text();

@@ -36,7 +36,7 @@ Text outline_module(std::span<const Text> fqns);
 /// is a module and the fqn is not a string.
 Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 
-/// `fqn` without `module` and the dot after it. Requires a truthy module.
+/// `fqn` without `module` and the dot after it.
 Value name_in_module(const Value& module, Value fqn);
 
 /// The members of `build_file_symbol`, for any kind of record.

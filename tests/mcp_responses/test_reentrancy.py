@@ -10,7 +10,7 @@ from collections import OrderedDict
 from concurrent.futures import ThreadPoolExecutor
 from unittest import mock
 
-from callbacks import CALLBACKS, FILES, FINALIZERS, record_of
+from callbacks import CALLBACKS, FILES, FINALIZERS, class_with, record_of
 from comparison import exact
 from samples import HERE, RECORDS, good_calls, real
 from script_helper import run_program
@@ -76,6 +76,12 @@ class Reentrancy(unittest.TestCase):
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}
                 answer = getattr(real, name)(record_of(containers | texts, hook))
                 self.assertEqual(exact(json.loads(real.tool_result_text(answer))), exact(answer), name)
+
+    def test_it_empties_the_module_that_a_name_is_relative_to(self):
+        module = ["shop"]
+        record = record_of(RECORDS["build_file_symbol"], module.clear)
+        with self.assertRaisesRegex(TypeError, "module must be str, not list"):
+            real.build_file_symbol(record, module)
 
     def test_places_that_change_after_they_were_read(self):
         def places():
