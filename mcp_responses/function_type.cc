@@ -2,12 +2,15 @@
 
 #include <structmember.h>
 
+#include <algorithm>
 #include <cassert>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "call.h"
 #include "errors.h"
+#include "py_dict.h"
 #include "py_errors.h"
 
 namespace mcp_responses {
@@ -53,9 +56,26 @@ PyRef make_default(Default fallback) {
 
 // The call.
 
+/// References to the arguments of a call. `functools.partial` passes its own without holding them,
+/// and may get others while the call runs.
+class HeldArguments {
+ public:
+  explicit HeldArguments(const CallArguments& given) noexcept {
+    const auto by_name = given.names == nullptr ? 0 : PyTuple_GET_SIZE(given.names);
+    // Binding fails if there are more, and then none is used.
+    const std::size_t used =
+        std::min(given.by_position + static_cast<std::size_t>(by_name), max_parameters);
+    for (PyObject* value : std::span(given.values, used)) values_.add(PyRef::borrow(value));
+  }
+
+ private:
+  PyRefs<max_parameters> values_;
+};
+
 /// Binds the arguments and runs the body.
 PyRef run(const Function& function, const CallArguments& given) {
   const Signature& signature = *function.signature;
+  const HeldArguments held(given);
   PyObject* const globals = namespace_of(function.module, signature.name);
   const auto count = static_cast<std::size_t>(PyTuple_GET_SIZE(function.names));
   const PyParameters parameters{.function = signature.name,
@@ -101,6 +121,8 @@ class RecursionGuard {
 PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagged_count,
                      PyObject* names) {
   return translate_exceptions([&] {
+    // A property calls its function without holding it, and may get another one meanwhile.
+    const PyRef held = PyRef::borrow(self);
     const RecursionGuard guard;
     const auto by_position = static_cast<std::size_t>(PyVectorcall_NARGS(flagged_count));
     return run(*as_function(self), {.values = values, .by_position = by_position, .names = names});

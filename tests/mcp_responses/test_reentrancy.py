@@ -1,13 +1,16 @@
 """Python code of the caller that runs during a call: it raises, changes containers, calls again, or never returns."""
 
 import gc
+import importlib.util
 import json
 import random
 import sys
 import threading
 import unittest
+import weakref
 from collections import OrderedDict
 from concurrent.futures import ThreadPoolExecutor
+from functools import partial
 from unittest import mock
 
 from callbacks import CALLBACKS, FILES, FINALIZERS, class_with, record_of
@@ -76,6 +79,42 @@ class Reentrancy(unittest.TestCase):
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}
                 answer = getattr(real, name)(record_of(containers | texts, hook))
                 self.assertEqual(exact(json.loads(real.tool_result_text(answer))), exact(answer), name)
+
+    def test_it_releases_the_arguments_of_the_call(self):
+        for name, fields in RECORDS.items():
+            finalized = []
+
+            def hook():
+                self.assertEqual(finalized, [], name)
+                call.__setstate__((print, (), {}, None))  # a partial passes its arguments without holding them
+
+            owned = class_with(
+                __getattr__=lambda self, name, fields=fields: hook() or fields[name],
+                __del__=lambda self: finalized.append(True),
+            )
+            call = partial(getattr(real, name), owned())
+            expected = self.expected[name]
+            self.assertEqual((exact(call()), finalized), (expected, [True]), name)
+
+    def test_it_releases_the_function_and_its_module(self):
+        spec = importlib.util.find_spec("hollin.mcp_responses")
+        module = importlib.util.module_from_spec(spec)
+        spec.loader.exec_module(module)
+        reference = weakref.ref(module)
+        called = property(module.build_component)  # a property calls its function without holding it
+
+        def hook():
+            nonlocal module
+            module = None
+            called.__init__(None)
+            gc.collect()
+            self.assertIsNotNone(reference())
+
+        fields = RECORDS["build_component"]
+        record = class_with(__getattr__=lambda self, name: hook() or fields[name], answer=called)()
+        self.assertEqual(exact(record.answer), self.expected["build_component"])
+        gc.collect()
+        self.assertIsNone(reference())
 
     def test_it_empties_the_module_that_a_name_is_relative_to(self):
         module = ["shop"]
