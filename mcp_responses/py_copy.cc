@@ -101,6 +101,7 @@ ShallowCopy copy_of_dict(PyObject* dict) {
   // the garbage collector. PyDict_Copy is not safe: it reads the original again after an
   // allocation that may run finalizers.
   checked(PyDict_Update, copy.get(), dict);
+  count_work(element_work * static_cast<std::size_t>(PyDict_Size(copy.get())));
   return {std::move(copy), is_deep};
 }
 

@@ -64,6 +64,7 @@ LONG_CALLS = {
     "copy": partial(real.build_test_coverage, shared(14), ""),
     "copy of dicts": partial(real.build_paginated_response, [shared(14, dict)], 1, 0),
     "copy of a long list": partial(real.build_test_coverage, [0.5] * 10**5, ""),
+    "copies of a dict": partial(real.build_test_coverage, [dict.fromkeys(map(str, range(1000)))] * 9, ""),
     "copy of keys": partial(real.build_test_coverage, NUMBERED, ""),
     "equality": partial(real.build_file_symbol, record(SYMBOL, start_line=shared(14), end_line=shared(14))),
     "citations": partial(real._ask_citations, [], [{"path": "a"}] * 10**5),
