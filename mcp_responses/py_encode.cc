@@ -105,13 +105,15 @@ std::size_t encode_in_place(PyObject* root, Sink& sink) {
 
 template <class Sink>
 std::size_t encode_py(PyObject* root, Sink& sink) {
-  try {
-    return encode_in_place(root, sink);
-  } catch (const NeedsCopy&) {
-    sink.clear();
+  PyRef tree = PyRef::borrow(root);
+  for (;;) {
+    try {
+      return encode_in_place(tree.get(), sink);
+    } catch (const NeedsCopy&) {  // a signal handler can add such keys to the copy, too
+      sink.clear();
+    }
+    tree = plain_copy(tree.get());
   }
-  const PyRef copy = plain_copy(root);
-  return encode_in_place(copy.get(), sink);
 }
 
 /// Writes into the scratch buffer. A nested call, from a signal handler, finds the buffer empty and

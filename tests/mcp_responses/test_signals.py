@@ -207,6 +207,19 @@ class Signals(unittest.TestCase):
         answer = real.build_symbol_search_result(RaisingRecord(original))
         self.assertEqual(({*answer["name"]} - {f"the key {number}" for number in range(9)}, original), (set(), {}))
 
+    def test_a_handler_adds_a_key_that_is_not_a_str_to_the_copy_that_is_encoded(self):
+        original = {1: 2, "marker": []}
+        root = [original] + [0.5] * 80_000
+
+        def handler(*_):
+            for found in gc.get_objects():
+                if type(found) is dict and "marker" in found and found is not original:
+                    found[7] = None
+
+        self.handle_by(handler)
+        text = [*map(operator.call, [partial(raise_signal, SIGNAL), partial(real.tool_result_text, root)])][1]
+        self.assertEqual(text[:40], '[{"1":2,"marker":[],"7":null},0.5,0.5,0.')
+
     def test_a_handler_frees_the_key_that_a_search_has_reached(self):
         class Key(str):
             empties = False
