@@ -312,6 +312,16 @@ class OrderedDicts(ComparingTest):
             self.assertEqual(real.tool_result_text(moved(kind)), '{"c":4,"7":null,"b":2,"method":3,"a":1}')
             self.assertEqual(real._encoded_size([moved(kind)]), len('[{"c":4,"7":null,"b":2,"method":3,"a":1}]'))
 
+    def test_an_order_with_a_cycle(self):
+        value = OrderedDict(a=1)
+        dict.pop(value, "a")
+        value["a"] = 2
+        dict.clear(value)
+        value["a"] = 3
+        for place in PLACES:
+            with self.assertRaisesRegex(RuntimeError, "mutated during iteration", msg=place):
+                place.call(value)
+
     def test_a_hash_that_raises(self):
         class Key(str):
             is_broken = False
