@@ -25,9 +25,9 @@ std::string subscript(PyObject* key) {
   if (!PyUnicode_CheckExact(key) && !PyLong_CheckExact(key) && !PyFloat_CheckExact(key))
     return "[...]";
   const PyRef start = abbreviated(key);
-  const PyRef text = PyRef::steal(PyObject_Repr(start.get()));
+  const PyRef text = PyRef::steal(call_python([&] { return PyObject_Repr(start.get()); }));
   if (!text) {  // an int with more digits than `sys.set_int_max_str_digits` allows
-    PyErr_Clear();
+    call_python(PyErr_Clear);
     return "[...]";
   }
   const PyRef bytes = checked(PyUnicode_AsEncodedString, text.get(), "utf-8", "backslashreplace");

@@ -49,9 +49,11 @@ void set_error_with_path(PyObject* type, const char* message) {
   set_error(type, checked(PyUnicode_DecodeFSDefault, message));
 }
 
+void set_memory_error() { call_python(PyErr_NoMemory); }
+
 /// Some functions of the interpreter fail without an error when memory runs out.
 void ensure_error() {
-  if (PyErr_Occurred() == nullptr) PyErr_NoMemory();
+  if (PyErr_Occurred() == nullptr) set_memory_error();
 }
 
 /// The message with Python's names of the kinds.
@@ -81,9 +83,9 @@ Setter setter_for(const std::exception_ptr& exception) {
   } catch (const PythonError&) {
     return ensure_error;
   } catch (const std::bad_alloc&) {
-    return PyErr_NoMemory;
+    return set_memory_error;
   } catch (const std::length_error&) {
-    return PyErr_NoMemory;
+    return set_memory_error;
   } catch (const KindError& error) {
     return setter_of(PyExc_TypeError, std::invalid_argument(message_of(error)));
   } catch (const AttributeMissing& error) {
