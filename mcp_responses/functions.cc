@@ -162,18 +162,20 @@ PyRef build_wiki_read_response(Call& call) {
 }
 
 PyRef build_wiki_ask_response(Call& call) {
-  return call.answer(mcp_responses::build_wiki_ask_response({.mode = call.value(0),
-                                                             .query = call.value(1),
-                                                             .answer = call.value(2),
-                                                             .sections = call.value(3),
-                                                             .citations = call.value(4),
-                                                             .model = call.value(5),
-                                                             .tokens = call.value(6),
-                                                             .note = call.value(7),
-                                                             .decisions = call.value(8),
-                                                             .code = call.value(9),
-                                                             .memories = call.value(10),
-                                                             .token_budget = call.value(11)}));
+  AskAnswer answer{.mode = call.value(0),
+                   .query = call.value(1),
+                   .answer = call.value(2),
+                   .sections = call.value(3),
+                   .citations = call.value(4),
+                   .model = call.value(5),
+                   .tokens = call.value(6),
+                   .note = call.value(7),
+                   .decisions = call.value(8),
+                   .code = call.value(9),
+                   .memories = call.value(10),
+                   .token_budget = call.value(11)};
+  return call.answer(
+      mcp_responses::build_wiki_ask_response(std::move(answer), [] { check_signals(); }));
 }
 
 PyRef ask_citations(Call& call) {

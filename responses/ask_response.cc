@@ -10,6 +10,7 @@
 
 #include "ask_citations.h"
 #include "cuts.h"
+#include "detail/work_meter.h"
 #include "encode.h"
 #include "errors.h"
 #include "static_object.h"
@@ -19,14 +20,6 @@ namespace {
 
 /// An excerpt that does not fit is shortened by this many characters more than the excess in bytes.
 constexpr std::int64_t spare_chars = 8;
-
-std::int64_t size_of(const Value& value) { return static_cast<std::int64_t>(_encoded_size(value)); }
-
-/// The size of an optional member and the comma before it; 0 if it is null.
-std::int64_t member_size(const Text& key, const Value& value) {
-  constexpr std::int64_t comma_and_colon = 2;
-  return value.is_null() ? 0 : size_of(key) + size_of(value) + comma_and_colon;
-}
 
 /// The size of an excerpt without its quotation marks, which are part of the row.
 std::int64_t content_size(const Text& excerpt) {
@@ -84,8 +77,9 @@ List extra_of(const Value& citations) {
 /// An answer that is being reduced.
 class Draft {
  public:
-  explicit Draft(AskAnswer answer)
-      : answer_(std::move(answer)),
+  Draft(AskAnswer answer, const CheckInterrupt& check_interrupt)
+      : meter_(check_interrupt),
+        answer_(std::move(answer)),
         sections_(list_of(answer_.sections)),
         citations_(sections_, extra_of(answer_.citations), "citations"),
         kept_(sections_.size()) {
@@ -117,13 +111,27 @@ class Draft {
   }
 
  private:
+  std::int64_t size_of(const Value& value) {
+    const std::size_t size = _encoded_size(value);
+    meter_.add(size);
+    return static_cast<std::int64_t>(size);
+  }
+
+  /// The size of an optional member and the comma before it; 0 if it is null.
+  std::int64_t member_size(const Text& key, const Value& value) {
+    constexpr std::int64_t comma_and_colon = 2;
+    return value.is_null() ? 0 : size_of(key) + size_of(value) + comma_and_colon;
+  }
+
+  /// Each member is measured by itself, so that a foreign one is not converted.
   void measure() {
-    AskAnswer head = answer_;
-    head.code = {};
-    head.memories = {};
     code_size_ = member_size("code"_key, answer_.code);
     memories_size_ = member_size("memories"_key, answer_.memories);
-    head_size_ = size_of(answer_of(head, {}, {})) + code_size_ + memories_size_;
+    head_size_ = size_of(answer_of({}, {}, {})) + member_size("model"_key, answer_.model) +
+                 member_size("tokens"_key, answer_.tokens) + member_size("note"_key, answer_.note) +
+                 member_size("decisions"_key, answer_.decisions) + code_size_ + memories_size_;
+    for (const Value* required : {&answer_.mode, &answer_.query, &answer_.answer})
+      head_size_ += size_of(*required) - size_of(Value());  // instead of null
     rows_size_.assign(1, 0);
     for (const Object& row : rows_) {
       const std::int64_t comma = rows_size_.size() == 1 ? 0 : 1;
@@ -167,6 +175,7 @@ class Draft {
     member = {};
   }
 
+  detail::WorkMeter meter_;
   AskAnswer answer_;
   List sections_;
   CitationLists citations_;
@@ -192,9 +201,9 @@ std::int64_t limit_of(const Value& token_budget) {
 
 }  // namespace
 
-Object build_wiki_ask_response(AskAnswer answer) {
+Object build_wiki_ask_response(AskAnswer answer, const CheckInterrupt& check_interrupt) {
   const Value token_budget = answer.token_budget;
-  Draft draft(std::move(answer));
+  Draft draft(std::move(answer), check_interrupt);
   if (!token_budget.is_null()) draft.fit(limit_of(token_budget));
   return draft.assembled();
 }

@@ -56,6 +56,7 @@ LONG_CALLS = {
     "size of long strings": partial(real._encoded_size, [LONG] * 9),
     "size of long keys": partial(real._encoded_size, [{LONG: 1}] * 9),
     "size of a part": ask(code=shared(18, dict)),
+    "size of long titles": ask(sections=[{"title": LONG}] * 9),
     "size of a part with long strings": ask(code={"k": [LONG] * 9}),
     "text of an excerpt": ask(sections=[{"excerpt": shared(18)}]),
     "sections": ask(sections=[{}] * 10**5),
