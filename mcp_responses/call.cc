@@ -7,10 +7,10 @@
 
 namespace mcp_responses {
 
-PyObject* namespace_of(PyObject* module, const char* function) {
+PyObject* namespace_of(PyObject* module, PyObject* function_name) {
   PyObject* const globals = module == nullptr ? nullptr : PyModule_GetDict(module);
   if (globals == nullptr)
-    raise(PyExc_RuntimeError, "%s() is used after its module was cleared", function);
+    raise(PyExc_RuntimeError, "%U() is used after its module was cleared", function_name);
   return globals;
 }
 
@@ -64,8 +64,8 @@ void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
   PyObject* const object = unsupported.object();
   std::string path = read_.path_to(object);
   if (!path.empty()) mcp_responses::raise_unsupported(unsupported, path);
-  for (std::size_t i = 0; i < parameters_.size(); ++i) {
-    const std::string_view type = parameters_[i].type;
+  for (std::size_t i = 0; i < parameters_.count(); ++i) {
+    const std::string_view type = parameters_.annotations[i];
     if (arguments_[i] == object)
       mcp_responses::raise_unsupported(unsupported, name(i), accepted_types(type));
     path = argument_path(arguments_[i], name(i), object);
@@ -82,7 +82,7 @@ void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
 void Call::raise_nesting_error() const {
   const std::size_t limit = max_nesting();
   std::string problem = read_.nesting_problem(limit);
-  for (std::size_t i = 0; problem.empty() && i < parameters_.size(); ++i)
+  for (std::size_t i = 0; problem.empty() && i < parameters_.count(); ++i)
     problem = mcp_responses::nesting_problem(arguments_[i], name(i), limit);
   if (problem.empty()) throw NestingError();
   raise(PyExc_RecursionError, "%s", problem.c_str());

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <utility>
 
@@ -36,21 +35,20 @@ ModuleState* state_of(PyObject* module) noexcept;
 
 /// The namespace of a function's module, borrowed. `module` is null once the collector has cleared
 /// the function. Raises RuntimeError if it has cleared the function or the module.
-PyObject* namespace_of(PyObject* module, const char* function);
+PyObject* namespace_of(PyObject* module, PyObject* function_name);
 
 class Call {
  public:
-  /// `globals` is the module's namespace; `arguments` has one for each parameter, given or default.
-  /// All are borrowed, and must outlive the call.
-  Call(PyObject* globals, ModuleState& state, std::span<const Parameter> parameters,
-       PyObject* const* arguments) noexcept
+  /// `globals` is the module's namespace, borrowed. All arguments must outlive the call.
+  Call(PyObject* globals, ModuleState& state, const Parameters& parameters,
+       const BoundArguments& arguments) noexcept
       : globals_(globals), state_(state), parameters_(parameters), arguments_(arguments) {}
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
   /// The argument at a position, borrowed.
   PyObject* operator[](std::size_t position) const noexcept { return arguments_[position]; }
-  const char* name(std::size_t position) const noexcept { return parameters_[position].name; }
+  const char* name(std::size_t position) const noexcept { return parameters_.name(position); }
 
   /// The argument, or a copy if it cannot be shared. Throws `UnsupportedObject` and `NestingError`.
   PyRef pass_through(std::size_t position) const {
@@ -92,8 +90,8 @@ class Call {
  private:
   PyObject* globals_;
   ModuleState& state_;
-  std::span<const Parameter> parameters_;
-  PyObject* const* arguments_;
+  const Parameters& parameters_;
+  const BoundArguments& arguments_;
   ReadAttributes read_;
 };
 

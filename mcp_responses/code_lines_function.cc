@@ -12,7 +12,7 @@
 #include "static_object.h"
 #include "work_tree.h"
 
-namespace mcp_responses::functions {
+namespace mcp_responses {
 namespace {
 
 /// Releases the GIL for its lifetime.
@@ -123,7 +123,7 @@ class Reading {
 
 }  // namespace
 
-PyRef code_lines(Call& call) {
+PyRef code_lines_body(Call& call) {
   PyRef lines = checked(PyDict_New);
   if (call[0] == Py_None) return lines;  // the places are not read
   Reading reading;
@@ -152,4 +152,4 @@ PyRef code_lines(Call& call) {
   return lines;
 }
 
-}  // namespace mcp_responses::functions
+}  // namespace mcp_responses

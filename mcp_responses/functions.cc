@@ -18,7 +18,7 @@
 #include "symbol_rows.h"
 #include "wiki_pages.h"
 
-namespace mcp_responses::functions {
+namespace mcp_responses {
 namespace {
 
 PyRef cut_argument(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noexcept) {
@@ -26,8 +26,6 @@ PyRef cut_argument(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noe
   const Cut cut = shorten(text.view(), call.integer(1));
   return cut.kept.size == text.size() ? string_of(text) : string_of(cut);
 }
-
-}  // namespace
 
 PyRef tool_result_text(Call& call) { return encoded_py_text(call[0], call.scratch()); }
 
@@ -188,4 +186,33 @@ PyRef get_empty_response(Call& call) {
   return call.answer(mcp_responses::get_empty_response(call.text(0)));
 }
 
-}  // namespace mcp_responses::functions
+}  // namespace
+
+const std::array<FunctionBody, 24> function_bodies{{
+    {"tool_result_text", tool_result_text},
+    {"first_sentence", first_sentence},
+    {"code_lines", code_lines_body},
+    {"_cut", cut},
+    {"without_nulls", without_nulls},
+    {"build_index_status_response", build_index_status_response},
+    {"build_symbol_search_result", build_symbol_search_result},
+    {"build_symbol_full_details", build_symbol_full_details},
+    {"outline_module", outline_module},
+    {"build_file_symbol", build_file_symbol},
+    {"build_api_endpoint", build_api_endpoint},
+    {"build_reference", build_reference},
+    {"build_component", build_component},
+    {"build_paginated_response", build_paginated_response},
+    {"build_test_coverage", build_test_coverage},
+    {"build_empty_paginated_response", build_empty_paginated_response},
+    {"build_wiki_status_response", build_wiki_status_response},
+    {"build_wiki_list_response", build_wiki_list_response},
+    {"build_wiki_read_response", build_wiki_read_response},
+    {"build_wiki_ask_response", build_wiki_ask_response},
+    {"_ask_citations", ask_citations},
+    {"_trimmed", trimmed},
+    {"_encoded_size", encoded_size},
+    {"get_empty_response", get_empty_response},
+}};
+
+}  // namespace mcp_responses

@@ -104,7 +104,7 @@ def head(function: Callable[..., Any]) -> str:
 
 
 def stub(function: Callable[..., Any]) -> str:
-    documentation = "".join(f"    {line}".rstrip() + "\n" for line in str(function.__doc__).splitlines())
+    documentation = "".join(f"    {line}".rstrip() + "\n" for line in str(inspect.getdoc(function)).splitlines())
     return f'{head(function)}\n    """{documentation.strip()}\n    """\n'
 
 
