@@ -1,13 +1,17 @@
 #include "pagination.h"
 
+#include <limits>
+
 #include "errors.h"
 #include "static_object.h"
 
 namespace mcp_responses {
 namespace {
 
-double number(const Value& value, std::string_view name) {
-  if (const auto whole = value.whole()) return static_cast<double>(*whole);
+/// Exact for every integer and float.
+long double number(const Value& value, std::string_view name) {
+  static_assert(std::numeric_limits<long double>::digits >= 64, "holds any 64-bit integer");
+  if (const auto whole = value.whole()) return static_cast<long double>(*whole);
   const auto real = value.real();
   if (!real) throw KindError(name, {Kind::integer}, value.kind());
   return *real;
@@ -17,15 +21,10 @@ double number(const Value& value, std::string_view name) {
 
 bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
                  std::string_view total_name) {
-  const auto whole_offset = offset.whole();
-  const auto whole_total = total.whole();
-  if (!whole_offset || !whole_total) {
-    return number(offset, "offset") + static_cast<double>(rows) < number(total, total_name);
-  }
-  std::int64_t end = 0;
-  const bool exceeds_every_total =
-      __builtin_add_overflow(*whole_offset, static_cast<std::int64_t>(rows), &end);
-  return !exceeds_every_total && end < *whole_total;
+  const auto real_offset = offset.real();
+  const long double end = real_offset ? *real_offset + static_cast<double>(rows)
+                                      : number(offset, "offset") + static_cast<long double>(rows);
+  return end < number(total, total_name);
 }
 
 std::size_t row_count(const Value& list, std::string_view name) {

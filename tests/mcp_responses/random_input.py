@@ -113,7 +113,7 @@ def rows(rng):
 
 def count(rng):
     """One of a few counts, so that a page often ends with the last row, also at the limits of 64 bits."""
-    return rng.choice((-3, 0, 1, 2, 3, 4, 5, 2**63 - 3, 2**63 - 1, -(2**63), True, 2.5))
+    return rng.choice((-3, 0, 1, 2, 3, 4, 5, 2**53 + 1, 2**63 - 3, 2**63 - 1, -(2**63), True, 2.5, 2.0**53, 2.0**63))
 
 
 def budget(rng):
