@@ -1,5 +1,6 @@
 #include "argument_path.h"
 
+#include <optional>
 #include <span>
 #include <unordered_set>
 #include <utility>
@@ -110,8 +111,8 @@ class Search {
   }
 
   void enter(PyObject* object) {
-    const PyKind kind = py_kind(object);
-    const bool is_container = kind == PyKind::list || kind == PyKind::tuple || kind == PyKind::dict;
+    const std::optional<Kind> kind = py_kind(object);
+    const bool is_container = kind == Kind::list || kind == Kind::object;
     // A container may contain itself, or be reached in several ways: it is searched once.
     if (is_container && seen_.insert(object).second) path_.emplace_back(object);
   }

@@ -39,7 +39,7 @@ List Call::list(std::size_t position) const {
 
 List Call::sequence(std::size_t position) const {
   PyObject* const argument = arguments_[position];
-  if (py_kind(argument) != PyKind::other || PySequence_Check(argument) == 0) return list(position);
+  if (py_kind(argument) || PySequence_Check(argument) == 0) return list(position);
   const PyRef elements = checked(PyList_New, 0);
   for_each_in(position,
               [&](const PyRef& element) { checked(PyList_Append, elements.get(), element.get()); });
@@ -48,7 +48,7 @@ List Call::sequence(std::size_t position) const {
 
 PyObject* Call::dict(std::size_t position) const {
   PyObject* const argument = arguments_[position];
-  if (py_kind(argument) == PyKind::dict) return argument;
+  if (py_kind(argument) == Kind::object) return argument;
   throw KindError(name(position), {Kind::object}, value(position).kind());
 }
 

@@ -8,6 +8,7 @@
 // are replaced by functions of the interpreter that check the container.
 #include "py_copy.h"
 
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -73,23 +74,15 @@ struct ShallowCopy {
   bool is_deep = false;  // no element of it has to be copied
 };
 
-ShallowCopy copy_of_list(PyObject* list) {
+ShallowCopy copy_of_list(PyObject* list_or_tuple) {
   for (;;) {
-    const Py_ssize_t size = PyList_GET_SIZE(list);
+    const Py_ssize_t size = PySequence_Fast_GET_SIZE(list_or_tuple);
     PyRef copy = checked(PyList_New, size);
-    if (PyList_GET_SIZE(list) != size) continue;  // a finalizer has changed it
+    if (PySequence_Fast_GET_SIZE(list_or_tuple) != size) continue;  // a finalizer has changed it
     for (Py_ssize_t i = 0; i < size; ++i)
-      PyList_SET_ITEM(copy.get(), i, Py_NewRef(PyList_GET_ITEM(list, i)));
+      PyList_SET_ITEM(copy.get(), i, Py_NewRef(PySequence_Fast_GET_ITEM(list_or_tuple, i)));
     return {std::move(copy)};
   }
-}
-
-ShallowCopy copy_of_tuple(PyObject* tuple) {
-  const Py_ssize_t size = PyTuple_GET_SIZE(tuple);
-  PyRef copy = checked(PyList_New, size);
-  for (Py_ssize_t i = 0; i < size; ++i)
-    PyList_SET_ITEM(copy.get(), i, Py_NewRef(PyTuple_GET_ITEM(tuple, i)));
-  return {std::move(copy)};
 }
 
 ShallowCopy copy_of_dict(PyObject* dict) {
@@ -109,26 +102,24 @@ ShallowCopy copy_of_dict(PyObject* dict) {
 }
 
 ShallowCopy shallow_copy(PyObject* original) {
-  switch (py_kind(original)) {
-    case PyKind::null:
-    case PyKind::boolean:
+  const std::optional<Kind> kind = py_kind(original);
+  if (!kind) throw UnsupportedObject(original);
+  switch (*kind) {
+    case Kind::null:
+    case Kind::boolean:
       return {PyRef::borrow(original), true};
-    case PyKind::string:
+    case Kind::string:
       return {checked(PyUnicode_FromObject, original), true};  // itself if it is exactly a str
-    case PyKind::integer:
+    case Kind::integer:
       return {checked(PyLong_FromLongLong, integer_in(original)), true};
-    case PyKind::real:
+    case Kind::real:
       return {checked(PyFloat_FromDouble, PyFloat_AS_DOUBLE(original)), true};
-    case PyKind::list:
+    case Kind::list:
       return copy_of_list(original);
-    case PyKind::tuple:
-      return copy_of_tuple(original);
-    case PyKind::dict:
-      return copy_of_dict(original);
-    case PyKind::other:
+    case Kind::object:
       break;
   }
-  throw UnsupportedObject(original);
+  return copy_of_dict(original);
 }
 
 /// A container of the copy whose elements are being replaced by their copies.
@@ -211,16 +202,16 @@ PyRef with_string_keys(PyObject* dict) {
 }
 
 PyRef key_string(PyObject* key) {
-  switch (py_kind(key)) {
-    case PyKind::string:
+  switch (py_kind(key).value_or(Kind::object)) {
+    case Kind::string:
       return checked(PyUnicode_FromObject, key);
-    case PyKind::integer:
+    case Kind::integer:
       return ascii_string(detail::NumberText(integer_in(key)).view());
-    case PyKind::real:
+    case Kind::real:
       return ascii_string(detail::NumberText(PyFloat_AS_DOUBLE(key)).view());
-    case PyKind::boolean:
+    case Kind::boolean:
       return ascii_string(key == Py_True ? "true" : "false");
-    case PyKind::null:
+    case Kind::null:
       return ascii_string("null");
     default:
       throw UnsupportedObject(key, UnsupportedObject::Role::key);

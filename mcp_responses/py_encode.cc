@@ -1,5 +1,6 @@
 #include "py_encode.h"
 
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -43,26 +44,10 @@ class PyTree {
     work_ += element_work;
     if (work_ >= work_between_checks) [[unlikely]]
       run_signal_handlers(node, path);
-    switch (py_kind(node)) {
-      case PyKind::null:
-        return Kind::null;
-      case PyKind::boolean:
-        return Kind::boolean;
-      case PyKind::integer:
-        return Kind::integer;
-      case PyKind::real:
-        return Kind::real;
-      case PyKind::string:
-        return Kind::string;
-      case PyKind::list:
-      case PyKind::tuple:
-        return Kind::list;
-      case PyKind::dict:
-        if (has_own_order(node)) throw NeedsCopy();
-        return Kind::object;
-      case PyKind::other:
-        break;
-    }
+    const std::optional<Kind> kind = py_kind(node);
+    if (kind == Kind::object && has_own_order(node)) throw NeedsCopy();
+    if (kind) [[likely]]
+      return *kind;
     throw UnsupportedObject(node);
   }
 

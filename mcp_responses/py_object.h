@@ -6,42 +6,32 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "cpython_layout.h"
+#include "handle.h"
 #include "py_errors.h"
 #include "py_ref.h"
 #include "text.h"
 
 namespace mcp_responses {
 
-/// The kind of a Python object, by its type alone: bool is distinct from int, and tuple from list,
-/// to which answers convert it. `other` is any object without a JSON representation.
-enum class PyKind : unsigned char {
-  null,
-  boolean,
-  integer,
-  real,
-  string,
-  list,
-  tuple,
-  dict,
-  other
-};
-inline PyKind py_kind(PyObject* object) noexcept {
+/// The kind of an object, by its type alone. A tuple is a list, and a bool is not an integer. Null for an
+/// object without a JSON representation.
+inline std::optional<Kind> py_kind(PyObject* object) noexcept {
   PyTypeObject* const type = Py_TYPE(object);
-  if (type == &PyUnicode_Type) return PyKind::string;
-  if (type == &PyLong_Type) return PyKind::integer;
-  if (type == &PyDict_Type) return PyKind::dict;
-  if (object == Py_None) return PyKind::null;
-  if (type == &PyBool_Type) return PyKind::boolean;
-  if (type == &PyFloat_Type) return PyKind::real;
-  if (PyList_Check(object)) return PyKind::list;
-  if (PyTuple_Check(object)) return PyKind::tuple;
-  if (PyUnicode_Check(object)) return PyKind::string;
-  if (PyLong_Check(object)) return PyKind::integer;
-  if (PyDict_Check(object)) return PyKind::dict;
-  if (PyFloat_Check(object)) return PyKind::real;
-  return PyKind::other;
+  if (type == &PyUnicode_Type) return Kind::string;
+  if (type == &PyLong_Type) return Kind::integer;
+  if (type == &PyDict_Type) return Kind::object;
+  if (object == Py_None) return Kind::null;
+  if (type == &PyBool_Type) return Kind::boolean;
+  if (type == &PyFloat_Type) return Kind::real;
+  if (PyList_Check(object) || PyTuple_Check(object)) return Kind::list;
+  if (PyUnicode_Check(object)) return Kind::string;
+  if (PyLong_Check(object)) return Kind::integer;
+  if (PyDict_Check(object)) return Kind::object;
+  if (PyFloat_Check(object)) return Kind::real;
+  return {};
 }
 
 /// True for an OrderedDict, whose order is not that of its entries.

@@ -1,5 +1,6 @@
 #include "py_value.h"
 
+#include <optional>
 #include <utility>
 
 #include "cuts.h"
@@ -107,26 +108,25 @@ const ValueOps py_dict_ops{.kind = Kind::object,
                            .encoded_size = encoded_size};
 
 Value to_value(PyRef object) {
-  switch (py_kind(object.get())) {
-    case PyKind::null:
+  const std::optional<Kind> kind = py_kind(object.get());
+  if (!kind) throw UnsupportedObject(object.get());
+  switch (*kind) {
+    case Kind::null:
       return {};
-    case PyKind::boolean:
+    case Kind::boolean:
       return object.get() == Py_True;
-    case PyKind::integer:
+    case Kind::integer:
       return integer_value(std::move(object));
-    case PyKind::real:
+    case Kind::real:
       return PyFloat_AS_DOUBLE(object.get());
-    case PyKind::string:
+    case Kind::string:
       return to_text(std::move(object));
-    case PyKind::list:
-    case PyKind::tuple:
+    case Kind::list:
       return reference_to(py_list_ops, std::move(object));
-    case PyKind::dict:
-      return reference_to(py_dict_ops, std::move(object));
-    case PyKind::other:
+    case Kind::object:
       break;
   }
-  throw UnsupportedObject(object.get());
+  return reference_to(py_dict_ops, std::move(object));
 }
 
 Text to_text(PyRef string) {
