@@ -34,13 +34,14 @@ def without_white_space(text: str) -> str:
 
 class DemoTest(unittest.TestCase):
     def test_shows_every_answer(self):
-        root = str(make_tree(self.addCleanup))
+        root = make_tree(self.addCleanup)
+        (root / "twice.py").write_text("def f(): pass\ndef f(): pass\n")
         for width in (80, 120):
-            status, screen, log = run("-m", "hollin.demo", "--root", root, "--query", "cart", COLUMNS=str(width))
+            status, screen, log = run("-m", "hollin.demo", "--root", str(root), "--query", "cart", COLUMNS=str(width))
             self.assertEqual((status, log), (0, ""))
             self.assertLessEqual(max(map(len, screen.splitlines())), width)
             for phrase in (
-                '"phase":"indexing files","phase_detail":"2/5"',
+                '"phase":"indexing files","phase_detail":"3/6"',
                 'search {"query": "cart", "offset": 4, "limit": 4}',
                 '"code":"pay(Cart().total())","caller":"tests.test_cart.test_pay"',
                 '{"endpoints":[{"fqn":"shop.cart.pay"',
@@ -48,6 +49,9 @@ class DemoTest(unittest.TestCase):
                 '"code":{"symbols":[{"fqn":"shop.cart.Cart","name":"Cart","kind":"class"',
             ):
                 self.assertIn(without_white_space(phrase), without_white_space(screen), width)
+            summary = re.search(r"([\d,]+)\s+symbols,", screen)[1]
+            counts = re.findall(r'"symbols_indexed":(\d+)', without_white_space(screen))
+            self.assertEqual(counts[-1], summary, "the summary and the status give the same number")
 
     def test_lines_end_between_members(self):
         generator = random.Random(5)

@@ -44,7 +44,7 @@ class Tool:
 
 
 def _library_schema(name: str) -> Schema:
-    """A schema of the library without the members that only a whole document may have."""
+    """A schema of the library, without the members that are not allowed inside another schema."""
     schema = json.loads((_SCHEMAS / f"{name}.json").read_text(encoding="utf-8"))
     return {key: part for key, part in schema.items() if key not in ("$schema", "$id")}
 
@@ -56,7 +56,7 @@ def _page(key: str, row: Schema, **more: Schema) -> Schema:
 
 
 def output_schema(name: str) -> Schema:
-    """An object of one of the tool's shapes, or its fixed answer before a repository is initialized."""
+    """An object of one of the tool's shapes, or its fixed answer before a repository is initialised."""
     return {"type": "object", "anyOf": [*TOOLS[name].shapes, _library_schema("empty_answers")["$defs"][name]]}
 
 
@@ -76,8 +76,8 @@ TOOLS = {
     "search": Tool(
         "Search symbols",
         "Call it first, to find functions and classes by a part of their name. Returns a page of symbols whose fully "
-        "qualified name (fqn) contains every word, ignoring case, the exact name first. Lines count from 1. Continue "
-        'with symbol and the fqn. Example: {"query": "cart total", "limit": 5}',
+        "qualified name (fqn) contains every word, ignoring case, the exact name first. Lines are counted from 1. "
+        'Continue with symbol and the fqn. Example: {"query": "cart total", "limit": 5}',
         tools.search,
         object_schema("query", query=string("Words or parts of names, separated by spaces"), **paging()),
         [_page("symbols", _library_schema("symbol_search_row"))],
@@ -86,7 +86,7 @@ TOOLS = {
         "Details and references of a symbol",
         "Call it with an fqn from search. detail returns signature, docstring and lines; references returns a page of "
         "its calls, each with its line of code. A call is listed only if definitions, imports or self determine its "
-        "function: cart.total() is not if cart is a variable. For an unknown fqn it returns the nearest ones. "
+        "function: cart.total() is not listed if cart is a variable. For an unknown fqn it returns the nearest ones. "
         'Continue with file. Example: {"fqn": "shop.cart.pay", "action": "references"}',
         tools.symbol,
         object_schema(

@@ -129,8 +129,8 @@ def build_index(demo: Demo) -> None:
             demo.call("status")
     print("\r\x1b[K" if IS_TERMINAL else "")
     calls = sum(map(len, index.references.values()))
-    say(f"Indexed {len(index.sources):,} files in {time.perf_counter() - start:.1f} s: {len(index.by_fqn):,} symbols, "
-        f"{calls:,} resolved calls, {len(index.wiki.pages):,} wiki pages. {len(index.skipped)} files are skipped.")
+    say(f"Indexed {len(index.sources):,} files in {time.perf_counter() - start:.1f} s: {index.symbol_count:,} symbols, "
+        f"{calls:,} resolved calls, {len(index.wiki.pages):,} wiki pages. {len(index.skipped)} files were skipped.")
 
 
 def show_code(demo: Demo, word: str) -> None:

@@ -20,7 +20,7 @@ from hollin.source_file import NamePath, SourceFile, Symbol, encodable, read_sou
 from hollin.wiki import DOCUMENTS, Wiki
 
 EXCLUDED = frozenset({"__pycache__", "site-packages", "dist-packages", "node_modules"})
-# The phases, and the time of each for a byte of its files, measured with the standard library.
+# The phases of `build`, and the relative time of each per byte of its files, measured with the standard library.
 PHASES = {"indexing files": 1.0, "reading documents": 0.4, "resolving references": 0.03}
 
 Stamp = tuple[int, int]  # the size and the modification time of a file
@@ -56,8 +56,8 @@ class Progress(NamedTuple):
 
 
 class Index:
-    """Grows while `build` runs, usually in a thread of its own; then `progress` is None. `skipped` has the files that
-    cannot be read or parsed."""
+    """Empty until `build` has run, usually in a thread of its own; `progress` is None after that. `skipped` has the
+    files that cannot be read or parsed."""
 
     def __init__(self, root: Path, excluded: frozenset[str] = frozenset()) -> None:
         self.root = root.resolve()
@@ -117,6 +117,11 @@ class Index:
         return None
 
     @property
+    def symbol_count(self) -> int:
+        """All symbols of all files, also those with the same fqn. `build` may add files in another thread meanwhile."""
+        return sum(len(source.symbols) for source in [*self.sources.values()])
+
+    @property
     def not_ready(self) -> str:
         """Why tools cannot use the index; empty if they can."""
         if self.failure:
@@ -146,8 +151,8 @@ class Index:
         self.skipped.append(encodable(path))
 
     def search(self, query: str) -> list[Located]:
-        """The symbols whose fqn contains every word: first those with the name, then those whose name begins with the
-        query, then those whose name contains every word."""
+        """The symbols whose fqn contains every word: first those with exactly this name, then those whose name begins
+        with the query, then those whose name contains every word."""
         query, words = query.lower().strip(), query.lower().split()
 
         def rank(symbol: Symbol) -> tuple[bool, bool, bool, str]:
@@ -184,7 +189,7 @@ class Index:
     def _make_tables(self) -> None:
         """Derives the tables from `sources`, except the references."""
         self.modules: dict[str, SourceFile] = {}
-        self.packages: set[str] = set()  # the modules and the packages around them
+        self.packages: set[str] = set()  # the modules, and the packages that contain them
         self.by_fqn: dict[str, Located] = {}
         self.references: dict[str, list[Reference]] = defaultdict(list)  # by the fqn of the called symbol
         self.coverage: list[tuple[str, str, list[str]]] = []  # test file, source file, imported names
@@ -201,7 +206,7 @@ class Index:
         self.components = self._components()
 
     def _resolve(self, path: str) -> None:
-        """Adds the calls of a file to the references of the symbols that they name."""
+        """Adds the calls in a file to the references of the called symbols."""
         source = self.sources.get(path)
         for name_path, line, caller in sorted(source.calls, key=lambda call: call[1]) if source else ():
             try:

@@ -1,4 +1,4 @@
-"""The service as an MCP server: JSON-RPC 2.0 on standard input and output, one message a line."""
+"""The service as an MCP server: JSON-RPC 2.0 on standard input and output, one message per line."""
 
 from __future__ import annotations
 
@@ -24,7 +24,8 @@ PARSE_ERROR, INVALID_REQUEST, METHOD_NOT_FOUND, INVALID_PARAMS, INTERNAL_ERROR =
 
 INSTRUCTIONS = """Answers questions about the symbols, files, tests and wiki of one tree of Python sources.
 Call search first, which finds fully qualified names; then call symbol with one of them. For questions in words, call
-wiki with the action ask. Lines count from 1, offsets from 0, lengths in characters; a token is 4 bytes of UTF-8.
+wiki with the action ask. Lines are counted from 1, offsets from 0. Lengths are in characters. A token is 4 bytes of
+UTF-8.
 If a list has "truncated": true, call again with offset increased by the number of rows that you received.
 A changed file is read again when an answer cites it. New files are found when the server starts."""
 
@@ -39,8 +40,8 @@ class ProtocolError(Exception):
 
 
 class Server:
-    """Answers one line at a time. Another thread may still build the index: a tool waits for it until `start_seconds`
-    after the start of the server. Without an index, every tool returns its empty answer."""
+    """Answers one line at a time. If another thread is still building the index, a tool call waits for it, until
+    `start_seconds` after the start of the server. Without an index, every tool returns its empty answer."""
 
     def __init__(self, out: BinaryIO, index: Index | None, start_seconds: float = 10.0) -> None:
         self._out = out
@@ -149,7 +150,7 @@ class Server:
 
 
 def _error(number: str | int | None, error: ProtocolError) -> Message:
-    """The answer to a message whose id cannot be read has no id."""
+    """Without an id if that of the request is unknown."""
     with_id = {} if number is None else {"id": number}
     return {"jsonrpc": "2.0", **with_id, "error": {"code": error.code, "message": str(error)}}
 
@@ -192,7 +193,7 @@ def build_index(index: Index, stop: threading.Event) -> None:
         index.failure = f"{type(error).__name__}: {error}"
         logger.exception("the index of %s could not be built", index.root)
     else:
-        logger.info("%d files with %d symbols indexed in %s", len(index.sources), len(index.by_fqn), index.root)
+        logger.info("%d files with %d symbols indexed in %s", len(index.sources), index.symbol_count, index.root)
         if index.skipped:
             logger.info("%d files cannot be read or parsed: %s", len(index.skipped), ", ".join(index.skipped[:10]))
     index.done.set()

@@ -113,7 +113,7 @@ class _Reader:
         self.bases: list[tuple[str, list[ast.expr], Scope]] = []
 
     def read(self, tree: ast.Module) -> None:
-        # A stack instead of recursion: generated code is nested deeper than the interpreter's stack.
+        # A stack instead of recursion, because generated code can be nested too deeply for the interpreter's stack.
         waiting: list[tuple[ast.AST, Scope]] = [(tree, self.module)]
         while waiting:
             node, scope = waiting.pop()

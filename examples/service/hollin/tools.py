@@ -26,7 +26,7 @@ def status(index: Index) -> Answer:
         index.branch,
         progress.percent if progress else 100,
         files_indexed=len(index.sources),
-        symbols_indexed=sum(len(source.symbols) for source in [*index.sources.values()]),
+        symbols_indexed=index.symbol_count,
         last_updated=index.updated,
         errors_count=len(index.skipped),
         phase=progress.phase if progress else None,
@@ -172,7 +172,7 @@ def _page(key: str, found: list[Any], row: Callable[[Any], Answer], offset: int,
 
 
 def _not_found(kind: str, name: str, separator: str, names: Iterable[str]) -> Answer:
-    """Lists the nearest of the names whose last part is similar."""
+    """An answer that lists the most similar names, of those whose last part is similar."""
     last_parts = {each: each.rpartition(separator)[2] for each in (name, *names)}
     similar = difflib.get_close_matches(last_parts.pop(name), {*last_parts.values()}, n=5)
     candidates = [each for each, last in last_parts.items() if last in similar]

@@ -1,4 +1,4 @@
-"""A wiki made of the documents of the tree and of its module docstrings."""
+"""A wiki made from the documents of the tree and its module docstrings."""
 
 from __future__ import annotations
 
@@ -45,7 +45,7 @@ class Page:
 
 
 class Wiki:
-    """Pages by their id, which is the path of the file that a page is made of."""
+    """The pages, by the path of the file that each is made from."""
 
     def __init__(self) -> None:
         self.pages: dict[str, Page] = {}
