@@ -13,7 +13,7 @@ _DEBIAN_PACKAGES = "/usr/lib/python3/dist-packages"
 
 
 def _load(name: str) -> ModuleType | None:
-    """Debian's packages work with any CPython of their minor version, although only Debian's searches their folder."""
+    """Also finds Debian's packages, which work with any CPython of their minor version."""
     spec = importlib.util.find_spec(name) or importlib.machinery.PathFinder.find_spec(name, [_DEBIAN_PACKAGES])
     if spec is None or spec.loader is None:
         return None
@@ -33,7 +33,7 @@ def answer_of(statement: str, namespace: dict[str, Any]) -> Any:
         return None
 
 
-# Each returns a str. Encoders that return bytes are charged for decoding them.
+# Each returns a str. For encoders that return bytes, the time includes the decoding.
 _MAKERS: dict[str, Callable[[Any], Callable[[Any], str]]] = {
     "msgspec": lambda msgspec: lambda value: msgspec.json.encode(value).decode(),
     "orjson": lambda orjson: lambda value: orjson.dumps(value).decode(),

@@ -397,7 +397,7 @@ def _section_row(section: dict[str, Any], excerpt: str) -> dict[str, Any]:
 def _fitted(
     assemble: Callable[[list[str]], dict[str, Any]], full: list[str], optional: dict[str, Any], limit: int
 ) -> dict[str, Any]:
-    """The answer made to fit: excerpts give way from the bottom up, then sections, the memories, the code."""
+    """The answer in at most `limit` bytes, if possible: reduces excerpts, sections, the memories, the code."""
     count = len(full)
     while count and _encoded_size(assemble([""] * count)) + count * _ASK_MIN_EXCERPT_CHARS > limit:
         count -= 1

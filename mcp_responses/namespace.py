@@ -345,12 +345,13 @@ def build_wiki_ask_response(
     A ``token_budget`` limits the size of the encoded answer; a token is four bytes. A
     larger answer is reduced in this order: the excerpts shrink, from the bottom section
     up, to about 200 bytes each; then whole sections are dropped from the bottom, then
-    the memories, then the code. The rest is never cut, and can exceed the budget by
-    itself, in particular ``answer``.
+    the memories, then the code. The rest, in particular ``answer``, is never cut and can
+    exceed the budget by itself.
 
-    Raises TypeError, with the path, for a list or dict of another type and for an object
-    without a JSON representation; with a budget also UnicodeEncodeError for a lone
-    surrogate, which cannot be encoded as UTF-8.
+    Raises TypeError, with the path, if ``sections`` or ``citations`` is not a list or
+    tuple of dicts, if ``token_budget`` is not an int, or for an object without a JSON
+    representation; with a budget also UnicodeEncodeError for a lone surrogate, which
+    cannot be encoded as UTF-8.
     """
     return locals()
 
