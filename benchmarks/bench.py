@@ -1,4 +1,4 @@
-"""Compares the speed of the extension with the same contract in plain Python, and with other encoders."""
+"""Compares the speed of the extension with that of the same functions in plain Python, and of other encoders."""
 
 from __future__ import annotations
 

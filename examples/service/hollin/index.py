@@ -56,8 +56,8 @@ class Progress(NamedTuple):
 
 
 class Index:
-    """Empty until `build` has run, usually in a thread of its own; `progress` is None after that. `skipped` has the
-    files that cannot be read or parsed."""
+    """`build` fills the index, usually in a thread of its own; `progress` is None after that. `skipped` has the files
+    that cannot be read or parsed."""
 
     def __init__(self, root: Path, excluded: frozenset[str] = frozenset()) -> None:
         self.root = root.resolve()
