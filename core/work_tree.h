@@ -1,12 +1,10 @@
 // The work tree of a repository: reads regular files inside its root, and nothing else.
 //
 // A path is resolved component by component, and symlinks are followed. The result is compared with
-// the root by components, and opened beneath the root without following symlinks. So a folder or
-// file that is replaced between check and use is not read. Hard links and mounts inside the root
-// are trusted.
+// the root by components, and opened without following symlinks. So nothing is read if a folder or
+// file is replaced by a symlink between check and use. Hard links and mounts inside the root are
+// trusted.
 #pragma once
-
-#include <sys/stat.h>
 
 #include <cstddef>
 #include <optional>
@@ -15,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "resolved_path.h"
 
@@ -25,7 +24,10 @@ class UniqueFd {
  public:
   explicit UniqueFd(int fd = -1) noexcept : fd_(fd) {}
   UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  UniqueFd& operator=(UniqueFd&& other) noexcept;
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
   ~UniqueFd();
   int get() const noexcept { return fd_; }
   bool is_open() const noexcept { return fd_ >= 0; }
@@ -65,11 +67,11 @@ class FileReader {
 };
 
 /// May be used by several threads at the same time. At most two file descriptors are open at a time:
-/// one for the root or a folder, and one for the file or the next folder.
+/// one for a folder, and one for the file or the next folder.
 class WorkTree {
  public:
-  /// How files are opened beneath the root: by the system call openat2, if the kernel has it, or
-  /// folder by folder.
+  /// How files are opened without following symlinks: by the system call openat2, if the kernel has
+  /// it, or folder by folder.
   enum class Opening { openat2, folder_by_folder };
 
   /// Resolves the root, which need not exist. Throws the exceptions of `absolute` and
@@ -86,19 +88,11 @@ class WorkTree {
       std::string_view path, const CheckInterrupt& check_interrupt = [] {}) const;
 
  private:
-  UniqueFd open_beneath(const std::string& path, int flags,
-                        const CheckInterrupt& check_interrupt) const;
-  UniqueFd open_root(int flags, const CheckInterrupt& check_interrupt) const;
-  std::optional<FileReader> open_plain(std::string_view path,
-                                       const CheckInterrupt& check_interrupt) const;
-  FileReader open_resolved(const std::string& target, const CheckInterrupt& check_interrupt) const;
-  static FileReader reader_of(UniqueFd file, const struct stat& checked, std::string path,
-                              const CheckInterrupt& check_interrupt);
+  std::variant<FileReader, Unreadable> open_resolved(std::string path,
+                                                     const CheckInterrupt& check_interrupt) const;
 
   std::string root_;  // resolved; "" for "/"
-  struct stat root_status_ {};
-  int root_error_ = 0;  // the errno of opening the root, 0 for success
-  UniqueFd root_fd_;    // for openat2 only
+  Opening opening_;
 };
 
 }  // namespace mcp_responses
