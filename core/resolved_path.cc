@@ -1,5 +1,6 @@
 #include "resolved_path.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,9 +8,9 @@
 #include <cassert>
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <map>
 #include <optional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -21,7 +22,6 @@ namespace {
 /// The target of a symlink; nothing if the path is not a symlink or cannot be read.
 std::optional<std::string> symlink_target(const std::string& path,
                                           const CheckInterrupt& check_interrupt) {
-  if (path.size() >= PATH_MAX) return {};  // the kernel would fail with ENAMETOOLONG
   std::array<char, PATH_MAX> target;
   const ssize_t size = detail::retry_interrupted(
       check_interrupt, [&] { return ::readlink(path.c_str(), target.data(), target.size()); });
@@ -39,26 +39,25 @@ class Resolution {
   Resolution(std::string base, const CheckInterrupt& check_interrupt)
       : path_(std::move(base)), check_interrupt_(check_interrupt) {}
 
-  /// Returns false for a symlink loop. Then `path()` ends with the symlink that leads to itself and
-  /// the components that follow it, as written.
-  bool follow(std::string_view path) {
+  /// Follows a path from the base. After a symlink that leads to itself, the rest of the path is
+  /// appended without following symlinks.
+  void follow(std::string_view path) {
     push(path, nullptr);
     while (!pending_.empty()) {
       Pending& pending = pending_.back();
-      const std::string_view component = take_component(pending.path);
+      const std::string_view component = take_component(pending.rest);
       if (component.empty()) {
         if (pending.link != nullptr) pending.link->resolved = path_;
         pending_.pop_back();
-      } else if (!follow_component(component)) {
-        append_rest();
-        return false;
+      } else if (append(component) && !has_loop_) {
+        follow_symlink();
       }
     }
-    return true;
   }
 
   /// "" for "/".
-  std::string path() && { return std::move(path_); }
+  const std::string& path() const { return path_; }
+  bool has_loop() const { return has_loop_; }
 
  private:
   struct Symlink {
@@ -66,8 +65,8 @@ class Resolution {
     std::optional<std::string> resolved;  // empty while the target is being followed
   };
   struct Pending {
-    std::string_view path;
-    Symlink* link;  // `path` is the rest of this symlink's target; null for the caller's path
+    std::string_view rest;  // of the symlink's target, or of the caller's path
+    Symlink* link;          // null for the caller's path
   };
 
   void push(std::string_view path, Symlink* link) {
@@ -75,7 +74,7 @@ class Resolution {
     pending_.push_back({path, link});
   }
 
-  /// Appends a component without following it. Returns true if it is a name.
+  /// Returns true if the component is a name.
   bool append(std::string_view component) {
     check_interrupt_();
     if (component == ".") return false;
@@ -88,33 +87,26 @@ class Resolution {
     return true;
   }
 
-  /// Returns false for a symlink whose target is being followed already.
-  bool follow_component(std::string_view component) {
-    if (!append(component)) return true;
+  /// Replaces the path by its target, or by the start of its target, if it is a symlink.
+  void follow_symlink() {
     auto target = symlink_target(path_, check_interrupt_);
-    if (!target) return true;
+    if (!target) return;
     const auto [found, is_new] = links_.try_emplace(path_);
     Symlink& link = found->second;
     if (is_new) {
       link.target = std::move(*target);
       go_up(path_);
       push(link.target, &link);
-      return true;
-    }
-    if (link.resolved) path_ = *link.resolved;
-    return link.resolved.has_value();
-  }
-
-  void append_rest() {
-    for (; !pending_.empty(); pending_.pop_back()) {
-      std::string_view& rest = pending_.back().path;
-      for (auto next = take_component(rest); !next.empty(); next = take_component(rest))
-        append(next);
+    } else if (link.resolved) {
+      path_ = *link.resolved;
+    } else {
+      has_loop_ = true;
     }
   }
 
   std::string path_;  // resolved so far
   const CheckInterrupt& check_interrupt_;
+  bool has_loop_ = false;
   std::vector<Pending> pending_;          // a stack: the last one is followed first
   std::map<std::string, Symlink> links_;  // by the symlink's own path
 };
@@ -128,10 +120,7 @@ SymlinkLoop::SymlinkLoop(const std::string& path)
 
 std::string absolute(std::string_view path) {
   if (path.starts_with('/')) return std::string(path);
-  std::array<char, PATH_MAX> current;
-  if (::getcwd(current.data(), current.size()) == nullptr)
-    throw std::system_error(errno, std::generic_category());
-  return std::string(current.data()) + '/' + std::string(path);
+  return (std::filesystem::current_path() / path).string();
 }
 
 std::string resolved_path(std::string base, std::string_view path,
@@ -139,13 +128,20 @@ std::string resolved_path(std::string base, std::string_view path,
   assert(!has_nul(path) && !has_nul(base));
   assert(base.empty() || (base.front() == '/' && base.back() != '/'));
   Resolution resolution(std::move(base), check_interrupt);
-  const bool is_resolved = resolution.follow(path);
-  std::string result = std::move(resolution).path();
-  if (is_resolved) return result;
-  // The rest of the path may leave the loop by "..". Then a second resolution does not find a loop.
+  resolution.follow(path);
+  if (!resolution.has_loop()) return resolution.path();
+  // The kernel decides whether the path ends in a loop. It may fail before it reaches the loop, or
+  // the rest of the path may leave the loop by "..".
+  const std::string& literal = resolution.path();
+  struct stat status {};
+  const auto call = [&] { return ::stat(literal.c_str(), &status); };
+  if (detail::retry_interrupted(check_interrupt, call) != 0) {
+    if (errno == ELOOP) throw SymlinkLoop(literal);
+    return literal;
+  }
   Resolution again("", check_interrupt);
-  if (!again.follow(result)) throw SymlinkLoop(result);
-  return std::move(again).path();
+  again.follow(literal);
+  return again.path();
 }
 
 std::string_view take_component(std::string_view& path) noexcept {

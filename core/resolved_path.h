@@ -9,7 +9,7 @@
 
 namespace mcp_responses {
 
-/// A path ends in a symlink loop.
+/// A path ends in a symlink loop. The message has pathlib's text.
 class SymlinkLoop : public std::runtime_error {
  public:
   explicit SymlinkLoop(const std::string& path);
@@ -20,9 +20,15 @@ class SymlinkLoop : public std::runtime_error {
 std::string absolute(std::string_view path);
 
 /// The absolute path without ".", ".." and symlinks; "" for "/". A relative path starts at `base`.
-/// Components that do not exist are kept as written. So is a symlink loop that the path leaves by
-/// "..": `loop/../a.py` is `a.py`. Throws `SymlinkLoop` for a path that ends in one. Calls
-/// `check_interrupt` for each component. Requires a resolved `base`, and paths without NUL.
+/// Components that do not exist are kept as written.
+///
+/// A symlink that leads to itself, and the components after it, are kept as written, and ".." is
+/// removed together with the component before it: `loop/../a.py` is `a.py`. If the kernel finds this
+/// path, its symlinks are followed. If it finds a loop, throws `SymlinkLoop`. If it fails for another
+/// reason, as for a symlink `loop` to `missing/../loop`, returns the path with its symlinks; no file
+/// can be opened there.
+///
+/// Calls `check_interrupt` for each component. Requires a resolved `base`, and paths without NUL.
 std::string resolved_path(
     std::string base, std::string_view path, const CheckInterrupt& check_interrupt = [] {});
 

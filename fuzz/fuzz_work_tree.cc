@@ -8,15 +8,40 @@ namespace {
 std::string any_path(models::Choices& choices, const std::string& base) {
   std::string path = choices.below(8) == 7 ? base + "/root/" : "";
   for (int parts = 0; parts < 64 && !choices.used_up(); ++parts) {
-    path += choices.one_of<std::string_view>(
-        {"..",      ".",       "a.py", "sub",
-         "deep",    "b.py",    "c.py", "root",
-         "root2",   "outside", "s.py", "file",
-         "dir",     "abs",     "up",   "out",
-         "absout",  "self",    "ping", "dangling",
-         "chain",   "chain2",  "top",  "whole",
-         "slashed", "back",    "into", "pipe",
-         "missing", "",        "a",    std::string_view(base).substr(1)});
+    path += choices.one_of<std::string_view>({"..",
+                                              ".",
+                                              "a.py",
+                                              "sub",
+                                              "deep",
+                                              "b.py",
+                                              "c.py",
+                                              "root",
+                                              "root2",
+                                              "outside",
+                                              "s.py",
+                                              "file",
+                                              "dir",
+                                              "abs",
+                                              "up",
+                                              "out",
+                                              "absout",
+                                              "self",
+                                              "ping",
+                                              "dangling",
+                                              "chain",
+                                              "chain2",
+                                              "top",
+                                              "whole",
+                                              "slashed",
+                                              "back",
+                                              "into",
+                                              "pipe",
+                                              "missing",
+                                              "through_gone",
+                                              "through_file",
+                                              "",
+                                              "a",
+                                              std::string_view(base).substr(1)});
     if (choices.below(8) != 7) path += '/';
   }
   return path;

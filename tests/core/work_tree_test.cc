@@ -73,7 +73,9 @@ TEST_P(WorkTreeTest, SymlinksAreFollowedInEachPath) {
         "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
         std::string(9000, 'x') + "/../../outside/s.py", "self/../out", "ping/../absout/s.py"}},
       {"loop", {"self", "ping/a.py", "sub/../pong", "self/../ping", "self/../self/a.py"}},
-      {"unreadable", {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root"}}};
+      {"unreadable",
+       {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root", "through_gone",
+        "through_file/x", "self/../through_gone"}}};
   for (const auto& [end, paths] : paths_to) {
     for (const std::string& path : paths) {
       EXPECT_EQ(read_result(tree_, path), end) << path;
@@ -153,6 +155,9 @@ TEST_P(WorkTreeTest, AnErrorNamesTheReasonAndTheResolvedPath) {
       {"pipe", "Not a regular file: '" + root_ + "/pipe'"},
       {"socket", "[Errno 6] No such device or address: '" + root_ + "/socket'"},
       {long_name, "[Errno 36] File name too long: '" + root_ + "/" + long_name + "'"},
+      {"through_gone", "[Errno 2] No such file or directory: '" + root_ + "/through_gone'"},
+      {"dir/../through_file", "[Errno 20] Not a directory: '" + root_ + "/through_file'"},
+      {"self/../dir/gone.py", "[Errno 2] No such file or directory: '" + root_ + "/dir/gone.py'"},
       {"n\xFF.py", "[Errno 2] No such file or directory: '" + root_ + "/n\xFF.py'"}};
   for (const auto& [path, text] : rows) EXPECT_EQ(reason(tree_, path), text) << path;
   std::string long_path = "gone";

@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "work_tree.h"
 
@@ -53,23 +54,26 @@ class LinkTree {
       files_[base_ + "/" + file] = file;
       std::ofstream(base_ + "/" + file) << file;
     }
-    const std::pair<const char*, std::string> links[] = {{"root/file", "a.py"},
-                                                         {"root/dir", "sub"},
-                                                         {"root/abs", base_ + "/root/sub/b.py"},
-                                                         {"root/up", ".."},
-                                                         {"root/out", "../outside/s.py"},
-                                                         {"root/absout", base_ + "/outside"},
-                                                         {"root/self", "self"},
-                                                         {"root/ping", "pong"},
-                                                         {"root/pong", "./ping"},
-                                                         {"root/dangling", "missing/x"},
-                                                         {"root/chain", "file"},
-                                                         {"root/chain2", "up/root/dir/../chain"},
-                                                         {"root/sub/top", "../.."},
-                                                         {"root/whole", "/"},
-                                                         {"root/slashed", "sub//deep/"},
-                                                         {"root/back", "absout/../root/a.py"},
-                                                         {"into", "root"}};
+    const std::pair<const char*, std::string> links[] = {
+        {"root/file", "a.py"},
+        {"root/dir", "sub"},
+        {"root/abs", base_ + "/root/sub/b.py"},
+        {"root/up", ".."},
+        {"root/out", "../outside/s.py"},
+        {"root/absout", base_ + "/outside"},
+        {"root/self", "self"},
+        {"root/ping", "pong"},
+        {"root/pong", "./ping"},
+        {"root/through_gone", "gone/../through_gone"},
+        {"root/through_file", "a.py/../through_file"},
+        {"root/dangling", "missing/x"},
+        {"root/chain", "file"},
+        {"root/chain2", "up/root/dir/../chain"},
+        {"root/sub/top", "../.."},
+        {"root/whole", "/"},
+        {"root/slashed", "sub//deep/"},
+        {"root/back", "absout/../root/a.py"},
+        {"into", "root"}};
     for (const auto& [name, target] : links) {
       links_[base_ + "/" + name] = target;
       std::filesystem::create_symlink(target, base_ + "/" + name);
@@ -84,15 +88,20 @@ class LinkTree {
   std::string root() const { return base_ + "/root"; }
 
   /// The absolute path without symlinks to which `path` leads from the folder `from`, "" for "/". From
-  /// the first symlink loop on, the path is taken literally and resolved once more; "loop" if it then
-  /// still contains one.
+  /// the first symlink loop on, the path is taken literally. If it exists then, it is resolved once
+  /// more; "loop" if the kernel finds a loop in it.
   std::string resolved(const std::string& from, const std::string& path) const {
     std::set<std::string> open;
     std::string end = path.starts_with('/') ? "" : from;
     if (!walk(end, path, open)) {
-      const std::string literal = std::exchange(end, "");
+      std::error_code error;
+      const bool exists = std::filesystem::exists(end, error);
+      if (error == std::errc::too_many_symbolic_link_levels) return "loop";
+      const std::string literal = end;
+      if (!exists) return literal;
       open.clear();
-      if (!walk(end, literal, open)) return "loop";
+      end.clear();
+      walk(end, literal, open);
     }
     return end;
   }
