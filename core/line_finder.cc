@@ -12,50 +12,35 @@
 namespace mcp_responses {
 namespace {
 
-/// The size of the line break at the start of `bytes`; 0 if there is none.
-std::size_t break_size(std::string_view bytes) {
-  const auto byte = [bytes](std::size_t i) {
-    return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U;
-  };
-  switch (byte(0)) {
-    case 0x0D:
-      return byte(1) == 0x0A ? 2 : 1;
-    case 0x0A:
-    case 0x0B:
-    case 0x0C:
-    case 0x1C:
-    case 0x1D:
-    case 0x1E:
-      return 1;
-    case 0xC2:
-      return byte(1) == 0x85 ? 2 : 0;
-    case 0xE2:
-      return byte(1) == 0x80 && (byte(2) & 0xFEU) == 0xA8 ? 3 : 0;
-    default:
-      return 0;
-  }
+/// True for the characters at which Python's `splitlines` ends a line.
+bool is_line_break(std::uint32_t code_point) {
+  return code_point - 0x0A <= 0x0D - 0x0A || code_point - 0x1C <= 0x1E - 0x1C ||
+         code_point == 0x85 || code_point == 0x2028 || code_point == 0x2029;
 }
 
 constexpr std::size_t block_size = 64;
-constexpr std::size_t max_break_size = 3;
 constexpr std::size_t max_character_size = 4;
 constexpr std::size_t window_capacity = std::size_t{1} << 16;
 
-// Both loops have a fixed length and no branch, so that the compiler vectorizes them.
+// Both loops have a fixed length, no branch and only bytes, so that the compiler vectorizes them.
+
+/// 1 if a byte is in a range, otherwise 0.
+constexpr std::uint8_t in(std::uint8_t byte, std::uint8_t first, std::uint8_t last) {
+  return static_cast<std::uint8_t>(byte - first) <= last - first;
+}
 
 /// The number of line breaks in a block of printable ASCII, tabs and line feeds, which most blocks
 /// are; nothing for another block.
 std::optional<unsigned> breaks_in_plain_block(const std::uint8_t* block) {
   std::uint8_t count = 0;
-  std::uint8_t others = 0;
+  std::uint8_t is_plain = 1;
   for (std::size_t i = 0; i < block_size; ++i) {
-    const auto is_plain = static_cast<std::uint8_t>(static_cast<std::int8_t>(block[i]) >= 0x20);
-    const auto is_line_feed = static_cast<std::uint8_t>(block[i] == 0x0A);
-    const auto is_tab = static_cast<std::uint8_t>(block[i] == 0x09);
+    const std::uint8_t is_line_feed = block[i] == 0x0A;
+    const std::uint8_t is_tab = block[i] == 0x09;
     count = static_cast<std::uint8_t>(count + is_line_feed);
-    others |= static_cast<std::uint8_t>((is_plain | is_line_feed | is_tab) ^ 1);
+    is_plain &= static_cast<std::uint8_t>(in(block[i], 0x20, 0x7F) | is_line_feed | is_tab);
   }
-  return others == 0 ? std::optional<unsigned>(count) : std::nullopt;
+  return is_plain != 0 ? std::optional<unsigned>(count) : std::nullopt;
 }
 
 /// The number of line breaks that start in a block; CR LF counts at its LF. Reads two bytes after
@@ -65,14 +50,12 @@ unsigned breaks_in_any_block(const std::uint8_t* block) {
   for (std::size_t i = 0; i < block_size; ++i) {
     const std::uint8_t first = block[i];
     const std::uint8_t second = block[i + 1];
-    const std::uint8_t third = block[i + 2];
-    const auto control = static_cast<std::uint8_t>((static_cast<std::uint8_t>(first - 0x0A) <= 3) |
-                                                   (static_cast<std::uint8_t>(first - 0x1C) <= 2));
-    const auto cr_of_pair = static_cast<std::uint8_t>((first == 0x0D) & (second == 0x0A));
-    const auto next_line = static_cast<std::uint8_t>((first == 0xC2) & (second == 0x85));
-    const auto separator =
-        static_cast<std::uint8_t>((first == 0xE2) & (second == 0x80) & ((third & 0xFE) == 0xA8));
-    count = static_cast<std::uint8_t>(count + ((control & ~cr_of_pair) | next_line | separator));
+    const int is_control = in(first, 0x0A, 0x0D) | in(first, 0x1C, 0x1E);
+    const int is_cr_of_pair = (first == 0x0D) & (second == 0x0A);
+    const int is_next_line = (first == 0xC2) & (second == 0x85);
+    const int is_separator = (first == 0xE2) & (second == 0x80) & in(block[i + 2], 0xA8, 0xA9);
+    count = static_cast<std::uint8_t>(
+        count + ((is_control & ~is_cr_of_pair) | is_next_line | is_separator));
   }
   return count;
 }
@@ -111,30 +94,17 @@ LineFinder::LineFinder(ReadFn read) : read_(std::move(read)), window_(new char[w
 
 std::optional<Text> LineFinder::find(std::int64_t number) {
   assert(number >= line_);
-  skip_to_line(number);
+  skip_blocks_before(number);
+  while (line_ < number && ensure(1)) next();
   if (!ensure(1)) return {};
   LineText line;
-  while (ensure(1)) {
-    if (skip_break()) return line.text();
-    ensure(max_character_size);
-    std::size_t size = 0;
-    const std::uint32_t code_point = detail::decode_next(rest(), size);
-    position_ += size;
-    if (!line.add(code_point)) return line.text();
+  while (line_ == number && ensure(1) && line.add(next())) {
   }
-  ++line_;
   return line.text();
 }
 
-void LineFinder::skip_to_line(std::int64_t number) {
-  skip_blocks_before(number);
-  while (line_ < number && ensure(1)) {
-    if (!skip_break()) ++position_;
-  }
-}
-
 void LineFinder::skip_blocks_before(std::int64_t number) {
-  while (ensure(block_size + max_break_size - 1)) {
+  while (ensure(block_size + 2)) {
     const auto* const block = reinterpret_cast<const std::uint8_t*>(&window_[position_]);
     const auto plain = breaks_in_plain_block(block);
     const std::int64_t line_after = line_ + (plain ? *plain : breaks_in_any_block(block));
@@ -144,16 +114,19 @@ void LineFinder::skip_blocks_before(std::int64_t number) {
   }
 }
 
-/// Returns false if `position_` is not at a line break. Requires `position_ < end_`.
-bool LineFinder::skip_break() {
+/// Decodes a character and moves past it; CR LF counts as one. Requires `position_ < end_`.
+std::uint32_t LineFinder::next() {
   assert(position_ < end_);
-  const auto next = static_cast<unsigned char>(window_[position_]);
-  if (next >= 0x20 && next < 0x80) return false;
-  ensure(max_break_size);
-  const std::size_t size = break_size(rest());
-  position_ += size;
-  line_ += size > 0 ? 1 : 0;
-  return size > 0;
+  const auto first = static_cast<unsigned char>(window_[position_]);
+  if (first >= 0x20 && first < 0x80) {
+    ++position_;
+    return first;
+  }
+  ensure(max_character_size);
+  const std::uint32_t code_point = detail::decode_next({window_.get(), end_}, position_);
+  if (code_point == '\r' && ensure(1) && window_[position_] == '\n') ++position_;
+  line_ += is_line_break(code_point) ? 1 : 0;
+  return code_point;
 }
 
 bool LineFinder::fetch(std::size_t bytes) {

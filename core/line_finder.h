@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <string_view>
 
 #include "text.h"
 
@@ -36,10 +35,8 @@ class LineFinder {
   /// Makes `bytes` bytes available from `position_` on. Returns false if the text ends before.
   bool ensure(std::size_t bytes) { return end_ - position_ >= bytes || fetch(bytes); }
   bool fetch(std::size_t bytes);
-  void skip_to_line(std::int64_t number);
   void skip_blocks_before(std::int64_t number);
-  bool skip_break();
-  std::string_view rest() const noexcept { return {&window_[position_], end_ - position_}; }
+  std::uint32_t next();
 
   ReadFn read_;
   std::unique_ptr<char[]> window_;  // the last part of the text that has been read
