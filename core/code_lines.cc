@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <exception>
 #include <map>
-#include <memory>
-#include <tuple>
+#include <optional>
 #include <utility>
 
 #include "detail/utf8.h"
@@ -19,54 +17,24 @@ struct File {
   Text path;
   std::string name;
   std::vector<std::int64_t> numbers;  // of the lines at these places
-  std::vector<std::pair<std::int64_t, Text>> lines;
-  std::string failure;  // empty if the file could be read
-};
-
-/// An order for paths that counts the compared bytes. Views of the same memory are equal without a
-/// comparison.
-class PathOrder {
- public:
-  explicit PathOrder(detail::WorkMeter& meter) : meter_(&meter) {}
-
-  bool operator()(const TextView& a, const TextView& b) const {
-    if (is_same_view(a, b)) return false;
-    count(a, b);
-    return a < b;
-  }
-  bool equal(const TextView& a, const TextView& b) const {
-    if (is_same_view(a, b)) return true;
-    count(a, b);
-    return a == b;
-  }
-
- private:
-  static bool is_same_view(const TextView& a, const TextView& b) {
-    return a.data == b.data && a.size == b.size && a.repertoire == b.repertoire;
-  }
-  void count(const TextView& a, const TextView& b) const {
-    meter_->add(sizeof(a) + (a.size == b.size ? a.size * unit_size(a.repertoire) : 0));
-  }
-
-  detail::WorkMeter* meter_;
+  std::vector<Text> lines;            // with the first of these numbers
+  std::string failure;                // empty if the file could be read
 };
 
 std::vector<File> grouped_by_file(std::span<const Place> places, const CodeLinesHooks& hooks,
                                   detail::WorkMeter& meter) {
-  const PathOrder order(meter);
+  const auto precedes = [&meter](const TextView& a, const TextView& b) {
+    if (a.data == b.data && a.size == b.size) return false;  // the same text
+    meter.add(sizeof(a) + (a.size == b.size ? a.size * unit_size(a.repertoire) : 0));
+    return a < b;
+  };
   std::vector<File> files;
-  std::map<TextView, std::size_t, PathOrder> position_of(order);
-  auto position = position_of.end();
+  std::map<TextView, std::size_t, decltype(precedes)> positions(precedes);
   for (const Place& place : places) {
     meter.add(sizeof(place));
-    const TextView path = place.path.view();
-    // Successive places are mostly in the same file.
-    if (position == position_of.end() || !order.equal(position->first, path)) {
-      bool is_new = false;
-      std::tie(position, is_new) = position_of.try_emplace(path, files.size());
-      if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
-    }
-    if (place.line >= 1) files[position->second].numbers.push_back(place.line);
+    const auto [found, is_new] = positions.try_emplace(place.path.view(), files.size());
+    if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
+    if (place.line >= 1) files[found->second].numbers.push_back(place.line);
   }
   return files;
 }
@@ -80,35 +48,34 @@ void sort_unique(std::vector<std::int64_t>& numbers, detail::WorkMeter& meter) {
 }
 
 void read_lines(const WorkTree& tree, File& file, const CheckInterrupt& check_interrupt) {
-  try {
-    auto reader = tree.open(file.name, check_interrupt);
-    if (!reader) return;
-    LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
-    // Without capacity for all lines, growing would move millions between two interruption checks.
-    file.lines.reserve(file.numbers.size());
-    for (const std::int64_t number : file.numbers) {
-      auto line = finder.find(number);
-      if (!line) break;
-      file.lines.emplace_back(number, std::move(*line));
-    }
-  } catch (const Unreadable& error) {
-    file.lines.clear();
-    file.failure = error.what();
+  auto reader = tree.open(file.name, check_interrupt);
+  if (!reader) return;
+  LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
+  // Without capacity for all lines, growing would move millions between two interruption checks.
+  file.lines.reserve(file.numbers.size());
+  for (const std::int64_t number : file.numbers) {
+    auto line = finder.find(number);
+    if (!line) return;
+    file.lines.push_back(std::move(*line));
   }
 }
 
-/// Returns the error of the file at which reading ended early; null if all were read.
-std::exception_ptr read_files(const WorkTree& tree, std::span<File> files,
-                              const CheckInterrupt& check_interrupt, detail::WorkMeter& meter) {
+/// Returns the symlink loop at which reading ended early; nothing if all files were read.
+std::optional<SymlinkLoop> read_files(const WorkTree& tree, std::span<File> files,
+                                      const CheckInterrupt& check_interrupt,
+                                      detail::WorkMeter& meter) {
   for (File& file : files) {
     sort_unique(file.numbers, meter);
     try {
       read_lines(tree, file, check_interrupt);
-    } catch (const SymlinkLoop&) {
-      return std::current_exception();
+    } catch (const Unreadable& error) {
+      file.lines.clear();
+      file.failure = error.what();
+    } catch (const SymlinkLoop& loop) {
+      return loop;
     }
   }
-  return nullptr;
+  return {};
 }
 
 }  // namespace
@@ -135,21 +102,21 @@ std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> pl
                                  const CodeLinesHooks& hooks) {
   detail::WorkMeter meter(hooks.check_interrupt);
   std::vector<File> files = grouped_by_file(places, hooks, meter);
-  std::exception_ptr symlink_loop;
+  std::optional<SymlinkLoop> symlink_loop;
   hooks.while_reading(
       [&] { symlink_loop = read_files(tree, files, hooks.check_interrupt, meter); });
+  std::size_t count = 0;
   for (const File& file : files) {
     if (!file.failure.empty()) hooks.not_read(file.path, file.failure);
+    count += file.lines.size();
   }
-  if (symlink_loop) std::rethrow_exception(symlink_loop);
-  std::size_t count = 0;
-  for (const File& file : files) count += file.lines.size();
+  if (symlink_loop) throw *symlink_loop;
   std::vector<CodeLine> lines;
   lines.reserve(count);
   for (File& file : files) {
-    for (auto& [number, text] : file.lines) {
+    for (std::size_t i = 0; i < file.lines.size(); ++i) {
       meter.add(sizeof(CodeLine));
-      lines.push_back({{file.path, number}, std::move(text)});
+      lines.push_back({{file.path, file.numbers[i]}, std::move(file.lines[i])});
     }
   }
   return lines;
