@@ -2,6 +2,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "code_lines.h"
@@ -15,28 +16,38 @@
 namespace mcp_responses {
 namespace {
 
-/// Releases the GIL for its lifetime.
-class GilReleased {
+/// Runs functions without the GIL, and signal handlers at most every 50 ms.
+class Reading {
  public:
-  GilReleased() noexcept : thread_(PyEval_SaveThread()) {}
-  GilReleased(const GilReleased&) = delete;
-  GilReleased& operator=(const GilReleased&) = delete;
-  ~GilReleased() { acquire(); }
-
-  /// Takes the GIL to run the handlers of pending signals. Throws `PythonError`.
-  void check_signals() {
-    acquire();
-    const int status = call_python(PyErr_CheckSignals);
+  template <class Function>
+  void without_gil(const Function& function) {
+    struct AcquireAtEnd {
+      Reading& reading;
+      ~AcquireAtEnd() { reading.acquire_gil(); }
+    } const acquire_at_end{*this};
     thread_ = PyEval_SaveThread();
-    if (status < 0) throw PythonError();
+    function();
+  }
+
+  /// May be called with and without the GIL. Throws `PythonError`, with the GIL.
+  void check_signals() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_check_ < std::chrono::milliseconds(50)) return;
+    last_check_ = now;
+    const bool was_released = thread_ != nullptr;
+    acquire_gil();
+    mcp_responses::check_signals();
+    if (was_released) thread_ = PyEval_SaveThread();
   }
 
  private:
-  void acquire() noexcept {
-    call_python([this] { PyEval_RestoreThread(thread_); });
+  void acquire_gil() noexcept {
+    PyThreadState* const thread = std::exchange(thread_, nullptr);
+    if (thread != nullptr) call_python([thread] { PyEval_RestoreThread(thread); });
   }
 
-  PyThreadState* thread_;
+  PyThreadState* thread_ = nullptr;  // while the GIL is released
+  std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
 };
 
 /// The path in the file system's encoding, like `os.fsencode`. Throws `NulInPath`.
@@ -93,33 +104,6 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
   checked(PyObject_CallMethod, logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
           path_text.get(), reason_text.get());
 }
-
-/// Runs functions without the GIL, and signal handlers at most every 50 ms.
-class Reading {
- public:
-  template <class Function>
-  void without_gil(const Function& function) {
-    GilReleased released;
-    released_ = &released;
-    function();
-    released_ = nullptr;
-  }
-  /// May be called with and without the GIL.
-  void check_signals() {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - last_check_ < std::chrono::milliseconds(50)) return;
-    last_check_ = now;
-    if (released_ != nullptr) {
-      released_->check_signals();
-    } else {
-      mcp_responses::check_signals();
-    }
-  }
-
- private:
-  GilReleased* released_ = nullptr;  // while the GIL is released
-  std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
-};
 
 }  // namespace
 
