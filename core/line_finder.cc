@@ -14,7 +14,7 @@ namespace {
 
 /// True for the characters at which Python's `splitlines` ends a line.
 bool is_line_break(std::uint32_t code_point) {
-  return code_point - 0x0A <= 0x0D - 0x0A || code_point - 0x1C <= 0x1E - 0x1C ||
+  return (code_point >= 0x0A && code_point <= 0x0D) || (code_point >= 0x1C && code_point <= 0x1E) ||
          code_point == 0x85 || code_point == 0x2028 || code_point == 0x2029;
 }
 

@@ -122,18 +122,19 @@ std::optional<FileReader> WorkTree::open(std::string_view path,
   assert(path.find('\0') == path.npos);
   // Most paths contain neither symlinks nor "..". They are opened without being resolved.
   if (is_plain(path)) {
-    auto result = open_resolved(root_ + '/' + std::string(path), check_interrupt);
+    auto result = open_file(root_ + '/' + std::string(path), check_interrupt);
     if (auto* const reader = std::get_if<FileReader>(&result)) return std::move(*reader);
   }
   const std::string target = resolved_path(root_, path, check_interrupt);
   if (target != root_ && !target.starts_with(root_ + '/')) return {};
-  auto result = open_resolved(target.empty() ? "/" : target, check_interrupt);
+  auto result = open_file(target.empty() ? "/" : target, check_interrupt);
   if (const auto* const error = std::get_if<Unreadable>(&result)) throw *error;
   return std::get<FileReader>(std::move(result));
 }
 
-/// Checks a file before opening it: opening a FIFO would be visible to the process at its other end.
-std::variant<FileReader, Unreadable> WorkTree::open_resolved(
+/// Checks the file before opening it: opening a FIFO would be visible to the process at its other end.
+/// Returns an error instead of throwing it, because `open` may have to resolve the path first.
+std::variant<FileReader, Unreadable> WorkTree::open_file(
     std::string path, const CheckInterrupt& check_interrupt) const {
   for (;;) {
     struct stat checked {};

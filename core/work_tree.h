@@ -88,8 +88,8 @@ class WorkTree {
       std::string_view path, const CheckInterrupt& check_interrupt = [] {}) const;
 
  private:
-  std::variant<FileReader, Unreadable> open_resolved(std::string path,
-                                                     const CheckInterrupt& check_interrupt) const;
+  std::variant<FileReader, Unreadable> open_file(std::string path,
+                                                 const CheckInterrupt& check_interrupt) const;
 
   std::string root_;  // resolved; "" for "/"
   Opening opening_;
