@@ -1,47 +1,27 @@
 // Paths into a small tree of symlinks: both ways of opening agree with a model of the tree.
+#include <iterator>
+#include <sstream>
+
 #include "contract.h"
 #include "models/link_tree.h"
 
 namespace mcp_responses {
 namespace {
 
-std::string any_path(models::Choices& choices, const std::string& base) {
-  std::string path = choices.below(8) == 7 ? base + "/root/" : "";
+std::vector<std::string> names_in(const models::LinkTree& tree) {
+  std::istringstream names(
+      ".. . a.py sub deep b.py c.py root root2 outside s.py file dir abs up out absout self ping "
+      "dangling chain chain2 top whole slashed back into pipe missing through_gone");
+  std::vector<std::string> all{std::istream_iterator<std::string>(names), {}};
+  all.insert(all.end(), {"", tree.base().substr(1)});
+  return all;
+}
+
+std::string any_path(models::Choices& choices, const models::LinkTree& tree) {
+  static const std::vector<std::string> names = names_in(tree);
+  std::string path = choices.below(8) == 7 ? tree.root() + "/" : "";
   for (int parts = 0; parts < 64 && !choices.used_up(); ++parts) {
-    path += choices.one_of<std::string_view>({"..",
-                                              ".",
-                                              "a.py",
-                                              "sub",
-                                              "deep",
-                                              "b.py",
-                                              "c.py",
-                                              "root",
-                                              "root2",
-                                              "outside",
-                                              "s.py",
-                                              "file",
-                                              "dir",
-                                              "abs",
-                                              "up",
-                                              "out",
-                                              "absout",
-                                              "self",
-                                              "ping",
-                                              "dangling",
-                                              "chain",
-                                              "chain2",
-                                              "top",
-                                              "whole",
-                                              "slashed",
-                                              "back",
-                                              "into",
-                                              "pipe",
-                                              "missing",
-                                              "through_gone",
-                                              "through_file",
-                                              "",
-                                              "a",
-                                              std::string_view(base).substr(1)});
+    path += names[choices.below(names.size())];
     if (choices.below(8) != 7) path += '/';
   }
   return path;
@@ -52,7 +32,7 @@ std::string any_path(models::Choices& choices, const std::string& base) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const models::LinkTree tree;
   models::Choices choices(contract::bytes_of(data, size));
-  const std::string path = any_path(choices, tree.base());
+  const std::string path = any_path(choices, tree);
 
   const std::string expected = tree.read(path);
   for (const auto opening : {WorkTree::Opening::openat2, WorkTree::Opening::folder_by_folder}) {
@@ -61,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                                 path),
                             expected, "reading " + path);
   }
-  if (expected == "loop") return 0;
+  if (expected.starts_with("Symlink loop")) return 0;
   const std::string whole = path.starts_with('/') ? path : tree.base() + "/into/" + path;
   contract::require_equal(resolved_path("", whole), tree.resolved("", whole), "resolving " + whole);
   return 0;

@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -20,14 +21,20 @@
 namespace models {
 
 /// The whole content of a file, or nothing if its path leaves the root.
-inline std::optional<std::string> content(const mcp_responses::WorkTree& tree,
-                                          const std::string& path) {
-  auto reader = tree.open(path);
+inline std::optional<std::string> content(
+    const mcp_responses::WorkTree& tree, const std::string& path,
+    const mcp_responses::CheckInterrupt& check_interrupt = [] {}) {
+  auto reader = tree.open(path, check_interrupt);
   if (!reader) return {};
   std::string bytes;
   std::array<char, 5000> buffer;
-  while (const std::size_t count = reader->read(buffer)) bytes.append(buffer.data(), count);
+  while (const std::size_t count = reader->read(buffer, check_interrupt))
+    bytes.append(buffer.data(), count);
   return bytes;
+}
+
+inline void write(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
 }
 
 /// The result of reading a file, as `LinkTree::read` gives it.
@@ -36,10 +43,16 @@ inline std::string read_result(const mcp_responses::WorkTree& tree, const std::s
     return content(tree, path).value_or("outside");
   } catch (const mcp_responses::Unreadable&) {
     return "unreadable";
-  } catch (const mcp_responses::SymlinkLoop&) {
-    return "loop";
+  } catch (const mcp_responses::SymlinkLoop& error) {
+    return error.what();
   }
 }
+
+/// The name of a test's parameter.
+inline constexpr auto opening_name = [](const auto& test) {
+  const bool has_openat2 = test.param == mcp_responses::WorkTree::Opening::openat2;
+  return has_openat2 ? "openat2" : "folder_by_folder";
+};
 
 class LinkTree {
  public:
@@ -52,29 +65,18 @@ class LinkTree {
     for (const char* file :
          {"root/a.py", "root/sub/b.py", "root/sub/deep/c.py", "root2/a.py", "outside/s.py"}) {
       files_[base_ + "/" + file] = file;
-      std::ofstream(base_ + "/" + file) << file;
+      write(base_ + "/" + file, file);
     }
-    const std::pair<const char*, std::string> links[] = {
-        {"root/file", "a.py"},
-        {"root/dir", "sub"},
-        {"root/abs", base_ + "/root/sub/b.py"},
-        {"root/up", ".."},
-        {"root/out", "../outside/s.py"},
-        {"root/absout", base_ + "/outside"},
-        {"root/self", "self"},
-        {"root/ping", "pong"},
-        {"root/pong", "./ping"},
-        {"root/through_gone", "gone/../through_gone"},
-        {"root/through_file", "a.py/../through_file"},
-        {"root/dangling", "missing/x"},
-        {"root/chain", "file"},
-        {"root/chain2", "up/root/dir/../chain"},
-        {"root/sub/top", "../.."},
-        {"root/whole", "/"},
-        {"root/slashed", "sub//deep/"},
-        {"root/back", "absout/../root/a.py"},
-        {"into", "root"}};
-    for (const auto& [name, target] : links) {
+    // Names and targets; "$" is the base.
+    std::istringstream links(
+        "root/file a.py  root/chain file  root/chain2 up/root/dir/../chain  root/dir sub  into "
+        "root "
+        "root/slashed sub//deep/  root/abs $/root/sub/b.py  root/up ..  root/sub/top ../.. "
+        "root/whole /  root/out ../outside/s.py  root/absout $/outside  root/dangling missing/x "
+        "root/back absout/../root/a.py  root/self self  root/ping pong  root/pong ./ping "
+        "root/through_gone gone/../through_gone  root/through_file a.py/../through_file");
+    for (std::string name, target; links >> name >> target;) {
+      if (target.front() == '$') target.replace(0, 1, base_);
       links_[base_ + "/" + name] = target;
       std::filesystem::create_symlink(target, base_ + "/" + name);
     }
@@ -96,7 +98,8 @@ class LinkTree {
     if (!walk(end, path, open)) {
       std::error_code error;
       const bool exists = std::filesystem::exists(end, error);
-      if (error == std::errc::too_many_symbolic_link_levels) return "loop";
+      if (error == std::errc::too_many_symbolic_link_levels)
+        return "Symlink loop from '" + end + "'";
       const std::string literal = end;
       if (!exists) return literal;
       open.clear();
@@ -106,10 +109,10 @@ class LinkTree {
     return end;
   }
 
-  /// The content of a file, or "loop", "outside" or "unreadable".
+  /// The content of a file, "outside", "unreadable", or the text for a symlink loop.
   std::string read(const std::string& path) const {
     std::string target = resolved(root(), path);
-    if (target == "loop") return target;
+    if (target.starts_with("Symlink loop")) return target;
     if (target != root() && !target.starts_with(root() + "/")) return "outside";
     const auto file = files_.find(target);
     return file == files_.end() ? "unreadable" : file->second;

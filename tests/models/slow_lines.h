@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "line_finder.h"
+#include "random_input.h"
 #include "slow_cuts.h"
 
 namespace models {
@@ -84,8 +86,17 @@ inline auto in_pieces(std::string text, std::size_t size) {
   };
 }
 
-inline std::u32string displayed_line(const std::u32string& line) {
-  return cut(stripped(line), 200);
+/// Reads a file in pieces and finds every `step`-th line of it, and one after the last. Returns the
+/// number of the first line that is wrong, or 0.
+inline std::size_t wrong_line(const std::string& file, std::size_t piece_size, std::size_t step) {
+  const auto lines = split_lines(decoded(file));
+  mcp_responses::LineFinder finder(in_pieces(file, piece_size));
+  std::size_t number = step;
+  for (; number <= lines.size(); number += step) {
+    const auto line = finder.find(static_cast<std::int64_t>(number));
+    if (!line || code_points_of(*line) != cut(stripped(lines[number - 1]), 200)) return number;
+  }
+  return finder.find(static_cast<std::int64_t>(number)) ? number : 0;
 }
 
 }  // namespace models

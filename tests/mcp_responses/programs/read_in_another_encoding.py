@@ -1,6 +1,6 @@
-"""read_in_another_encoding.py FOLDER ENCODING: names are those that the interpreter's own file system encoding makes.
+"""read_in_another_encoding.py FOLDER ENCODING: file names have the encoding of the interpreter's file system.
 
-FOLDER, whose name is é in that encoding, holds a file of that name, é.py.
+FOLDER contains one file.
 """
 
 import os
