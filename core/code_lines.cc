@@ -110,7 +110,7 @@ std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> pl
     if (!file.failure.empty()) hooks.not_read(file.path, file.failure);
     count += file.lines.size();
   }
-  if (symlink_loop) throw *symlink_loop;
+  if (symlink_loop) throw SymlinkLoop(*symlink_loop);
   std::vector<CodeLine> lines;
   lines.reserve(count);
   for (File& file : files) {
