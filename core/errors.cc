@@ -11,26 +11,21 @@ std::string_view python_type_name(Kind kind) noexcept {
   return names[static_cast<std::size_t>(kind)];
 }
 
-std::string joined(std::initializer_list<std::string_view> pieces) {
-  std::string text;
-  for (const std::string_view piece : pieces) text += piece;
-  return text;
+std::string_view kind_name(Kind kind) noexcept {
+  constexpr std::array<std::string_view, 7> names{"null",   "boolean", "integer", "float",
+                                                  "string", "list",    "object"};
+  return names[static_cast<std::size_t>(kind)];
 }
 
 std::string kind_error_message(std::string_view path, std::initializer_list<Kind> expected,
                                Kind actual) {
   std::vector<std::string_view> names;
   for (const Kind kind : expected) names.push_back(kind_name(kind));
-  return joined({path, " must be ", alternatives(names), ", not ", kind_name(actual)});
+  return std::string(path) + " must be " + alternatives(names) + ", not " +
+         std::string(kind_name(actual));
 }
 
 }  // namespace
-
-std::string_view kind_name(Kind kind) noexcept {
-  constexpr std::array<std::string_view, 7> names{"null",   "boolean", "integer", "float",
-                                                  "string", "list",    "object"};
-  return names[static_cast<std::size_t>(kind)];
-}
 
 std::string alternatives(std::span<const std::string_view> names) {
   std::string text;
@@ -48,7 +43,8 @@ KindError::KindError(std::string_view path, std::initializer_list<Kind> expected
       actual_(actual) {}
 
 AttributeMissing::AttributeMissing(std::string_view type, std::string_view attribute)
-    : std::invalid_argument(joined({"'", type, "' object has no attribute '", attribute, "'"})) {}
+    : std::invalid_argument("'" + std::string(type) + "' object has no attribute '" +
+                            std::string(attribute) + "'") {}
 
 AttributeMissing::AttributeMissing(Kind kind, std::string_view attribute)
     : AttributeMissing(python_type_name(kind), attribute) {}

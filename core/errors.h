@@ -13,9 +13,6 @@
 
 namespace mcp_responses {
 
-/// "null", "boolean", "integer", "float", "string", "list" or "object".
-std::string_view kind_name(Kind kind) noexcept;
-
 /// "a", "a or b", "a, b or c".
 std::string alternatives(std::span<const std::string_view> names);
 

@@ -1,5 +1,6 @@
 #include "detail/utf8.h"
 
+#include <array>
 #include <cassert>
 
 #include "text.h"
@@ -49,28 +50,12 @@ std::uint32_t decode_next(std::string_view bytes, std::size_t& position) noexcep
 
 char* encode_utf8(std::uint32_t code_point, char* out) noexcept {
   assert(code_point <= 0x10FFFF && !is_surrogate(code_point));
-  const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
-  const auto put_continuation = [&](unsigned shift) { put(0x80 | (code_point >> shift & 0x3F)); };
-  switch (utf8_size(code_point)) {
-    case 1:
-      put(code_point);
-      break;
-    case 2:
-      put(0xC0 | code_point >> 6);
-      put_continuation(0);
-      break;
-    case 3:
-      put(0xE0 | code_point >> 12);
-      put_continuation(6);
-      put_continuation(0);
-      break;
-    default:
-      put(0xF0 | code_point >> 18);
-      put_continuation(12);
-      put_continuation(6);
-      put_continuation(0);
-  }
-  return out;
+  constexpr std::array<std::uint32_t, 5> lead_bits{0, 0, 0xC0, 0xE0, 0xF0};  // by size
+  const std::size_t size = utf8_size(code_point);
+  for (std::size_t i = size - 1; i > 0; --i, code_point >>= 6)
+    out[i] = static_cast<char>(0x80 | (code_point & 0x3F));
+  out[0] = static_cast<char>(lead_bits[size] | code_point);
+  return out + size;
 }
 
 }  // namespace mcp_responses::detail
