@@ -13,6 +13,7 @@
 namespace mcp_responses {
 
 class Value;
+struct StringLiteral;
 struct TextView;
 
 enum class Kind : std::uint8_t { null, boolean, integer, real, string, list, object };
@@ -21,7 +22,8 @@ union Payload {
   bool boolean;
   std::int64_t integer;
   double real;
-  const void* pointer;
+  const StringLiteral* literal;
+  void* pointer;  // storage of this library, or a foreign object
 };
 
 /// The operations of one representation of one kind. An operation is null where the table has a dash:

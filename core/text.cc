@@ -19,19 +19,11 @@ struct TextStorage {
   std::size_t size;
   Repertoire repertoire;
 
-  TextStorage(std::size_t code_points, Repertoire highest) noexcept
-      : size(code_points), repertoire(highest) {}
-  static TextStorage* allocate(std::size_t code_points, Repertoire highest) {
-    const std::size_t unit = unit_size(highest);
-    if (code_points > (SIZE_MAX / 2 - sizeof(TextStorage)) / unit) throw std::bad_alloc();
-    void* const memory = ::operator new(sizeof(TextStorage) + code_points * unit);
-    return ::new (memory) TextStorage(code_points, highest);
-  }
   void* units() noexcept { return this + 1; }
 };
 
 TextStorage* storage_in(Payload payload) noexcept {
-  return static_cast<TextStorage*>(const_cast<void*>(payload.pointer));
+  return static_cast<TextStorage*>(payload.pointer);
 }
 
 void retain_text(Payload payload) noexcept { storage_in(payload)->owners.add(); }
@@ -46,9 +38,8 @@ TextView view_text(Payload payload) noexcept {
   return {storage->units(), storage->size, storage->repertoire};
 }
 
-TextView view_literal(Payload payload) noexcept {
-  return static_cast<const StringLiteral*>(payload.pointer)->view();
-}
+constexpr ValueOps text_ops{
+    .kind = Kind::string, .retain = retain_text, .release = release_text, .text = view_text};
 
 constexpr StringLiteral empty_literal{"", 0};
 
@@ -57,7 +48,7 @@ Text decoded(std::string_view utf8) {
   code_points.reserve(utf8.size());
   for (std::size_t position = 0; position < utf8.size();)
     code_points.push_back(detail::decode_next(utf8, position));
-  return Text::copy_of(std::span<const std::uint32_t>(code_points));
+  return Text::copy_of({code_points.data(), code_points.size(), Repertoire::full});
 }
 
 /// The smallest repertoire that contains all characters.
@@ -82,18 +73,12 @@ To* copy_units(const TextView& view, To* to) noexcept {
   });
 }
 
-template <class To>
-void join_units(const TextView& first, const TextView& second, void* to) noexcept {
-  copy_units(second, copy_units(first, static_cast<To*>(to)));
-}
-
 }  // namespace
 
 const ValueOps null_ops{.kind = Kind::null,
                         .text = [](Payload) noexcept { return empty_literal.view(); }};
-const ValueOps text_ops{
-    .kind = Kind::string, .retain = retain_text, .release = release_text, .text = view_text};
-const ValueOps literal_ops{.kind = Kind::string, .text = view_literal};
+const ValueOps literal_ops{
+    .kind = Kind::string, .text = [](Payload payload) noexcept { return payload.literal->view(); }};
 
 char32_t TextView::operator[](std::size_t position) const {
   assert(position < size);
@@ -101,16 +86,7 @@ char32_t TextView::operator[](std::size_t position) const {
                      [position](auto units) { return static_cast<char32_t>(units[position]); });
 }
 
-TextView TextView::slice(std::size_t position, std::size_t count) const {
-  assert(position <= size && count <= size - position);
-  return {static_cast<const char*>(data) + position * unit_size(repertoire), count, repertoire};
-}
-
-bool operator==(const TextView& a, const TextView& b) noexcept {
-  if (a.size != b.size || a.repertoire != b.repertoire) return false;
-  return a.data == b.data || a.size == 0 ||
-         std::memcmp(a.data, b.data, a.size * unit_size(a.repertoire)) == 0;
-}
+bool operator==(const TextView& a, const TextView& b) noexcept { return (a <=> b) == 0; }
 
 std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept {
   if (a.size != b.size) return a.size <=> b.size;
@@ -127,36 +103,25 @@ Repertoire joined_repertoire(const TextView& first, const TextView& second) noex
 
 void join(const TextView& first, const TextView& second, Repertoire repertoire, void* to) noexcept {
   assert(joined_repertoire(first, second) <= repertoire);
-  switch (unit_size(repertoire)) {
-    case 1:
-      return join_units<std::uint8_t>(first, second, to);
-    case 2:
-      return join_units<std::uint16_t>(first, second, to);
-    default:
-      return join_units<std::uint32_t>(first, second, to);
-  }
+  visit_unit_type(repertoire, [&]<class Unit>(Unit) {
+    copy_units(second, copy_units(first, static_cast<Unit*>(to)));
+  });
 }
 
 Text::Text() noexcept : Text(empty_literal) {}
 
 Text::Text(std::string_view utf8) : Text(decoded(utf8)) {}
 
-Text Text::copy_of(std::span<const std::uint8_t> units) {
-  return copy_of({units.data(), units.size(), Repertoire::latin1});
-}
-Text Text::copy_of(std::span<const std::uint16_t> units) {
-  return copy_of({units.data(), units.size(), Repertoire::bmp});
-}
-Text Text::copy_of(std::span<const std::uint32_t> units) {
-  return copy_of({units.data(), units.size(), Repertoire::full});
-}
 Text Text::copy_of(const TextView& view) { return joined(view, {}); }
 
 Text Text::joined(const TextView& first, const TextView& second) {
   const std::size_t size = first.size + second.size;
   if (size == 0) return {};
   const Repertoire repertoire = joined_repertoire(first, second);
-  TextStorage* const storage = TextStorage::allocate(size, repertoire);
+  // The size cannot overflow: both texts are in memory, and units get at most four times as wide.
+  void* const memory = ::operator new(sizeof(TextStorage) + size * unit_size(repertoire));
+  auto* const storage =
+      ::new (memory) TextStorage{.owners = {}, .size = size, .repertoire = repertoire};
   join(first, second, repertoire, storage->units());
   return {text_ops, Payload{.pointer = storage}};
 }

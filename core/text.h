@@ -41,7 +41,10 @@ struct TextView {
   char32_t operator[](std::size_t position) const;
   /// `count` code points from `position`, with the repertoire of this view. Requires that the view
   /// contains them.
-  TextView slice(std::size_t position, std::size_t count) const;
+  TextView slice(std::size_t position, std::size_t count) const {
+    assert(position <= size && count <= size - position);
+    return {static_cast<const char*>(data) + position * unit_size(repertoire), count, repertoire};
+  }
 };
 
 /// True if both have the same code points. Requires exact repertoires.
@@ -51,17 +54,25 @@ bool operator==(const TextView& a, const TextView& b) noexcept;
 /// order is fast for any keys; a hash table is slow for keys that were chosen to collide.
 std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept;
 
+/// Calls `visitor` with a zero of the type of a repertoire's units.
+template <class Visitor>
+decltype(auto) visit_unit_type(Repertoire repertoire, Visitor&& visitor) {
+  switch (unit_size(repertoire)) {
+    case 1:
+      return visitor(std::uint8_t{});
+    case 2:
+      return visitor(std::uint16_t{});
+    default:
+      return visitor(std::uint32_t{});
+  }
+}
+
 /// Calls `visitor` with the view's units, as a span of std::uint8_t, std::uint16_t or std::uint32_t.
 template <class Visitor>
 decltype(auto) visit_units(const TextView& view, Visitor&& visitor) {
-  switch (unit_size(view.repertoire)) {
-    case 1:
-      return visitor(std::span(static_cast<const std::uint8_t*>(view.data), view.size));
-    case 2:
-      return visitor(std::span(static_cast<const std::uint16_t*>(view.data), view.size));
-    default:
-      return visitor(std::span(static_cast<const std::uint32_t*>(view.data), view.size));
-  }
+  return visit_unit_type(view.repertoire, [&]<class Unit>(Unit) -> decltype(auto) {
+    return visitor(std::span(static_cast<const Unit*>(view.data), view.size));
+  });
 }
 
 /// The exact repertoire of the concatenation of two texts.
@@ -79,8 +90,7 @@ struct StringLiteral {
   constexpr TextView view() const { return {data, size, Repertoire::ascii}; }
 };
 
-/// The operations of texts that this library allocates, and of literals.
-extern const ValueOps text_ops;
+/// The operations of literals.
 extern const ValueOps literal_ops;
 
 class Text : public Handle {
@@ -89,19 +99,18 @@ class Text : public Handle {
   Text() noexcept;
   /// Refers to the literal. Requires static storage.
   explicit Text(const StringLiteral& literal) noexcept
-      : Handle(literal_ops, Payload{.pointer = &literal}) {}
+      : Handle(literal_ops, Payload{.literal = &literal}) {}
+  explicit Text(const StringLiteral&&) = delete;
   /// Decodes UTF-8. Each maximal subpart of an ill-formed sequence becomes U+FFFD (the Unicode
   /// Standard, section 3.9).
   explicit Text(std::string_view utf8);
+  explicit Text(std::nullptr_t) = delete;
   /// Takes over one reference to a text in any representation. Requires `ops.kind == Kind::string`.
   Text(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {
     assert(ops.kind == Kind::string);
   }
 
-  /// Copies code points to the narrowest units.
-  static Text copy_of(std::span<const std::uint8_t> units);
-  static Text copy_of(std::span<const std::uint16_t> units);
-  static Text copy_of(std::span<const std::uint32_t> units);
+  /// A copy in the narrowest units.
   static Text copy_of(const TextView& view);
   /// The concatenation of two texts, in one allocation of the exact size.
   static Text joined(const TextView& first, const TextView& second);
@@ -115,7 +124,6 @@ class Text : public Handle {
   std::string utf8() const;
 
   friend bool operator==(const Text& a, const Text& b) noexcept { return a.view() == b.view(); }
-  friend auto operator<=>(const Text& a, const Text& b) noexcept { return a.view() <=> b.view(); }
 };
 
 /// Thrown for a text that is to be encoded as UTF-8 and contains a surrogate.

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <map>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "detail/shared_array.h"
 #include "errors.h"
@@ -14,98 +12,71 @@
 namespace mcp_responses {
 namespace {
 
+using detail::ArrayHeader;
 using Elements = detail::SharedArray<Value>;
 using Members = detail::SharedArray<Member>;
 
-template <class Storage>
-Storage* storage_in(Payload payload) noexcept {
-  return static_cast<Storage*>(const_cast<void*>(payload.pointer));
+// The payload of a list or an object of this library is its array, or null if it is empty.
+
+ArrayHeader* array_in(Payload payload) noexcept {
+  return static_cast<ArrayHeader*>(payload.pointer);
 }
 
-template <class Storage>
-auto items_in(Payload payload) noexcept {
-  const Storage* const storage = storage_in<Storage>(payload);
-  using Items = decltype(std::span(storage->items(), storage->size()));
-  return storage == nullptr ? Items() : Items(storage->items(), storage->size());
+template <class Element>
+std::span<const Element> items_in(Payload payload) noexcept {
+  const auto* const array = static_cast<detail::SharedArray<Element>*>(array_in(payload));
+  if (array == nullptr) return {};
+  return {array->items(), array->size};
 }
 
-/// A list or an object of this library.
-struct Container {
-  const ValueOps* ops;
-  Payload payload;
-};
-void destroy(Container doomed) noexcept;
+void destroy(ArrayHeader* array) noexcept;
 
-/// The operations of this library's own lists and objects.
-template <class Storage, const ValueOps& self>
-constexpr ValueOps ops_of(Kind kind) {
+constexpr ValueOps own_container_ops(Kind kind) {
   return {.kind = kind,
-          .retain = [](Payload payload) noexcept { Storage::retain(storage_in<Storage>(payload)); },
+          .retain =
+              [](Payload payload) noexcept {
+                if (ArrayHeader* const array = array_in(payload)) array->owners.add();
+              },
           .release =
               [](Payload payload) noexcept {
-                if (Storage::release(storage_in<Storage>(payload))) destroy({&self, payload});
+                ArrayHeader* const array = array_in(payload);
+                if (array != nullptr && array->owners.remove()) destroy(array);
               },
-          .size = [](Payload payload) noexcept { return items_in<Storage>(payload).size(); }};
+          .size = [](Payload payload) noexcept -> std::size_t {
+            const ArrayHeader* const array = array_in(payload);
+            return array == nullptr ? 0 : array->size;
+          }};
 }
 
-extern const ValueOps list_ops;
-extern const ValueOps object_ops;
-constinit const ValueOps list_ops = ops_of<Elements, list_ops>(Kind::list);
-constinit const ValueOps object_ops = ops_of<Members, object_ops>(Kind::object);
+constinit const ValueOps list_ops = own_container_ops(Kind::list);
+constinit const ValueOps object_ops = own_container_ops(Kind::object);
 
 Value& value_in(Value& element) noexcept { return element; }
 Value& value_in(Member& member) noexcept { return member.value; }
 
-bool is_container(const Value& value) noexcept {
-  return &value.ops() == &list_ops || &value.ops() == &object_ops;
+/// Destroys an array, but adds those arrays in it that lose their last owner by that to the list
+/// `doomed`.
+template <class Array>
+void destroy_shallow(Array* array, ArrayHeader*& doomed) noexcept {
+  for (auto& item : std::span(array->items(), array->size)) {
+    Value& value = value_in(item);
+    if (&value.ops() != &list_ops && &value.ops() != &object_ops) continue;
+    ArrayHeader* const inner = array_in(value.payload());
+    if (inner != nullptr && inner->owners.remove()) inner->next = std::exchange(doomed, inner);
+    std::construct_at(&value);  // it is no longer an owner
+  }
+  Array::destroy(array);
 }
 
-/// Calls `visitor` with the container's storage.
-template <class Visitor>
-auto visit_storage(const Container& container, Visitor visitor) noexcept {
-  return container.ops == &list_ops ? visitor(storage_in<Elements>(container.payload))
-                                    : visitor(storage_in<Members>(container.payload));
-}
-
-/// Destroys the elements after the last one that is a container, and returns that one. If there is
-/// none, destroys all elements and the storage, and returns null.
-Value* destroy_to_last_container(const Container& doomed) noexcept {
-  return visit_storage(doomed, [](auto* storage) -> Value* {
-    for (; storage->size() > 0; storage->remove_last()) {
-      Value& last = value_in(storage->last());
-      if (is_container(last)) return &last;
-    }
-    storage->free();
-    return nullptr;
-  });
-}
-
-/// Removes an owner. Returns true if it was the last one.
-bool release(const Container& container) noexcept {
-  return visit_storage(container, [](auto* storage) { return storage->release(storage); });
-}
-
-/// Frees a container without owners, and the containers in it that lose their last owner by that. The
-/// stack does not grow with the depth, because of pointer reversal (Schorr and Waite, 1967): while a
-/// container is being freed, its handle in the outer container refers to the next outer one.
-void destroy(Container doomed) noexcept {
-  Container outer{&null_ops, {.pointer = nullptr}};
-  for (;;) {
-    if (Value* const last = destroy_to_last_container(doomed)) {
-      const Container inner{&last->ops(), last->payload()};
-      if (release(inner)) {
-        std::construct_at(last, *outer.ops, outer.payload);
-        outer = std::exchange(doomed, inner);
-      } else {
-        std::construct_at(last);
-      }
+/// Destroys an array without owners. The arrays in it are destroyed in a loop, because recursion would
+/// need as much stack as values are deep.
+void destroy(ArrayHeader* array) noexcept {
+  for (ArrayHeader* doomed = array; doomed != nullptr;) {
+    ArrayHeader* const next = std::exchange(doomed, doomed->next);
+    if (next->has_members) {
+      destroy_shallow(static_cast<Members*>(next), doomed);
     } else {
-      if (outer.ops == &null_ops) return;
-      doomed = outer;
-      Value* const reversed =
-          visit_storage(doomed, [](auto* storage) -> Value* { return &value_in(storage->last()); });
-      outer = {&reversed->ops(), reversed->payload()};
-      std::construct_at(reversed);
+      destroy_shallow(static_cast<Elements*>(next), doomed);
     }
   }
 }
@@ -115,7 +86,7 @@ bool is_number(Kind kind) {
 }
 
 /// Compares exactly, without rounding the integer to a float.
-bool equal(std::int64_t integer, double real) {
+bool equal_number(std::int64_t integer, double real) {
   constexpr double limit = 9223372036854775808.0;  // 2 to the 63rd
   return real >= -limit && real < limit && std::trunc(real) == real &&
          static_cast<std::int64_t>(real) == integer;
@@ -125,48 +96,37 @@ bool equal_numbers(const Value& a, const Value& b) {
   const auto real_a = a.real();
   const auto real_b = b.real();
   if (real_a && real_b) return *real_a == *real_b;
-  if (real_a) return equal(*b.whole(), *real_a);
-  if (real_b) return equal(*a.whole(), *real_b);
+  if (real_a) return equal_number(*b.whole(), *real_a);
+  if (real_b) return equal_number(*a.whole(), *real_b);
   return *a.whole() == *b.whole();
 }
 
-/// Two values to be compared, and the number of containers around each.
-struct Pair {
-  Value a;
-  Value b;
-  std::size_t levels = 0;
-};
+/// Compares values in `levels` lists or objects. The recursion ends at the nesting limit.
+bool equal(const Value& a, const Value& b, std::size_t levels);
 
-/// Compares kinds and contents, but only the sizes of lists and objects.
-bool equal_shallow(const Value& a, const Value& b) {
-  if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
-  if (a.kind() != b.kind()) return false;
-  if (a.kind() != Kind::string) return a.size() == b.size();
-  return *a.view() == *b.view();
+bool equal_lists(const List& a, const List& b, std::size_t levels) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [levels](const Value& x, const Value& y) { return equal(x, y, levels); });
 }
 
-/// Adds the pairs of elements, or of members with the same key, of two lists or objects of the same
-/// size. A value without a counterpart is paired with NaN, which equals nothing.
-void add_contents(const Pair& outer, std::vector<Pair>& contents) {
-  check_nesting(outer.levels);
-  const std::size_t levels = outer.levels + 1;
-  const Value unequal = std::numeric_limits<double>::quiet_NaN();
-  if (outer.a.kind() == Kind::list) {
-    const List a = *outer.a.list();
-    const List b = *outer.b.list();
-    // The conversion of a foreign list may run code that changes the other one.
-    if (a.size() != b.size()) return contents.push_back({unequal, unequal, levels});
-    for (std::size_t i = 0; i < a.size(); ++i) contents.push_back({a[i], b[i], levels});
-    return;
-  }
-  const Object a = *outer.a.object();
-  const Object b = *outer.b.object();
+bool equal_objects(const Object& a, const Object& b, std::size_t levels) {
+  if (a.size() != b.size()) return false;
   std::map<TextView, const Value*> by_key;
   for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
-  for (const Member& member : a) {
+  return std::all_of(a.begin(), a.end(), [&](const Member& member) {
     const auto found = by_key.find(member.key.view());
-    contents.push_back({member.value, found == by_key.end() ? unequal : *found->second, levels});
-  }
+    return found != by_key.end() && equal(member.value, *found->second, levels);
+  });
+}
+
+bool equal(const Value& a, const Value& b, std::size_t levels) {
+  if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
+  if (a.kind() != b.kind()) return false;
+  if (a.kind() == Kind::string) return *a.view() == *b.view();
+  if (a.is_null()) return true;
+  check_nesting(levels);
+  return a.kind() == Kind::list ? equal_lists(*a.list(), *b.list(), levels + 1)
+                                : equal_objects(*a.object(), *b.object(), levels + 1);
 }
 
 }  // namespace
@@ -175,22 +135,10 @@ Value::Value(List list) noexcept : Handle(std::move(list)) {}
 Value::Value(Object object) noexcept : Handle(std::move(object)) {}
 
 bool Value::truthy() const noexcept {
-  switch (kind()) {
-    case Kind::null:
-      return false;
-    case Kind::boolean:
-      return payload().boolean;
-    case Kind::integer:
-      return ops().integer(payload()) != 0;
-    case Kind::real:
-      return payload().real != 0;
-    case Kind::string:
-      return ops().text(payload()).size != 0;
-    case Kind::list:
-    case Kind::object:
-      return ops().size(payload()) != 0;
-  }
-  return false;
+  if (const auto number = whole()) return *number != 0;
+  if (const auto number = real()) return *number != 0;
+  if (const auto characters = view()) return characters->size != 0;
+  return size().value_or(0) != 0;
 }
 
 std::optional<std::int64_t> Value::whole() const noexcept {
@@ -222,12 +170,12 @@ Value Value::get(const Text& key) const {
 
 std::span<const Value> Value::elements() const noexcept {
   assert(kind() == Kind::list && !is_foreign());
-  return items_in<Elements>(payload());
+  return items_in<Value>(payload());
 }
 
 std::span<const Member> Value::members() const noexcept {
   assert(kind() == Kind::object && !is_foreign());
-  return items_in<Members>(payload());
+  return items_in<Member>(payload());
 }
 
 std::optional<std::size_t> Value::size() const noexcept {
@@ -235,22 +183,25 @@ std::optional<std::size_t> Value::size() const noexcept {
   return ops().size(payload());
 }
 
-bool operator==(const Value& a, const Value& b) {
-  if (!equal_shallow(a, b)) return false;
-  if (!a.size()) return true;
-  // An explicit stack, because values may be nested deeply.
-  std::vector<Pair> pairs;
-  add_contents({a, b}, pairs);
-  while (!pairs.empty()) {
-    const Pair pair = std::move(pairs.back());
-    pairs.pop_back();
-    if (!equal_shallow(pair.a, pair.b)) return false;
-    if (pair.a.size()) add_contents(pair, pairs);
-  }
-  return true;
+bool operator==(const Value& a, const Value& b) { return equal(a, b, 0); }
+
+template <class Element>
+std::span<const Element> Container<Element>::items() const noexcept {
+  return items_in<Element>(payload());
 }
 
-List::List() noexcept : Handle(list_ops, Payload{.pointer = nullptr}) {}
+template <class Element>
+detail::SharedArray<Element>& Container<Element>::writable(std::size_t more) {
+  using Array = detail::SharedArray<Element>;
+  Array* const array = Array::writable(static_cast<Array*>(array_in(payload())), more);
+  set_payload({.pointer = static_cast<ArrayHeader*>(array)});
+  return *array;
+}
+
+template class Container<Value>;
+template class Container<Member>;
+
+List::List() noexcept : Container(list_ops, Payload{.pointer = nullptr}) {}
 
 List List::repeated(std::size_t count, const Value& element) {
   List list;
@@ -259,21 +210,12 @@ List List::repeated(std::size_t count, const Value& element) {
   return list;
 }
 
-std::span<const Value> List::items() const noexcept { return items_in<Elements>(payload()); }
-
-List::Storage& List::writable(std::size_t more) {
-  Storage* storage = Storage::writable(storage_in<Storage>(payload()), more);
-  set_payload({.pointer = storage});
-  return *storage;
-}
-
 void List::set(std::size_t position, Value element) {
   assert(position < size());
   writable(0).items()[position] = std::move(element);
 }
 void List::append(Value element) { writable(1).add(std::move(element)); }
 void List::remove_last() { writable(0).remove_last(); }
-void List::reserve(std::size_t more) { writable(more); }
 
 void List::extend(const List& other) {
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this list
@@ -289,32 +231,27 @@ List List::first(std::size_t count) const {
   return list;
 }
 
-Object::Object() noexcept : Handle(object_ops, Payload{.pointer = nullptr}) {}
+Object::Object() noexcept : Container(object_ops, Payload{.pointer = nullptr}) {}
 
 Object::Object(std::initializer_list<Member> members) : Object() {
   reserve(members.size());
   for (const Member& member : members) set(member.key, member.value);
 }
 
-std::span<const Member> Object::items() const noexcept { return items_in<Members>(payload()); }
-
 const Member* Object::find(const Text& key) const noexcept {
   // Most keys are literals, and equal literals are mostly the same one: compare addresses first.
-  for (const Member& member : items()) {
-    if (&member.key.ops() == &literal_ops && member.key.payload().pointer == key.payload().pointer)
-      return &member;
+  if (&key.ops() == &literal_ops) {
+    for (const Member& member : items()) {
+      if (&member.key.ops() == &literal_ops &&
+          member.key.payload().literal == key.payload().literal)
+        return &member;
+    }
   }
   const TextView wanted = key.view();
   for (const Member& member : items()) {
     if (member.key.view() == wanted) return &member;
   }
   return nullptr;
-}
-
-Object::Storage& Object::writable(std::size_t more) {
-  Storage* storage = Storage::writable(storage_in<Storage>(payload()), more);
-  set_payload({.pointer = storage});
-  return *storage;
 }
 
 Value Object::get(const Text& key, const Value& fallback) const noexcept {
@@ -345,7 +282,5 @@ void Object::update(const Object& other) {
   const Object members = other;
   for (const Member& member : members) set(member.key, member.value);
 }
-
-void Object::reserve(std::size_t more) { writable(more); }
 
 }  // namespace mcp_responses

@@ -38,23 +38,18 @@ inline constexpr ValueOps integer_ops{
     .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
 inline constexpr ValueOps real_ops{.kind = Kind::real};
 
-/// The number types that become an integer without loss: all signed ones, and unsigned ones of up to
-/// 32 bits. bool and the character types are not numbers.
+/// The number types that become an integer without loss: signed ones of up to 64 bits, unsigned ones
+/// of up to 32. bool and the character types are not numbers.
 template <class Number>
-concept Integer = std::integral<Number> && !std::same_as<Number, bool> &&
-                  (std::signed_integral<Number> || sizeof(Number) < sizeof(std::int64_t)) &&
-                  !std::same_as<Number, char> && !std::same_as<Number, wchar_t> &&
-                  !std::same_as<Number, char8_t> && !std::same_as<Number, char16_t> &&
-                  !std::same_as<Number, char32_t>;
+concept Integer = std::integral<Number> && requires(Number number) {
+  std::int64_t{number};
+} && !std::same_as<Number, bool> && !std::same_as<Number, char> && !std::same_as<Number, wchar_t> &&
+    !std::same_as<Number, char8_t> && !std::same_as<Number, char16_t> &&
+    !std::same_as<Number, char32_t>;
 
 /// The number types that become a float without loss.
 template <class Number>
 concept Real = std::same_as<Number, double> || std::same_as<Number, float>;
-
-/// All other arithmetic types.
-template <class Number>
-concept OtherNumber = std::is_arithmetic_v<Number> && !Integer<Number> && !Real<Number> &&
-                      !std::same_as<Number, bool>;
 
 class Value : public Handle {
  public:
@@ -62,14 +57,15 @@ class Value : public Handle {
   Value() noexcept = default;
   Value(std::same_as<bool> auto boolean) noexcept
       : Handle(boolean_ops, Payload{.boolean = boolean}) {}
-  Value(Integer auto integer) noexcept : Handle(integer_ops, Payload{.integer = integer}) {}
-  Value(Real auto real) noexcept : Handle(real_ops, Payload{.real = real}) {}
   /// No other number type converts, because its value may not fit: write
   /// `Value(static_cast<std::int64_t>(rows.size()))`.
-  Value(OtherNumber auto) = delete;
+  Value(Integer auto integer) noexcept : Handle(integer_ops, Payload{.integer = integer}) {}
+  Value(Real auto real) noexcept : Handle(real_ops, Payload{.real = real}) {}
   Value(Text text) noexcept : Handle(std::move(text)) {}
   Value(const StringLiteral& literal) noexcept : Value(Text(literal)) {}
+  Value(const StringLiteral&&) = delete;
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
+  Value(std::nullptr_t) = delete;
   Value(List list) noexcept;
   Value(Object object) noexcept;
   /// An object of these members (see static_object.h).
@@ -123,12 +119,36 @@ class Value : public Handle {
   friend bool operator==(const Value& a, const Value& b);
 };
 
+/// The base of List and Object: elements in order. A copy shares the storage until one of both is
+/// changed. If that copy of the storage throws std::bad_alloc, the changed container is as before.
+template <class Element>
+class Container : public Handle {
+ public:
+  std::size_t size() const noexcept { return items().size(); }
+  bool empty() const noexcept { return size() == 0; }
+  /// Valid while this container, or a copy of it, lives unchanged.
+  std::span<const Element> items() const noexcept;
+  auto begin() const noexcept { return items().begin(); }
+  auto end() const noexcept { return items().end(); }
+  /// Reserves capacity for `more` elements.
+  void reserve(std::size_t more) { writable(more); }
+
+ protected:
+  friend class Value;
+  struct FromHandle {};
+  Container(FromHandle, const Handle& container) noexcept : Handle(container) {}
+  using Handle::Handle;
+
+  /// The storage, with this container as its only owner, and capacity for `more` elements.
+  detail::SharedArray<Element>& writable(std::size_t more);
+};
+
 /// Any type that converts to a Value, except List.
 template <class Element>
 concept OnlyElement =
     std::convertible_to<Element, Value> && !std::derived_from<std::remove_cvref_t<Element>, List>;
 
-class List : public Handle {
+class List : public Container<Value> {
  public:
   /// The empty list.
   List() noexcept;
@@ -146,21 +166,11 @@ class List : public Handle {
   /// `count` elements that are equal to `element`.
   static List repeated(std::size_t count, const Value& element);
 
-  std::size_t size() const noexcept { return items().size(); }
-  bool empty() const noexcept { return size() == 0; }
   /// Requires `position < size()`.
   const Value& operator[](std::size_t position) const noexcept {
     assert(position < size());
     return items()[position];
   }
-  /// Valid while this list, or a copy of it, lives unchanged.
-  std::span<const Value> items() const noexcept;
-  auto begin() const noexcept { return items().begin(); }
-  auto end() const noexcept { return items().end(); }
-
-  // Each change copies the storage first if another list shares it. If that throws std::bad_alloc,
-  // the list is unchanged.
-
   /// Replaces an element. Requires `position < size()`.
   void set(std::size_t position, Value element);
   void append(Value element);
@@ -168,19 +178,12 @@ class List : public Handle {
   void extend(const List& other);
   /// Requires a non-empty list.
   void remove_last();
-  /// Reserves capacity for `more` elements.
-  void reserve(std::size_t more);
-
   /// The first `count` elements, or all if there are fewer.
   List first(std::size_t count) const;
 
  private:
   friend class Value;
-  using Storage = detail::SharedArray<Value>;
-  struct FromHandle {};
-  List(FromHandle, const Handle& list) noexcept : Handle(list) {}
-
-  Storage& writable(std::size_t more);
+  using Container::Container;
 };
 
 struct Member {
@@ -190,7 +193,7 @@ struct Member {
 
 /// An ordered map from texts to values. A look-up is a linear search: meant for the dozen keys of a
 /// response.
-class Object : public Handle {
+class Object : public Container<Member> {
  public:
   /// The empty object.
   Object() noexcept;
@@ -198,38 +201,24 @@ class Object : public Handle {
   /// value.
   Object(std::initializer_list<Member> members);
 
-  std::size_t size() const noexcept { return items().size(); }
-  bool empty() const noexcept { return size() == 0; }
   bool contains(const Text& key) const noexcept { return find(key) != nullptr; }
   /// The value of `key`, which may be null. `fallback` if there is none.
   Value get(const Text& key, const Value& fallback = {}) const noexcept;
-  /// In order. Valid while this object, or a copy of it, lives unchanged.
-  std::span<const Member> items() const noexcept;
   List keys() const;
-  auto begin() const noexcept { return items().begin(); }
-  auto end() const noexcept { return items().end(); }
-
-  // Each change copies the storage first if another object shares it. If that throws std::bad_alloc,
-  // the object is unchanged.
+  Object copy() const noexcept { return *this; }
 
   /// Replaces the value of an existing key, which keeps its position; otherwise appends a member.
   void set(const Text& key, Value value);
   /// Appends a member. Requires a new key.
   void add(Text key, Value value);
-  Object copy() const noexcept { return *this; }
   /// Sets each member of `other`, in its order.
   void update(const Object& other);
-  /// Reserves capacity for `more` members.
-  void reserve(std::size_t more);
 
  private:
   friend class Value;
-  using Storage = detail::SharedArray<Member>;
-  struct FromHandle {};
-  Object(FromHandle, const Handle& object) noexcept : Handle(object) {}
+  using Container::Container;
 
   const Member* find(const Text& key) const noexcept;
-  Storage& writable(std::size_t more);
 };
 
 }  // namespace mcp_responses

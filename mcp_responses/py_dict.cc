@@ -58,7 +58,7 @@ PyRef AnswerConverter::list_of(const List& elements) {
 
 PyRef AnswerConverter::string_of(const Text& text) {
   if (&text.ops() != &literal_ops) return mcp_responses::string_of(text);
-  return PyRef::borrow(strings_.of(*static_cast<const StringLiteral*>(text.payload().pointer)));
+  return PyRef::borrow(strings_.of(*text.payload().literal));
 }
 
 }  // namespace mcp_responses

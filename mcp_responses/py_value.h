@@ -23,7 +23,7 @@ extern const ValueOps py_list_ops;
 extern const ValueOps py_dict_ops;
 
 inline PyObject* object_in(Payload payload) noexcept {
-  return static_cast<PyObject*>(const_cast<void*>(payload.pointer));
+  return static_cast<PyObject*>(payload.pointer);
 }
 
 /// The Python object of a value that needs no conversion (borrowed): a constant, or the leaf that the

@@ -32,9 +32,7 @@ class Foreign {
   int materialized = 0;
 
  private:
-  static Foreign& at(Payload payload) {
-    return *static_cast<Foreign*>(const_cast<void*>(payload.pointer));
-  }
+  static Foreign& at(Payload payload) { return *static_cast<Foreign*>(payload.pointer); }
 
   /// Also has functions that its kind does not need. They are never called.
   template <Kind held>

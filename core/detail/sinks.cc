@@ -69,64 +69,39 @@ std::size_t extra_utf8_bytes(std::span<const Unit> units, bool& has_surrogate) {
 /// A string is written in chunks of this size. Capacity is reserved for a chunk of escapes.
 constexpr std::size_t max_chunk = 1024;
 
-[[noreturn]] void throw_surrogate_error(const TextView& text) {
-  visit_units(text, [](auto units) {
+std::size_t surrogate_position(const TextView& text) {
+  return visit_units(text, [](auto units) {
     const auto at =
         std::find_if(units.begin(), units.end(), [](auto unit) { return is_surrogate(unit); });
-    throw SurrogateError(Text::copy_of(units), static_cast<std::size_t>(at - units.begin()));
+    return static_cast<std::size_t>(at - units.begin());
   });
-  std::abort();  // not reached
 }
 
 }  // namespace
 
 std::size_t TextSink::put_slow(std::size_t offset, std::string_view ascii) {
-  switch (unit_size(repertoire_)) {
-    case 1:
-      return put_ascii<std::uint8_t>(offset, ascii);
-    case 2:
-      return put_ascii<std::uint16_t>(offset, ascii);
-    default:
-      return put_ascii<std::uint32_t>(offset, ascii);
-  }
+  visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
+    std::copy(ascii.begin(), ascii.end(), reserve<Unit>(offset, ascii.size()));
+  });
+  return offset + ascii.size();
 }
 
 std::size_t TextSink::put_delimited_slow(std::size_t offset, bool comma, const TextView& text,
                                          bool colon) {
   if (text.repertoire > repertoire_) widen(offset, text.repertoire);
-  const auto put_as = [&]<class Unit>(Unit) {
-    const std::size_t end =
-        sizeof(Unit) > 1 ? put_short<Unit>(offset, comma, text, colon) : std::size_t{0};
-    if (end > 0) return end;
+  return visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
+    if constexpr (sizeof(Unit) > 1) {
+      const std::size_t end = try_put_short<Unit>(offset, comma, text, colon);
+      if (end > 0) return end;
+    }
     if (comma) offset = put(offset, ',');
-    offset = put_quoted<Unit>(offset, text);
+    offset = put(offset, '"');
+    visit_units(text, [&](auto units) {
+      using From = typename decltype(units)::value_type;
+      if constexpr (sizeof(From) <= sizeof(Unit)) offset = put_escaped<Unit>(offset, units);
+    });
     return colon ? put(offset, ':') : offset;
-  };
-  switch (unit_size(repertoire_)) {
-    case 1:
-      return put_as(std::uint8_t{});
-    case 2:
-      return put_as(std::uint16_t{});
-    default:
-      return put_as(std::uint32_t{});
-  }
-}
-
-template <class Unit>
-std::size_t TextSink::put_ascii(std::size_t offset, std::string_view ascii) {
-  Unit* to = reserve<Unit>(offset, ascii.size());
-  for (const char character : ascii) *to++ = static_cast<unsigned char>(character);
-  return offset + ascii.size();
-}
-
-template <class Unit>
-std::size_t TextSink::put_quoted(std::size_t offset, const TextView& text) {
-  *reserve<Unit>(offset, 1) = '"';
-  visit_units(text, [&](auto units) {
-    using From = typename decltype(units)::value_type;
-    if constexpr (sizeof(From) <= sizeof(Unit)) offset = put_escaped<Unit>(offset + 1, units);
   });
-  return offset;
 }
 
 /// Writes the content of a string and the closing quotation mark.
@@ -154,32 +129,23 @@ void TextSink::grow(std::size_t needed) {
   if (!is_wide()) narrow_capacity_ = capacity;
 }
 
-/// Widens the existing units in place, and so from the last to the first.
 void TextSink::widen(std::size_t size, Repertoire repertoire) {
-  const std::size_t from = unit_size(repertoire_);
-  const std::size_t to = unit_size(repertoire);
-  if (to > from && size > 0) {
-    if (size * to > buffer_.capacity) grow(size * to);
-    if (from == 2) {
-      widen_units<std::uint16_t, std::uint32_t>(size);
-    } else if (to == 2) {
-      widen_units<std::uint8_t, std::uint16_t>(size);
-    } else {
-      widen_units<std::uint8_t, std::uint32_t>(size);
-    }
-  }
+  visit_unit_type(repertoire_, [&]<class From>(From) {
+    visit_unit_type(repertoire, [&]<class To>(To) {
+      if constexpr (sizeof(From) < sizeof(To)) {
+        To* const to = reserve<To>(0, size);
+        const auto* const from = static_cast<const From*>(buffer_.bytes.get());
+        // In place, and so from the last unit to the first.
+        constexpr std::size_t block = Block<From>::size;
+        std::size_t rest = size;
+        for (; rest >= block; rest -= block)
+          Block<From>(from + rest - block).copy_to(to + rest - block);
+        while (rest-- > 0) to[rest] = from[rest];
+      }
+    });
+  });
   repertoire_ = repertoire;
   if (is_wide()) narrow_capacity_ = 0;
-}
-
-template <class From, class To>
-void TextSink::widen_units(std::size_t size) {
-  const auto* from = static_cast<const From*>(buffer_.bytes.get());
-  auto* to = static_cast<To*>(buffer_.bytes.get());
-  constexpr std::size_t block = Block<From>::size;
-  std::size_t rest = size;
-  for (; rest >= block; rest -= block) Block<From>(from + rest - block).copy_to(to + rest - block);
-  while (rest-- > 0) to[rest] = from[rest];
 }
 
 std::size_t CountSink::put_string(std::size_t offset, const TextView& text) {
@@ -189,7 +155,7 @@ std::size_t CountSink::put_string(std::size_t offset, const TextView& text) {
     offset += extra_escape_bytes(units);
     if (text.repertoire != Repertoire::ascii) offset += extra_utf8_bytes(units, has_surrogate);
   });
-  if (has_surrogate) throw_surrogate_error(text);
+  if (has_surrogate) throw SurrogateError(Text::copy_of(text), surrogate_position(text));
   return offset;
 }
 

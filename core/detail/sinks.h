@@ -93,7 +93,7 @@ class TextSink {
   std::size_t put_delimited(std::size_t offset, bool comma, const TextView& text, bool colon) {
     // Only the narrow case is inlined: inlining the wide ones costs more than it gains.
     if (!is_wide()) {
-      const std::size_t end = put_short<std::uint8_t>(offset, comma, text, colon);
+      const std::size_t end = try_put_short<std::uint8_t>(offset, comma, text, colon);
       if (end > 0) return end;
     }
     return put_delimited_slow(offset, comma, text, colon);
@@ -103,10 +103,11 @@ class TextSink {
     return put_slow(offset, std::string_view(&character, 1));
   }
   std::size_t put_delimited_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
-  /// Writes the string if it is short, has one byte per unit and needs no escape, like most strings;
-  /// otherwise returns 0. Copies overlapping blocks, so that few branches depend on the length.
+  /// Writes the string, like `put_delimited`, if it is short, has one byte per unit and needs no
+  /// escape, like most strings. Otherwise returns 0.
   template <class Unit>
-  std::size_t put_short(std::size_t offset, bool comma, const TextView& text, bool colon) noexcept {
+  std::size_t try_put_short(std::size_t offset, bool comma, const TextView& text,
+                            bool colon) noexcept {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t block = Bytes::size;
     if (text.size > 4 * block || text.repertoire > Repertoire::latin1 ||
@@ -114,6 +115,7 @@ class TextSink {
       return 0;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
+    // The comma, and below the colon, are written in any case, but count only if they are required.
     Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + offset;
     *to = ',';
     to += comma ? 1 : 0;
@@ -122,6 +124,8 @@ class TextSink {
       found |= bytes.match_mask(needs_escape);
       bytes.copy_to(to + 1 + position);
     };
+    // Up to four blocks, which overlap unless the length is a multiple of 16: so few branches depend on
+    // the length.
     if (text.size < block) {
       copy_block(Bytes(from, text.size), 0);
       found &= (1U << text.size) - 1;
@@ -140,16 +144,11 @@ class TextSink {
     to[text.size + 2] = ':';
     return offset + (comma ? 1 : 0) + text.size + 2 + (colon ? 1 : 0);
   }
-  template <class Unit>
-  std::size_t put_ascii(std::size_t offset, std::string_view ascii);
-  template <class Unit>
-  std::size_t put_quoted(std::size_t offset, const TextView& text);
   template <class Unit, class From>
   std::size_t put_escaped(std::size_t offset, std::span<const From> units);
   void grow(std::size_t needed);
+  /// Widens the first `size` units to those of a larger repertoire.
   void widen(std::size_t size, Repertoire repertoire);
-  template <class From, class To>
-  void widen_units(std::size_t size);
 
   TextBuffer buffer_;
   // The capacity if units have one byte, else 0: one comparison tests both.

@@ -132,6 +132,17 @@ TEST(Value, DestructionNeedsNoStack) {
   EXPECT_EQ(kept.size(), 2U);
 }
 
+// Each of these would lose digits, or refer to an object that does not exist or is destroyed.
+__extension__ using Wide = __int128;
+static_assert(!std::is_constructible_v<Value, Wide> &&
+              !std::is_constructible_v<Value, long double>);
+static_assert(!std::is_constructible_v<Value, std::uint64_t> &&
+              !std::is_constructible_v<Value, char>);
+static_assert(!std::is_constructible_v<Value, std::nullptr_t>);
+static_assert(!std::is_constructible_v<Text, std::nullptr_t>);
+static_assert(!std::is_constructible_v<Value, StringLiteral>);
+static_assert(!std::is_constructible_v<Text, StringLiteral>);
+
 // A Text that could be assigned from a Value or a Handle could contain a list.
 static_assert(!std::is_swappable_with_v<Text&, Value&> && !std::is_assignable_v<Text&, Value>);
 static_assert(!std::is_assignable_v<Handle&, Value> && !std::is_copy_constructible_v<Handle>);

@@ -48,8 +48,8 @@ class Choices {
 };
 
 inline mcp_responses::Text text_of(const std::u32string& code_points) {
-  const std::basic_string<std::uint32_t> units(code_points.begin(), code_points.end());
-  return mcp_responses::Text::copy_of(std::span<const std::uint32_t>(units));
+  return mcp_responses::Text::copy_of(
+      {code_points.data(), code_points.size(), mcp_responses::Repertoire::full});
 }
 
 inline std::u32string code_points_of(const mcp_responses::Text& text) {
