@@ -1,18 +1,46 @@
 #include "cuts.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <span>
 #include <utility>
+
+#include "detail/block.h"
 
 namespace mcp_responses {
 namespace {
 
 constexpr std::uint16_t ellipsis = 0x2026;
 
+/// The number of units up to the last one that matches, inclusive. 0 if none matches.
+template <class Unit, class Predicate>
+std::size_t size_to_last(std::span<const Unit> units, Predicate matches) noexcept {
+  using Block = detail::Block<Unit>;
+  std::size_t size = units.size();
+  for (; size >= Block::size; size -= Block::size) {
+    const std::uint32_t found = Block(&units[size - Block::size]).match_mask(matches);
+    if (found != 0)
+      return size - Block::size +
+             static_cast<std::size_t>(std::bit_width(found) - 1) / sizeof(Unit) + 1;
+  }
+  while (size > 0 && !matches(units[size - 1])) --size;
+  return size;
+}
+
+TextView without_trailing_space(TextView view) noexcept {
+  visit_units(view, [&view](auto units) {
+    // A block at a time, because there may be a gigabyte of spaces.
+    if (!units.empty() && units.back() == ' ')
+      view.size = size_to_last(units, [](auto unit) { return unit != ' '; });
+    while (view.size > 0 && is_white_space(units[view.size - 1])) --view.size;
+  });
+  return view;
+}
+
 /// The first `count` characters, without white space at their end, and an ellipsis.
-Cut marked(const TextView& view, std::int64_t count) noexcept {
-  return {.kept = without_trailing_space(view.slice(0, static_cast<std::size_t>(count))),
+Cut marked(const TextView& view, std::size_t count) noexcept {
+  return {.kept = without_trailing_space(view.slice(0, count)),
           .mark = {&ellipsis, 1, Repertoire::bmp}};
 }
 
@@ -25,12 +53,12 @@ Text text_of(Text whole, const Cut& cut) {
   return Text::joined(cut.kept, cut.mark);
 }
 
-/// The position of the last space up to `position`, or -1.
-std::int64_t last_space(const TextView& view, std::int64_t position) noexcept {
-  return visit_units(view, [position](auto units) {
-    std::int64_t at = position;
-    while (at >= 0 && units[static_cast<std::size_t>(at)] != ' ') --at;
-    return at;
+/// The position of the last space from position `first` on. The size of the view if there is none.
+std::size_t last_space(const TextView& view, std::size_t first) noexcept {
+  return visit_units(view, [first](auto units) {
+    const std::size_t size =
+        size_to_last(units.subspan(first), [](auto unit) { return unit == ' '; });
+    return size == 0 ? units.size() : first + size - 1;
   });
 }
 
@@ -51,23 +79,16 @@ bool skip_space(const Unit*& at, const Unit* end) noexcept {
 
 }  // namespace
 
-TextView without_trailing_space(TextView view) noexcept {
-  visit_units(view, [&view](auto units) {
-    while (view.size > 0 && is_white_space(units[view.size - 1])) --view.size;
-  });
-  return view;
-}
-
 Cut cut_of(const TextView& view, std::int64_t chars) noexcept {
   if (fits(view, chars)) return {.kept = view, .mark = {}};
-  return chars < 1 ? Cut() : marked(view, chars - 1);
+  return chars < 1 ? Cut() : marked(view, static_cast<std::size_t>(chars - 1));
 }
 
 Cut trimmed_of(const TextView& view, std::int64_t chars) noexcept {
   if (fits(view, chars)) return {.kept = view, .mark = {}};
   if (chars <= 1) return {};
-  const std::int64_t end = last_space(view, chars - 2);
-  return marked(view, end < chars / 2 ? chars - 1 : end);
+  const TextView longest = view.slice(0, static_cast<std::size_t>(chars - 1));
+  return marked(longest, last_space(longest, static_cast<std::size_t>(chars / 2)));
 }
 
 Text _cut(Text text, std::int64_t chars) {

@@ -28,9 +28,6 @@ constexpr bool is_white_space(std::uint32_t code_point) noexcept {
          in(0x2028, 0x2029) || code_point == 0x202F || code_point == 0x205F || code_point == 0x3000;
 }
 
-/// The view without white space at its end.
-TextView without_trailing_space(TextView view) noexcept;
-
 /// A text that was cut, without a copy: a prefix, and the mark after it. The mark is an ellipsis, or
 /// empty if the text fits, or if not even an ellipsis fits.
 struct Cut {

@@ -43,6 +43,28 @@ TEST(Cuts, Examples) {
       << "a text that fits is not copied";
 }
 
+// White space at every position of a text of several blocks.
+TEST(Cuts, EqualTheModel) {
+  for (const char32_t character : {U'w', U'\u0151', U'\U00010151'}) {
+    for (std::size_t at = 0; at < 40; ++at) {
+      for (const std::size_t spaces : {1U, 2U, 20U, 40U}) {
+        for (const char32_t space : {U' ', U'\t'}) {
+          const std::u32string plain =
+              std::u32string(at, character) + std::u32string(spaces, space) + U"ab";
+          for (const std::int64_t chars : {2, 17, 18, 33, 34, 40}) {
+            const std::string label = std::to_string(at) + " to " + std::to_string(chars);
+            const Text text = models::text_of(plain);
+            ASSERT_EQ(models::code_points_of(_cut(text, chars)), models::cut(plain, chars))
+                << label;
+            ASSERT_EQ(models::code_points_of(_trimmed(text, chars)), models::trimmed(plain, chars))
+                << label;
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST(Cuts, FirstSentences) {
   const std::string long_word(159, 'w');
   const std::pair<std::string, std::string> rows[] = {
