@@ -26,20 +26,18 @@ TextStorage* storage_in(Payload payload) noexcept {
   return static_cast<TextStorage*>(payload.pointer);
 }
 
-void retain_text(Payload payload) noexcept { storage_in(payload)->owners.add(); }
-
-void release_text(Payload payload) noexcept {
-  TextStorage* const storage = storage_in(payload);
-  if (storage->owners.remove()) ::operator delete(storage);
-}
-
-TextView view_text(Payload payload) noexcept {
-  TextStorage* const storage = storage_in(payload);
-  return {storage->units(), storage->size, storage->repertoire};
-}
-
 constexpr ValueOps text_ops{
-    .kind = Kind::string, .retain = retain_text, .release = release_text, .text = view_text};
+    .kind = Kind::string,
+    .retain = [](Payload payload) noexcept { storage_in(payload)->owners.add(); },
+    .release =
+        [](Payload payload) noexcept {
+          TextStorage* const storage = storage_in(payload);
+          if (storage->owners.remove()) ::operator delete(storage);
+        },
+    .text = [](Payload payload) noexcept -> TextView {
+      TextStorage* const storage = storage_in(payload);
+      return {storage->units(), storage->size, storage->repertoire};
+    }};
 
 constexpr StringLiteral empty_literal{"", 0};
 

@@ -81,9 +81,7 @@ void destroy(ArrayHeader* array) noexcept {
   }
 }
 
-bool is_number(Kind kind) {
-  return kind == Kind::boolean || kind == Kind::integer || kind == Kind::real;
-}
+bool is_number(const Value& value) { return value.whole() || value.real(); }
 
 /// Compares exactly, without rounding the integer to a float.
 bool equal_number(std::int64_t integer, double real) {
@@ -93,12 +91,9 @@ bool equal_number(std::int64_t integer, double real) {
 }
 
 bool equal_numbers(const Value& a, const Value& b) {
-  const auto real_a = a.real();
-  const auto real_b = b.real();
-  if (real_a && real_b) return *real_a == *real_b;
-  if (real_a) return equal_number(*b.whole(), *real_a);
-  if (real_b) return equal_number(*a.whole(), *real_b);
-  return *a.whole() == *b.whole();
+  if (a.whole() && b.whole()) return *a.whole() == *b.whole();
+  if (a.real() && b.real()) return *a.real() == *b.real();
+  return a.real() ? equal_number(*b.whole(), *a.real()) : equal_number(*a.whole(), *b.real());
 }
 
 /// Compares values in `levels` lists or objects. The recursion ends at the nesting limit.
@@ -120,7 +115,7 @@ bool equal_objects(const Object& a, const Object& b, std::size_t levels) {
 }
 
 bool equal(const Value& a, const Value& b, std::size_t levels) {
-  if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
+  if (is_number(a) && is_number(b)) return equal_numbers(a, b);
   if (a.kind() != b.kind()) return false;
   if (a.kind() == Kind::string) return *a.view() == *b.view();
   if (a.is_null()) return true;
@@ -206,7 +201,7 @@ List::List() noexcept : Container(list_ops, Payload{.pointer = nullptr}) {}
 List List::repeated(std::size_t count, const Value& element) {
   List list;
   list.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) list.append(element);
+  while (list.size() < count) list.append(element);
   return list;
 }
 
@@ -226,7 +221,6 @@ void List::extend(const List& other) {
 
 List List::first(std::size_t count) const {
   List list;
-  list.reserve(std::min(count, size()));
   for (const Value& element : items().first(std::min(count, size()))) list.append(element);
   return list;
 }

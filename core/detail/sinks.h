@@ -43,10 +43,7 @@ class TextSink {
   explicit TextSink(TextBuffer buffer) noexcept : buffer_(std::move(buffer)) {}
 
   std::size_t put(std::size_t offset, char character) {
-    if (offset >= narrow_capacity_) [[unlikely]]
-      return put_slow(offset, character);
-    static_cast<char*>(buffer_.bytes.get())[offset] = character;
-    return offset + 1;
+    return put(offset, std::string_view(&character, 1));
   }
   std::size_t put(std::size_t offset, std::string_view ascii) {
     if (offset + ascii.size() > narrow_capacity_) [[unlikely]]
@@ -99,9 +96,6 @@ class TextSink {
     return put_delimited_slow(offset, comma, text, colon);
   }
   std::size_t put_slow(std::size_t offset, std::string_view ascii);
-  std::size_t put_slow(std::size_t offset, char character) {
-    return put_slow(offset, std::string_view(&character, 1));
-  }
   std::size_t put_delimited_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
   /// Writes the string, like `put_delimited`, if it is short, has one byte per unit and needs no
   /// escape, like most strings. Otherwise returns 0.
