@@ -13,8 +13,8 @@ namespace {
 TEST(Text, IsKeptInTheNarrowestWidth) {
   const std::tuple<std::u32string, Repertoire, std::size_t> rows[] = {
       {U"", Repertoire::ascii, 1},          {U"a\x7F", Repertoire::ascii, 1},
-      {U"a\x80", Repertoire::latin1, 1},    {U"\xFF", Repertoire::latin1, 1},
-      {U"a\u0100", Repertoire::bmp, 2},     {U"\uFFFF", Repertoire::bmp, 2},
+      {U"\x80", Repertoire::latin1, 1},     {U"\xFF", Repertoire::latin1, 1},
+      {U"\u0100", Repertoire::bmp, 2},      {U"\uFFFF", Repertoire::bmp, 2},
       {U"\U00010000", Repertoire::full, 4}, {U"a\U0010FFFF", Repertoire::full, 4}};
   for (const auto& [plain, repertoire, unit] : rows) {
     const Text wide = models::text_of(plain);
