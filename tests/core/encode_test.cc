@@ -25,12 +25,25 @@ TEST(Encode, Examples) {
       {List{empty_list, List{empty_list}, Object(), Object{{""_t, empty_list}}},
        R"([[],[[]],{},{"":[]}])"},
       {"\n\t\"\\\x01/\x7f\u2028\ufeff"_t, "\"\\n\\t\\\"\\\\\\u0001/\x7f\u2028\ufeff\""},
+      {List{"\u0080\u07ff"_t, "\u0800"_t, "\uffff"_t, "\U00010000"_t},
+       "[\"\u0080\u07ff\",\"\u0800\",\"\uffff\",\"\U00010000\"]"},
       {Object{{"k\"é"_t, "café 😀"_t}}, R"({"k\"é":"café 😀"})"},
       {List{7, 7.0, std::nan(""), inf, -inf, false}, "[7,7.0,NaN,Infinity,-Infinity,false]"},
   };
   for (const auto& [value, text] : rows) {
     EXPECT_EQ(written(value), text);
     EXPECT_EQ(_encoded_size(value), text.size()) << text;
+  }
+}
+
+TEST(Encode, AStringOfEscapesFitsIntoTheBuffer) {
+  std::string escaped;
+  for (std::size_t size = 1; size <= 6000; ++size) {
+    escaped += "\\u0001";
+    if (size % 500 > 1) continue;
+    const Text text(std::string(size, '\x01'));
+    EXPECT_EQ(written(text), '"' + escaped + '"') << size;
+    EXPECT_EQ(_encoded_size(text), escaped.size() + 2) << size;
   }
 }
 
