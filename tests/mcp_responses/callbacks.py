@@ -1,5 +1,7 @@
-"""Calls of the extension that run Python code of the caller. Each is a function of that code, `hook`."""
+"""Calls of the extension that run Python code of the caller, each a function of that code, `hook`; and the changes of
+containers that such code makes."""
 
+import gc
 import logging
 from unittest import mock
 
@@ -60,7 +62,7 @@ CALLBACKS = {
 
 
 def owning_record(hook):
-    """A record that keeps no reference to its attributes, which have a finalizer."""
+    """A record that keeps no reference to its attributes. Their finalizer is Python code, which needs the GIL."""
     attribute = class_with(list, __del__=lambda self: hook())
     return class_with(__getattr__=lambda self, name: attribute([1]))()
 
@@ -84,3 +86,62 @@ FINALIZERS = {
     "unsupported attributes": lambda hook: real.build_symbol_search_result(owning_record(hook)),
     "attributes": lambda hook: real.tool_result_text([real.build_component(owning_record(hook)), hook]),
 }
+
+
+class Finalized:
+    """Garbage whose finalizer calls the hook, and leaves new garbage of this kind if that returns true."""
+
+    def __init__(self, hook):
+        self.itself, self.hook = self, hook
+
+    def __del__(self):
+        if self.hook():
+            Finalized(self.hook)
+
+
+def collecting(hook, call):
+    """The result of the call. At each of its allocations of a container the collector runs, and with it the hook, until
+    that returns false. Garbage collection is disabled afterwards."""
+    gc.disable()
+    gc.collect()  # also empties the free lists, from which objects come without an allocation
+    gc.freeze()
+    gc.set_threshold(1)
+    is_active = True
+    Finalized(lambda: is_active and hook())
+    gc.enable()
+    try:
+        return call()
+    finally:
+        gc.disable()
+        is_active = False
+        gc.set_threshold(700)
+
+
+def shrink(container):
+    for _ in range(len(container) // 2):
+        container.pop() if isinstance(container, list) else container.popitem()
+
+
+def grow(container):
+    more = [[f"more {number}"] for number in range(2 * len(container) + 1)]
+    container.extend(more) if isinstance(container, list) else container.update((*element, element) for element in more)
+
+
+def replace(container):
+    for key in range(len(container)) if isinstance(container, list) else [*container]:
+        container[key] = ["replaced"]
+
+
+def rotate(container):
+    if isinstance(container, list):
+        container.insert(0, container.pop())
+    else:
+        key = next(iter(container))
+        container[key] = container.pop(key)
+
+
+def empty(container):
+    container.clear()
+
+
+CHANGES = (empty, shrink, grow, replace, rotate)

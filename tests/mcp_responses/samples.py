@@ -1,6 +1,7 @@
 """The extension (`real`), the same contract in plain Python (`plain`), and valid arguments for their functions."""
 
 import functools
+import importlib.util
 import inspect
 import sys
 from pathlib import Path
@@ -39,6 +40,14 @@ FUNCTIONS.remove("add_pagination_hint")  # of the service
 
 def record(fields, **changed):
     return SimpleNamespace(**(fields | changed))
+
+
+def new_module():
+    """Another module object of the extension, which is not in sys.modules."""
+    spec = importlib.util.spec_from_file_location(real.__name__, real.__file__)
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
 
 
 def good_calls():

@@ -9,6 +9,7 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 EMULATED = "EMULATED" in os.environ  # the processor and the system calls are an emulator's
+IS_SANITIZED = "libasan" in os.environ.get("LD_PRELOAD", "")
 PROGRAM_TIMEOUT = 300 if EMULATED else 60  # seconds
 
 

@@ -8,9 +8,8 @@ import subprocess
 import unittest
 
 from samples import FUNCTIONS
-from script_helper import EMULATED, HERE, make_folder, run_program
+from script_helper import EMULATED, HERE, IS_SANITIZED, make_folder, run_program
 
-IS_SANITIZED = "libasan" in os.environ.get("LD_PRELOAD", "")
 needs_testcapi = unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter has no _testcapi")
 
 

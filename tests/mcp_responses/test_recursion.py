@@ -1,16 +1,12 @@
 """Endless recursion through Python code raises RecursionError, also in a thread with a small stack."""
 
-import os
 import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 from types import SimpleNamespace
 
-from samples import SYMBOL
-
-from hollin import mcp_responses as real
-
-IS_SANITIZED = "asan" in os.environ.get("LD_PRELOAD", "")
+from samples import SYMBOL, real
+from script_helper import IS_SANITIZED
 
 
 def instance(**members):
@@ -26,34 +22,16 @@ def reading(function, depth):
     return record
 
 
-class Endless:
-    fqn = property(lambda self: real.build_symbol_search_result(self))
-    caller_symbol = property(lambda self: real.build_reference(self))
-
-    def __fspath__(self):
-        return real.code_lines(self, [])
-
-    def __len__(self):
-        return 1
-
-    def __getitem__(self, position):
-        return real._ask_citations([], self)
-
-
 # Calls that call themselves without end, some of them without a frame of the interpreter.
 ENDLESS = {
     "__iter__": lambda: real.outline_module(instance(__iter__=real.outline_module)),
-    "__next__": lambda: real.outline_module(
-        instance(__iter__=lambda self: self, __next__=real.outline_module),
+    "__next__": lambda: real.outline_module(instance(__iter__=lambda self: self, __next__=real.outline_module)),
+    "__getattr__": lambda: real.build_file_symbol(instance(__getattr__=real.build_file_symbol)),
+    "a property": lambda: real.build_component(instance(name=property(lambda self: real.build_component(self)))),
+    "__fspath__": lambda: real.code_lines(instance(__fspath__=lambda self: real.code_lines(self, [])), []),
+    "__getitem__": lambda: real._ask_citations(
+        [], instance(__len__=lambda self: 1, __getitem__=lambda self, position: real._ask_citations([], self))
     ),
-    "__getattr__ of a search row": lambda: real.build_symbol_search_result(
-        instance(__getattr__=real.build_symbol_search_result),
-    ),
-    "__getattr__ of an outline row": lambda: real.build_file_symbol(instance(__getattr__=real.build_file_symbol)),
-    "a property": lambda: real.build_symbol_search_result(Endless()),
-    "a caller": lambda: real.build_reference(Endless()),
-    "__fspath__": lambda: real.code_lines(Endless(), []),
-    "__getitem__": lambda: real._ask_citations([], Endless()),
 }
 
 

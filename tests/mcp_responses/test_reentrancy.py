@@ -1,21 +1,18 @@
 """Python code of the caller that runs during a call: it raises, changes containers, calls again, or never returns."""
 
 import gc
-import importlib.util
 import json
 import random
 import sys
 import threading
 import unittest
 import weakref
-from collections import OrderedDict
-from concurrent.futures import ThreadPoolExecutor
 from functools import partial
 from unittest import mock
 
 from callbacks import CALLBACKS, FILES, FINALIZERS, class_with, record_of
 from comparison import exact
-from samples import HERE, RECORDS, good_calls, real
+from samples import HERE, RECORDS, good_calls, new_module, real
 from script_helper import run_program
 
 
@@ -97,9 +94,7 @@ class Reentrancy(unittest.TestCase):
             self.assertEqual((exact(call()), finalized), (expected, [True]), name)
 
     def test_it_releases_the_function_and_its_module(self):
-        spec = importlib.util.find_spec("hollin.mcp_responses")
-        module = importlib.util.module_from_spec(spec)
-        spec.loader.exec_module(module)
+        module = new_module()
         reference = weakref.ref(module)
         called = property(module.build_component)  # a property calls its function without holding it
 
@@ -144,24 +139,6 @@ class Reentrancy(unittest.TestCase):
                 self.assertRaises(TypeError, call, calling)
                 self.assertEqual({*map(id, unraisable)}, {id(failure)}, name)
                 unraisable.clear()
-
-    def test_two_threads_copy_at_once(self):
-        barrier, is_enabled = threading.Barrier(2, timeout=30), []
-
-        class Key(str):
-            def __hash__(self):
-                if copying:
-                    is_enabled.append(gc.isenabled())
-                    barrier.wait()  # so that the threads run in turns
-                return str.__hash__(self)
-
-        copying = False
-        values = [OrderedDict((Key(name), [name, [{}]]) for name in names) for names in ("abc", "xyz")]
-        copying = True
-        with ThreadPoolExecutor(2) as pool:
-            answers = [*pool.map(lambda value: real.build_test_coverage([value], "")["test_file"], values)]
-        self.assertEqual(answers, [[{name: [name, [{}]] for name in names}] for names in ("abc", "xyz")])
-        self.assertEqual({*is_enabled, gc.isenabled()}, {True})
 
     def test_finalizers_that_the_collector_runs(self):
         run_program("collect_at_every_allocation.py")

@@ -7,23 +7,14 @@ tuples are not cleared.
 """
 
 import gc
-import importlib
-import sys
 import weakref
 
 import samples
+from comparison import outcome
 
 MARK = "functions of a module that is garbage"
 good = samples.good_calls()
-expected = {name: f"{name}() is used after its module was cleared" for name in good}
 failures, moments = [], []
-
-
-def outcome_text(call):
-    try:
-        return repr(call())
-    except BaseException as error:
-        return f"{type(error).__name__}: {error}"
 
 
 def call_all():
@@ -31,20 +22,20 @@ def call_all():
     moments.append(len(moments))
     for function in functions[1:]:
         name = function.__name__
-        error = f"RuntimeError: {expected[name]}"
+        expected = RuntimeError, f"{name}() is used after its module was cleared"
         for label, call in (
             ("good call", lambda: function(**good[name])),
             ("call without arguments", function),
             ("globals", lambda: function.__globals__),
         ):
-            found = outcome_text(call)
-            if found != error:
+            found = outcome(call)
+            if found != expected:
                 failures.append((moments[-1], name, label, found))
         # These need no module.
         for attribute in ("__name__", "__qualname__", "__defaults__", "__kwdefaults__"):
             if getattr(function, attribute) != getattr(getattr(samples.real, name), attribute):
                 failures.append((moments[-1], name, attribute))
-        outcome_text(lambda: (function.__doc__, function.__module__, repr(function), function.__reduce__()))
+        outcome(lambda: (function.__doc__, function.__module__, repr(function), function.__reduce__()))
 
 
 def watched():
@@ -55,8 +46,7 @@ def watched():
 
 
 references = []
-del sys.modules["hollin.mcp_responses"]
-module = importlib.import_module("hollin.mcp_responses")
+module = samples.new_module()
 functions = [getattr(module, name) for name in good]
 module.last = watched()
 for function in functions:
@@ -69,7 +59,7 @@ for function in functions:
     function.marked = marked  # after `last`, so that the tuple is freed after the callbacks have run
 gc.collect()
 gc.unfreeze()
-del sys.modules["hollin.mcp_responses"], sys.modules["hollin"].mcp_responses, module, function, functions, marked
+del module, function, functions, marked
 gc.collect()
 assert not failures, failures[:5]
 assert len(moments) == 1 + len(good), len(moments)

@@ -1,5 +1,5 @@
-"""exit_during_calls.py callbacks|collector PART PARTS: the interpreter exits while a daemon thread is inside Python code that a
-call of the extension runs. The thread then tries to take the GIL, and is ended by unwinding its stack.
+"""exit_during_calls.py callbacks|collector PART PARTS: the interpreter exits while a daemon thread is inside Python
+code that a call of the extension runs. The thread then tries to take the GIL, and is ended by unwinding its stack.
 
 With "callbacks", the Python code is that of callbacks.py. With "collector", it is a finalizer that the collector runs
 at the first, second, ... allocation of a container in a call of each function, and in calls that fail. Each case is a
@@ -9,40 +9,37 @@ process of its own. Makes the calls of one of PARTS parts of the cases.
 import functools
 import gc
 import os
+import resource
 import sys
 import threading
 import time
 
-from callbacks import CALLBACKS, FINALIZERS
+from callbacks import CALLBACKS, FINALIZERS, collecting, owning_record
 from samples import SYMBOL, good_calls, real, record
+from script_helper import EMULATED, IS_SANITIZED
 
 PROCESSES = 8  # at a time
 MAX_ALLOCATIONS = 8  # that are tested of a call
 
 
-class Finalized:
-    """Garbage, whose finalizer leaves new garbage until it has run so many times, and then calls `hook`."""
-
-    def __init__(self, runs, hook):
-        self.itself, self.runs, self.hook = self, runs, hook
-
-    def __del__(self):
-        if self.runs == 0:
-            self.hook()
-        else:
-            Finalized(self.runs - 1, self.hook)
+LONG = "\x01" * 10**7
+MEMORY_ERRORS = [MemoryError() for _ in range(20)]  # as many as a free list has, so that the next one is allocated
 
 
-class Owned(list):
-    """An attribute that only the call has a reference to. Python code in its finalizer crashes without the GIL."""
-
-    def __del__(self):
-        pass
-
-
-class OwningRecord:
-    def __getattr__(self, name):
-        return Owned([name])
+def exceed_memory():
+    """Fails an allocation of C++ while another exception is handled, for which the interpreter creates a MemoryError."""
+    limits = resource.getrlimit(resource.RLIMIT_AS)
+    try:
+        LONG.missing
+    except AttributeError:
+        resource.setrlimit(resource.RLIMIT_AS, (1, limits[1]))
+        try:
+            real.tool_result_text(LONG)
+        except MemoryError as error:
+            MEMORY_ERRORS.append(error)
+            raise
+        finally:
+            resource.setrlimit(resource.RLIMIT_AS, limits)
 
 
 CYCLE = []
@@ -59,6 +56,8 @@ FAILING = [
     lambda: real.build_file_symbol(record(SYMBOL, fqn=7), "module"),
     lambda: real.code_lines("/", [("a\0", 1)]),
 ]
+if not EMULATED and not IS_SANITIZED:  # otherwise the limit has no effect, or ends the process
+    FAILING.append(exceed_memory)
 
 
 def fail(call):
@@ -70,14 +69,11 @@ def fail(call):
 
 
 def at_allocation(number, call):
+    """The call as a function of a hook, which runs at the allocation with this number."""
+
     def call_with_hook(hook):
-        gc.set_threshold(1)
-        gc.disable()
-        gc.collect()  # also empties the free lists, from which objects come without an allocation
-        Finalized(number, hook)
-        gc.enable()
-        call()
-        gc.disable()
+        earlier = iter(range(number))
+        collecting(lambda: next(earlier, None) is not None or hook(), call)
 
     return call_with_hook
 
@@ -89,7 +85,7 @@ def cases():
         return
     calls = {name: functools.partial(getattr(real, name), **good) for name, good in good_calls().items()}
     for name in ("build_component", "build_symbol_full_details", "build_api_endpoint"):
-        calls[f"{name} of an owning record"] = functools.partial(getattr(real, name), OwningRecord())
+        calls[f"{name} of an owning record"] = functools.partial(getattr(real, name), owning_record(int))
     calls |= {f"error {number}": functools.partial(fail, call) for number, call in enumerate(FAILING)}
     for name, good_call in calls.items():
         good_call()
@@ -97,8 +93,6 @@ def cases():
             runs = []
             call = at_allocation(number, good_call)
             call(lambda: runs.append(True))
-            gc.set_threshold(700)
-            gc.collect()
             if not runs:
                 break
             yield f"{name}, finalizer {number}", call
@@ -135,10 +129,10 @@ def wait_for_one(running):
 
 
 def main():
-    running, count = {}, 0
+    running = {}
     part, parts = map(int, sys.argv[2:])
     all_cases = [*cases()][part::parts]
-    gc.enable()
+    assert len(all_cases) > 3, len(all_cases)
     for label, call in all_cases:
         if len(running) == PROCESSES:
             wait_for_one(running)
@@ -147,11 +141,8 @@ def main():
             start(call)
             return
         running[child] = label
-        count += 1
     while running:
         wait_for_one(running)
-    assert count > 3, count
-    print(count)
 
 
 main()

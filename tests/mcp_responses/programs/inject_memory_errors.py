@@ -9,7 +9,6 @@ by failing_allocator.cc, which has to be preloaded.
 
 import ctypes
 import gc
-import importlib.util
 import itertools
 import sys
 
@@ -26,13 +25,6 @@ else:
     library = ctypes.CDLL(None)
     fail_between, fail_no_more = library.fail_between, library.fail_no_more
     live_objects = library.live_object_count
-
-
-def new_module():
-    spec = importlib.util.spec_from_file_location(samples.real.__name__, samples.real.__file__)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
 
 
 def result_of(function, arguments):
@@ -114,7 +106,7 @@ def held_parts(arguments, expected):
 
 def first_call(arguments):
     def call(first, length):
-        module = new_module()
+        module = samples.new_module()
         result = failing_call(getattr(module, name), arguments, first, length)
         del module
         gc.collect()

@@ -1,21 +1,17 @@
 """inject_memory_errors_at_import.py COUNT: imports the extension while one of COUNT allocations fails, the first, the
 second, and so on. Prints how many imports raised MemoryError."""
 
-import importlib.util
 import sys
 
 import _testcapi
-
-import hollin.mcp_responses as imported
+from samples import new_module
 
 
 def fails(number):
-    spec = importlib.util.spec_from_file_location(imported.__name__, imported.__file__)
-    module = importlib.util.module_from_spec(spec)
     try:
         _testcapi.set_nomemory(number, number + 1)
         try:
-            spec.loader.exec_module(module)
+            module = new_module()
         finally:
             _testcapi.remove_mem_hooks()
     except MemoryError:
