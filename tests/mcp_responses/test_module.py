@@ -2,7 +2,6 @@
 
 import gc
 import importlib
-import logging
 import re
 import sys
 import types
@@ -25,30 +24,10 @@ def own_names(module):
     return names[names.index("__annotations__") :]
 
 
-class Failing(types.ModuleType):
-    def __getattr__(self, name):
-        raise ZeroDivisionError(name)
-
-
-def instead(name, module):
-    return mock.patch.dict(sys.modules, {name: module})
-
-
-def failing(owner, name):
-    return mock.patch.object(owner, name, side_effect=ZeroDivisionError(name))
-
-
-# What makes each step fail, and the error of the import.
+# What makes an import fail, and its error.
 OBSTACLES = [
-    *(
-        (instead(name, None), ModuleNotFoundError, f"^import of {name} halted")
-        for name in ("json", "logging", "re", "typing", PAGINATION)
-    ),
-    (instead("typing", types.ModuleType("typing")), ImportError, "^cannot import name 'TYPE_CHECKING' from 'typing'"),
-    (instead(PAGINATION, types.ModuleType(PAGINATION)), ImportError, f"'add_pagination_hint' from '{PAGINATION}'"),
-    (instead(PAGINATION, Failing("p")), ZeroDivisionError, "^__path__$"),  # which `from` reads first
-    (failing(logging, "getLogger"), ZeroDivisionError, "^getLogger$"),
-    (failing(re, "compile"), ZeroDivisionError, "^compile$"),
+    (mock.patch.dict(sys.modules, {PAGINATION: None}), ModuleNotFoundError, f"^import of {PAGINATION} halted"),
+    (mock.patch.object(re, "compile", side_effect=ZeroDivisionError("compile")), ZeroDivisionError, "^compile$"),
 ]
 
 
@@ -85,28 +64,6 @@ class Loading(unittest.TestCase):
             self.assertNotIn(NAME, sys.modules)
             self.assertFalse(hasattr(hollin, "mcp_responses"), text)
             self.assertEqual(list(vars(self.import_anew()))[-1], "get_empty_response")
-
-    def test_import_errors_equal_those_of_the_interpreter(self):
-        def error_of(call):
-            with self.assertRaises((ImportError, NameError)) as raised:
-                call()
-            error = raised.exception
-            return type(error), str(error), error.name, getattr(error, "path", None)
-
-        def import_hint():
-            exec(f"from {PAGINATION} import add_pagination_hint", {})
-
-        initializing = types.SimpleNamespace(_initializing=True)
-        for path, spec in ((None, None), ("p.py", None), (7, None), ("p.py", initializing)):
-            pagination = types.ModuleType(PAGINATION)
-            pagination.__file__, pagination.__spec__ = path, spec
-            self.forget()
-            with instead(PAGINATION, pagination):
-                self.assertEqual(error_of(lambda: importlib.import_module(NAME)), error_of(import_hint))
-        module = self.import_anew()
-        del module.add_pagination_hint
-        missing = error_of(lambda: module.build_paginated_response([], 0, 0))
-        self.assertEqual(missing, error_of(lambda: eval("add_pagination_hint", {})))
 
     def test_a_module_without_references_is_freed(self):
         held = []
