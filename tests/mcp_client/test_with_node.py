@@ -12,7 +12,7 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "mcp_responses"))
-from service import ENVIRONMENT, conversation, make_long_tree, make_tree  # noqa: E402
+from service import ENVIRONMENT, conversation, make_tree  # noqa: E402
 
 FILES = ("package.json", "package-lock.json", "client.mjs")
 # Node.js cannot load the sanitizer of the interpreter.
@@ -48,16 +48,8 @@ class ClientTest(unittest.TestCase):
         return folder
 
     def test_a_session(self):
-        trees = {"slow": make_long_tree(self.addCleanup), "small": make_tree(self.addCleanup)}
-        servers = {
-            name: {
-                "command": sys.executable,
-                "args": ["-P", "-m", "hollin.server", "--root", str(root)],
-                "env": ENVIRONMENT,
-            }
-            for name, root in trees.items()
-        }
-        text = json.dumps({**servers, "conversation": conversation()})
+        arguments = ["-P", "-m", "hollin.server", "--root", str(make_tree(self.addCleanup))]
+        server = {"command": sys.executable, "args": arguments, "env": ENVIRONMENT}
+        text = json.dumps({"server": server, "conversation": conversation()})
         done = run(self.installed(), "node", "client.mjs", text=text)
         self.assertEqual(done.returncode, 0, done.stderr)
-

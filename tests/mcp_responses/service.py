@@ -1,4 +1,4 @@
-"""A small tree of Python sources, a client of the example server, and a conversation between the two."""
+"""A small tree of Python sources, a client of the example server, and a conversation about the tree."""
 
 import json
 import os
@@ -12,6 +12,9 @@ import unittest
 from pathlib import Path
 
 import hollin
+from hollin.arguments import checked
+from hollin.catalogue import TOOLS
+from hollin.index import Index
 from hollin.mcp_responses import tool_result_text
 from script_helper import HERE, make_folder
 
@@ -51,7 +54,6 @@ TREE = {
     "broken.py": "def (:\n",
     "deep.py": "x = " + "-" * 100000 + "1",
 }
-TOOL_NAMES = ["status", "search", "symbol", "file", "files", "architecture", "tests", "wiki"]
 # The required arguments of the tools.
 NEEDED = {"search": {"query": "a"}, "symbol": {"fqn": "a"}, "file": {"path": "a"}, "wiki": {"action": "list"}}
 ASK = {"action": "ask", "query": "How do I pay a cart?"}
@@ -78,6 +80,17 @@ def make_long_tree(add_cleanup) -> Path:
     for number in range(300):
         (folder / f"m{number}.py").write_text("def f(a, b):\n    return f(a, f(b, a))\n" * 15)
     return folder
+
+
+def built_index(folder: Path) -> Index:
+    index = Index(folder)
+    for _ in index.build():
+        pass
+    return index
+
+
+def answer(index: Index, tool: str, **arguments) -> dict:
+    return TOOLS[tool].answer(index, checked(arguments, TOOLS[tool].arguments))
 
 
 def conversation() -> list[tuple[str, dict, str]]:
@@ -116,9 +129,6 @@ class Client:
 
     def tools(self) -> dict[str, dict]:
         return {tool["name"]: tool for tool in self.request("tools/list")["result"]["tools"]}
-
-    def output_schemas(self) -> dict[str, dict]:
-        return {name: tool["outputSchema"] for name, tool in self.tools().items()}
 
     def call(self, tool: str, **arguments) -> str:
         """The text of an answer, which is also there as an object; or "error: " and the text of the error."""

@@ -9,12 +9,9 @@ import unittest
 import xml.etree.ElementTree
 
 from hollin import demo
-from hollin.arguments import checked
-from hollin.index import Index
 from hollin.mcp_responses import _encoded_size, tool_result_text
-from hollin.catalogue import TOOLS
 from random_input import tree
-from service import ASK, ENVIRONMENT, make_long_tree, make_tree
+from service import ASK, ENVIRONMENT, answer, built_index, make_long_tree, make_tree
 from script_helper import HERE, make_folder
 
 CHART = HERE.parents[1] / "benchmarks" / "budget_chart.py"
@@ -97,12 +94,10 @@ class ChartTest(unittest.TestCase):
             self.assertIn(label, texts)
 
     def test_the_parts_are_the_whole_answer(self):
-        index = Index(make_tree(self.addCleanup))
-        for _ in index.build():
-            pass
+        index = built_index(make_tree(self.addCleanup))
 
         def ask(**budget):
-            return TOOLS["wiki"].answer(index, checked({**ASK, **budget}, TOOLS["wiki"].arguments))
+            return answer(index, "wiki", **ASK, **budget)
 
         measured = budget_chart.measured(ask)
         sizes = {budget: sum(map(sum, parts.values())) for budget, parts in measured.items()}

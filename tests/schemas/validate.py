@@ -1,6 +1,6 @@
-"""Holds values against JSON Schemas: reads a list of [schema as text, value] from standard input, and writes a list of
-what is wrong with each, null for nothing. A program of its own, for an interpreter that can import jsonschema: the one
-under test may not."""
+"""Validates values with JSON Schemas: reads a list of [schema as text, value] from standard input, and writes a list of
+error messages, null for a valid value. It is a separate program because jsonschema may be installed only for another
+interpreter than the one under test."""
 
 import functools
 import json
