@@ -14,14 +14,9 @@ from helpers import BUILD, ROOT, contents, empty_folder, make_environment, newes
 USE = """
 import importlib.metadata
 from hollin import mcp_responses as m
-row = m.without_nulls({"name": "naïve", "line": None, "score": 0.5})
-print(m.tool_result_text(m.build_paginated_response([row], 57, 0)))
-print(importlib.metadata.version("mcp_responses"))
+print(m.tool_result_text(m.build_empty_paginated_response("naïve")), importlib.metadata.version("mcp_responses"))
 """
-ANSWER = (
-    '{"items":[{"name":"naïve","score":0.5}],"total_count":57,"truncated":true,"has_more":true,"offset":0,'
-    '"hint":"More rows follow: call again with offset=1."}\n'
-)
+ANSWER = '{"naïve":[],"total_count":0,"truncated":false,"has_more":false,"offset":0}'
 # As in docs/in_a_service.md. The build dependencies must be those of pyproject.toml.
 OFFLINE = ("--no-build-isolation", "--check-build-dependencies", "--no-deps")
 NOT_SOURCES = shutil.ignore_patterns("build", "dist", ".*", "__pycache__", "*.egg-info")
@@ -80,7 +75,7 @@ class WheelTest(unittest.TestCase):
         before = contents(packages)
         run(self.tools, "-m", "pip", "--python", clean, "install", self.wheel)
         self.assertEqual(before, {name: text for name, text in contents(packages).items() if name in before})
-        self.assertEqual(run(clean, "-I", "-X", "utf8", "-c", USE), f"{ANSWER}{newest_release()}\n")
+        self.assertEqual(run(clean, "-I", "-X", "utf8", "-c", USE), f"{ANSWER} {newest_release()}\n")
         run_page = Path(__file__).with_name("run_page.py")
         for page in ("in_a_service.md", "faq.md"):
             self.assertRegex(run(clean, "-I", "-X", "utf8", run_page, ROOT / "docs" / page), r"^([5-9]|1\d) blocks$")

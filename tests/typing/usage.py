@@ -5,7 +5,7 @@ from collections.abc import Mapping
 from dataclasses import dataclass
 from pathlib import Path
 from types import SimpleNamespace
-from typing import TYPE_CHECKING, Any, NamedTuple, TypedDict
+from typing import TYPE_CHECKING, Any, TypedDict
 
 from hollin import mcp_responses
 from hollin.index import ComponentInfo, Reference
@@ -22,10 +22,6 @@ class FrozenReference:
     line: int
     caller_symbol: dict[str, str]
     usage_type: None = None
-
-
-class Named(NamedTuple):
-    name: str
 
 
 class Citation(TypedDict):
@@ -60,17 +56,11 @@ def references(root: Path, found: list[Reference | FrozenReference]) -> list[dic
     return [mcp_responses.build_reference(one, code.get((one.file_path or "", one.line or 0))) for one in found]
 
 
-def components(found: list[ComponentInfo]) -> list[str]:
-    rows = [mcp_responses.build_component(component) for component in found]
-    return [mcp_responses.first_sentence(row["name"]) or mcp_responses._cut("none", 2) for row in rows]
-
-
 def ask(sections: list[dict[str, Any]], budget: int | None) -> int:
     answer = mcp_responses.build_wiki_ask_response(
         mode="retrieval", query="q", answer=None, sections=sections, tokens={"prompt": 1}, token_budget=budget
     )
-    mcp_responses.logger.info("%d tokens", mcp_responses._encoded_size(answer) // mcp_responses._BYTES_PER_TOKEN)
-    return mcp_responses._encoded_size(mcp_responses.get_empty_response("wiki"))
+    return mcp_responses._encoded_size(answer) // mcp_responses._BYTES_PER_TOKEN
 
 
 def other_kinds(citations: list[Citation], rows: list[OrderedDict[str, int]], code: Mapping[str, Any]) -> None:
@@ -82,12 +72,13 @@ def other_kinds(citations: list[Citation], rows: list[OrderedDict[str, int]], co
 
 
 mcp_responses.add_pagination_hint = add_pagination_hint
+mcp_responses.logger.info(mcp_responses._cut("none", 2))
 mcp_responses.build_api_endpoint(Endpoint("shop.pay", "pay", "function", 9))
 mcp_responses.build_symbol_full_details(Endpoint("shop.pay", "pay", "function", 9))  # type: ignore[arg-type]
 mcp_responses.build_component(SimpleNamespace(name="core"))
+mcp_responses.build_component(ComponentInfo("core", None, "core/**", 1, 2))
 mcp_responses.code_lines("/srv/repo", [])
 search(list[Symbol](), {}, 0)  # type: ignore[arg-type]  # list is invariant
-mcp_responses.build_component(Named("core"))  # type: ignore[arg-type]
 mcp_responses.build_index_status_response("asleep", "healthy", None, 0)  # type: ignore[arg-type]
 mcp_responses.build_paginated_response([], 0, 0, "rows")  # type: ignore[misc]
 mcp_responses.build_wiki_ask_response(mode="m", query="q", sections=[])  # type: ignore[call-arg]
