@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "detail/shared_array.h"
 #include "errors.h"
@@ -96,32 +97,43 @@ bool equal_numbers(const Value& a, const Value& b) {
   return a.real() ? equal_number(*b.whole(), *a.real()) : equal_number(*a.whole(), *b.real());
 }
 
-/// Compares values in `levels` lists or objects. The recursion ends at the nesting limit.
-bool equal(const Value& a, const Value& b, std::size_t levels);
+/// Two lists, or two objects, of equal kind that are to be compared, and the number of containers around
+/// each.
+struct Pair {
+  Value a;
+  Value b;
+  std::size_t levels;
+};
 
-bool equal_lists(const List& a, const List& b, std::size_t levels) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [levels](const Value& x, const Value& y) { return equal(x, y, levels); });
+/// Compares kinds, numbers and strings. Adds two lists or objects to `pairs`.
+bool equal_shallow(const Value& a, const Value& b, std::size_t levels, std::vector<Pair>& pairs) {
+  if (is_number(a) && is_number(b)) return equal_numbers(a, b);
+  if (a.kind() != b.kind() || a.size() != b.size()) return false;
+  if (a.kind() == Kind::string) return *a.view() == *b.view();
+  if (!a.is_null()) pairs.push_back({a, b, levels});
+  return true;
 }
 
-bool equal_objects(const Object& a, const Object& b, std::size_t levels) {
-  if (a.size() != b.size()) return false;
-  std::map<TextView, const Value*> by_key;
-  for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
-  return std::all_of(a.begin(), a.end(), [&](const Member& member) {
-    const auto found = by_key.find(member.key.view());
-    return found != by_key.end() && equal(member.value, *found->second, levels);
+bool equal_lists(const Pair& outer, std::vector<Pair>& pairs) {
+  const List a = *outer.a.list();
+  const List b = *outer.b.list();
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](const Value& x, const Value& y) {
+    return equal_shallow(x, y, outer.levels + 1, pairs);
   });
 }
 
-bool equal(const Value& a, const Value& b, std::size_t levels) {
-  if (is_number(a) && is_number(b)) return equal_numbers(a, b);
-  if (a.kind() != b.kind()) return false;
-  if (a.kind() == Kind::string) return *a.view() == *b.view();
-  if (a.is_null()) return true;
-  check_nesting(levels);
-  return a.kind() == Kind::list ? equal_lists(*a.list(), *b.list(), levels + 1)
-                                : equal_objects(*a.object(), *b.object(), levels + 1);
+bool equal_objects(const Pair& outer, std::vector<Pair>& pairs) {
+  const Object a = *outer.a.object();
+  const Object b = *outer.b.object();
+  std::map<TextView, const Value*> by_key;
+  for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
+  // The sizes are compared again, because the conversion of a foreign object may run code that changes
+  // the other one.
+  return a.size() == b.size() && std::all_of(a.begin(), a.end(), [&](const Member& member) {
+           const auto found = by_key.find(member.key.view());
+           return found != by_key.end() &&
+                  equal_shallow(member.value, *found->second, outer.levels + 1, pairs);
+         });
 }
 
 }  // namespace
@@ -178,7 +190,18 @@ std::optional<std::size_t> Value::size() const noexcept {
   return ops().size(payload());
 }
 
-bool operator==(const Value& a, const Value& b) { return equal(a, b, 0); }
+bool operator==(const Value& a, const Value& b) {
+  // An explicit stack, because values may be nested deeply.
+  std::vector<Pair> pairs;
+  bool are_equal = equal_shallow(a, b, 0, pairs);
+  while (are_equal && !pairs.empty()) {
+    const Pair pair = std::move(pairs.back());
+    pairs.pop_back();
+    check_nesting(pair.levels);
+    are_equal = pair.a.kind() == Kind::list ? equal_lists(pair, pairs) : equal_objects(pair, pairs);
+  }
+  return are_equal;
+}
 
 template <class Element>
 std::span<const Element> Container<Element>::items() const noexcept {
