@@ -82,7 +82,9 @@ void destroy(ArrayHeader* array) noexcept {
   }
 }
 
-bool is_number(const Value& value) { return value.whole() || value.real(); }
+bool is_number(Kind kind) {
+  return kind == Kind::boolean || kind == Kind::integer || kind == Kind::real;
+}
 
 /// Compares exactly, without rounding the integer to a float.
 bool equal_number(std::int64_t integer, double real) {
@@ -92,9 +94,12 @@ bool equal_number(std::int64_t integer, double real) {
 }
 
 bool equal_numbers(const Value& a, const Value& b) {
-  if (a.whole() && b.whole()) return *a.whole() == *b.whole();
-  if (a.real() && b.real()) return *a.real() == *b.real();
-  return a.real() ? equal_number(*b.whole(), *a.real()) : equal_number(*a.whole(), *b.real());
+  const auto whole_a = a.whole();
+  const auto whole_b = b.whole();
+  if (whole_a && whole_b) return *whole_a == *whole_b;
+  if (whole_a) return equal_number(*whole_a, *b.real());
+  if (whole_b) return equal_number(*whole_b, *a.real());
+  return *a.real() == *b.real();
 }
 
 /// Two lists, or two objects, of equal kind that are to be compared, and the number of containers around
@@ -107,7 +112,7 @@ struct Pair {
 
 /// Compares kinds, numbers and strings. Adds two lists or objects to `pairs`.
 bool equal_shallow(const Value& a, const Value& b, std::size_t levels, std::vector<Pair>& pairs) {
-  if (is_number(a) && is_number(b)) return equal_numbers(a, b);
+  if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
   if (a.kind() != b.kind() || a.size() != b.size()) return false;
   if (a.kind() == Kind::string) return *a.view() == *b.view();
   if (!a.is_null()) pairs.push_back({a, b, levels});
