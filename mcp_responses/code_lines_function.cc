@@ -59,15 +59,13 @@ std::string encoded_path(PyObject* path) {
   return encoded;
 }
 
-/// The root as an absolute path. A relative one is resolved before the places are read, because
-/// reading them may change the current directory.
 std::string root_of(PyObject* root) {
   const PyRef path = checked(PyOS_FSPath, root);
   if (!PyUnicode_Check(path.get())) {
     raise(PyExc_TypeError, "root must be a path of str or None, not of %.200s",
           Py_TYPE(path.get())->tp_name);
   }
-  return absolute(encoded_path(path.get()));
+  return encoded_path(path.get());
 }
 
 Place to_place(PyObject* pair, std::size_t position) {
@@ -113,6 +111,7 @@ PyRef code_lines_body(Call& call) {
   Reading reading;
   const auto check_signals = [&reading] { reading.check_signals(); };
   const std::string root = root_of(call[0]);
+  // A relative root is resolved before the places are read, which may change the current directory.
   std::optional<WorkTree> tree;
   reading.without_gil([&] { tree.emplace(root, check_signals); });
   const std::vector<Place> places = places_of(call);
