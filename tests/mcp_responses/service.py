@@ -131,7 +131,7 @@ class Client:
         return {tool["name"]: tool for tool in self.request("tools/list")["result"]["tools"]}
 
     def call(self, tool: str, **arguments) -> str:
-        """The text of an answer, which is also there as an object; or "error: " and the text of the error."""
+        """The text of an answer, which is also its structured content; or "error: " and the text of the error."""
         result = self.request("tools/call", name=tool, arguments=arguments)["result"]
         (content,) = result["content"]
         if result["isError"]:

@@ -87,7 +87,7 @@ class Records(ComparingTest):
             real.build_symbol_search_result(type("Own", (), {"fqn": property(own)})())
         self.assertEqual((raised.exception.name, raised.exception.obj), ("another", 3))
 
-    def test_sections_and_citations_of_a_wrong_type(self):
+    def test_elements_of_a_wrong_type(self):
         entry = "must be str, int, float or None, not"
         for message, sections, extra in (
             ("sections[1] must be dict, not str", [{}, "s"], []),
@@ -98,6 +98,7 @@ class Records(ComparingTest):
         ):
             with self.assertRaisesRegex(TypeError, f"^{re.escape(message)}$"):
                 real._ask_citations(sections, extra)
+        self.assertRaisesRegex(TypeError, r"^fqns\[1\] must be str, not int$", real.outline_module, ["a.b", 7])
         # Citations after the 24th are not inspected.
         whole = [{"path": number} for number in range(24)]
         self.assertEqual(real._ask_citations([], [*whole, {"path": []}]), whole)

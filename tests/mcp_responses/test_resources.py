@@ -8,10 +8,11 @@ import os
 import random
 import sys
 import unittest
+import weakref
 from concurrent.futures import ThreadPoolExecutor
 
 from comparison import outcome
-from samples import PLACES, RECORDS, failing_calls, good_calls, parts, real, record
+from samples import PLACES, RECORDS, failing_calls, good_calls, new_module, parts, real, record
 
 
 class Mallinfo(ctypes.Structure):
@@ -73,6 +74,12 @@ class Leaks(unittest.TestCase):
 
 
 class GarbageCollection(unittest.TestCase):
+    def test_a_freed_function_clears_its_weak_references(self):
+        module, freed = new_module(), []
+        reference = weakref.ref(module._cut, freed.append)
+        del module._cut
+        self.assertEqual((reference(), freed), (None, [reference]))
+
     def test_the_collector_tracks_each_dict_that_can_be_in_a_cycle(self):
         for place in PLACES:
             if place.where == "result":
@@ -81,8 +88,9 @@ class GarbageCollection(unittest.TestCase):
             containers = [part for part in parts(answer) if isinstance(part, (list, dict))]
             self.assertIn([{"k": []}], containers, place)
             for container in containers:
-                is_leaf = isinstance(container, dict) and not any(isinstance(e, (list, dict)) for e in container.values())
-                self.assertTrue(gc.is_tracked(container) or is_leaf, place)
+                elements = container if isinstance(container, list) else container.values()
+                has_leaves_only = isinstance(container, dict) and not any(isinstance(e, (list, dict)) for e in elements)
+                self.assertTrue(gc.is_tracked(container) or has_leaves_only, place)
         for name, fields in RECORDS.items():
             leaves = {key: value for key, value in fields.items() if not isinstance(value, dict)}
             self.assertFalse(gc.is_tracked(getattr(real, name)(record(leaves, caller_symbol=None))), name)

@@ -34,20 +34,20 @@ WRONG_MESSAGES = [  # a line, and the id and the code of its error
 class StartTest(ServiceTest):
     def test_versions_of_the_protocol(self):
         known = ["2024-11-05", "2025-03-26", "2025-06-18", "2025-11-25"]
-        for asked, agreed in {**dict(zip(known, known)), "2024-10-07": "2025-11-25", "": "2025-11-25"}.items():
+        for requested, agreed in {**dict(zip(known, known)), "2024-10-07": "2025-11-25", "": "2025-11-25"}.items():
             client = self.start()
             self.assertEqual(client.request("tools/list")["error"]["code"], -32600, "a request before initialize")
-            result = client.initialize(asked)
-            self.assertEqual(result["protocolVersion"], agreed, asked)
+            result = client.initialize(requested)
+            self.assertEqual(result["protocolVersion"], agreed, requested)
             project = re.search(r"^project\(\w+ VERSION (\S+)", (HERE.parents[1] / "CMakeLists.txt").read_text(), re.M)
             self.assertEqual(result["serverInfo"]["version"], project[1])
             client.send(b'[{"jsonrpc":"2.0","id":1,"method":"ping"},{"jsonrpc":"2.0","method":"a"},3]')
             answer = client.receive()
             if agreed < "2025-06-18":
-                self.assertEqual(answer[0], {"jsonrpc": "2.0", "id": 1, "result": {}}, asked)
-                self.assertEqual([each.get("error", {}).get("code") for each in answer], [None, -32600], asked)
+                self.assertEqual(answer[0], {"jsonrpc": "2.0", "id": 1, "result": {}}, requested)
+                self.assertEqual([each.get("error", {}).get("code") for each in answer], [None, -32600], requested)
             else:
-                self.assertEqual(answer["error"]["code"], -32600, asked)
+                self.assertEqual(answer["error"]["code"], -32600, requested)
 
     def test_without_a_tree(self):
         client = self.start()
@@ -125,7 +125,7 @@ class ReadyServerTest(ServiceTest):
             error = self.client.receive()
             self.assertEqual((error.get("id"), error["error"]["code"]), (number, code), line[:100])
             self.assertEqual("id" in error, number is not None, "an id that cannot be read is left out")
-            self.client.send(b'{"jsonrpc":"2.0","method":"tools/call","params":[]}\n\r')  # neither has an answer
+            self.client.send(b'{"jsonrpc":"2.0","method":"tools/call","params":[]}\n\r')  # neither gets an answer
             self.assertEqual(self.client.request("ping"), {"jsonrpc": "2.0", "id": "r", "result": {}}, line[:100])
 
 

@@ -318,6 +318,8 @@ class Errors(unittest.TestCase):
                 real.build_file_symbol(record(SYMBOL, fqn=value), "shop")
             with self.assertRaisesRegex(AttributeError, what + " 'get'$"):
                 real.build_reference(record(REFERENCE, caller_symbol=value))
+        with self.assertRaisesRegex(AttributeError, "^'NoneType' object has no attribute 'startswith'$"):
+            real.build_file_symbol(record(SYMBOL, fqn=None), "shop")
         for falsy in (set(), b"", 0j, range(0), frozenset()):
             answer = real.build_reference(record(REFERENCE, caller_symbol=falsy))
             self.assertNotIn("caller", answer)

@@ -27,7 +27,7 @@ MEMORY_ERRORS = [MemoryError() for _ in range(20)]  # as many as a free list has
 
 
 def exceed_memory():
-    """Fails an allocation of C++ while another exception is handled, for which the interpreter creates a MemoryError."""
+    """Fails an allocation of C++ while another exception is handled: then the interpreter creates a MemoryError."""
     limits = resource.getrlimit(resource.RLIMIT_AS)
     try:
         LONG.missing
