@@ -78,6 +78,16 @@ def nested(kind, levels):
     return value
 
 
+# The order in which functions inspect their arguments, if it is not that of the parameters.
+INSPECTION_ORDER = {
+    "build_symbol_search_result": ("file_path", "symbol"),
+    "build_symbol_full_details": ("file_path", "symbol"),
+    "build_file_symbol": ("module", "symbol"),
+    "build_api_endpoint": ("file_path", "component_name", "symbol"),
+    "build_reference": ("code", "reference"),
+}
+
+
 def exact_outcome(function, *args, **named):
     """The answer as it is decoded from its text, and ""; or the type and the text of the error."""
     kind, result = outcome(function, args, named)
@@ -150,6 +160,16 @@ class Values(ComparingTest):
                 if "int" in declared:
                     with self.assertRaisesRegex(OverflowError, f"^{name} is an int beyond 64 bits"):
                         getattr(real, function)(**good | {name: -(2**63) - 1})
+
+    def test_which_of_two_wrong_arguments_is_reported(self):
+        for name, good in good_calls().items():
+            function = getattr(real, name)
+            for first, second in itertools.combinations(INSPECTION_ORDER.get(name, good), 2):
+                for make_first, make_second in itertools.product((object, lambda: 2**64 - len(name), set), repeat=2):
+                    values = {first: make_first(), second: make_second()}  # two objects in any case
+                    one, other = (exact_outcome(function, **good | {key: value}) for key, value in values.items())
+                    self.assertNotEqual(one, other, (name, first, second))
+                    self.assertEqual(exact_outcome(function, **good | values), one, (name, first, second))
 
     def test_rare_kinds_of_excerpts(self):
         excerpts = [[*range(2000)], ["é"] * 700, moved(OrderedDict), {7: [1], None: {"k": 1.5}}, 7, 0.0, True, ()]
