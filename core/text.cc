@@ -84,7 +84,7 @@ char32_t TextView::operator[](std::size_t position) const {
                      [position](auto units) { return static_cast<char32_t>(units[position]); });
 }
 
-bool operator==(const TextView& a, const TextView& b) noexcept { return (a <=> b) == 0; }
+bool operator==(const TextView& a, const TextView& b) noexcept { return std::is_eq(a <=> b); }
 
 std::strong_ordering operator<=>(const TextView& a, const TextView& b) noexcept {
   if (a.size != b.size) return a.size <=> b.size;

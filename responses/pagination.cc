@@ -14,16 +14,17 @@ long double number(const Value& value, std::string_view name) {
   if (const auto whole = value.whole()) return static_cast<long double>(*whole);
   const auto real = value.real();
   if (!real) throw KindError(name, {Kind::integer}, value.kind());
-  return *real;
+  return static_cast<long double>(*real);
 }
 
 }  // namespace
 
 bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
                  std::string_view total_name) {
-  const auto real_offset = offset.real();
-  const long double end = real_offset ? *real_offset + static_cast<double>(rows)
-                                      : number(offset, "offset") + static_cast<long double>(rows);
+  long double end = number(offset, "offset") + static_cast<long double>(rows);
+  // The sum of two floats is rounded once.
+  if (const auto real = offset.real())
+    end = static_cast<long double>(*real + static_cast<double>(rows));
   return end < number(total, total_name);
 }
 

@@ -18,7 +18,10 @@ namespace detail {
 
 /// The members of an array that do not depend on the type of its elements.
 struct ArrayHeader {
-  RefCount owners = {};
+  ArrayHeader(std::size_t elements, bool are_members) noexcept
+      : capacity(elements), has_members(are_members) {}
+
+  RefCount owners;
   std::size_t size = 0;
   std::size_t capacity;
   bool has_members;             // its elements are the members of an object
@@ -71,7 +74,7 @@ class SharedArray : public ArrayHeader {
 
  private:
   explicit SharedArray(std::size_t elements) noexcept
-      : ArrayHeader{.capacity = elements, .has_members = std::same_as<T, Member>} {}
+      : ArrayHeader(elements, std::same_as<T, Member>) {}
 
   static SharedArray* with_capacity(std::size_t elements) {
     static_assert(alignof(T) <= alignof(SharedArray) && sizeof(SharedArray) % alignof(T) == 0);
