@@ -17,6 +17,7 @@ class ValueTree {
 
   class Cursor {
    public:
+    Cursor() noexcept = default;
     explicit Cursor(const Value& container) : is_object_(container.kind() == Kind::object) {
       if (container.is_foreign()) converted_ = container.ops().materialized(container.payload());
       const Value& own = container.is_foreign() ? converted_ : container;
@@ -35,7 +36,7 @@ class ValueTree {
     }
 
    private:
-    bool is_object_;
+    bool is_object_ = false;
     Value converted_;  // owns the elements or members of a foreign container
     std::span<const Value> elements_;
     std::span<const Member> members_;
@@ -70,7 +71,7 @@ std::size_t _encoded_size(const Value& result) {
 }
 
 std::size_t encoded_string_size(const TextView& string) {
-  return detail::CountSink::put_string(0, string);
+  return detail::CountSink::put_string(0, string, ',') - 1;
 }
 
 }  // namespace mcp_responses

@@ -46,7 +46,17 @@ inline CPythonDictKeys* unicode_keys_of(PyObject* dict) noexcept {
 inline bool next_member(PyObject* dict, Py_ssize_t& position, PyObject*& key,
                         PyObject*& value) noexcept {
   CPythonDictKeys* const keys = unicode_keys_of(dict);
-  if (keys == nullptr) return PyDict_Next(dict, &position, &key, &value) != 0;
+  if (keys == nullptr) {
+    // Pointers to copies, so that a cursor whose members are the arguments stays in registers.
+    Py_ssize_t at = position;
+    PyObject* next_key = nullptr;
+    PyObject* next_value = nullptr;
+    if (PyDict_Next(dict, &at, &next_key, &next_value) == 0) return false;
+    position = at;
+    key = next_key;
+    value = next_value;
+    return true;
+  }
   const CPythonDictEntry* const entries = entries_of(keys);
   while (position < keys->entry_count) {
     const CPythonDictEntry& entry = entries[position++];

@@ -24,6 +24,7 @@ class PyTree {
 
   class Cursor {
    public:
+    Cursor() noexcept = default;
     Cursor(PyObject* container, bool is_object) noexcept : at_(container, is_object) {}
 
     bool is_object() const noexcept { return at_.is_dict(); }

@@ -91,13 +91,15 @@ std::size_t max_nesting() noexcept;
 /// value are valid until Python code runs.
 class PyCursor {
  public:
+  PyCursor() noexcept = default;
   explicit PyCursor(PyObject* container) noexcept : PyCursor(container, PyDict_Check(container)) {}
   PyCursor(PyObject* container, bool is_dict) noexcept
       : container_(container), is_dict_(is_dict), is_list_(PyList_Check(container)) {}
 
   /// Moves to the next element or member; false after the last.
   bool next() noexcept {
-    if (is_dict_) return next_member(container_, position_, key_, value_);
+    if (is_dict_) [[unlikely]]
+      return next_member(container_, position_, key_, value_);
     if (position_ >= Py_SIZE(container_)) return false;
     value_ =
         is_list_ ? PyList_GET_ITEM(container_, position_) : PyTuple_GET_ITEM(container_, position_);
@@ -114,12 +116,12 @@ class PyCursor {
   Py_ssize_t index() const noexcept { return position_ - 1; }
 
  private:
-  PyObject* container_;
+  PyObject* container_ = nullptr;
   PyObject* key_ = nullptr;
   PyObject* value_ = nullptr;
   Py_ssize_t position_ = 0;
-  bool is_dict_;
-  bool is_list_;
+  bool is_dict_ = false;
+  bool is_list_ = false;
 };
 
 }  // namespace mcp_responses

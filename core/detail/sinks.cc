@@ -86,36 +86,36 @@ std::size_t TextSink::put_slow(std::size_t offset, std::string_view ascii) {
   return offset + ascii.size();
 }
 
-std::size_t TextSink::put_delimited_slow(std::size_t offset, bool comma, const TextView& text,
-                                         bool colon) {
+std::size_t TextSink::put_string_slow(std::size_t offset, const TextView& text, char delimiter) {
   if (text.repertoire > repertoire_) widen(offset, text.repertoire);
   return visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
     if constexpr (sizeof(Unit) > 1) {
-      const std::size_t end = try_put_short<Unit>(offset, comma, text, colon);
+      const std::size_t end = try_put_short<Unit>(offset, text, delimiter);
       if (end > 0) return end;
     }
-    if (comma) offset = put(offset, ',');
-    offset = put(offset, '"');
+    offset = put(offset, "\"");
     visit_units(text, [&](auto units) {
       using From = typename decltype(units)::value_type;
-      if constexpr (sizeof(From) <= sizeof(Unit)) offset = put_escaped<Unit>(offset, units);
+      if constexpr (sizeof(From) <= sizeof(Unit))
+        offset = put_escaped<Unit>(offset, units, delimiter);
     });
-    return colon ? put(offset, ':') : offset;
+    return offset;
   });
 }
 
-/// Writes the content of a string and the closing quotation mark.
+/// Writes the content of a string, the closing quotation mark and the delimiter.
 template <class Unit, class From>
-std::size_t TextSink::put_escaped(std::size_t offset, std::span<const From> units) {
+std::size_t TextSink::put_escaped(std::size_t offset, std::span<const From> units, char delimiter) {
   do {
     const auto chunk = units.first(std::min(units.size(), max_chunk));
     units = units.subspan(chunk.size());
     Unit* const start = reserve<Unit>(offset, chunk.size() * max_escape_size + max_overrun);
     Unit* const end = write_escaped(chunk, start);
-    *end = '"';
+    end[0] = '"';
+    end[1] = static_cast<unsigned char>(delimiter);
     offset += static_cast<std::size_t>(end - start);
   } while (!units.empty());
-  return offset + 1;
+  return offset + 2;
 }
 
 void TextSink::grow(std::size_t needed) {
@@ -148,9 +148,9 @@ void TextSink::widen(std::size_t size, Repertoire repertoire) {
   if (is_wide()) narrow_capacity_ = 0;
 }
 
-std::size_t CountSink::put_string(std::size_t offset, const TextView& text) {
+std::size_t CountSink::put_string(std::size_t offset, const TextView& text, char) {
   bool has_surrogate = false;
-  offset += 2 + text.size;
+  offset += 3 + text.size;
   visit_units(text, [&](auto units) {
     offset += extra_escape_bytes(units);
     if (text.repertoire != Repertoire::ascii) offset += extra_utf8_bytes(units, has_surrogate);

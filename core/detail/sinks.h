@@ -2,11 +2,9 @@
 // have the same functions, so the size of an answer cannot disagree with its text. Each function writes
 // at an offset, in units of the text or in bytes, and returns the offset after it.
 //
-//   put(offset, character), put(offset, ascii)   punctuation and words: ASCII, not escaped
-//   put_number(offset, number)                   an integer or a float
-//   put_string(offset, text)                     a string in quotation marks, escaped
-//   put_key(offset, text, is_first)              the key of a member: a string and a colon, and before
-//                                                it a comma, except for the first member
+//   put(offset, ascii)                      punctuation and words: ASCII, not escaped
+//   put_number(offset, number)              an integer or a float, and a comma
+//   put_string(offset, text, delimiter)     a string in quotation marks, escaped, and the delimiter
 #pragma once
 
 #include <cstddef>
@@ -42,9 +40,6 @@ class TextSink {
   /// Writes to this memory, which is enlarged if necessary.
   explicit TextSink(TextBuffer buffer) noexcept : buffer_(std::move(buffer)) {}
 
-  std::size_t put(std::size_t offset, char character) {
-    return put(offset, std::string_view(&character, 1));
-  }
   std::size_t put(std::size_t offset, std::string_view ascii) {
     if (offset + ascii.size() > narrow_capacity_) [[unlikely]]
       return put_slow(offset, ascii);
@@ -54,15 +49,19 @@ class TextSink {
   template <class Number>
   std::size_t put_number(std::size_t offset, Number number) {
     if (offset + number_capacity > narrow_capacity_) [[unlikely]]
-      return put_slow(offset, NumberText(number).view());
-    char* const to = static_cast<char*>(buffer_.bytes.get()) + offset;
-    return offset + static_cast<std::size_t>(write_number(number, to) - to);
+      return put_slow(put_slow(offset, NumberText(number).view()), ",");
+    char* const start = static_cast<char*>(buffer_.bytes.get()) + offset;
+    char* const end = write_number(number, start);
+    *end = ',';
+    return offset + static_cast<std::size_t>(end + 1 - start);
   }
-  std::size_t put_string(std::size_t offset, const TextView& text) {
-    return put_delimited(offset, false, text, false);
-  }
-  std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
-    return put_delimited(offset, !is_first, text, true);
+  std::size_t put_string(std::size_t offset, const TextView& text, char delimiter) {
+    // Only the narrow case is inlined: inlining the wide ones costs more than it gains.
+    if (!is_wide()) {
+      const std::size_t end = try_put_short<std::uint8_t>(offset, text, delimiter);
+      if (end > 0) return end;
+    }
+    return put_string_slow(offset, text, delimiter);
   }
 
   /// The first `size` units of the text. Valid until the next call.
@@ -86,22 +85,12 @@ class TextSink {
       grow((offset + count) * sizeof(Unit));
     return static_cast<Unit*>(buffer_.bytes.get()) + offset;
   }
-  /// Writes a string, after a comma and before a colon if required.
-  std::size_t put_delimited(std::size_t offset, bool comma, const TextView& text, bool colon) {
-    // Only the narrow case is inlined: inlining the wide ones costs more than it gains.
-    if (!is_wide()) {
-      const std::size_t end = try_put_short<std::uint8_t>(offset, comma, text, colon);
-      if (end > 0) return end;
-    }
-    return put_delimited_slow(offset, comma, text, colon);
-  }
   std::size_t put_slow(std::size_t offset, std::string_view ascii);
-  std::size_t put_delimited_slow(std::size_t offset, bool comma, const TextView& text, bool colon);
-  /// Writes the string, like `put_delimited`, if it is short, has one byte per unit and needs no
+  std::size_t put_string_slow(std::size_t offset, const TextView& text, char delimiter);
+  /// Writes the string, like `put_string`, if it is short, has one byte per unit and needs no
   /// escape, like most strings. Otherwise returns 0.
   template <class Unit>
-  std::size_t try_put_short(std::size_t offset, bool comma, const TextView& text,
-                            bool colon) noexcept {
+  std::size_t try_put_short(std::size_t offset, const TextView& text, char delimiter) noexcept {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t block = Bytes::size;
     if (text.size > 4 * block || text.repertoire > Repertoire::latin1 ||
@@ -109,10 +98,7 @@ class TextSink {
       return 0;
     }
     const auto* const from = static_cast<const std::uint8_t*>(text.data);
-    // The comma, and below the colon, are written in any case, but count only if they are required.
-    Unit* to = static_cast<Unit*>(buffer_.bytes.get()) + offset;
-    *to = ',';
-    to += comma ? 1 : 0;
+    Unit* const to = static_cast<Unit*>(buffer_.bytes.get()) + offset;
     std::uint32_t found = 0;
     const auto copy_block = [&](const Bytes& bytes, std::size_t position) {
       found |= bytes.match_mask(needs_escape);
@@ -135,11 +121,11 @@ class TextSink {
     if (found != 0) return 0;
     to[0] = '"';
     to[text.size + 1] = '"';
-    to[text.size + 2] = ':';
-    return offset + (comma ? 1 : 0) + text.size + 2 + (colon ? 1 : 0);
+    to[text.size + 2] = static_cast<unsigned char>(delimiter);
+    return offset + text.size + 3;
   }
   template <class Unit, class From>
-  std::size_t put_escaped(std::size_t offset, std::span<const From> units);
+  std::size_t put_escaped(std::size_t offset, std::span<const From> units, char delimiter);
   void grow(std::size_t needed);
   /// Widens the first `size` units to those of a larger repertoire.
   void widen(std::size_t size, Repertoire repertoire);
@@ -152,18 +138,14 @@ class TextSink {
 
 /// Counts the bytes of the text in UTF-8. Throws `SurrogateError` for a lone surrogate.
 struct CountSink {
-  static std::size_t put(std::size_t offset, char) noexcept { return offset + 1; }
   static std::size_t put(std::size_t offset, std::string_view ascii) noexcept {
     return offset + ascii.size();
   }
   template <class Number>
   static std::size_t put_number(std::size_t offset, Number number) noexcept {
-    return put(offset, NumberText(number).view());
+    return put(offset, NumberText(number).view()) + 1;
   }
-  static std::size_t put_string(std::size_t offset, const TextView& text);
-  static std::size_t put_key(std::size_t offset, const TextView& text, bool is_first) {
-    return put_string(offset + (is_first ? 1 : 2), text);
-  }
+  static std::size_t put_string(std::size_t offset, const TextView& text, char delimiter);
   static void clear() noexcept {}
 };
 
