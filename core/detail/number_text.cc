@@ -7,6 +7,7 @@
 #include "detail/number_text.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -27,31 +28,26 @@ constexpr std::size_t index_of_10_to_0 = 293;
 /// The 128 most significant bits, rounded up, of the powers 10^-293 to 10^323.
 constexpr auto powers_of_10 = [] {
   std::array<Wide, index_of_10_to_0 + 324> powers{};
-  // The 256 most significant bits of 10^-293, the lowest ones first. Products are truncated to 256
-  // bits, which is enough for 128 correct ones.
-  std::array<std::uint64_t, 4> bits{0x01C8B894ED056D30, 0xB2E28CEDD086D010, 0x1E53ED49A96272C8,
-                                    0xCC5FC196FEFD7D0C};
+  // The next 128 bits are computed as well, so that these are correct. They start with 10^-293.
+  Wide high = Wide{0xCC5FC196FEFD7D0C} << 64 | 0x1E53ED49A96272C8;
+  Wide low = Wide{0xB2E28CEDD086D010} << 64 | 0x01C8B894ED056D30;
   for (std::size_t i = 0; i < powers.size(); ++i) {
-    if (i == index_of_10_to_0) bits = {0, 0, 0, std::uint64_t{1} << 63};
-    powers[i] = (Wide{bits[3]} << 64 | bits[2]) + 1;
-    Wide carry = 0;
-    for (std::uint64_t& limb : bits) {
-      carry += Wide{limb} * 10;
-      limb = static_cast<std::uint64_t>(carry);
-      carry >>= 64;
-    }
-    const int shift = carry < 8 ? 3 : 4;
-    for (std::size_t j = bits.size(); j-- > 0;) {
-      carry = carry << 64 | bits[j];
-      bits[j] = static_cast<std::uint64_t>(carry >> shift);
-    }
+    if (i == index_of_10_to_0) high = Wide{1} << 127, low = 0;
+    powers[i] = high + 1;
+    // Multiply by 10 / 8, and then divide by 2 if that overflows.
+    const Wide quarter = high << 126 | low >> 2;
+    low += quarter;
+    const Wide sum = high + (high >> 2) + (low < quarter ? 1 : 0);
+    const bool overflows = sum < high;
+    high = overflows ? Wide{1} << 127 | sum >> 1 : sum;
+    if (overflows) low = sum << 127 | low >> 1;
   }
   return powers;
 }();
 
 // Logarithms, rounded down, for every exponent of a double.
 constexpr int log10_of_power_of_2(int e) { return (e * 1262611) >> 22; }
-constexpr int log10_of_three_quarters_of_power_of_2(int e) { return (e * 1262611 - 524031) >> 22; }
+constexpr int log10_of_3_quarters_of_power_of_2(int e) { return (e * 1262611 - 524031) >> 22; }
 constexpr int log2_of_power_of_10(int e) { return (e * 1741647) >> 19; }
 
 /// (10 * digits + last_digit) * 10^exponent. The last digit is below 10.
@@ -80,25 +76,26 @@ Decimal shortest_decimal(double number) noexcept {
   const int biased = static_cast<int>(bits >> 52);
   const std::uint64_t c = (bits & (hidden_bit - 1)) | (biased > 0 ? hidden_bit : 0);
   const int q = std::max(biased, 1) - 1075;
-  const bool is_closer_below = c == hidden_bit && biased > 1;  // a power of two
-  const int k = is_closer_below ? log10_of_three_quarters_of_power_of_2(q) : log10_of_power_of_2(q);
+  // The double below a power of two is only half an ulp away.
+  const bool is_closer_below = c == hidden_bit && biased > 1;
+  const int k = is_closer_below ? log10_of_3_quarters_of_power_of_2(q) : log10_of_power_of_2(q);
+
+  // Scale c * 2^q to units of 10^(k+1). The integer part has at most 54 bits, so the high half of the
+  // product has 10 fractional bits.
   const Wide power = powers_of_10[index_of_10_to_0 - static_cast<std::size_t>(k + 1)];
   const auto power_high = static_cast<std::uint64_t>(power >> 64);
-  const int scale = q + log2_of_power_of_10(-(k + 1));  // -4 to 0
-
-  // c * 2^q / 10^(k+1) has at most 54 bits before the binary point, so 10 bits are spare.
-  const std::uint64_t factor = c << (scale + 11);
+  const int shift = q + log2_of_power_of_10(-(k + 1));  // -4 to 0
+  const std::uint64_t factor = c << (shift + 11);
   const Wide product =
       Wide{power_high} * factor + (Wide{static_cast<std::uint64_t>(power)} * factor >> 64);
-  const auto high = static_cast<std::uint64_t>(product >> 64);
-  const std::uint64_t integer = high >> 10;
-  const std::uint64_t fraction = high << 54 | static_cast<std::uint64_t>(product) >> 10;
+  const auto integer = static_cast<std::uint64_t>(product >> 74);
+  const auto fraction = static_cast<std::uint64_t>(product >> 10);
+  const std::uint64_t half_ulp = (power_high >> -shift) + (c % 2 == 0 ? 1 : 0);
 
-  const std::uint64_t half_ulp = (power_high >> -scale) + (c % 2 == 0 ? 1 : 0);
+  std::uint64_t half_ulp_below = half_ulp;
   // A tie, which is a quarter or three quarters of a unit, is rounded to even: 2.5 to 2, 7.5 to 8.
   // 6 is about half the error of ten truncated fractions.
   std::uint64_t rounding = fraction == half / 2 ? half - 1 : half + 6;
-  std::uint64_t half_ulp_below = half_ulp;
   if (is_closer_below) [[unlikely]] {
     half_ulp_below /= 2;
     // The closest tenth may be too far below.
@@ -113,27 +110,15 @@ Decimal shortest_decimal(double number) noexcept {
 
 // --- Digits as text.
 
-/// For each lane of a vector: quotient | (number - radix * quotient) << shift.
-constexpr std::uint64_t split(std::uint64_t numbers, std::uint64_t quotients, std::uint64_t radix,
-                              int shift) {
-  return (numbers << shift) - quotients * ((radix << shift) - 1);
-}
-
-/// The 8 digits of a number below 10^8, one in each byte. The first digit is in the lowest byte.
-constexpr std::uint64_t digits_8(std::uint32_t number) {
-  const std::uint64_t halves = split(number, number / 10'000, 10'000, 32);
-  const std::uint64_t pairs = split(halves, (halves * 5243 >> 19) & 0x7F'0000'007F, 100, 16);
-  return split(pairs, (pairs * 103 >> 10) & 0x000F'000F'000F'000F, 10, 8);
-}
-
-constexpr std::uint64_t zeros = 0x3030'3030'3030'3030;
 constexpr std::uint64_t ten_to_8 = 100'000'000;
+constexpr std::uint64_t zeros = 0x3030'3030'3030'3030;
 
 template <class Characters>
 void store(Characters characters, char* to) noexcept {
   std::memcpy(to, &characters, sizeof characters);
 }
 
+/// The characters of each number below 100, the first one in the low byte.
 constexpr auto digit_pairs = [] {
   std::array<std::array<char, 2>, 100> pairs{};
   for (std::size_t i = 0; i < pairs.size(); ++i)
@@ -166,17 +151,14 @@ char* write_natural(std::uint64_t number, char* to) noexcept;
   return write_pairs<4>((number % ten_to_8 * 281474977 >> 16) + 1, to);
 }
 
-// The factors are 2^32 / 10^2, 2^32 / 10^4 and 2^48 / 10^6, rounded up.
+// The factors are 2^32 / 10^2, 2^32 / 10^4, 2^48 / 10^6 and 2^57 / 10^8, rounded up.
 char* write_natural(std::uint64_t number, char* to) noexcept {
   if (number < 100) return write_trimmed_pairs<1>(number << 32, to);
   if (number < 10'000) return write_trimmed_pairs<2>(number * 42949673, to);
   if (number < 1'000'000) return write_trimmed_pairs<3>(number * 429497, to);
   if (number < ten_to_8) return write_trimmed_pairs<4>((number * 281474977 >> 16) + 1, to);
+  if (number < 10 * ten_to_8) return write_trimmed_pairs<5>((number * 1441151881 >> 25) + 1, to);
   return write_long(number, to);
-}
-
-char* write_word(std::string_view word, char* to) noexcept {
-  return std::copy(word.begin(), word.end(), to);
 }
 
 /// The number of bytes up to the last one that is not zero.
@@ -186,56 +168,72 @@ constexpr int bytes_in(std::uint64_t number) {
 
 char* write_4_decimals(std::uint64_t ten_thousandths, char* to) noexcept {
   to = write_natural(ten_thousandths / 10'000, to);
-  const std::uint64_t decimals =
-      digits_8(static_cast<std::uint32_t>(ten_thousandths % 10'000)) >> 32;
+  const std::uint64_t decimals = ten_thousandths % 10'000;
+  const auto digits = std::bit_cast<std::uint32_t>(
+      std::array{digit_pairs[decimals / 100], digit_pairs[decimals % 100]});
   *to = '.';
-  store(decimals | zeros, to + 1);
-  return to + 1 + bytes_in(decimals | 1);
+  store(digits, to + 1);
+  return to + 1 + bytes_in((digits ^ (zeros >> 32)) | 1);
 }
 
-/// The first `count` characters of `characters`, then those of `others`. Requires a count
-/// from 1 to 8.
-constexpr std::uint64_t joined(std::uint64_t characters, std::uint64_t others, int count) {
-  return others ^ ((characters ^ others) & ~std::uint64_t{0} >> (64 - 8 * count));
+/// 16 bytes. Operators apply to each lane, on any processor.
+template <class Lane>
+using Lanes [[gnu::vector_size(16)]] = Lane;
+
+/// The 16 digits of a number below 10^16, one in each byte, the first one in the lowest byte. Splits
+/// numbers of 8, 4 and 2 digits into halves; the upper half becomes the lower lane.
+Lanes<std::uint64_t> digits_16(std::uint64_t number) noexcept {
+  using Lanes16 = Lanes<std::uint16_t>;
+  using Lanes32 = Lanes<std::uint32_t>;
+  const auto high = static_cast<std::uint32_t>(number / ten_to_8);
+  const auto low = static_cast<std::uint32_t>(number % ten_to_8);
+  const Lanes32 fours{high / 10'000, high % 10'000, low / 10'000, low % 10'000};
+  const auto hundreds = std::bit_cast<Lanes32>(std::bit_cast<Lanes16>(fours) / 100);
+  const auto twos = std::bit_cast<Lanes16>(hundreds | (fours - hundreds * 100) << 16);
+  const Lanes16 tens = twos / 10;
+  return std::bit_cast<Lanes<std::uint64_t>>(tens | (twos - tens * 10) << 8);
 }
 
-char* write_shortest(double magnitude, char* to) noexcept {
+/// Out of line, because short numbers need no stack frame.
+[[gnu::noinline]] char* write_shortest(double magnitude, char* to) noexcept {
   Decimal decimal = shortest_decimal(magnitude);
   // Normalize to 16 digits and the last one.
   for (; decimal.digits < ten_to_8 * ten_to_8 / 10; --decimal.exponent)
     decimal.digits = 10 * decimal.digits + std::exchange(decimal.last_digit, 0);
   const int exponent = decimal.exponent + 16;
-  std::uint64_t first_8 = digits_8(static_cast<std::uint32_t>(decimal.digits / ten_to_8));
-  std::uint64_t next_8 = digits_8(static_cast<std::uint32_t>(decimal.digits % ten_to_8));
-  int count = next_8 != 0 ? 8 + bytes_in(next_8) : bytes_in(first_8);
-  count += (17 - count) & -int{decimal.last_digit != 0};
-  first_8 |= zeros;
-  next_8 |= zeros;
-  const auto store_digits = [&](char* at) {
-    store(first_8, at);
-    store(next_8, at + 8);
-    at[16] = static_cast<char>('0' + decimal.last_digit);
-  };
-
+  const Lanes<std::uint64_t> digits = digits_16(decimal.digits);
+  int count = 17;
+  if (decimal.last_digit == 0)
+    count = digits[1] != 0 ? 8 + bytes_in(digits[1]) : bytes_in(digits[0]);
+  const std::uint64_t first_8 = digits[0] | zeros;
+  const std::uint64_t next_8 = digits[1] | zeros;
+  const auto last = static_cast<char>('0' + decimal.last_digit);
   if (exponent < 0 && exponent >= -4) {
     store(zeros, to);
     to[1] = '.';
-    store_digits(to + 1 - exponent);
-    return to + 1 - exponent + count;
+    to += 1 - exponent;
+    store(first_8, to);
+    store(next_8, to + 8);
+    to[16] = last;
+    return to + count;
   }
   const bool is_positional = exponent >= 0 && exponent <= 15;
   const int before_point = is_positional ? exponent + 1 : 1;
-  // Write all digits one position to the right, then those before the point in their own position.
-  store_digits(to + 1);
+  // Each store overwrites the spare bytes of the one before it.
+  store(first_8, to);
   if (before_point <= 8) {
-    store(joined(first_8, first_8 << 8, before_point), to);
+    store(first_8 >> 8 >> 8 * (before_point - 1), to + before_point + 1);
+    store(next_8, to + 9);
   } else {
-    store(first_8, to);
-    store(joined(next_8, next_8 << 8 | first_8 >> 56, before_point - 8), to + 8);
+    store(next_8, to + 8);
+    store(next_8 >> 8 >> 8 * (before_point - 9), to + before_point + 1);
   }
   to[before_point] = '.';
+  to[17] = last;
   if (is_positional) return to + std::max(count + 1, before_point + 2);
-  to = write_word(exponent < 0 ? "e-" : "e+", to + (count > 1 ? count + 1 : 1));
+  to += count > 1 ? count + 1 : 1;
+  *to++ = 'e';
+  *to++ = exponent < 0 ? '-' : '+';
   if (std::abs(exponent) < 10) *to++ = '0';
   return write_natural(static_cast<std::uint64_t>(std::abs(exponent)), to);
 }
@@ -262,7 +260,8 @@ char* write_number(double real, char* to) noexcept {
       return write_4_decimals(static_cast<std::uint64_t>(ten_thousandths), digits);
   }
   if (magnitude <= std::numeric_limits<double>::max()) return write_shortest(magnitude, digits);
-  return write_word(std::isnan(real) ? "NaN" : is_negative ? "-Infinity" : "Infinity", to);
+  const std::string_view word = std::isnan(real) ? "NaN" : is_negative ? "-Infinity" : "Infinity";
+  return std::copy(word.begin(), word.end(), to);
 }
 
 }  // namespace mcp_responses::detail

@@ -2,7 +2,6 @@
 // same double.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -26,15 +25,14 @@ char* write_number(double real, char* to) noexcept;
 class NumberText {
  public:
   template <class Number>
-  explicit NumberText(Number number) noexcept {
-    size_ = static_cast<std::size_t>(write_number(number, characters_.data()) - characters_.data());
-  }
+  explicit NumberText(Number number) noexcept
+      : size_(static_cast<std::size_t>(write_number(number, characters_) - characters_)) {}
 
   /// The view is valid while this object exists.
-  std::string_view view() const noexcept { return {characters_.data(), size_}; }
+  std::string_view view() const noexcept { return {characters_, size_}; }
 
  private:
-  std::array<char, number_capacity> characters_;
+  char characters_[number_capacity];
   std::size_t size_;
 };
 
