@@ -43,7 +43,7 @@ CitationLists::CitationKey CitationLists::key_of(const Value& citation, const Pa
   if (citation.kind() != Kind::object) throw KindError(path_of(), {Kind::object}, citation.kind());
   const auto part = [&](const Text& key) {
     Value value = citation.get(key);
-    if (value.size())
+    if (value.kind() == Kind::list || value.kind() == Kind::object)
       throw KindError(path_of() + "['" + key.utf8() + "']",
                       {Kind::string, Kind::integer, Kind::real, Kind::null}, value.kind());
     return value;
