@@ -12,7 +12,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <utility>
 
 namespace mcp_responses::detail {
@@ -176,22 +175,21 @@ char* write_4_decimals(std::uint64_t ten_thousandths, char* to) noexcept {
   return to + 1 + bytes_in((digits ^ (zeros >> 32)) | 1);
 }
 
-/// 16 bytes. Operators apply to each lane, on any processor.
-template <class Lane>
-using Lanes [[gnu::vector_size(16)]] = Lane;
+// Vectors of 16 bytes. Operators apply to each lane, on any processor.
+using Lanes16 [[gnu::vector_size(16)]] = std::uint16_t;
+using Lanes32 [[gnu::vector_size(16)]] = std::uint32_t;
+using Lanes64 [[gnu::vector_size(16)]] = std::uint64_t;
 
 /// The 16 digits of a number below 10^16, one in each byte, the first one in the lowest byte. Splits
 /// numbers of 8, 4 and 2 digits into halves; the upper half becomes the lower lane.
-Lanes<std::uint64_t> digits_16(std::uint64_t number) noexcept {
-  using Lanes16 = Lanes<std::uint16_t>;
-  using Lanes32 = Lanes<std::uint32_t>;
+Lanes64 digits_16(std::uint64_t number) noexcept {
   const auto high = static_cast<std::uint32_t>(number / ten_to_8);
   const auto low = static_cast<std::uint32_t>(number % ten_to_8);
   const Lanes32 fours{high / 10'000, high % 10'000, low / 10'000, low % 10'000};
   const auto hundreds = std::bit_cast<Lanes32>(std::bit_cast<Lanes16>(fours) / 100);
   const auto twos = std::bit_cast<Lanes16>(hundreds | (fours - hundreds * 100) << 16);
   const Lanes16 tens = twos / 10;
-  return std::bit_cast<Lanes<std::uint64_t>>(tens | (twos - tens * 10) << 8);
+  return std::bit_cast<Lanes64>(tens | (twos - tens * 10) << 8);
 }
 
 /// Out of line, because short numbers need no stack frame.
@@ -201,7 +199,7 @@ Lanes<std::uint64_t> digits_16(std::uint64_t number) noexcept {
   for (; decimal.digits < ten_to_8 * ten_to_8 / 10; --decimal.exponent)
     decimal.digits = 10 * decimal.digits + std::exchange(decimal.last_digit, 0);
   const int exponent = decimal.exponent + 16;
-  const Lanes<std::uint64_t> digits = digits_16(decimal.digits);
+  const Lanes64 digits = digits_16(decimal.digits);
   int count = 17;
   if (decimal.last_digit == 0)
     count = digits[1] != 0 ? 8 + bytes_in(digits[1]) : bytes_in(digits[0]);
@@ -232,8 +230,8 @@ Lanes<std::uint64_t> digits_16(std::uint64_t number) noexcept {
   to[17] = last;
   if (is_positional) return to + std::max(count + 1, before_point + 2);
   to += count > 1 ? count + 1 : 1;
-  *to++ = 'e';
-  *to++ = exponent < 0 ? '-' : '+';
+  store(std::array{'e', exponent < 0 ? '-' : '+'}, to);
+  to += 2;
   if (std::abs(exponent) < 10) *to++ = '0';
   return write_natural(static_cast<std::uint64_t>(std::abs(exponent)), to);
 }
@@ -259,7 +257,7 @@ char* write_number(double real, char* to) noexcept {
     if (static_cast<double>(ten_thousandths) / 1e4 == magnitude)
       return write_4_decimals(static_cast<std::uint64_t>(ten_thousandths), digits);
   }
-  if (magnitude <= std::numeric_limits<double>::max()) return write_shortest(magnitude, digits);
+  if (std::isfinite(real)) return write_shortest(magnitude, digits);
   const std::string_view word = std::isnan(real) ? "NaN" : is_negative ? "-Infinity" : "Infinity";
   return std::copy(word.begin(), word.end(), to);
 }
