@@ -1,8 +1,8 @@
 """The answers of `hollin.mcp_responses` in plain Python: what a service would write instead of the library.
 
-The benchmarks compare the extension with it, so it is neither slowed down nor tuned: it uses the standard library's
-C-accelerated `json`, dict literals, and fits a budget by encoding the whole answer at every step. The tests use it as
-their oracle, so it never imports the extension.
+The benchmarks compare the extension with it, so it is written as a service would write it, neither slowed down nor
+tuned. It uses the standard library's C-accelerated `json` and dict literals, and fits a budget by encoding the whole
+answer at every step. The tests use it as their oracle, so it never imports the extension.
 
 It differs from the extension in these points, which callers must exclude:
 - `json` has the same text for keys that are integers, floats, booleans or None, for tuples, and for subclasses of the
@@ -11,7 +11,7 @@ It differs from the extension in these points, which callers must exclude:
   later change by the caller shows in the answer. The extension returns new lists and dicts with string keys.
 - An object without a JSON representation raises an error only when the answer is encoded; in the extension, often
   earlier.
-- Integers have no limit. In the extension they have 64 bits.
+- An integer can have any size. In the extension it has at most 64 bits.
 - `items` of a dict subclass is called. The extension reads the dict's own content.
 """
 
@@ -97,7 +97,7 @@ def _cut(text: str, chars: int) -> str:
 
 
 def without_nulls(row: dict[str, Any]) -> dict[str, Any]:
-    """The row without its fields that are None: a list row carries only what it knows."""
+    """The row without its fields that are None."""
     return {key: value for key, value in row.items() if value is not None}
 
 
@@ -164,7 +164,7 @@ def build_symbol_full_details(symbol: Symbol, file_path: str | None = None) -> d
 
 
 def outline_module(fqns: Iterable[str]) -> str:
-    """The fqn every symbol of a file's outline sits in: the longest dotted prefix they share."""
+    """The module of a file's symbols: the longest dotted prefix of all names."""
     common: list[str] | None = None
     for fqn in fqns:
         parents = fqn.split(".")[:-1]
