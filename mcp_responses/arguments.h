@@ -15,8 +15,8 @@ inline constexpr std::size_t max_parameters = 12;
 
 /// The parameters of a function.
 struct Parameters {
-  /// The parameters of a function that is defined in Python. Requires at most `max_parameters`, and a
-  /// body that returns `locals()`. Throws `PythonError`.
+  /// The parameters of a function that is defined in Python. Requires at most `max_parameters`, each
+  /// with an annotation, and a body that returns `locals()`. Throws `PythonError`.
   explicit Parameters(PyObject* declaration);
 
   std::size_t count() const noexcept {
@@ -49,8 +49,8 @@ struct CallArguments {
 };
 
 /// References to one argument for each parameter: the given one or the default. They are owned,
-/// because `functools.partial` passes arguments without holding them, and may get others during the
-/// call.
+/// because `functools.partial` passes references to its own arguments, which may be replaced during
+/// the call.
 class BoundArguments {
  public:
   /// `globals` is the namespace of the module. Throws `PythonError` (TypeError) if the arguments do

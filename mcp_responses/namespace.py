@@ -35,7 +35,7 @@ if TYPE_CHECKING:
 
 logger = logging.getLogger(__name__)
 
-# The native functions have the same limits (cuts.h, code_lines.h, ask_response.h, ask_citations.h).
+# The native functions have the same limits (cuts.h, line_finder.h, ask_response.h, ask_citations.h).
 SUMMARY_CHARS = 160
 CODE_LINE_CHARS = 200
 
