@@ -17,7 +17,7 @@ struct File {
   Text path;
   std::string name;
   std::vector<std::int64_t> numbers;  // of the lines at these places
-  std::vector<Text> lines;            // with the first of these numbers
+  std::vector<Text> lines;            // with these numbers, up to the last one that exists
   std::string failure;                // empty if the file could be read
 };
 
@@ -51,7 +51,7 @@ void read_lines(const WorkTree& tree, File& file, const CheckInterrupt& check_in
   auto reader = tree.open(file.name, check_interrupt);
   if (!reader) return;
   LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
-  // Without capacity for all lines, growing would move millions between two interruption checks.
+  // The capacity is reserved at once: growing could move millions of lines between two checks.
   file.lines.reserve(file.numbers.size());
   for (const std::int64_t number : file.numbers) {
     auto line = finder.find(number);

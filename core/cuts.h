@@ -45,7 +45,7 @@ Cut cut_of(const TextView& view, std::int64_t chars) noexcept;
 /// to nothing.
 Cut trimmed_of(const TextView& view, std::int64_t chars) noexcept;
 
-/// The same as texts: `text` itself if it fits, otherwise a new text.
+/// The results of `cut_of` and `trimmed_of` as texts: `text` itself if it fits, otherwise a new text.
 Text _cut(Text text, std::int64_t chars);
 Text _trimmed(Text text, std::int64_t chars);
 

@@ -32,7 +32,7 @@ class KindError : public std::invalid_argument {
 };
 
 /// A record or value lacks an attribute: "'int' object has no attribute 'startswith'". AttributeError
-/// in Python, and so with Python's names of the kinds.
+/// in Python, so the message has Python's names of the kinds.
 class AttributeMissing : public std::invalid_argument {
  public:
   AttributeMissing(std::string_view type, std::string_view attribute);

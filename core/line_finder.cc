@@ -22,7 +22,8 @@ constexpr std::size_t block_size = 64;
 constexpr std::size_t max_character_size = 4;
 constexpr std::size_t window_capacity = std::size_t{1} << 16;
 
-// Both loops have a fixed length, no branch and only bytes, so that the compiler vectorizes them.
+// The loops of these functions have a fixed length, no branches and only operands of one byte, so that
+// the compiler vectorizes them.
 
 /// 1 if a byte is in a range, otherwise 0.
 constexpr std::uint8_t in(std::uint8_t byte, std::uint8_t first, std::uint8_t last) {
@@ -66,8 +67,8 @@ class LineText {
   /// Returns false if no further character can change the text.
   bool add(std::uint32_t code_point) {
     const bool is_space = is_white_space(code_point);
-    // Leading white space is stripped. At the limit, white space is skipped: it cuts the line only if
-    // another character follows, and that character alone has the same effect.
+    // Leading white space is stripped. White space at the limit is skipped as well: the line is too
+    // long only if another character follows, and that one is added.
     if (is_space && (size_ == 0 || size_ == limit)) return true;
     characters_[size_++] = code_point;
     if (!is_space) stripped_size_ = size_;

@@ -87,7 +87,7 @@ class Resolution {
     return true;
   }
 
-  /// Replaces the path by its target, or by the start of its target, if it is a symlink.
+  /// If the path is a symlink, replaces it by the resolved target, or starts to follow the target.
   void follow_symlink() {
     auto target = symlink_target(path_, check_interrupt_);
     if (!target) return;

@@ -36,7 +36,7 @@ std::string resolved_path(
 /// "" at the end.
 std::string_view take_component(std::string_view& path) noexcept;
 
-/// The path for an error message: only the first 200 bytes if it is much longer than any file's.
+/// The path for an error message: cut to 200 bytes if it has more than 64 KiB.
 std::string elided_path(const std::string& path);
 
 }  // namespace mcp_responses

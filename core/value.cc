@@ -55,8 +55,8 @@ constinit const ValueOps object_ops = own_container_ops(Kind::object);
 Value& value_in(Value& element) noexcept { return element; }
 Value& value_in(Member& member) noexcept { return member.value; }
 
-/// Destroys an array, but adds those arrays in it that lose their last owner by that to the list
-/// `doomed`.
+/// Destroys an array. If an array in it loses its last owner, that array is not destroyed but added to
+/// the list `doomed`.
 template <class Array>
 void destroy_shallow(Array* array, ArrayHeader*& doomed) noexcept {
   for (auto& item : std::span(array->items(), array->size)) {
@@ -64,20 +64,20 @@ void destroy_shallow(Array* array, ArrayHeader*& doomed) noexcept {
     if (&value.ops() != &list_ops && &value.ops() != &object_ops) continue;
     ArrayHeader* const inner = array_in(value.payload());
     if (inner != nullptr && inner->owners.remove()) inner->next = std::exchange(doomed, inner);
-    std::construct_at(&value);  // it is no longer an owner
+    std::construct_at(&value);  // null: its share is removed already
   }
   Array::destroy(array);
 }
 
 /// Destroys an array without owners. The arrays in it are destroyed in a loop, because recursion would
-/// need as much stack as values are deep.
+/// need stack for each level of nesting.
 void destroy(ArrayHeader* array) noexcept {
   for (ArrayHeader* doomed = array; doomed != nullptr;) {
-    ArrayHeader* const next = std::exchange(doomed, doomed->next);
-    if (next->has_members) {
-      destroy_shallow(static_cast<Members*>(next), doomed);
+    ArrayHeader* const first = std::exchange(doomed, doomed->next);
+    if (first->has_members) {
+      destroy_shallow(static_cast<Members*>(first), doomed);
     } else {
-      destroy_shallow(static_cast<Elements*>(next), doomed);
+      destroy_shallow(static_cast<Elements*>(first), doomed);
     }
   }
 }
@@ -102,15 +102,14 @@ bool equal_numbers(const Value& a, const Value& b) {
   return *a.real() == *b.real();
 }
 
-/// Two lists, or two objects, of equal kind that are to be compared, and the number of containers around
-/// each.
+/// Two lists or two objects that are to be compared, and the number of containers around each.
 struct Pair {
   Value a;
   Value b;
   std::size_t levels;
 };
 
-/// Compares kinds, numbers and strings. Adds two lists or objects to `pairs`.
+/// Compares kinds, sizes, numbers and strings. Adds two lists or objects to `pairs`.
 bool equal_shallow(const Value& a, const Value& b, std::size_t levels, std::vector<Pair>& pairs) {
   if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
   if (a.kind() != b.kind() || a.size() != b.size()) return false;

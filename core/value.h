@@ -119,8 +119,8 @@ class Value : public Handle {
   friend bool operator==(const Value& a, const Value& b);
 };
 
-/// The base of List and Object: elements in order. A copy shares the storage until one of both is
-/// changed. If that copy of the storage throws std::bad_alloc, the changed container is as before.
+/// The base of List and Object: elements in order. A copy shares the storage until one of the two is
+/// changed. If copying the storage throws std::bad_alloc, the container is not changed.
 template <class Element>
 class Container : public Handle {
  public:

@@ -21,8 +21,8 @@ namespace {
 
 using detail::retry_interrupted;
 
-// O_NONBLOCK: if a FIFO has replaced the file after the check, opening it does not block. It has no
-// effect on reading a regular file.
+// O_NONBLOCK: if a FIFO has replaced the file after the check, opening it does not block. Reading a
+// regular file is the same with and without it.
 constexpr int read_flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 constexpr std::chrono::milliseconds lease_poll_interval(5);

@@ -82,7 +82,7 @@ class WorkTree {
 
   /// Opens a file; returns nothing if its path leaves the root. A relative path starts at the root,
   /// an absolute path is used as it is. Waits while another process has a write lease on the file.
-  /// Throws `Unreadable`, also for a file that is not regular, which is not opened, and the
+  /// A file that is not regular is not opened. Throws `Unreadable`, for such a file too, and the
   /// exceptions of `resolved_path`. Requires a path without NUL.
   std::optional<FileReader> open(
       std::string_view path, const CheckInterrupt& check_interrupt = [] {}) const;

@@ -152,9 +152,9 @@ class Draft {
     while (kept_ > 0 && size_without_excerpts(kept_) + reserved_for(kept_) > limit) --kept_;
   }
 
-  /// From the first section to the last: an excerpt stays whole if it fits beside the bytes that are
-  /// reserved for those below it. A cut removes more bytes than necessary: each character has at least
-  /// one, and the spare characters make up for the ellipsis. So all kept sections fit.
+  /// Cuts excerpts, from the first section to the last. An excerpt that fits beside the bytes reserved
+  /// for those below it stays whole. A cut removes enough: each character has at least one byte, and the
+  /// spare characters make up for the ellipsis. So all kept sections fit.
   void cut_excerpts(std::int64_t limit) {
     size_ = size_without_excerpts(kept_);
     for (std::size_t i = 0; i < kept_; ++i) {

@@ -8,7 +8,7 @@
 namespace mcp_responses {
 namespace {
 
-/// Exact for every integer and float.
+/// The number as a type that represents every 64-bit integer and every float exactly.
 long double number(const Value& value, std::string_view name) {
   static_assert(std::numeric_limits<long double>::digits >= 64, "holds any 64-bit integer");
   if (const auto whole = value.whole()) return static_cast<long double>(*whole);

@@ -42,8 +42,8 @@ class Writer {
 
 /// Writes a leaf and a comma. Does nothing for a list or an object.
 ///
-/// The default case is not a leaf, because the compiler would then test the kinds in another order: a
-/// page took 8 % longer.
+/// Each leaf has its own case: with a leaf as the default case, the compiler tests the kinds in another
+/// order, and a page took 8 % longer.
 template <class Tree, class Sink>
 void encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Writer<Sink>& out) {
   switch (kind) {

@@ -2,7 +2,7 @@
 // have the same functions, so the size of an answer cannot disagree with its text. Each function writes
 // at an offset, in units of the text or in bytes, and returns the offset after it.
 //
-//   put(offset, ascii)                      punctuation and words: ASCII, not escaped
+//   put(offset, ascii)                      punctuation and literal names: ASCII, not escaped
 //   put_number(offset, number)              an integer or a float, and a comma
 //   put_string(offset, text, delimiter)     a string in quotation marks, escaped, and the delimiter
 #pragma once

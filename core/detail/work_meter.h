@@ -19,7 +19,7 @@ class WorkMeter {
   explicit WorkMeter(const CheckInterrupt& check_interrupt) noexcept
       : check_interrupt_(check_interrupt) {}
 
-  /// Adds work that is about to be done. Throws what the check throws.
+  /// Adds work that is about to be done. Exceptions of the check are passed on.
   void add(std::size_t units) {
     if (units < remaining_) {
       remaining_ -= units;
