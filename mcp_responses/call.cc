@@ -70,10 +70,9 @@ void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
       mcp_responses::raise_unsupported(unsupported, name(i), accepted_types(type));
     path = argument_path(arguments_[i], name(i), object);
     if (path.empty()) continue;
-    const bool is_section = type == "list[dict[str, Any]]" &&
-                            path.find_first_of("['") == path.find_last_of("['") &&
-                            !unsupported.is_key();
-    mcp_responses::raise_unsupported(unsupported, path, is_section ? "dict" : json_types);
+    const bool is_element = path.find_first_of("['") == path.find_last_of("['");  // "sections[3]"
+    const bool must_be_dict = type == "list[dict[str, Any]]" && is_element && !unsupported.is_key();
+    mcp_responses::raise_unsupported(unsupported, path, must_be_dict ? "dict" : json_types);
   }
   mcp_responses::raise_unsupported(
       unsupported, unsupported.is_key() ? "a key in the answer" : "a value in the answer");

@@ -33,8 +33,8 @@ struct ModuleState {
 /// Null before the module is executed.
 ModuleState* state_of(PyObject* module) noexcept;
 
-/// The namespace of a function's module, borrowed. `module` is null once the collector has cleared
-/// the function. Raises RuntimeError if it has cleared the function or the module.
+/// The namespace of a function's module, borrowed. `module` is null after the garbage collector has
+/// cleared the function. Raises RuntimeError if the function or the module has been cleared.
 PyObject* namespace_of(PyObject* module, PyObject* function_name);
 
 class Call {

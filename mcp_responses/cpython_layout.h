@@ -2,9 +2,9 @@
 // extension is built for 3.11 alone. Direct access makes rows up to twice as fast as the
 // interpreter's functions do.
 //
-// No other file depends on a layout. It is compared with the interpreter's headers when the
-// extension is built (cpython_layout_check.c), and with the behaviour of its public functions when a
-// module is loaded. If either check fails, each function here uses the public interface instead.
+// No other file depends on this layout. It is compared with the interpreter's headers when the
+// extension is built (cpython_layout_check.c), and with the results of public functions when a module
+// is loaded. If either check fails, each function here uses the public interface instead.
 #pragma once
 
 #include <cassert>

@@ -20,7 +20,7 @@ struct Function {
   PyRef (*body)(Call& call);
   Parameters* parameters;  // owned
   PyObject* name;
-  PyObject* module;  // keeps the state alive; null once the collector has cleared this function
+  PyObject* module;  // keeps the state alive; null after the collector has cleared this function
   ModuleState* state;
   PyObject* attributes;  // a dict
   PyObject* weak_references;
@@ -65,7 +65,7 @@ class RecursionGuard {
 PyObject* vectorcall(PyObject* self, PyObject* const* values, std::size_t flagged_count,
                      PyObject* names) {
   return translate_exceptions([&] {
-    // A property calls its function without holding it, and may get another one meanwhile.
+    // A property calls its getter without owning a reference, and the call may replace the getter.
     const PyRef held = PyRef::borrow(self);
     const RecursionGuard guard;
     const auto by_position = static_cast<std::size_t>(PyVectorcall_NARGS(flagged_count));

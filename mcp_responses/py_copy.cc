@@ -51,7 +51,7 @@ std::vector<PyMember> members_in_order(PyObject* dict) {
   while (PyRef key = next_of(keys)) {
     count_work(element_work);
     const auto value = values.find(key.get());
-    // If methods of dict have changed it, the order may have other keys, or contain a cycle.
+    // After a change by a method of dict itself, the order may have other keys, or contain a cycle.
     if (value == values.end() || !value->second)
       raise(PyExc_RuntimeError, "OrderedDict mutated during iteration");
     members.emplace_back(std::move(key), std::move(value->second));

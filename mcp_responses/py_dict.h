@@ -1,8 +1,8 @@
 // Converts answers to Python objects: a dict for each object, a list for each list, new at every
 // depth. Strings and integers that came from Python are the same objects again.
 //
-// The keys of a StaticObject are known by its type, except for optional members that are null. So
-// its dict is a copy of a template dict with these keys, which are already hashed and inserted.
+// The type of a StaticObject determines its keys, except for optional members that are null. So its
+// dict is a copy of a template dict with these keys, which are already hashed and inserted.
 #pragma once
 
 #include <array>

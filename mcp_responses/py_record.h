@@ -37,8 +37,8 @@ class ReadAttributes {
   std::vector<Attribute> attributes_;
 };
 
-/// See the concept `Record`. A failed attribute throws `PythonError`: AttributeError as the
-/// interpreter raises it, or any error that the attribute's own code raises.
+/// See the concept `Record`. If an attribute cannot be read, throws `PythonError`: the interpreter's
+/// AttributeError, or any error that the attribute's own code raises.
 class PyRecord {
  public:
   /// `name` is the record's name in error messages. All arguments must outlive the record.
