@@ -1,4 +1,4 @@
-"""The answers of `hollin.mcp_responses` in plain Python: what a service would write instead of the library.
+"""The answers of `hollin.mcp_responses` in plain Python, as a service would write them without the library.
 
 The benchmarks compare the extension with it, so it is written as a service would write it, neither slowed down nor
 tuned. It uses the standard library's C-accelerated `json` and dict literals, and fits a budget by encoding the whole

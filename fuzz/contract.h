@@ -1,4 +1,4 @@
-// What the fuzz targets have in common. A target throws when the library breaks its contract, so
+// The common functions of the fuzz targets. A target throws when the library breaks its contract, so
 // that the fuzzer, the debugger and the replay in the tests all stop there.
 #pragma once
 
@@ -23,16 +23,16 @@ inline void require(bool holds, const std::string& what) {
   if (!holds) throw std::logic_error(what);
 }
 
-inline void require_equal(const std::string& met, const std::string& expected,
+inline void require_equal(const std::string& actual, const std::string& expected,
                           const std::string& what) {
-  require(met == expected, what + "\n     met: " + met + "\nexpected: " + expected);
+  require(actual == expected, what + "\n  actual: " + actual + "\nexpected: " + expected);
 }
 
 /// Texts are compared before they are encoded: they may hold surrogates.
-inline void require_equal(const mcp_responses::Text& met, const std::u32string& expected,
+inline void require_equal(const mcp_responses::Text& actual, const std::u32string& expected,
                           const std::string& what) {
-  if (models::code_points_of(met) == expected) return;
-  require_equal(met.utf8(), models::text_of(expected).utf8(), what);
+  if (models::code_points_of(actual) == expected) return;
+  require_equal(actual.utf8(), models::text_of(expected).utf8(), what);
 }
 
 }  // namespace contract

@@ -1,5 +1,5 @@
-// The ask answer under a budget: it fits or is the least that there is, and it is the answer that
-// the sections, excerpts, code and memories which are left make without a budget.
+// The ask answer under a budget fits, or cannot be reduced further. It equals the answer for the
+// remaining sections, excerpts, code and memories without a budget.
 #include "ask_response.h"
 #include "contract.h"
 #include "encode.h"
@@ -38,12 +38,12 @@ List any_sections(Choices& choices) {
   return sections;
 }
 
-/// The sections that the answer shows, as they were asked, with the excerpts that it shows.
-List sections_left(const List& asked, const Object& answer) {
+/// The argument's sections that the answer contains, with the excerpts of the answer.
+List sections_left(const List& sections, const Object& answer) {
   const List rows = *answer.get("sections"_key).list();
   List left;
   for (const Value& row : rows) {
-    Object section = *asked[left.size()].object();
+    Object section = *sections[left.size()].object();
     const std::string whole = section.get("excerpt"_key).text()->utf8();
     section.set("excerpt"_key, row.object()->get("excerpt"_key));
     const std::string cut = section.get("excerpt"_key).text()->utf8();
@@ -54,9 +54,9 @@ List sections_left(const List& asked, const Object& answer) {
   return left;
 }
 
-void check(const AskAnswer& asked, const Object& answer, std::int64_t limit) {
-  AskAnswer left = asked;
-  left.sections = sections_left(*asked.sections.list(), answer);
+void check(const AskAnswer& arguments, const Object& answer, std::int64_t limit) {
+  AskAnswer left = arguments;
+  left.sections = sections_left(*arguments.sections.list(), answer);
   left.code = answer.get("code"_key);
   left.memories = answer.get("memories"_key);
   left.token_budget = {};
@@ -64,8 +64,8 @@ void check(const AskAnswer& asked, const Object& answer, std::int64_t limit) {
   contract::require_equal(text, tool_result_text(build_wiki_ask_response(left)).utf8(), "the text");
   const bool no_sections = !left.sections.truthy();
   const bool neither = no_sections && left.memories.is_null();
-  contract::require(no_sections || left.memories == asked.memories, "memories before sections");
-  contract::require(neither || left.code == asked.code, "code before memories");
+  contract::require(no_sections || left.memories == arguments.memories, "memories before sections");
+  contract::require(neither || left.code == arguments.code, "code before memories");
   contract::require((neither && left.code.is_null()) || std::ssize(text) <= limit, "over: " + text);
 }
 
@@ -74,18 +74,18 @@ void check(const AskAnswer& asked, const Object& answer, std::int64_t limit) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Choices choices(contract::bytes_of(data, size));
   const auto part = static_cast<std::int64_t>(choices.below(256));
-  AskAnswer asked{.query = any(choices), .sections = any_sections(choices)};
-  asked.citations = any_citations(choices, 40);
-  if (choices.below(3) > 0) asked.code = any_excerpt(choices);
-  if (choices.below(3) > 0) asked.memories = any_excerpt(choices);
-  const Object whole = build_wiki_ask_response(asked);
+  AskAnswer arguments{.query = any(choices), .sections = any_sections(choices)};
+  arguments.citations = any_citations(choices, 40);
+  if (choices.below(3) > 0) arguments.code = any_excerpt(choices);
+  if (choices.below(3) > 0) arguments.memories = any_excerpt(choices);
+  const Object whole = build_wiki_ask_response(arguments);
 
   const auto whole_size =
-      static_cast<std::int64_t>(_encoded_size(whole) + 200 * *asked.sections.size());
+      static_cast<std::int64_t>(_encoded_size(whole) + 200 * *arguments.sections.size());
   const std::int64_t budget = whole_size * part / 240 / 4;
-  asked.token_budget = budget;
-  const Object answer = build_wiki_ask_response(asked);
-  check(asked, answer, budget * 4);
+  arguments.token_budget = budget;
+  const Object answer = build_wiki_ask_response(arguments);
+  check(arguments, answer, budget * 4);
   contract::require(budget * 4 < whole_size || Value(answer) == whole, "cut although it fits");
   return 0;
 }

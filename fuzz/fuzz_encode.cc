@@ -30,8 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool with_floats = choices.below(2) == 1;
   const Value value = models::any_value(choices, 5, with_floats);
   const std::string text = tool_result_text(value).utf8();
-  const std::string met = with_floats ? Json::parse(text).dump() : text;
-  contract::require_equal(met, json_of(value).dump(), "the text of a value");
+  const std::string actual = with_floats ? Json::parse(text).dump() : text;
+  contract::require_equal(actual, json_of(value).dump(), "the text of a value");
   contract::require(_encoded_size(value) == text.size(), "the size is not the text's: " + text);
   return 0;
 }

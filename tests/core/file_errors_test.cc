@@ -69,7 +69,7 @@ int stat(const char* path, struct stat* status) noexcept {
 
 int fstat(int fd, struct stat* status) noexcept { return intercepted<int>("fstat", fd, status); }
 
-// No caller creates a file, so there is no mode.
+// No caller creates a file, so none passes a mode.
 int openat(int folder, const char* path, int flags, ...) {
   static auto* const next = next_function<int(int, const char*, int, ...)>("openat");
   return fails("openat") ? -1 : next(folder, path, flags);

@@ -26,7 +26,7 @@ TEST(Value, AMemberIsFoundByItsKey) {
   EXPECT_FALSE(object.contains("c"_t));
 }
 
-/// A change by name, and what it makes of a container.
+/// A named change of a container, and the container's text after it.
 template <class Container>
 struct Change {
   const char* name;

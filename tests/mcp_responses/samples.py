@@ -97,7 +97,7 @@ RECORDS = {
 
 
 def parts_of(value):
-    """What the value itself contains: elements, keys and values, or a record's attributes and their names."""
+    """The parts of a value: its elements, its keys and values, or a record's attributes and their names."""
     value = vars(value) if isinstance(value, SimpleNamespace) else value
     if isinstance(value, dict):
         return [part for item in value.items() for part in item]

@@ -150,7 +150,7 @@ class ChangedFilesTest(unittest.TestCase):
                 (self.folder / path).write_text("\n" + text, encoding="utf-8")
             after = self.answer(tool, **arguments)
             self.assertEqual(after, answer(built_index(self.folder), tool, **arguments), tool)
-            if (tool, arguments) != LISTS[5][:2]:  # the list of wiki pages has no lines
+            if (tool, arguments) != LISTS[5][:2]:  # the list of wiki pages does not contain lines
                 self.assertNotEqual(after, before, tool)
             self.assertNotEqual(self.index.updated, updated, tool)
 

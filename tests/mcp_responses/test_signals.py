@@ -87,7 +87,7 @@ class Signals(unittest.TestCase):
 
         self.addCleanup(signal.signal, SIGNAL, signal.signal(SIGNAL, handle))
         calls = partial(raise_signal, SIGNAL), partial(function, *arguments), partial(ended.append, True)
-        # There is no bytecode between the signal and the call, so the interpreter runs no handler there.
+        # No bytecode is executed between the signal and the call, so the interpreter runs no handler there.
         _, result, _ = map(operator.call, calls)
         return result
 

@@ -95,7 +95,7 @@ class LinkTree {
   std::string resolved(const std::string& from, const std::string& path) const {
     std::set<std::string> open;
     std::string end = path.starts_with('/') ? "" : from;
-    if (!walk(end, path, open)) {
+    if (!follow(end, path, open)) {
       std::error_code error;
       const bool exists = std::filesystem::exists(end, error);
       if (error == std::errc::too_many_symbolic_link_levels)
@@ -104,7 +104,7 @@ class LinkTree {
       if (!exists) return literal;
       open.clear();
       end.clear();
-      walk(end, literal, open);
+      follow(end, literal, open);
     }
     return end;
   }
@@ -121,8 +121,8 @@ class LinkTree {
  private:
   /// Moves `at` along the path. Returns false at a symlink that is being followed already; the rest of
   /// the path is then taken literally.
-  bool walk(std::string& at, std::string_view path, std::set<std::string>& open,
-            bool literal = false) const {
+  bool follow(std::string& at, std::string_view path, std::set<std::string>& open,
+              bool literal = false) const {
     while (!path.empty()) {
       const std::string part(path.substr(0, path.find('/')));
       path.remove_prefix(std::min(part.size() + 1, path.size()));
@@ -139,7 +139,7 @@ class LinkTree {
         continue;
       }
       if (link->second.starts_with('/')) at.clear();
-      literal = !walk(at, link->second, open);
+      literal = !follow(at, link->second, open);
       open.erase(next);
     }
     return !literal;

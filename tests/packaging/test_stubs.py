@@ -1,4 +1,4 @@
-"""The stubs declare what the functions accept and read, and contain their documentation."""
+"""The stubs declare the types that the functions accept and read, and contain their documentation."""
 
 import ast
 import sys

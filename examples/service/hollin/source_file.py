@@ -1,7 +1,7 @@
 """Reads one Python file: its symbols, imports and calls.
 
 A call is recorded with the path of its function where this file determines one: by a definition, an import or the first
-parameter of a method. A name that is assigned, or bound to two objects, has no path. `Index` resolves the paths.
+parameter of a method. A name that is assigned, or bound to two objects, does not have a path. `Index` resolves the paths.
 """
 
 from __future__ import annotations

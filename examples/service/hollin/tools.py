@@ -134,8 +134,8 @@ def _wiki_read(index: Index, page_id: str) -> Answer:
 
 
 def _wiki_ask(index: Index, query: str, token_budget: int | None) -> Answer:
-    asked = words(query)
-    named = [hit for hit in index.by_fqn.values() if hit.symbol.name.lower() in asked][:_ASK_SYMBOLS]
+    query_words = words(query)
+    named = [hit for hit in index.by_fqn.values() if hit.symbol.name.lower() in query_words][:_ASK_SYMBOLS]
     sections = index.wiki.best_sections(query, _ASK_SECTIONS)
     return responses.build_wiki_ask_response(
         mode="sections",

@@ -34,7 +34,7 @@ def result_of(function, arguments):
     except MemoryError:
         raise
     except Exception as error:
-        if not error.args:  # 3.11.2 raises an error without a text if there is no memory for the text
+        if not error.args:  # if memory for the text runs out, 3.11.2 raises an error without a text
             raise MemoryError
         return repr(error)
 
