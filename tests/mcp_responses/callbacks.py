@@ -8,6 +8,7 @@ from unittest import mock
 from samples import HERE, RECORDS, real
 
 FILES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
+EXTRA = [{"path": "a.py"}, {"path": "b.py"}]
 FQNS = ["shop.cart.Cart", "shop.cart.pay"]
 real.logger.setLevel(logging.INFO)  # no handler is installed, so nothing is written
 
@@ -24,6 +25,14 @@ def record_of(fields, hook):
 def iterator(items, hook):
     items = iter(items)
     return class_with(__iter__=lambda self: hook() or self, __next__=lambda self: hook() or next(items))()
+
+
+def places_that_are_emptied(hook):
+    for path, line in FILES:
+        place = ["".join([path, ""]), line]
+        yield place
+        place.clear()
+        hook()
 
 
 def root(hook):
@@ -53,7 +62,8 @@ CALLBACKS = {
     **{name: lambda hook, name=name: getattr(real, name)(record_of(RECORDS[name], hook)) for name in RECORDS},
     "fqns": lambda hook: real.outline_module(iterator(FQNS, hook)),
     "fqns of a generator": lambda hook: real.outline_module(hook() or fqn for fqn in FQNS),
-    "places": lambda hook: real.code_lines(HERE, iterator(FILES, hook)),
+    "places": lambda hook: real.code_lines(HERE, places_that_are_emptied(hook)),
+    "extra": lambda hook: real._ask_citations([], class_with(__getitem__=lambda _, i: hook() or EXTRA[i])()),
     "root": root,
     "log handler": log_handler,
     "hint": hint,
