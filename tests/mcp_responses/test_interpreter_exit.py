@@ -12,7 +12,3 @@ class InterpreterExit(unittest.TestCase):
     def test_during_finalizers_that_the_collector_runs(self):
         for part in range(4):
             run_program("exit_during_calls.py", "collector", part, 4)
-
-    def test_during_calls_of_several_threads(self):
-        for _ in range(20):
-            run_program("exit_while_threads_call.py")

@@ -124,4 +124,3 @@ class Reentrancy(unittest.TestCase):
 
     def test_finalizers_that_the_collector_runs(self):
         run_program("collect_at_every_allocation.py")
-        run_program("create_templates_in_a_finalizer.py")

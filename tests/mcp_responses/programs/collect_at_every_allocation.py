@@ -1,14 +1,24 @@
-"""The collector runs at every allocation of a container, and with it a finalizer that changes the containers which
-the call is copying. The answer must be a valid tree, and share nothing with them."""
+"""The collector runs at every allocation of a container, and with it a finalizer. First it calls the function that is
+creating its template dict. Then it changes the containers that the call is copying: the answer must be a valid tree,
+and share nothing with them."""
 
 import random
 import sys
 
 from callbacks import CHANGES, collecting
 from random_input import mapping, tree
-from samples import PLACES, parts
+from samples import PLACES, SYMBOL, parts, plain, real, record
 
-rng, runs = random.Random(42), 0
+symbol, rows, rng, runs = record(SYMBOL), [], random.Random(42), 0
+
+
+def make_row():
+    rows.append(real.build_symbol_search_result(symbol))
+    return True
+
+
+collecting(make_row, make_row)
+assert len(rows) > 1 and rows == [plain.build_symbol_search_result(symbol)] * len(rows), rows
 
 
 class Instance:

@@ -1,9 +1,10 @@
 """exit_during_calls.py callbacks|collector PART PARTS: the interpreter exits while a daemon thread is inside Python
 code that a call of the extension runs. The thread then tries to take the GIL, and is ended by unwinding its stack.
 
-With "callbacks", the Python code is that of callbacks.py. With "collector", it is a finalizer that the collector runs
-at the first, second, ... allocation of a container in a call of each function, and in calls that fail. Each case is a
-process of its own. Makes the calls of one of PARTS parts of the cases.
+With "callbacks", the Python code is that of callbacks.py, or several threads call functions in a loop. With
+"collector", it is a finalizer that the collector runs at the first, second, ... allocation of a container in a call of
+each function, and in calls that fail. Each case is a process of its own. Makes the calls of one of PARTS parts of the
+cases.
 """
 
 import functools
@@ -14,8 +15,8 @@ import sys
 import threading
 import time
 
-from callbacks import CALLBACKS, FINALIZERS, collecting, owning_record
-from samples import SYMBOL, good_calls, real, record
+from callbacks import CALLBACKS, FILES, FINALIZERS, collecting, owning_record
+from samples import HERE, ROW, SYMBOL, good_calls, real, record
 from script_helper import EMULATED, IS_SANITIZED
 
 PROCESSES = 8  # at a time
@@ -78,10 +79,24 @@ def at_allocation(number, call):
     return call_with_hook
 
 
+def loop(hook):
+    while True:
+        hook()
+        real.code_lines(HERE, FILES)
+        real.build_paginated_response([ROW], 9, 0)
+
+
+def loop_in_threads(hook):
+    for _ in range(3):
+        threading.Thread(target=loop, args=(int,), daemon=True).start()
+    loop(hook)
+
+
 def cases():
     """The label of each case, and a function that makes its call with a hook."""
     if sys.argv[1] == "callbacks":
         yield from (CALLBACKS | FINALIZERS).items()
+        yield from [("threads", loop_in_threads)] * 20
         return
     calls = {name: functools.partial(getattr(real, name), **good) for name, good in good_calls().items()}
     for name in ("build_component", "build_symbol_full_details", "build_api_endpoint"):
