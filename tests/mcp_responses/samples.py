@@ -3,6 +3,7 @@
 import functools
 import importlib.util
 import inspect
+import re
 import sys
 from pathlib import Path
 from types import SimpleNamespace
@@ -52,27 +53,22 @@ def new_module():
 
 def good_calls():
     """New arguments for a call of each function, by name and in order."""
-    # The argument for a parameter of this name in any function, and the exceptions.
+    # By name; any other argument has the first type that its parameter declares.
     values = {"result": [ROW, CITATION], "docstring": SYMBOL["docstring"], "text": "two words " * 4, "chars": 20}
-    values |= {"root": HERE, "places": [("samples.py", 1), ("missing.py", 1)], "row": ROW, "code": ROW}
-    values |= {"status": "ready", "health": "healthy", "branch": "main", "progress": 5, "files_indexed": 1}
-    values |= {"symbols_indexed": 2, "last_updated": "now", "errors_count": 3, "phase": "p", "phase_detail": "d"}
+    values |= {"root": HERE, "places": [("samples.py", 1), ("missing.py", 1)], "fqns": ["shop.cart.Cart", "shop.pay"]}
     values |= {"symbol": record(SYMBOL), "reference": record(REFERENCE), "component": record(COMPONENT)}
-    values |= {"file_path": "a.py", "component_name": "shop", "fqns": ["shop.cart.Cart", "shop.cart.pay"]}
-    values |= {"module": "shop", "items": [ROW, CITATION], "total_count": 57, "total": 9, "offset": 3}
-    values |= {"items_key": "rows", "test_file": "t.py", "source_file": "s.py", "symbols_imported": ["Cart"]}
-    values |= {"built": True, "pages": 1, "files_covered": 2, "total_sources": 3, "coverage_pct": 0.5}
-    values |= {"last_built": "now", "model": "m", "stale_pages": ["p"], "enabled": True, "configured": False}
-    values |= {"truncated": True, "page_id": "p", "title": "t", "content": "c", "source_files": ["a.py"]}
-    values |= {"related_pages": ["q"], "mode": "m", "query": "q", "answer": "a", "sections": [SECTION, SECTION]}
-    values |= dict.fromkeys(("citations", "extra"), [CITATION | {"path": "b.py"}])
-    values |= {"note": "n", "tokens": {"in": 7}, "decisions": ROW, "memories": ROW, "token_budget": 500}
-    values |= {"tool_name": "status"}
-    others = {"build_wiki_list_response": {"pages": [ROW]}, "build_reference": {"code": "pay()"}}
-    names = {function: inspect.signature(getattr(plain, function)).parameters for function in FUNCTIONS}
+    values |= {"module": "shop", "items_key": "rows", "status": "ready", "health": "healthy", "tokens": {"in": 7}}
+    values |= {"sections": [SECTION, SECTION], "citations": [CITATION | {"path": "b.py"}], "token_budget": 500}
+
+    def argument(name, annotation):
+        kind = re.match(r"\w+(\[str\])?", annotation)[0]
+        by_type = {"str": name, "int": len(name), "float": 0.5, "bool": True, "list[str]": [name], "list": [ROW]}
+        return values.get(name) or by_type.get(kind) or ROW
+
+    signatures = {function: inspect.signature(getattr(plain, function)).parameters for function in FUNCTIONS}
     return {
-        function: {name: (values | others.get(function, {}))[name] for name in parameters}
-        for function, parameters in names.items()
+        function: {name: argument(name, parameter.annotation) for name, parameter in parameters.items()}
+        for function, parameters in signatures.items()
     }
 
 

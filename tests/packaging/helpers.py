@@ -12,14 +12,6 @@ ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ["BUILD_FOLDER"])
 DEBIAN_WHEELS = Path("/usr/share/python-wheels")
 
-# The package of a service. The module imports one function from it.
-SERVICE = {
-    "hollin/__init__.py": "",
-    "hollin/py.typed": "",
-    "hollin/utils/__init__.py": "",
-    "hollin/utils/pagination.py": (ROOT / "examples/service/hollin/utils/pagination.py").read_text("utf-8"),
-}
-
 # The commands use neither this build, nor the user's settings, nor a network.
 ENVIRONMENT = {name: value for name, value in os.environ.items() if not name.startswith(("PIP_", "PYTHON"))} | {
     "PIP_CONFIG_FILE": os.devnull,
@@ -37,9 +29,7 @@ def empty_folder(name: str) -> Path:
 
 
 def write_service(folder: Path) -> None:
-    for name, text in SERVICE.items():
-        (folder / name).parent.mkdir(parents=True, exist_ok=True)
-        (folder / name).write_text(text)
+    shutil.copytree(ROOT / "examples" / "service", folder, dirs_exist_ok=True)
 
 
 def contents(folder: Path) -> dict[str, bytes]:
