@@ -10,7 +10,6 @@ import pydoc
 import random
 import re
 import sys
-import types
 import typing
 import unittest
 import weakref
@@ -93,8 +92,8 @@ class Identity(unittest.TestCase):
             self.assertEqual((wrapper.__name__, wrapper.__doc__), (name, function.__doc__))
             self.assertEqual(inspect.signature(wrapper), inspect.signature(function))
             self.assertLessEqual({*map(id, (real, function.__dict__))}, {*map(id, gc.get_referents(function))})
-        for wrong in (lambda: type(real._cut)(), lambda: type("Sub", (type(real._cut),), {})):
-            self.assertRaises(TypeError, wrong)
+        self.assertRaises(TypeError, type(real._cut))
+        self.assertRaises(TypeError, type, "Sub", (type(real._cut),), {})
 
     def test_the_type_of_the_functions(self):
         kind = type(real._cut)
@@ -103,10 +102,8 @@ class Identity(unittest.TestCase):
         self.assertEqual(kind.__annotations__, {})
         self.assertIn("A function of hollin.mcp_responses.", pydoc.plain(pydoc.render_doc(kind)))
         self.assertIn("Build dict for API endpoints", pydoc.plain(pydoc.render_doc(real)))
-        # Like the type of functions that are defined with `def`.
-        for each in (kind, types.FunctionType):
-            with self.assertRaisesRegex(pickle.PicklingError, "attribute lookup function on .* failed"):
-                pickle.dumps(each)
+        with self.assertRaisesRegex(pickle.PicklingError, "attribute lookup function on .* failed"):
+            pickle.dumps(kind)  # like types.FunctionType
 
     def test_type_hints_are_evaluated_in_the_module(self):
         self.assertIs(real._cut.__globals__, vars(real))
@@ -114,8 +111,6 @@ class Identity(unittest.TestCase):
         self.assertEqual(hints, {"result": typing.Any, "return": str})
         with self.assertRaisesRegex(NameError, "'Symbol'"):
             typing.get_type_hints(real.build_file_symbol)
-        symbol = typing.get_type_hints(real.build_file_symbol, localns={"Symbol": int})["symbol"]
-        self.assertIs(symbol, int)
 
     def test_a_function_in_a_class_binds_as_a_method(self):
         class Docstring(str):

@@ -1,9 +1,10 @@
-"""The C++ library in another project: installed and moved elsewhere, or as part of its sources."""
+"""The C++ library in another project: installed and moved elsewhere, or as part of its sources; and both examples."""
 
 import os
 import re
 import shlex
 import shutil
+import sys
 import unittest
 
 from helpers import BUILD, ROOT, empty_folder, newest_release, run
@@ -62,6 +63,11 @@ class LibraryTest(unittest.TestCase):
             for source in (every_header, CONSUMER / "main.cc"):
                 run(compiler, "-std=c++20", *warnings, source, "-o", program, *flags)
             self.assertEqual(run(program), ANSWERS, compiler)
+
+    def test_examples(self):
+        answer = (ROOT / "examples" / "answer.txt").read_text(encoding="utf-8")
+        self.assertEqual(run(sys.executable, ROOT / "examples" / "answer.py", PYTHONPATH=BUILD), answer)
+        self.assertEqual(run(BUILD / "examples" / "answer"), answer)
 
     def test_public_headers(self):
         """Each is installed, and included by mcp_responses.h."""

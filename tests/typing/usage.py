@@ -40,9 +40,9 @@ class Endpoint:
     signature: str | None = None
 
 
-def search(symbols: "list[_SymbolSearchResultRecord]", paths: dict[str, str], total: int) -> str:
+def search(symbols: "list[_SymbolSearchResultRecord]", paths: dict[str, str]) -> str:
     rows = [mcp_responses.build_symbol_search_result(symbol, paths.get(symbol.fqn)) for symbol in symbols]
-    return mcp_responses.tool_result_text(mcp_responses.build_paginated_response(rows, total, 0, items_key="symbols"))
+    return mcp_responses.tool_result_text(mcp_responses.build_paginated_response(rows, 9, 0, items_key="symbols"))
 
 
 def outline(symbols: list[Symbol]) -> list[dict[str, Any]]:
@@ -51,23 +51,17 @@ def outline(symbols: list[Symbol]) -> list[dict[str, Any]]:
 
 
 def references(root: Path, found: list[Reference | FrozenReference]) -> list[dict[str, Any]]:
-    places = [(one.file_path, one.line) for one in found if one.file_path is not None and one.line is not None]
-    code = mcp_responses.code_lines(root, places)
-    return [mcp_responses.build_reference(one, code.get((one.file_path or "", one.line or 0))) for one in found]
-
-
-def ask(sections: list[dict[str, Any]], budget: int | None) -> int:
-    answer = mcp_responses.build_wiki_ask_response(
-        mode="retrieval", query="q", answer=None, sections=sections, tokens={"prompt": 1}, token_budget=budget
-    )
-    return mcp_responses._encoded_size(answer) // mcp_responses._BYTES_PER_TOKEN
+    code = mcp_responses.code_lines(root, [("a.py", one.line) for one in found if one.line is not None])
+    return [mcp_responses.build_reference(one, code.get(("a.py", 1))) for one in found]
 
 
 def other_kinds(citations: list[Citation], rows: list[OrderedDict[str, int]], code: Mapping[str, Any]) -> None:
     mcp_responses.build_wiki_read_response(page_id="p", title="t", content="", citations=citations)
     mcp_responses.build_wiki_list_response(tuple(rows), len(rows))
     mcp_responses.build_paginated_response(tuple(rows), len(rows), 0)
-    mcp_responses.build_wiki_ask_response(mode="m", query="q", answer=None, sections=[{}, {"title": "t"}], code={})
+    ask = mcp_responses.build_wiki_ask_response
+    size: int = mcp_responses._encoded_size(ask(mode="m", query="q", answer=None, sections=[{}, {"title": "t"}]))
+    ask(mode="m", query="q", answer="a", sections=[dict(code)], code={}, token_budget=size, tokens={"prompt": 1})
     mcp_responses.without_nulls(code)  # type: ignore[arg-type]  # a Mapping need not be a dict
 
 
@@ -78,7 +72,7 @@ mcp_responses.build_symbol_full_details(Endpoint("shop.pay", "pay", "function", 
 mcp_responses.build_component(SimpleNamespace(name="core"))
 mcp_responses.build_component(ComponentInfo("core", None, "core/**", 1, 2))
 mcp_responses.code_lines("/srv/repo", [])
-search(list[Symbol](), {}, 0)  # type: ignore[arg-type]  # list is invariant
+search(list[Symbol](), {})  # type: ignore[arg-type]  # list is invariant
 mcp_responses.build_index_status_response("asleep", "healthy", None, 0)  # type: ignore[arg-type]
 mcp_responses.build_paginated_response([], 0, 0, "rows")  # type: ignore[misc]
 mcp_responses.build_wiki_ask_response(mode="m", query="q", sections=[])  # type: ignore[call-arg]
