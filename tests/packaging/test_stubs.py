@@ -21,7 +21,7 @@ CLASSES = {node.name: node for node in ast.parse(WRITTEN).body if isinstance(nod
 OTHERS = {
     "os.PathLike": ([str], [bytes]),
     " | tuple[": ([tuple], [iter]),
-    "Sequence[_Dict]": ([tuple, lambda rows: [OrderedDict(row) for row in rows]], [lambda rows: [MappingProxyType(rows[0])]]),
+    "Sequence[_Dict]": ([tuple, lambda rows: [*map(OrderedDict, rows)]], [lambda rows: [MappingProxyType(rows[0])]]),
     "_Dict": ([OrderedDict], [MappingProxyType]),
 }
 
