@@ -99,18 +99,6 @@ def citations(rng):
     return rng.choice((None, [], made))
 
 
-def sections(rng, count):
-    return [some(rng, SECTION, rng.choice((0, 0, 1, 2))) for _ in range(count)]
-
-
-def attachment(rng):
-    return rng.choice((None, mapping(rng), {"k": text(rng) * 9}))
-
-
-def rows(rng):
-    return rng.choice((list, tuple))(tree(rng) for _ in range(rng.randint(0, 4)))
-
-
 def count(rng):
     """One of a few counts, so that a page often ends with the last row, also at the limits of 64 bits."""
     return rng.choice((-3, 0, 1, 2, 3, 4, 5, 2**53 + 1, 2**63 - 3, 2**63 - 1, -(2**63), True, 2.5, 2.0**53, 2.0**63))
@@ -140,10 +128,10 @@ BY_NAME = {
     "excerpt": excerpt,
     "answer": lambda rng: rng.choice((None, "", text(rng), prose(rng, 60))),
     "citations": citations,
-    "sections": lambda rng: sections(rng, rng.choice((0, 1, 2, 3, 5))),
+    "sections": lambda rng: [some(rng, SECTION, rng.choice((0, 0, 1, 2))) for _ in range(rng.choice((0, 1, 2, 3, 5)))],
     "extra": lambda rng: citations(rng) or (),
-    **dict.fromkeys(("code", "memories"), attachment),
-    **dict.fromkeys(("items", "pages"), rows),
+    **dict.fromkeys(("code", "memories"), lambda rng: rng.choice((None, mapping(rng), {"k": text(rng) * 9}))),
+    **dict.fromkeys(("items", "pages"), lambda rng: rng.choice((list, tuple))(tree(rng) for _ in range(rng.randint(0, 4)))),
     **dict.fromkeys(("total_count", "total", "offset"), count),
     "items_key": lambda rng: rng.choice(("items", "total_count", "truncated", "has_more", "offset", text(rng))),
     "tool_name": text,

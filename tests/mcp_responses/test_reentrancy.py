@@ -1,4 +1,5 @@
-"""Python code of the caller that runs during a call: it raises, changes containers, calls again, or never returns."""
+"""Python code of the caller that runs during a call: it raises, changes containers, calls again, or never returns. Also
+while the interpreter exits, which ends the threads inside calls by unwinding their stacks."""
 
 import gc
 import json
@@ -7,17 +8,35 @@ import sys
 import threading
 import unittest
 import weakref
+from concurrent.futures import ThreadPoolExecutor
 from functools import partial
 from unittest import mock
 
 from callbacks import CALLBACKS, FINALIZERS, class_with, record_of
 from comparison import exact
 from samples import RECORDS, good_calls, new_module, real
-from script_helper import run_program
+from script_helper import IS_SANITIZED, run_program
 
 
 def all_good_calls():
     return {name: exact(getattr(real, name)(**good)) for name, good in good_calls().items()}
+
+
+def recurse(call, levels):
+    """The result of a call whose hook makes the call again, in total this often."""
+    remaining = iter(range(levels))
+
+    def hook():
+        if next(remaining, None) is not None:
+            call(hook)
+
+    return call(hook)
+
+
+ENDLESS = {name: partial(recurse, call, 10**9) for name, call in CALLBACKS.items()}
+# Without a frame of the interpreter.
+ENDLESS["__iter__"] = lambda: real.outline_module(class_with(__iter__=real.outline_module)())
+ENDLESS["__getattr__"] = lambda: real.build_file_symbol(class_with(__getattr__=real.build_file_symbol)())
 
 
 class Reentrancy(unittest.TestCase):
@@ -124,3 +143,30 @@ class Reentrancy(unittest.TestCase):
 
     def test_finalizers_that_the_collector_runs(self):
         run_program("collect_at_every_allocation.py")
+
+    def test_the_interpreter_exits_during_callbacks(self):
+        run_program("exit_during_calls.py", "callbacks", 0, 1)
+
+    def test_the_interpreter_exits_during_finalizers_that_the_collector_runs(self):
+        for part in range(4):
+            run_program("exit_during_calls.py", "collector", part, 4)
+
+
+class Recursion(unittest.TestCase):
+    def setUp(self):
+        # A sanitized build has much larger frames.
+        self.addCleanup(threading.stack_size, threading.stack_size((8 if IS_SANITIZED else 1) << 20))
+        self.small_thread = ThreadPoolExecutor(1)
+        self.addCleanup(self.small_thread.shutdown)
+
+    def test_endless_calls_raise_recursion_error(self):
+        for name, call in ENDLESS.items():
+            with self.subTest(name):
+                self.assertRaises(RecursionError, call)
+                self.assertRaises(RecursionError, self.small_thread.submit(call).result)
+
+    def test_a_hundred_levels_work(self):
+        # Each level of logging has ten frames of its own.
+        for name, call in ((name, call) for name, call in CALLBACKS.items() if name != "log handler"):
+            answers = [recurse(call, 100), self.small_thread.submit(recurse, call, 100).result()]
+            self.assertEqual(answers, [call(int)] * 2, name)
