@@ -38,7 +38,6 @@ class DemoTest(unittest.TestCase):
             self.assertEqual((status, log), (0, ""))
             self.assertLessEqual(max(map(len, screen.splitlines())), width)
             for phrase in (
-                '"phase":"indexing files","phase_detail":"3/6"',
                 'search {"query": "cart", "offset": 4, "limit": 4}',
                 '"code":"pay(Cart().total())","caller":"tests.test_cart.test_pay"',
                 '{"endpoints":[{"fqn":"shop.cart.pay"',

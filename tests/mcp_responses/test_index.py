@@ -168,26 +168,23 @@ class IndexTest(unittest.TestCase):
 
     def test_unreadable_files_are_skipped_and_named(self):
         tree = make_tree(self.addCleanup)
-        for path in ("closed/a.py", "closed.py", "docs/closed.md", "listed_only/a.py"):
-            write_tree(tree, {path: "a = 1\n"})
+        write_tree(tree, dict.fromkeys(("closed/a.py", "closed.py", "docs/closed.md", "listed_only/a.py"), "a = 1\n"))
 
-        def refusing(function, *refused):
+        def refuse(owner, name, *refused):
             """The function of a user without the permissions of root."""
+            function = getattr(owner, name)
 
             def call(path, *args, **named):
                 if str(path).endswith(refused):
                     raise PermissionError(errno.EACCES, "Permission denied", str(path))
                 return function(path, *args, **named)
 
-            return call
+            self.enterContext(mock.patch.object(owner, name, call))
 
-        closed, listed_only = ("/closed.py", "/closed.md"), "/listed_only/a.py"
-        with (
-            mock.patch("os.scandir", refusing(os.scandir, "/closed")),
-            mock.patch("pathlib.Path.lstat", refusing(Path.lstat, listed_only)),
-            mock.patch("pathlib.Path.open", refusing(Path.open, *closed)),
-        ):
-            index = built_index(tree)
+        refuse(os, "scandir", "/closed")
+        refuse(Path, "lstat", "/listed_only/a.py")
+        refuse(Path, "open", "/closed.py", "/closed.md")
+        index = built_index(tree)
         skipped = ["broken.py", "closed", "closed.py", "deep.py", "docs/closed.md", "listed_only/a.py"]
         self.assertEqual(sorted(index.skipped), skipped)
         self.assertEqual(sorted(index.sources), ["shop/__init__.py", "shop/cart.py", "tests/test_cart.py"])

@@ -10,14 +10,13 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ["BUILD_FOLDER"])
-DEBIAN_WHEELS = Path("/usr/share/python-wheels")
 
 # The commands use neither this build, nor the user's settings, nor a network.
 ENVIRONMENT = {name: value for name, value in os.environ.items() if not name.startswith(("PIP_", "PYTHON"))} | {
     "PIP_CONFIG_FILE": os.devnull,
     "PIP_DISABLE_PIP_VERSION_CHECK": "1",
     "PIP_NO_INDEX": "1",
-    "PIP_FIND_LINKS": str(DEBIAN_WHEELS),
+    "PIP_FIND_LINKS": "/usr/share/python-wheels",
 }
 
 
