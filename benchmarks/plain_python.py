@@ -97,7 +97,7 @@ def _cut(text: str, chars: int) -> str:
 
 
 def without_nulls(row: dict[str, Any]) -> dict[str, Any]:
-    """The row without its fields that are None."""
+    """The row without its fields that are None: a list row carries only what it knows."""
     return {key: value for key, value in row.items() if value is not None}
 
 
@@ -164,7 +164,7 @@ def build_symbol_full_details(symbol: Symbol, file_path: str | None = None) -> d
 
 
 def outline_module(fqns: Iterable[str]) -> str:
-    """The module of a file's symbols: the longest dotted prefix of all names."""
+    """The fqn every symbol of a file's outline sits in: the longest dotted prefix they share."""
     common: list[str] | None = None
     for fqn in fqns:
         parents = fqn.split(".")[:-1]
