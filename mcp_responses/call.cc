@@ -71,7 +71,8 @@ void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
     path = argument_path(arguments_[i], name(i), object);
     if (path.empty()) continue;
     const bool is_element = path.find_first_of("['") == path.find_last_of("['");  // "sections[3]"
-    const bool must_be_dict = type == "list[dict[str, Any]]" && is_element && !unsupported.is_key();
+    const bool must_be_dict =
+        type.starts_with("list[dict[str, Any]]") && is_element && !unsupported.is_key();
     mcp_responses::raise_unsupported(unsupported, path, must_be_dict ? "dict" : json_types);
   }
   mcp_responses::raise_unsupported(

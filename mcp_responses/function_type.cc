@@ -3,6 +3,7 @@
 #include <structmember.h>
 
 #include <cassert>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -189,20 +190,24 @@ PyRef make_function_type(PyObject* module) {
 PyRef make_function(PyObject* type, PyObject* module, PyObject* declaration,
                     PyRef (*body)(Call& call)) {
   assert(state_of(module) != nullptr);
+  auto parameters = std::make_unique<Parameters>(declaration);
+  PyRef name = checked(PyObject_GetAttrString, declaration, "__name__");
+  PyRef attributes = checked(PyDict_New);
+  // In the instance's dict, because the type itself has attributes with these names.
+  for (const char* attribute_name : {"__module__", "__doc__", "__annotations__"}) {
+    const PyRef attribute = checked(PyObject_GetAttrString, declaration, attribute_name);
+    checked(PyDict_SetItemString, attributes.get(), attribute_name, attribute.get());
+  }
+  // Allocated last, because a finalizer can find an incomplete function by `gc.get_objects`.
   PyRef object = checked(PyType_GenericAlloc, reinterpret_cast<PyTypeObject*>(type), 0);
   Function& function = *as_function(object.get());
   function.vectorcall = vectorcall;
   function.body = body;
-  function.parameters = new Parameters(declaration);
-  function.name = checked(PyObject_GetAttrString, declaration, "__name__").release();
+  function.parameters = parameters.release();
+  function.name = name.release();
   function.module = Py_NewRef(module);
   function.state = state_of(module);
-  function.attributes = checked(PyDict_New).release();
-  // In the instance's dict, because the type itself has attributes with these names.
-  for (const char* name : {"__module__", "__doc__", "__annotations__"}) {
-    const PyRef attribute = checked(PyObject_GetAttrString, declaration, name);
-    checked(PyDict_SetItemString, function.attributes, name, attribute.get());
-  }
+  function.attributes = attributes.release();
   return object;
 }
 

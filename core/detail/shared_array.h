@@ -53,6 +53,7 @@ class SharedArray : public ArrayHeader {
   /// that replaces the caller's share of it. A null pointer is an empty array. If it throws
   /// std::bad_alloc, `array` is unchanged.
   static SharedArray* writable(SharedArray* array, std::size_t more) {
+    if (more > max_size) throw std::bad_alloc();  // so that the sums below do not overflow
     const std::size_t size = array == nullptr ? 0 : array->size;
     const bool is_only_owner = array != nullptr && array->owners.is_one();
     if (is_only_owner && size + more <= array->capacity) return array;
@@ -73,13 +74,14 @@ class SharedArray : public ArrayHeader {
   }
 
  private:
+  static constexpr std::size_t max_size = (static_cast<std::size_t>(-1) / 2 - 256) / sizeof(T);
+
   explicit SharedArray(std::size_t elements) noexcept
       : ArrayHeader(elements, std::same_as<T, Member>) {}
 
   static SharedArray* with_capacity(std::size_t elements) {
     static_assert(alignof(T) <= alignof(SharedArray) && sizeof(SharedArray) % alignof(T) == 0);
-    if (elements > (static_cast<std::size_t>(-1) / 2 - sizeof(SharedArray)) / sizeof(T))
-      throw std::bad_alloc();
+    if (elements > max_size) throw std::bad_alloc();
     return ::new (::operator new(sizeof(SharedArray) + elements * sizeof(T))) SharedArray(elements);
   }
 };

@@ -22,7 +22,7 @@ ANYTHING = "None, bool, int, float, str, list, tuple or dict"
 def accepted_types(function, path):
     """As an error message names them: from the annotation of an argument, or of the elements of a list of dicts."""
     parameters = inspect.signature(getattr(real, function)).parameters
-    if path.endswith("[0]") and path[:-3] in parameters and parameters[path[:-3]].annotation == "list[dict[str, Any]]":
+    if path.endswith("[0]") and path[:-3] in parameters and parameters[path[:-3]].annotation.startswith("list[dict"):
         return "dict"
     annotation = parameters[path].annotation if path in parameters else "Any"
     if annotation == "Any":
@@ -129,6 +129,9 @@ class Values(ComparingTest):
         for key, subscript in ((10**5000, "..."), (odd, "..."), ("\ud800", r"'\ud800'")):
             error = TypeError, f"items[0][{subscript}] must be {ANYTHING}, not object"
             self.assertEqual(exact_outcome(real.build_paginated_response, [{key: thing}], thing, 0), error)
+        citations = {"mode": "", "query": "", "answer": "", "sections": [], "citations": [thing]}
+        error = TypeError, "citations[0] must be dict, not object"
+        self.assertEqual(exact_outcome(real.build_wiki_ask_response, **citations), error)
 
     def test_the_search_for_a_path_visits_each_container_once(self):
         cycle, shared = [], []
