@@ -21,6 +21,7 @@ class Choices {
   explicit Choices(std::string_view bytes) : bytes_(bytes) {}
 
   bool used_up() const { return bytes_.empty(); }
+  std::string_view rest() const { return bytes_; }
 
   std::uint64_t bits(std::size_t bytes = 8) {
     std::uint64_t bits = 0;

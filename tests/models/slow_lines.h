@@ -5,30 +5,11 @@
 #include <bit>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "line_finder.h"
-#include "random_input.h"
-#include "slow_cuts.h"
-
 namespace models {
-
-/// All line breaks, and byte sequences that begin like one.
-inline constexpr std::string_view breaks_and_similar[] = {"\n",           "\v",
-                                                          "\f",           "\r",
-                                                          "\r\n",         "\n\r",
-                                                          "\r\r\n",       "\x1c",
-                                                          "\x1d",         "\x1e",
-                                                          "\x1f",         "\xC2\x85",
-                                                          "\x85",         "\xC2",
-                                                          "\xC2\x84",     "\xE2\x80\xA8",
-                                                          "\xE2\x80\xA9", "\xE2\x80\xAA",
-                                                          "\xE2\x81\xA8", "\xE2\x80",
-                                                          "\xE2",         "\xF0\xE2\x80\xA8"};
 
 /// The size of a character by its first byte; 0 if no character starts with it.
 inline std::size_t expected_size(char first) {
@@ -75,28 +56,6 @@ inline std::vector<std::u32string> split_lines(const std::u32string& text) {
     start = end + (text.compare(end, 2, U"\r\n") == 0 ? 2 : 1);
   }
   return lines;
-}
-
-/// A read function for a text that returns at most `size` bytes at a time.
-inline auto in_pieces(std::string text, std::size_t size) {
-  return [text = std::move(text), size, position = std::size_t{0}](std::span<char> to) mutable {
-    const std::size_t count = text.copy(to.data(), std::min(size, to.size()), position);
-    position += count;
-    return count;
-  };
-}
-
-/// Reads a file in pieces and finds every `step`-th line of it, and one after the last. Returns the
-/// number of the first line that is wrong, or 0.
-inline std::size_t wrong_line(const std::string& file, std::size_t piece_size, std::size_t step) {
-  const auto lines = split_lines(decoded(file));
-  mcp_responses::LineFinder finder(in_pieces(file, piece_size));
-  std::size_t number = step;
-  for (; number <= lines.size(); number += step) {
-    const auto line = finder.find(static_cast<std::int64_t>(number));
-    if (!line || code_points_of(*line) != cut(stripped(lines[number - 1]), 200)) return number;
-  }
-  return finder.find(static_cast<std::int64_t>(number)) ? number : 0;
 }
 
 }  // namespace models
