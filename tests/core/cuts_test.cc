@@ -1,17 +1,15 @@
+// Examples. fuzz_cuts compares random texts with the model.
 #include "cuts.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "models/random_input.h"
 #include "models/slow_cuts.h"
 #include "values.h"
 
 namespace mcp_responses {
 namespace {
-
-using namespace std::string_literals;
 
 TEST(Cuts, ExactlyTheseCodePointsAreWhiteSpace) {
   for (std::uint32_t c = 0; c <= 0x10FFFF; ++c)
@@ -38,28 +36,6 @@ TEST(Cuts, Examples) {
       << "a text that fits is not copied";
 }
 
-// White space at every position of a text of several blocks.
-TEST(Cuts, EqualTheModel) {
-  for (const char32_t character : {U'w', U'\u0151', U'\U00010151'}) {
-    for (std::size_t at = 0; at < 40; ++at) {
-      for (const std::size_t spaces : {1U, 2U, 20U, 40U}) {
-        for (const char32_t space : {U' ', U'\t'}) {
-          const std::u32string plain =
-              std::u32string(at, character) + std::u32string(spaces, space) + U"ab";
-          for (const std::int64_t chars : {2, 17, 18, 33, 34, 40}) {
-            const std::string label = std::to_string(at) + " to " + std::to_string(chars);
-            const Text text = models::text_of(plain);
-            ASSERT_EQ(models::code_points_of(_cut(text, chars)), models::cut(plain, chars))
-                << label;
-            ASSERT_EQ(models::code_points_of(_trimmed(text, chars)), models::trimmed(plain, chars))
-                << label;
-          }
-        }
-      }
-    }
-  }
-}
-
 TEST(Cuts, FirstSentences) {
   const std::pair<std::string, std::string> rows[] = {
       {" \n\t\u3000 ", ""},
@@ -77,44 +53,6 @@ TEST(Cuts, FirstSentences) {
     EXPECT_EQ(first_sentence(Text(docstring)).has_value(), !sentence.empty()) << docstring;
   }
   EXPECT_FALSE(first_sentence({}));
-}
-
-// All pairs of special characters at every position of a text, and so of a block of 16 units.
-TEST(Cuts, FirstSentencesWithSpecialCharactersAtEveryPosition) {
-  const std::u32string words = U"ab cdefg hi jklmnop qrs tuvw xyz abc def";
-  const std::u32string specials = U" .?\n\0\x1c\x85\xA0\u2003x"s;
-  for (std::size_t size = 2; size <= words.size(); ++size) {
-    for (std::size_t at = 0; at + 1 < size; ++at) {
-      std::u32string docstring = words.substr(0, size);
-      for (const char32_t first : specials) {
-        for (const char32_t second : specials) {
-          docstring[at] = first;
-          docstring[at + 1] = second;
-          const Text text = models::text_of(docstring);
-          ASSERT_EQ(models::code_points_of(first_sentence(text).value_or(Text())),
-                    models::first_sentence(docstring))
-              << text.utf8();
-        }
-      }
-    }
-  }
-}
-
-// Around the limit: the characters after the 160th determine whether the text is cut.
-TEST(Cuts, FirstSentencesOfLongWords) {
-  const std::u32string ends[] = {U"",    U"w",  U"www",   U" ",        U" w",   U".",
-                                 U". w", U".w", U".  \n", U" n. Next", U" w w", U" www"};
-  for (const char32_t character : {U'w', U'\xE9', U'\u0151', U'\U00010151'}) {
-    for (std::size_t size = 155; size <= 165; ++size) {
-      for (const std::u32string& end : ends) {
-        const std::u32string docstring = std::u32string(size, character) + end;
-        const Text text = models::text_of(docstring);
-        ASSERT_EQ(models::code_points_of(first_sentence(text).value_or(Text())),
-                  models::first_sentence(docstring))
-            << text.utf8();
-      }
-    }
-  }
 }
 
 }  // namespace
