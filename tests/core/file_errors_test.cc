@@ -140,6 +140,7 @@ class FileErrors : public testing::TestWithParam<Opening> {
 
   models::LinkTree files_;
   const std::string root_ = files_.root();
+  const std::string big_ = std::string(100'000, 'x') + "\n" + std::string(100'000, 'y');
   CheckInterrupt check_interrupt_ = [] {};
   std::string result_;
   std::size_t faults_ = 0;  // during the last reading
@@ -151,20 +152,21 @@ INSTANTIATE_TEST_SUITE_P(Openings, FileErrors,
 
 TEST_P(FileErrors, WithoutOpenat2FoldersAreOpenedOneByOne) {
   std::size_t refused = 0;
+  const std::pair<const char*, const char*> rows[] = {
+      {"chain2", "root/a.py"}, {"self/../dir/deep/c.py", "root/sub/deep/c.py"}};
   for (const int error : {ENOSYS, EPERM, EINVAL}) {
     before_call = [&](const std::string& name) { return name == "openat2" ? ++refused, error : 0; };
-    for (const char* path : {"a.py", "chain2", "sub/deep/c.py", "self/../dir/b.py"})
-      EXPECT_EQ(read(path), files_.read(path)) << path << ", error " << error;
+    for (const auto& [path, content] : rows)
+      EXPECT_EQ(read(path), content) << path << ", error " << error;
   }
   EXPECT_EQ(refused > 0, GetParam() == Opening::openat2);
 }
 
 TEST_P(FileErrors, ShortReadsLoseNothing) {
-  const std::string content = std::string(100'000, 'x') + "\n" + std::string(100'000, 'y');
-  write(root_ + "/big", content);
+  write(root_ + "/big", big_);
   for (const std::size_t size : {1U, 7U, 4095U}) {
     max_read_size = size;
-    EXPECT_TRUE(read("big") == content) << size;
+    EXPECT_TRUE(read("big") == big_) << size;
   }
 }
 
@@ -172,8 +174,8 @@ TEST_P(FileErrors, AnInterruptedCallIsRepeatedUnlessTheInterruptionCheckThrows) 
   std::set<std::string> interrupted;
   const auto interrupt = [&](const std::string& name) { return interrupted.insert(name), EINTR; };
   for (const std::string path : {"a.py", "chain2", "sub/deep/c.py", "dir/deep/../b.py"}) {
-    const std::string content = files_.read(path);
     check_interrupt_ = [] {};
+    const std::string content = read(path);
     read_with_fault_at_each_call(
         path, interrupt, [&](const std::string& label) { EXPECT_EQ(result_, content) << label; },
         3);
@@ -228,7 +230,7 @@ TEST_P(FileErrors, AnErrorOfAnyCallIsReportedAndLeavesNoDescriptorOpen) {
 }
 
 TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {
-  write(root_ + "/big", std::string(100'000, 'x') + "\n" + std::string(100'000, 'y'));
+  write(root_ + "/big", big_);
   std::string failures;
   CodeLinesHooks hooks;
   hooks.not_read = [&failures](const Text& path, const std::string& reason) {
@@ -260,25 +262,22 @@ TEST_P(FileErrors, AFileReplacedBetweenTwoCallsIsReadBeforeOrAfterButNeverOutsid
     write(file, "before");
     write(other, "after");
   };
-  const auto remove_and = [&](auto create) {
-    return [&file, create] { fs::remove(file), create(); };
-  };
   const std::pair<std::string, std::function<void()>> replacements[] = {
-      {"nothing", remove_and([] {})},
+      {"nothing", [] {}},
       {"a file", [&] { fs::rename(other, file); }},
-      {"a FIFO", remove_and([&] { ::mkfifo(file.c_str(), 0600); })},
-      {"a folder", remove_and([&] { fs::create_directory(file); })},
-      {"a symlink", remove_and([&] { fs::create_symlink(outside + "/deep/x.py", file); })},
+      {"a FIFO", [&] { ::mkfifo(file.c_str(), 0600); }},
+      {"a folder", [&] { fs::create_directory(file); }},
+      {"a symlink", [&] { fs::create_symlink(outside + "/deep/x.py", file); }},
       {"a symlink of its folder", [&] {
          fs::rename(folder, root_ + "/moved");
          fs::create_symlink(outside, folder);
        }}};
-  for (const auto& [name, replace] : replacements) {
+  for (const auto& [name, create] : replacements) {
     for (const std::string path : {"sub/deep/x.py", "dir/deep/x.py", "sub/../sub/deep/x.py"}) {
       restore();
       std::set<std::string> results;
       read_with_fault_at_each_call(
-          path, [&replace = replace](const auto&) { return replace(), 0; },
+          path, [&file, &create = create](const auto&) { return fs::remove(file), create(), 0; },
           [&](const std::string& label) {
             EXPECT_THAT(result_,
                         testing::MatchesRegex("before|after|outside|Not a regular file: .*|"

@@ -67,10 +67,7 @@ TEST_P(WorkTreeTest, SymlinksAreFollowedInEachPath) {
        {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root", "through_gone",
         "through_file/x", "self/../through_gone"}}};
   for (const auto& [end, paths] : paths_to) {
-    for (const std::string& path : paths) {
-      EXPECT_EQ(read_result(tree_, path), end) << path;
-      EXPECT_EQ(files_.read(path), end) << path << " in the model";
-    }
+    for (const std::string& path : paths) EXPECT_EQ(read_result(tree_, path), end) << path;
   }
 }
 

@@ -1,5 +1,4 @@
-// A small tree of files and symlinks of all kinds, created on disk from a table, and a model that
-// resolves paths from the table alone.
+// A small tree of files and symlinks of all kinds, created on disk.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,13 +7,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <optional>
-#include <set>
 #include <sstream>
 #include <string>
-#include <string_view>
-#include <system_error>
 
 #include "work_tree.h"
 
@@ -37,7 +32,7 @@ inline void write(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-/// The result of reading a file, as `LinkTree::read` gives it.
+/// The content of a file, "outside", "unreadable", or the text for a symlink loop.
 inline std::string read_result(const mcp_responses::WorkTree& tree, const std::string& path) {
   try {
     return content(tree, path).value_or("outside");
@@ -54,6 +49,7 @@ inline constexpr auto opening_name = [](const auto& test) {
   return has_openat2 ? "openat2" : "folder_by_folder";
 };
 
+/// The content of a file is its path.
 class LinkTree {
  public:
   LinkTree() {
@@ -64,7 +60,6 @@ class LinkTree {
     }
     for (const char* file :
          {"root/a.py", "root/sub/b.py", "root/sub/deep/c.py", "root2/a.py", "outside/s.py"}) {
-      files_[base_ + "/" + file] = file;
       write(base_ + "/" + file, file);
     }
     // Names and targets; "$" is the base.
@@ -77,7 +72,6 @@ class LinkTree {
         "root/through_gone gone/../through_gone  root/through_file a.py/../through_file");
     for (std::string name, target; links >> name >> target;) {
       if (target.front() == '$') target.replace(0, 1, base_);
-      links_[base_ + "/" + name] = target;
       std::filesystem::create_symlink(target, base_ + "/" + name);
     }
     ::mkfifo((base_ + "/root/pipe").c_str(), 0600);
@@ -89,65 +83,8 @@ class LinkTree {
   const std::string& base() const { return base_; }
   std::string root() const { return base_ + "/root"; }
 
-  /// The absolute path without symlinks to which `path` leads from the folder `from`, "" for "/". From
-  /// the first symlink loop on, the path is taken literally. If it exists then, it is resolved once
-  /// more; "loop" if the kernel finds a loop in it.
-  std::string resolved(const std::string& from, const std::string& path) const {
-    std::set<std::string> open;
-    std::string end = path.starts_with('/') ? "" : from;
-    if (!follow(end, path, open)) {
-      std::error_code error;
-      const bool exists = std::filesystem::exists(end, error);
-      if (error == std::errc::too_many_symbolic_link_levels)
-        return "Symlink loop from '" + end + "'";
-      const std::string literal = end;
-      if (!exists) return literal;
-      open.clear();
-      end.clear();
-      follow(end, literal, open);
-    }
-    return end;
-  }
-
-  /// The content of a file, "outside", "unreadable", or the text for a symlink loop.
-  std::string read(const std::string& path) const {
-    std::string target = resolved(root(), path);
-    if (target.starts_with("Symlink loop")) return target;
-    if (target != root() && !target.starts_with(root() + "/")) return "outside";
-    const auto file = files_.find(target);
-    return file == files_.end() ? "unreadable" : file->second;
-  }
-
  private:
-  /// Moves `at` along the path. Returns false at a symlink that is being followed already; the rest of
-  /// the path is then taken literally.
-  bool follow(std::string& at, std::string_view path, std::set<std::string>& open,
-              bool literal = false) const {
-    while (!path.empty()) {
-      const std::string part(path.substr(0, path.find('/')));
-      path.remove_prefix(std::min(part.size() + 1, path.size()));
-      if (part.empty() || part == ".") continue;
-      if (part == "..") {
-        at = at.substr(0, at.empty() ? 0 : at.rfind('/'));
-        continue;
-      }
-      const std::string next = at + "/" + part;
-      const auto link = links_.find(next);
-      if (literal || link == links_.end() || !open.insert(next).second) {
-        at = next;
-        literal = literal || link != links_.end();
-        continue;
-      }
-      if (link->second.starts_with('/')) at.clear();
-      literal = !follow(at, link->second, open);
-      open.erase(next);
-    }
-    return !literal;
-  }
-
   std::string base_;
-  std::map<std::string, std::string> files_;  // content by path
-  std::map<std::string, std::string> links_;  // target by path
 };
 
 }  // namespace models
