@@ -1,11 +1,10 @@
+// The rules of a budget are tested by fuzz_ask_response and in tests/mcp_responses/test_answers.py.
 #include "ask_response.h"
 
 #include <gtest/gtest.h>
 
 #include <forward_list>
-#include <limits>
 #include <string>
-#include <utility>
 
 #include "static_object.h"
 #include "values.h"
@@ -17,48 +16,7 @@ Value cite(const char* path, int line) {
   return StaticObject{"path"_key = Text(path), "line_start"_key = line};
 }
 
-Value filled(std::size_t size, char filling = 'z') { return Text(std::string(size, filling)); }
-
-/// The lengths of the excerpts, the optional members, and the size of the answer.
-std::string outline(const Object& answer) {
-  const List rows = *answer.get("sections"_key).list();
-  std::string text;
-  for (const Value& row : rows)
-    text += std::to_string(row.object()->get("excerpt"_key).text()->size()) + " ";
-  if (answer.contains("code"_key)) text += "code ";
-  if (answer.contains("memories"_key)) text += "memories ";
-  return text + std::to_string(_encoded_size(answer));
-}
-
-// Budgets that just fit an answer, and those that are smaller by one.
-TEST(AskResponse, FitsABudgetWithTheLeastLoss) {
-  AskAnswer answer{.mode = "m"_t, .query = "question"_t};
-  answer.sections =
-      List{StaticObject{"title"_key = "abcde"_t, "excerpt"_key = filled(1300)},
-           StaticObject{"excerpt"_key = filled(201, '"')}, StaticObject{"excerpt"_key = filled(4)}};
-  answer.code = filled(200);
-  answer.memories = filled(198);
-  const std::pair<Value, const char*> rows[] = {
-      {{}, "1200 201 4 code memories 2376"},
-      {std::numeric_limits<std::int64_t>::max(), "1200 201 4 code memories 2376"},
-      {643, "1200 201 4 code memories 2376"},
-      {642, "1200 189 4 code memories 2353"},
-      {593, "1200 0 4 code memories 1974"},
-      {592, "1190 0 4 code memories 1964"},
-      {342, "190 0 4 code memories 964"},
-      {341, "476 0 code memories 1156"},
-      {124, "code memories 496"},
-      {123, "code 284"},
-      {71, "code 284"},
-      {70, "74"},
-      {true, "74"},
-      {std::numeric_limits<std::int64_t>::min(), "74"},
-  };
-  for (const auto& [budget, expected] : rows) {
-    answer.token_budget = budget;
-    EXPECT_EQ(outline(build_wiki_ask_response(answer)), expected) << written(budget);
-  }
-}
+Value filled(std::size_t size) { return Text(std::string(size, 'z')); }
 
 // A foreign container is materialized once to be measured, for any number of steps.
 TEST(AskResponse, EachPartIsMeasuredOnce) {
