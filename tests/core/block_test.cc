@@ -1,4 +1,5 @@
 // Blocks, with the native mask and with the portable one, are compared with loops over single units.
+// Copies and searches of several blocks are tested by fuzz_encode.
 #include "detail/block.h"
 
 #include <gtest/gtest.h>
@@ -71,33 +72,6 @@ TYPED_TEST(BlockOf, MatchesTheSameUnitsWithEachMaskAndWithALoop) {
     expect_same(is_zero);
     expect_same(is_space);
     if (this->HasFailure()) return;
-  }
-}
-
-TYPED_TEST(BlockOf, FindsASingleMatchAtEveryPositionOfSeveralBlocks) {
-  constexpr std::size_t count = 64;
-  for (std::size_t position = 0; position <= count; ++position) {
-    std::vector<TypeParam> units(count + 1, 'x');
-    units[position] = ' ';
-    EXPECT_EQ(Block<TypeParam>::template none_in<count>(units.data(), is_space), position == count)
-        << position;
-  }
-}
-
-template <class From, class To>
-void expect_copied(std::span<const From> units) {
-  std::vector<To> copied(units.size());
-  Block<From>(units.data()).copy_to(copied.data());
-  EXPECT_EQ(copied, std::vector<To>(units.begin(), units.end()));
-}
-
-TYPED_TEST(BlockOf, CopiesUnitsToEachWidth) {
-  std::mt19937 random(2);
-  for (int round = 0; round < 100; ++round) {
-    const auto units = random_units<TypeParam>(random, Block<TypeParam>::size);
-    expect_copied<TypeParam, TypeParam>(units);
-    if constexpr (sizeof(TypeParam) == 1) expect_copied<TypeParam, std::uint16_t>(units);
-    if constexpr (sizeof(TypeParam) <= 2) expect_copied<TypeParam, std::uint32_t>(units);
   }
 }
 
