@@ -126,10 +126,12 @@ TEST(Value, DestructionNeedsNoStack) {
   Foreign innermost(List{1});
   Value outside = nested(innermost.handle());
   // A container in the middle that has another owner is not destroyed.
-  const Value kept = *outside.list()->items()[0].object()->get("k"_t).list();
+  Value kept = *outside.list()->items()[0].object()->get("k"_t).list();
   outside = {};
   EXPECT_EQ(innermost.owners, 1);
   EXPECT_EQ(kept.size(), 2U);
+  kept = {};
+  EXPECT_EQ(innermost.owners, 0);
 }
 
 // Each of these would lose digits, or refer to an object that does not exist or is destroyed.
