@@ -1,3 +1,5 @@
+// File names, and the work between two interruption checks. The lines are compared with plain Python in
+// tests/mcp_responses/test_code_lines.py.
 #include "code_lines.h"
 
 #include <gtest/gtest.h>
@@ -5,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -23,45 +24,6 @@ TEST(CodeLines, APathIsEncodedAsAFileName) {
   for (const char32_t surrogate : {0xD800U, 0xDC7FU, 0xDD00U, 0xDFFFU}) {
     EXPECT_THROW(file_name(models::text_of({surrogate})), SurrogateError);
   }
-}
-
-/// Each line as "path:number text", each file that is not read as "path!reason", and a symlink loop as
-/// its error.
-std::string report(const std::string& root, const std::vector<Place>& places) {
-  std::string report;
-  CodeLinesHooks hooks;
-  hooks.while_reading = [&report](const auto& read) { report += "reading\n", read(); };
-  hooks.not_read = [&report](const Text& path, const std::string& reason) {
-    report += path.utf8() + "!" + reason + "\n";
-  };
-  try {
-    for (const auto& [place, text] : code_lines(WorkTree(root), places, hooks)) {
-      report += place.path.utf8() + ":" + std::to_string(place.line) + " " + text.utf8() + "\n";
-    }
-  } catch (const SymlinkLoop& error) {
-    report += error.what();
-  }
-  return report;
-}
-
-TEST(CodeLines, ComeFileByFileAndLineByLine) {
-  const models::LinkTree tree;
-  std::ofstream(tree.root() + "/long") << "one\n  two  \n\nfour\n";
-  std::vector<Place> places{
-      {"gone"_t, 1}, {"a.py"_t, 1}, {"out"_t, 1}, {"./a.py"_t, 1}, {"sub"_t, 1}};
-  for (const std::int64_t line : {3, 2, 3, 0, -1, 5, 4}) places.push_back({"long"_t, line});
-  places.push_back({"a.py"_t, std::numeric_limits<std::int64_t>::max()});
-  EXPECT_EQ(report(tree.root(), places),
-            "reading\ngone![Errno 2] No such file or directory: '" + tree.root() + "/gone'\n" +
-                "sub![Errno 21] Is a directory: '" + tree.root() + "/sub'\n" +
-                "a.py:1 root/a.py\n./a.py:1 root/a.py\nlong:2 two\nlong:3 \nlong:4 four\n");
-}
-
-TEST(CodeLines, TheFirstSymlinkLoopEndsTheCall) {
-  const models::LinkTree tree;
-  EXPECT_EQ(report(tree.root(), {{"gone"_t, 1}, {"a.py"_t, 1}, {"pong/x"_t, 1}, {"self"_t, 1}}),
-            "reading\ngone![Errno 2] No such file or directory: '" + tree.root() + "/gone'\n" +
-                "Symlink loop from '" + tree.root() + "/pong/x'");
 }
 
 /// Calls of the interruption check in each phase of a call.
