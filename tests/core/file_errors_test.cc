@@ -272,12 +272,13 @@ TEST_P(FileErrors, AFileReplacedBetweenTwoCallsIsReadBeforeOrAfterButNeverOutsid
          fs::rename(folder, root_ + "/moved");
          fs::create_symlink(outside, folder);
        }}};
-  for (const auto& [name, create] : replacements) {
+  for (const auto& replacement : replacements) {
+    const std::string& name = replacement.first;
     for (const std::string path : {"sub/deep/x.py", "dir/deep/x.py", "sub/../sub/deep/x.py"}) {
       restore();
       std::set<std::string> results;
       read_with_fault_at_each_call(
-          path, [&file, &create = create](const auto&) { return fs::remove(file), create(), 0; },
+          path, [&](const auto&) { return fs::remove(file), replacement.second(), 0; },
           [&](const std::string& label) {
             EXPECT_THAT(result_,
                         testing::MatchesRegex("before|after|outside|Not a regular file: .*|"
