@@ -131,7 +131,7 @@ BY_NAME = {
     "sections": lambda rng: [some(rng, SECTION, rng.choice((0, 0, 1, 2))) for _ in range(rng.choice((0, 1, 2, 3, 5)))],
     "extra": lambda rng: citations(rng) or (),
     **dict.fromkeys(("code", "memories"), lambda rng: rng.choice((None, mapping(rng), {"k": text(rng) * 9}))),
-    **dict.fromkeys(("items", "pages"), lambda rng: rng.choice((list, tuple))(tree(rng) for _ in range(rng.randint(0, 4)))),
+    **dict.fromkeys(("items", "pages"), lambda rng: rng.choice((list, tuple))(mapping(rng, 3).values())),
     **dict.fromkeys(("total_count", "total", "offset"), count),
     "items_key": lambda rng: rng.choice(("items", "total_count", "truncated", "has_more", "offset", text(rng))),
     "tool_name": text,

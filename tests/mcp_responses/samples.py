@@ -92,19 +92,20 @@ RECORDS = {
 }
 
 
-def parts_of(value):
-    """The parts of a value: its elements, its keys and values, or a record's attributes and their names."""
-    value = vars(value) if isinstance(value, SimpleNamespace) else value
-    if isinstance(value, dict):
-        return [part for item in value.items() for part in item]
-    return value if isinstance(value, (list, tuple)) else ()
-
-
 def parts(value):
-    """The value and everything in it, at every depth. Requires a value without a cycle."""
-    yield value
-    for part in parts_of(value):
-        yield from parts(part)
+    """The value and everything in it, at every depth, each object once. Also keys, and names of attributes."""
+    found, waiting = {}, [value]
+    while waiting:
+        part = waiting.pop()
+        if id(part) in found:
+            continue
+        found[id(part)] = part
+        contents = vars(part) if isinstance(part, SimpleNamespace) else part
+        if isinstance(contents, (dict, list, tuple)):
+            waiting += contents
+        if isinstance(contents, dict):
+            waiting += contents.values()
+    return found.values()
 
 
 class Place(NamedTuple):

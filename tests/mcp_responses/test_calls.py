@@ -7,8 +7,6 @@ import inspect
 import pickle
 import pydoc
 import random
-import re
-import sys
 import typing
 import unittest
 import weakref

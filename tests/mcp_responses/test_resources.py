@@ -9,6 +9,7 @@ import sys
 import unittest
 import weakref
 from concurrent.futures import ThreadPoolExecutor
+from functools import partial
 
 from comparison import outcome
 from samples import PLACES, RECORDS, failing_calls, good_calls, new_module, parts, real, record
@@ -87,11 +88,9 @@ class GarbageCollection(unittest.TestCase):
 class Threads(unittest.TestCase):
     def test_eight_threads_against_one_that_changes_what_they_share(self):
         rows = [{"a": [1, "é", {"b": 2.5}]} for _ in range(20)]
-        calls = [lambda place=place: place.call(rows) for place in random.Random(61).sample(PLACES, 6)]
-        calls += [
-            lambda: real.without_nulls(rows[0]),
-            lambda: real.outline_module(str(key) for row in rows for key in row),
-        ]
+        calls = [partial(place.call, rows) for place in random.Random(61).sample(PLACES, 6)]
+        calls.append(lambda: real.without_nulls(rows[0]))
+        calls.append(lambda: real.outline_module(str(key) for row in rows for key in row))
 
         def work(call):
             for _ in range(2000):

@@ -228,7 +228,7 @@ class Values(ComparingTest):
         for place in [place for place in PLACES if place.where != "result"]:
             for text in ("".join(["a", "scii"]), "".join(["é", "a"]), "".join(["漢", "a"]), "".join(["😀", "a"])):
                 found = [part for part in parts(place.call([text, {text: (text,)}])) if part == text]
-                self.assertEqual([id(part) for part in found], [id(text)] * 3, place)
+                self.assertEqual([id(part) for part in found], [id(text)], place)
                 self.assertIs(real._cut(text, 9), text)
                 self.assertIs(real._trimmed(text, 9), text)
                 self.assertIs([*real.build_empty_paginated_response(text)][0], text)

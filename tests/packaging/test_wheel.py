@@ -2,7 +2,6 @@
 
 import platform
 import shutil
-import sys
 import sysconfig
 import unittest
 import zipfile

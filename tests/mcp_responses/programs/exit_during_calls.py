@@ -8,7 +8,6 @@ cases.
 """
 
 import functools
-import gc
 import os
 import resource
 import sys

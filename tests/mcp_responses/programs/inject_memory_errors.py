@@ -90,19 +90,6 @@ def check(label, expected, held, call):
     return failed
 
 
-def held_parts(arguments, expected):
-    """The objects whose reference counts must not change: all in the arguments, and the keys of the answer."""
-    held, waiting = {}, [*arguments.values(), *(expected if isinstance(expected, dict) else ())]
-    while waiting:
-        part = waiting.pop()
-        if id(part) in held or type(part) in (int, bool, type(None)):
-            continue
-        held[id(part)] = part
-        if isinstance(part, (dict, list, tuple, samples.SimpleNamespace)):
-            waiting += samples.parts_of(part)
-    return [*held.values()]
-
-
 def first_call(arguments):
     def call(first, length):
         module = samples.new_module()
@@ -126,7 +113,9 @@ for number, arguments in enumerate(calls):
     expected = result_of(function, arguments)
     if isinstance(expected, str) and expected.startswith("RecursionError"):
         continue  # after thousands of allocations
-    held = held_parts(arguments, expected)
+    # Their reference counts must not change: everything in the arguments, and the keys of the answer.
+    held = samples.parts([*arguments.values(), *(expected if isinstance(expected, dict) else ())])
+    held = [part for part in held if type(part) not in (int, bool, type(None))]
     # In each call the interpreter itself binds the arguments, as it does for a call in a program.
     gc.freeze()
     total += check(number, expected, held, lambda *which: failing_call(function, arguments, *which))
