@@ -7,6 +7,7 @@ from types import SimpleNamespace
 from unittest import mock
 
 import random_input
+from callbacks import class_with
 from comparison import ComparingTest
 from samples import FUNCTIONS, RECORDS, SYMBOL, plain, real, record
 
@@ -16,23 +17,15 @@ CALLS |= {"build_wiki_ask_response": 900, "build_paginated_response": 1000, "bui
 CALLS |= dict.fromkeys(("code_lines", "_cut", "_trimmed"), 0)
 
 
-class Noting(SimpleNamespace):
-    """A record that notes the names of the attributes that are read."""
-
-    noted = []
-
-    def __getattribute__(self, name):
-        Noting.noted.append(name)
-        return super().__getattribute__(name)
-
-
 def reads(function, fields):
     """The names of the attributes that a function reads, in order, and its answer or the AttributeError."""
-    one, Noting.noted = Noting(**fields), []
+    names, read = [], SimpleNamespace.__getattribute__
+    recording = class_with(SimpleNamespace, __getattribute__=lambda self, name: names.append(name) or read(self, name))
+    one = recording(**fields)
     try:
-        return Noting.noted, function(one)
+        return names, function(one)
     except AttributeError as error:
-        return Noting.noted, (str(error), error.name, error.obj is one)
+        return names, (str(error), error.name, error.obj is one)
 
 
 class Answers(ComparingTest):
@@ -84,7 +77,7 @@ class Records(ComparingTest):
             raise AttributeError("mine", name="another", obj=3)
 
         with self.assertRaisesRegex(AttributeError, "^mine$") as raised:
-            real.build_symbol_search_result(type("Own", (), {"fqn": property(own)})())
+            real.build_symbol_search_result(class_with(fqn=property(own))())
         self.assertEqual((raised.exception.name, raised.exception.obj), ("another", 3))
 
     def test_elements_of_a_wrong_type(self):
