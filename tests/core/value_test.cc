@@ -109,10 +109,10 @@ TEST(Value, RetainsAndReleasesForeignValues) {
     value = std::move(around);
     EXPECT_EQ(written(value), "[[1,2],0,[1,2]]");
     EXPECT_EQ(foreign.owners, 5);
-    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
-    EXPECT_THROW(List::repeated(most / 16, value), std::bad_alloc);
+    constexpr std::size_t limit = std::numeric_limits<std::size_t>::max();
+    EXPECT_THROW(List::repeated(limit / 16, value), std::bad_alloc);
     List shared = copy;
-    EXPECT_THROW(shared.reserve(most - 3), std::bad_alloc);
+    EXPECT_THROW(shared.reserve(limit - 3), std::bad_alloc);
   }
   EXPECT_EQ(foreign.owners, 0);
 }
