@@ -113,6 +113,7 @@ void FirstSentence::extract(std::span<const Unit> docstring) noexcept {
     const Unit* const last =
         at + std::min(end - at, static_cast<std::ptrdiff_t>(capacity - 1) - (to - first));
     while (at != last && !is_white_space(*at)) *to++ = *at++;
+    // The word has at least one unit, because white space was skipped.
     const bool is_sentence_end = ends_sentence(to[-1]);
     if (skip_space(at, end) || is_sentence_end || at == end) break;
     *to++ = ' ';

@@ -51,8 +51,10 @@ Value PyRecord::value(Field field) const {
 Value PyRecord::value_with_method(const char* method, Field field) const {
   PyRef object = attribute(field);
   if (is_shareable(object.get())) return to_value(std::move(object));
+  // Other objects with a JSON representation are converted when the builder inspects them.
   if (py_kind(object.get()) && (!PyLong_Check(object.get()) || fits_64_bits(object.get())))
     return to_value(PyRef::borrow(read_.keep(name_, field, std::move(object))));
+  // Plain Python tests the truth of the object before it calls the method.
   if (checked(PyObject_IsTrue, object.get()) == 0) return {};
   raise(PyExc_AttributeError, "'%.200s' object has no attribute '%s'",
         Py_TYPE(object.get())->tp_name, method);

@@ -64,13 +64,13 @@ bool is_text(PyObject* string, const TextView& wanted) {
 Value find_in_dict(Payload payload, const TextView& wanted) {
   count_work(element_work * (1 + dict_size(payload)));
   PyObject* const dict = object_in(payload);
-  const bool is_unique = unicode_keys_of(dict) != nullptr;
+  const bool all_are_str = unicode_keys_of(dict) != nullptr;
   PyObject* found = nullptr;
   for (PyCursor at(dict, true); at.next();) {
-    const bool is_string = is_unique || PyUnicode_Check(at.key());
+    const bool is_string = all_are_str || PyUnicode_Check(at.key());
     if (!is_string || !is_text(at.key(), wanted)) continue;
     found = at.value();
-    if (is_unique) break;
+    if (all_are_str) break;
   }
   return found == nullptr ? Value() : to_value(PyRef::borrow(found));
 }

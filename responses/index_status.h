@@ -17,7 +17,7 @@ struct IndexStatusOf {
   Passed health = {};
   Passed branch = {};
   Passed progress = {};
-  Passed files_indexed = 0;
+  Passed files_indexed = 0;  // like the other numbers, a default for Value only
   Passed symbols_indexed = 0;
   Passed last_updated = {};
   Passed errors_count = 0;

@@ -22,7 +22,7 @@ long double number(const Value& value, std::string_view name) {
 bool rows_remain(const Value& offset, std::size_t rows, const Value& total,
                  std::string_view total_name) {
   long double end = number(offset, "offset") + static_cast<long double>(rows);
-  // The sum of two floats is rounded once.
+  // Like Python, which converts the rows to a float and adds two floats.
   if (const auto real = offset.real())
     end = static_cast<long double>(*real + static_cast<double>(rows));
   return end < number(total, total_name);
