@@ -7,6 +7,7 @@ import inspect
 import pickle
 import pydoc
 import random
+import sys
 import typing
 import unittest
 import weakref
@@ -56,6 +57,16 @@ class WrongCalls(unittest.TestCase):
             named = {rng.choice(KEYS)(key) if rng.random() < 0.2 else key: good.get(key) for key in given}
             args = (list(good.values()) * 2)[: rng.randint(0, rng.choice((1, len(good) + 2)))]
             self.assert_same_outcome(name, args, named)
+
+    def test_a_trace_function_that_removes_an_argument(self):
+        def remove(_frame, event, result):
+            if event == "return" and isinstance(result, dict):
+                result.clear()
+
+        self.addCleanup(sys.setprofile, sys.getprofile())
+        unusual = {"".join(["te", "xt"]): "abc", "chars": 2}  # not interned
+        sys.setprofile(remove)
+        self.assertRaisesRegex(RuntimeError, "^a trace function has removed", real._cut, **unusual)
 
     def test_arguments_that_cannot_be_unpacked(self):
         for name, twin in TWINS.items():
