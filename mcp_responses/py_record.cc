@@ -54,8 +54,8 @@ Value PyRecord::value_with_method(const char* method, Field field) const {
   // Other objects with a JSON representation are converted when the builder inspects them.
   if (py_kind(object.get()) && (!PyLong_Check(object.get()) || fits_64_bits(object.get())))
     return to_value(PyRef::borrow(read_.keep(name_, field, std::move(object))));
-  // Plain Python tests the truth of the object before it calls the method.
-  if (checked(PyObject_IsTrue, object.get()) == 0) return {};
+  // A falsy caller is like none.
+  if (field == Field::caller_symbol && checked(PyObject_IsTrue, object.get()) == 0) return {};
   raise(PyExc_AttributeError, "'%.200s' object has no attribute '%s'",
         Py_TYPE(object.get())->tp_name, method);
 }

@@ -61,7 +61,7 @@ constexpr const char* field_name(Field field) {
 ///   value(field)                     a field whose content determines the row, as a Value
 ///   value_with_method(name, field)   the same, for a field on which plain Python would call a
 ///                                    method, such as "startswith". Throws `AttributeMissing` for a
-///                                    truthy foreign object without a Value
+///                                    foreign object without a Value, but a falsy caller is null
 ///   summary(field)                   the first sentence of a docstring, or null. Throws `KindError`
 ///                                    if the field is neither a string nor null
 template <class Source>
