@@ -138,7 +138,7 @@ class OpenContainer {
   }
 
   /// Its key, null in a list, and the element itself. They are kept alive while the element is
-  /// copied, because Python code that runs meanwhile may remove them from the container.
+  /// copied, because Python code that runs during the copy may remove them from the container.
   PyMember member() const noexcept {
     return {PyRef::borrow(at_.key()), PyRef::borrow(at_.value())};
   }

@@ -195,7 +195,7 @@ TEST_P(WorkTreeTest, AFileUnderAWriteLeaseIsWaitedForUntilAnInterruption) {
   for (const char* path : {"a.py", "file"}) {
     const UniqueFd file(::open((root_ + "/a.py").c_str(), O_RDWR));
     if (::fcntl(file.get(), F_SETLEASE, F_WRLCK) != 0)
-      GTEST_SKIP() << "the file system has no leases";
+      GTEST_SKIP() << "the file system does not support leases";
     int checks = 0;
     const auto interrupt = [&checks] {
       if (++checks == 10) throw std::domain_error("interrupted");

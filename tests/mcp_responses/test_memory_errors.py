@@ -10,7 +10,7 @@ import unittest
 from samples import FUNCTIONS
 from script_helper import EMULATED, HERE, IS_SANITIZED, make_folder, run_program
 
-needs_testcapi = unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter has no _testcapi")
+needs_testcapi = unittest.skipUnless(importlib.util.find_spec("_testcapi"), "this interpreter lacks _testcapi")
 
 
 class MemoryErrors(unittest.TestCase):

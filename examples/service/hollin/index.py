@@ -118,7 +118,7 @@ class Index:
 
     @property
     def symbol_count(self) -> int:
-        """All symbols of all files, also those with the same fqn. `build` may add files in another thread meanwhile."""
+        """All symbols of all files, also those with the same fqn. `build` may add files concurrently."""
         return sum(len(source.symbols) for source in [*self.sources.values()])
 
     @property

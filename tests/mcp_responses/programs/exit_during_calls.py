@@ -56,7 +56,7 @@ FAILING = [
     lambda: real.build_file_symbol(record(SYMBOL, fqn=7), "module"),
     lambda: real.code_lines("/", [("a\0", 1)]),
 ]
-if not EMULATED and not IS_SANITIZED:  # otherwise the limit has no effect, or ends the process
+if not EMULATED and not IS_SANITIZED:  # there the limit does not work, or ends the process
     FAILING.append(exceed_memory)
 
 
