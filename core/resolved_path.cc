@@ -111,8 +111,6 @@ class Resolution {
   std::map<std::string, Symlink> links_;  // by the symlink's own path
 };
 
-[[maybe_unused]] bool has_nul(std::string_view path) { return path.find('\0') != path.npos; }
-
 }  // namespace
 
 SymlinkLoop::SymlinkLoop(const std::string& path)
@@ -125,7 +123,7 @@ std::string absolute(std::string_view path) {
 
 std::string resolved_path(std::string base, std::string_view path,
                           const CheckInterrupt& check_interrupt) {
-  assert(!has_nul(path) && !has_nul(base));
+  assert(path.find('\0') == path.npos && base.find('\0') == base.npos);
   assert(base.empty() || (base.front() == '/' && base.back() != '/'));
   Resolution resolution(std::move(base), check_interrupt);
   resolution.follow(path);

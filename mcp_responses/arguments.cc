@@ -90,7 +90,8 @@ void BoundArguments::bind_in_python(const Parameters& parameters, const CallArgu
   // A trace function may have changed the dict.
   for (std::size_t i = 0; i < parameters.count(); ++i) {
     PyObject* const name = PyTuple_GET_ITEM(parameters.names.get(), static_cast<Py_ssize_t>(i));
-    values_[i] = PyRef::borrow(PyDict_GetItemWithError(locals.get(), name));
+    values_[i] =
+        PyRef::borrow(call_python([&] { return PyDict_GetItemWithError(locals.get(), name); }));
     if (!values_[i]) raise(PyExc_RuntimeError, "a trace function has removed an argument");
   }
 }

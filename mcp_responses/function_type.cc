@@ -83,13 +83,10 @@ PyObject* get_globals(PyObject* self, void*) {
   });
 }
 
-PyObject* get_code(PyObject* self, void*) {
-  return Py_NewRef(as_function(self)->parameters->code.get());
-}
-
-PyObject* get_defaults(PyObject* self, void*) {
-  const PyRef& defaults = as_function(self)->parameters->defaults;
-  return Py_NewRef(defaults ? defaults.get() : Py_None);
+template <PyRef Parameters::*member>
+PyObject* get(PyObject* self, void*) {
+  const PyRef& object = as_function(self)->parameters->*member;
+  return Py_NewRef(object ? object.get() : Py_None);
 }
 
 /// A copy, because calls use the objects that the dict contains.
@@ -153,8 +150,8 @@ PyMemberDef members[] = {
 PyGetSetDef descriptors[] = {
     {"__dict__", PyObject_GenericGetDict, PyObject_GenericSetDict, nullptr, nullptr},
     {"__globals__", get_globals, nullptr, nullptr, nullptr},
-    {"__code__", get_code, nullptr, nullptr, nullptr},
-    {"__defaults__", get_defaults, nullptr, nullptr, nullptr},
+    {"__code__", get<&Parameters::code>, nullptr, nullptr, nullptr},
+    {"__defaults__", get<&Parameters::defaults>, nullptr, nullptr, nullptr},
     {"__kwdefaults__", get_keyword_defaults, nullptr, nullptr, nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr}};
 

@@ -47,13 +47,15 @@ ModuleState*& state_slot(PyObject* module) {
 }
 
 int execute(PyObject* module) {
-  return translate_exceptions_to_status([module] {
+  const PyRef loaded = PyRef::steal(translate_exceptions([module] {
     state_slot(module) = new ModuleState();
     confirm_layout();
     execute_namespace(module);
     define_functions(module);
     fill_empty_responses(module);
-  });
+    return PyRef::borrow(module);
+  }));
+  return loaded ? 0 : -1;
 }
 
 void release(void* module) {

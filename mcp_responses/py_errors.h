@@ -111,18 +111,4 @@ PyObject* translate_exceptions(Body&& body) noexcept {
   return nullptr;
 }
 
-/// The same for a body without a result: returns 0, or -1 for an error.
-template <class Body>
-int translate_exceptions_to_status(Body&& body) noexcept {
-  std::exception_ptr exception;
-  try {
-    call_python(std::forward<Body>(body));
-    return 0;
-  } catch (...) {
-    exception = std::current_exception();
-  }
-  set_error_from(exception);
-  return -1;
-}
-
 }  // namespace mcp_responses
