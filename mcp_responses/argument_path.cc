@@ -43,12 +43,14 @@ class Search {
  public:
   explicit Search(PyObject* wanted) : wanted_(wanted) {}
 
-  std::string path(PyObject* root, const std::string& name) {
-    if (root == wanted_) return name;
+  ArgumentPath path(PyObject* root, const std::string& name) {
+    if (root == wanted_) return {name};
     enter(root);
     while (advance()) {
-      if (path_.back().key.get() == wanted_) return "a key of " + path_to(path_.size() - 1, name);
-      if (path_.back().value.get() == wanted_) return path_to(path_.size(), name);
+      const std::size_t levels = path_.size();
+      if (path_.back().key.get() == wanted_)
+        return {"a key of " + path_to(levels - 1, name), levels};
+      if (path_.back().value.get() == wanted_) return {path_to(levels, name), levels};
       enter(path_.back().value.get());
     }
     return {};
@@ -128,7 +130,7 @@ std::string nesting_problem(PyObject* root, const std::string& name, std::size_t
   return Search(nullptr).nesting_problem(root, name, max_levels);
 }
 
-std::string argument_path(PyObject* root, const std::string& name, PyObject* object) {
+ArgumentPath argument_path(PyObject* root, const std::string& name, PyObject* object) {
   return Search(object).path(root, name);
 }
 

@@ -1,5 +1,8 @@
 #include "call.h"
 
+#include <algorithm>
+#include <array>
+
 #include "argument_path.h"
 #include "errors.h"
 #include "py_object.h"
@@ -7,11 +10,12 @@
 
 namespace mcp_responses {
 
-PyObject* namespace_of(PyObject* module, PyObject* function_name) {
-  PyObject* const globals = module == nullptr ? nullptr : PyModule_GetDict(module);
-  if (globals == nullptr)
-    raise(PyExc_RuntimeError, "%U() is used after its module was cleared", function_name);
-  return globals;
+Call::Call(const NativeFunction& function, std::span<PyObject* const> arguments, ModuleState& state)
+    : function_(function), arguments_(arguments), state_(state) {
+  const std::size_t expected = function.parameters.size();
+  if (arguments.size() != expected)
+    raise(PyExc_TypeError, "%s() needs %zu arguments, not %zu", function.name, expected,
+          arguments.size());
 }
 
 Value Call::value(std::size_t position) const {
@@ -54,7 +58,11 @@ PyObject* Call::dict(std::size_t position) const {
 
 PyRef Call::global(const StringLiteral& name) const {
   PyObject* const key = state_.strings.of(name);
-  PyObject* const found = call_python([&] { return PyDict_GetItemWithError(globals_, key); });
+  // Null in a function that the garbage collector has cleared.
+  const PyRef globals = PyRef::borrow(PyEval_GetGlobals());
+  if (!globals)
+    raise(PyExc_RuntimeError, "%s() is used after its module was cleared", function_.name);
+  PyObject* const found = call_python([&] { return PyDict_GetItemWithError(globals.get(), key); });
   if (found != nullptr) return PyRef::borrow(found);
   if (PyErr_Occurred() != nullptr) throw PythonError();
   raise_name_error(key);
@@ -62,18 +70,15 @@ PyRef Call::global(const StringLiteral& name) const {
 
 void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
   PyObject* const object = unsupported.object();
-  std::string path = read_.path_to(object);
-  if (!path.empty()) mcp_responses::raise_unsupported(unsupported, path);
-  for (std::size_t i = 0; i < parameters_.count(); ++i) {
-    const std::string_view type = parameters_.annotations[i];
-    if (arguments_[i] == object)
-      mcp_responses::raise_unsupported(unsupported, name(i), accepted_types(type));
-    path = argument_path(arguments_[i], name(i), object);
+  const ArgumentPath in_attribute = read_.path_to(object);
+  if (!in_attribute.empty()) mcp_responses::raise_unsupported(unsupported, in_attribute.text);
+  for (std::size_t i = 0; i < arguments_.size(); ++i) {
+    const Parameter& parameter = function_.parameters[i];
+    const ArgumentPath path = argument_path(arguments_[i], parameter.name, object);
     if (path.empty()) continue;
-    const bool is_element = path.find_first_of("['") == path.find_last_of("['");  // "sections[3]"
-    const bool must_be_dict =
-        type.starts_with("list[dict[str, Any]]") && is_element && !unsupported.is_key();
-    mcp_responses::raise_unsupported(unsupported, path, must_be_dict ? "dict" : json_types);
+    const std::array types{parameter.types, parameter.element_types, json_types};
+    mcp_responses::raise_unsupported(unsupported, path.text,
+                                     types[std::min<std::size_t>(path.levels, 2)]);
   }
   mcp_responses::raise_unsupported(
       unsupported, unsupported.is_key() ? "a key in the answer" : "a value in the answer");
@@ -82,7 +87,7 @@ void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
 void Call::raise_nesting_error() const {
   const std::size_t limit = max_nesting();
   std::string problem = read_.nesting_problem(limit);
-  for (std::size_t i = 0; problem.empty() && i < parameters_.count(); ++i)
+  for (std::size_t i = 0; problem.empty() && i < arguments_.size(); ++i)
     problem = mcp_responses::nesting_problem(arguments_[i], name(i), limit);
   if (problem.empty()) throw NestingError();
   raise(PyExc_RecursionError, "%s", problem.c_str());

@@ -1,5 +1,5 @@
-// A call of a function: its arguments in the order of the parameters, and the attributes that it has
-// read so far.
+// A call of a native function: its arguments in the order of the parameters, and the attributes that
+// it has read so far.
 //
 // A builder passes an argument through if the answer only contains it, and inspects it as a Value if
 // the answer depends on its content. The same holds for the attributes of a record.
@@ -7,10 +7,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 
-#include "arguments.h"
 #include "detail/sinks.h"
 #include "interned_strings.h"
 #include "py_copy.h"
@@ -22,33 +22,45 @@
 
 namespace mcp_responses {
 
-/// The state of one module object. Its objects are strings, and dicts of strings and None, so it is
-/// not part of a reference cycle.
+class Call;
+
+/// The state of one module. Its objects are strings, and dicts of strings and None, so it is not part
+/// of a reference cycle.
 struct ModuleState {
   InternedStrings strings;
   AnswerConverter answers{strings};
   detail::TextBuffer scratch;  // for the text of `tool_result_text`
 };
 
-/// Null before the module is executed.
-ModuleState* state_of(PyObject* module) noexcept;
+/// A parameter, and the types that it accepts and that the elements of its argument may have, for error
+/// messages: "list, tuple or None".
+struct Parameter {
+  const char* name;
+  const char* types;
+  const char* element_types;
+};
 
-/// The namespace of a function's module, borrowed. `module` is null after the garbage collector has
-/// cleared the function. Raises RuntimeError if the function or the module has been cleared.
-PyObject* namespace_of(PyObject* module, PyObject* function_name);
+/// A native function. Its body reads the arguments from the call, calls one function of the library,
+/// and returns the answer as a new reference.
+struct NativeFunction {
+  const char* name;  // of the Python function
+  std::span<const Parameter> parameters;
+  PyRef (*body)(Call& call);
+};
 
 class Call {
  public:
-  /// `globals` is the module's namespace, borrowed. All arguments must outlive the call.
-  Call(PyObject* globals, ModuleState& state, const Parameters& parameters,
-       const BoundArguments& arguments) noexcept
-      : globals_(globals), state_(state), parameters_(parameters), arguments_(arguments) {}
+  /// `arguments` are borrowed from the caller, which holds them during the call. Throws `PythonError`
+  /// unless there is one for each parameter.
+  Call(const NativeFunction& function, std::span<PyObject* const> arguments, ModuleState& state);
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
   /// The argument at a position, borrowed.
   PyObject* operator[](std::size_t position) const noexcept { return arguments_[position]; }
-  const char* name(std::size_t position) const noexcept { return parameters_.name(position); }
+  const char* name(std::size_t position) const noexcept {
+    return function_.parameters[position].name;
+  }
 
   /// The argument, or a copy if it cannot be shared. Throws `UnsupportedObject` and `NestingError`.
   PyRef pass_through(std::size_t position) const {
@@ -77,7 +89,8 @@ class Call {
 
   detail::TextBuffer& scratch() noexcept { return state_.scratch; }
 
-  /// The current value of a name in the module's namespace. Raises NameError if it does not exist.
+  /// The current value of a name in the namespace of the calling Python function. Raises NameError if
+  /// it does not exist.
   PyRef global(const StringLiteral& name) const;
 
   /// Raises the error for an unsupported object, with its path from an argument or attribute:
@@ -88,10 +101,9 @@ class Call {
   [[noreturn]] void raise_nesting_error() const;
 
  private:
-  PyObject* globals_;
+  const NativeFunction& function_;
+  std::span<PyObject* const> arguments_;
   ModuleState& state_;
-  const Parameters& parameters_;
-  const BoundArguments& arguments_;
   ReadAttributes read_;
 };
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "code_lines.h"
-#include "functions.h"
+#include "namespace_code.h"
 #include "py_errors.h"
 #include "py_object.h"
 #include "py_value.h"
@@ -105,7 +105,7 @@ void log_not_read(const Call& call, const Text& path, const std::string& reason)
 
 }  // namespace
 
-PyRef code_lines_body(Call& call) {
+PyRef functions::py_code_lines(Call& call) {
   PyRef lines = checked(PyDict_New);
   if (call[0] == Py_None) return lines;  // the places are not read
   Reading reading;

@@ -1,4 +1,4 @@
-/* Structures of CPython 3.11 that no public header declares, as cpython_layout.h uses them. Plain C,
+/* Structures of CPython that no public header declares, as cpython_layout.h uses them. Plain C,
  * so that cpython_layout_check.c can compare them with the interpreter's own headers. */
 #ifndef MCP_RESPONSES_CPYTHON_LAYOUT_STRUCTS_H
 #define MCP_RESPONSES_CPYTHON_LAYOUT_STRUCTS_H

@@ -1,22 +1,80 @@
-"""embed_namespace.py SOURCE HEADER: writes the code object of a Python source file as a C++ array.
+"""embed_namespace.py SOURCE HEADER: compiles namespace.py for the extension.
 
-The array has the format of `marshal`. All releases of CPython 3.11 read it, on every platform.
+The header declares the body of each native function and lists the functions with their parameters. It contains the code
+object of the source as a C++ array in the format of `marshal`, which all releases of a minor version of CPython read.
+
+Each function of the source must end with a call of `native` with its parameters, in order. The code object contains the
+constant `PLACEHOLDER` in place of that name. The import replaces it by the native function (native.cc).
 """
 
+import ast
 import marshal
 import sys
+import warnings
 from pathlib import Path
 
-source, header = map(Path, sys.argv[1:])
-code = compile(source.read_text("utf-8"), "<hollin.mcp_responses>", "exec", dont_inherit=True, optimize=0)
-header.write_text(
-    f"""// Generated from {source.name}.
-#pragma once
+PLACEHOLDER = "native"
+JSON_TYPES = "None, bool, int, float, str, list, tuple or dict"
 
-namespace mcp_responses {{
 
-inline constexpr unsigned char namespace_code[] = {{{", ".join(map(str, marshal.dumps(code)))}}};
+class ReplaceName(ast.NodeTransformer):
+    def visit_Name(self, node: ast.Name) -> ast.expr:
+        return ast.copy_location(ast.Constant(PLACEHOLDER), node) if node.id == PLACEHOLDER else node
 
-}}  // namespace mcp_responses
-"""
-)
+
+def parameters(function: ast.FunctionDef) -> list[ast.arg]:
+    return function.args.args + function.args.kwonlyargs
+
+
+def check_body(function: ast.FunctionDef, source: Path) -> None:
+    expected = f"return native({', '.join(one.arg for one in parameters(function))})"
+    if ast.unparse(function.body[-1]) != expected:
+        sys.exit(f"{source}:{function.lineno}: the body of {function.name} must be `{expected}`")
+
+
+def accepted_types(annotation: str) -> str:
+    """The types that an argument may have, for error messages: "list, tuple or None" for "list[Any] | None"."""
+    types = []
+    for declared in annotation.split(" | "):
+        name = declared.partition("[")[0]
+        if name == "Any":
+            return JSON_TYPES
+        types += {"Literal": ["str"], "list": ["list", "tuple"]}.get(name, [name])
+    return " or ".join(filter(None, (", ".join(types[:-1]), types[-1])))
+
+
+def parameter(one: ast.arg) -> str:
+    annotation = ast.unparse(one.annotation)
+    elements = "dict" if annotation.startswith("list[dict[") else JSON_TYPES
+    return f'{{"{one.arg}", "{accepted_types(annotation)}", "{elements}"}}'
+
+
+def cpp_name(function: ast.FunctionDef) -> str:
+    return "py_" + function.name.lstrip("_")
+
+
+def main(source: Path, header: Path) -> None:
+    tree = ast.parse(source.read_text("utf-8"))
+    functions = [node for node in tree.body if isinstance(node, ast.FunctionDef)]
+    for function in functions:
+        check_body(function, source)
+    warnings.filterwarnings("ignore", "'str' object is not callable", SyntaxWarning)
+    code = compile(ReplaceName().visit(tree), "<hollin.mcp_responses>", "exec", dont_inherit=True, optimize=0)
+    lines = ["// Generated from namespace.py.", "#pragma once", '#include "call.h"', "namespace mcp_responses {"]
+    lines.append("namespace functions {")
+    for function in functions:
+        declared = ", ".join(map(parameter, parameters(function)))
+        lines.append(f"PyRef {cpp_name(function)}(Call& call);")
+        lines.append(f"inline constexpr Parameter {cpp_name(function)}_parameters[] = {{{declared}}};")
+    lines.append("}")
+    lines.append("inline constexpr NativeFunction native_functions[] = {")
+    for function in functions:
+        name = f"functions::{cpp_name(function)}"
+        lines.append(f'{{"{function.name}", {name}_parameters, {name}}},')
+    lines.append("};")
+    lines.append(f"inline constexpr unsigned char namespace_code[] = {{{', '.join(map(str, marshal.dumps(code)))}}};")
+    lines.append("}")
+    header.write_text("\n".join(lines) + "\n", "utf-8")
+
+
+main(*map(Path, sys.argv[1:]))

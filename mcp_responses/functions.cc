@@ -1,5 +1,9 @@
-#include "functions.h"
-
+// The bodies of the native functions. namespace.py declares the functions, with their parameters and
+// documentation. Arguments are numbered from 0, in the order of the parameters.
+//
+// If several arguments are invalid, the first one is reported. C++ does not define the order in which
+// the arguments of a function call are evaluated, so each is read in a statement of its own, or in
+// braces, which do define it.
 #include <string>
 #include <utility>
 
@@ -8,6 +12,7 @@
 #include "cuts.h"
 #include "empty_responses.h"
 #include "index_status.h"
+#include "namespace_code.h"
 #include "outline_rows.h"
 #include "pagination.h"
 #include "py_copy.h"
@@ -27,23 +32,29 @@ PyRef cut_argument(Call& call, Cut (*shorten)(const TextView&, std::int64_t) noe
   return cut.kept.size == text.size() ? string_of(text) : string_of(cut);
 }
 
-PyRef tool_result_text(Call& call) { return encoded_py_text(call[0], call.scratch()); }
+}  // namespace
 
-PyRef encoded_size(Call& call) { return checked(PyLong_FromSize_t, encoded_py_size(call[0])); }
+PyRef functions::py_tool_result_text(Call& call) {
+  return encoded_py_text(call[0], call.scratch());
+}
 
-PyRef first_sentence(Call& call) {
+PyRef functions::py_encoded_size(Call& call) {
+  return checked(PyLong_FromSize_t, encoded_py_size(call[0]));
+}
+
+PyRef functions::py_first_sentence(Call& call) {
   if (call[0] == Py_None) return PyRef::borrow(Py_None);
   if (!PyUnicode_Check(call[0])) raise_wrong_type("docstring", "str or None", call[0]);
   return first_sentence_of(call[0]);
 }
 
-PyRef cut(Call& call) { return cut_argument(call, cut_of); }
+PyRef functions::py_cut(Call& call) { return cut_argument(call, cut_of); }
 
-PyRef trimmed(Call& call) { return cut_argument(call, trimmed_of); }
+PyRef functions::py_trimmed(Call& call) { return cut_argument(call, trimmed_of); }
 
-PyRef without_nulls(Call& call) { return copy_without_nulls(call.dict(0)); }
+PyRef functions::py_without_nulls(Call& call) { return copy_without_nulls(call.dict(0)); }
 
-PyRef build_index_status_response(Call& call) {
+PyRef functions::py_build_index_status_response(Call& call) {
   return call.answer(index_status(IndexStatusOf<PyRef>{.status = call.pass_through(0),
                                                        .health = call.pass_through(1),
                                                        .branch = call.pass_through(2),
@@ -56,17 +67,17 @@ PyRef build_index_status_response(Call& call) {
                                                        .phase_detail = call.value(9)}));
 }
 
-PyRef build_symbol_search_result(Call& call) {
+PyRef functions::py_build_symbol_search_result(Call& call) {
   PyRef file_path = call.pass_through(1);
   return call.answer(symbol_search_result(call.record(), std::move(file_path)));
 }
 
-PyRef build_symbol_full_details(Call& call) {
+PyRef functions::py_build_symbol_full_details(Call& call) {
   PyRef file_path = call.pass_through(1);
   return call.answer(symbol_full_details(call.record(), std::move(file_path)));
 }
 
-PyRef outline_module(Call& call) {
+PyRef functions::py_outline_module(Call& call) {
   OutlineModule module;
   std::size_t position = 0;
   call.for_each_in(0, [&](PyRef fqn) {
@@ -80,25 +91,27 @@ PyRef outline_module(Call& call) {
   return string_of(module.text());
 }
 
-PyRef build_file_symbol(Call& call) {
+PyRef functions::py_build_file_symbol(Call& call) {
   const Value module = call.value(1);
   return call.answer(file_symbol(call.record(), module));
 }
 
-PyRef build_api_endpoint(Call& call) {
+PyRef functions::py_build_api_endpoint(Call& call) {
   Value file_path = call.value(1);
   PyRef component = call.pass_through(2);
   return call.answer(api_endpoint(call.record(), std::move(file_path), std::move(component)));
 }
 
-PyRef build_reference(Call& call) {
+PyRef functions::py_build_reference(Call& call) {
   PyRef code = call.pass_through(1);
   return call.answer(reference_row(call.record(), std::move(code)));
 }
 
-PyRef build_component(Call& call) { return call.answer(component_row(call.record())); }
+PyRef functions::py_build_component(Call& call) {
+  return call.answer(component_row(call.record()));
+}
 
-PyRef build_paginated_response(Call& call) {
+PyRef functions::py_build_paginated_response(Call& call) {
   PyRef hinted;
   const auto add_pagination_hint = [&](const Object& response, std::int64_t item_count) -> Value {
     const PyRef page = call.answer(response);
@@ -117,18 +130,18 @@ PyRef build_paginated_response(Call& call) {
   return hinted;
 }
 
-PyRef build_test_coverage(Call& call) {
+PyRef functions::py_build_test_coverage(Call& call) {
   PyRef test_file = call.pass_through(0);
   PyRef source_file = call.pass_through(1);
   const Value symbols = call.value(2);
   return call.answer(test_coverage(std::move(test_file), std::move(source_file), symbols));
 }
 
-PyRef build_empty_paginated_response(Call& call) {
+PyRef functions::py_build_empty_paginated_response(Call& call) {
   return call.answer(mcp_responses::build_empty_paginated_response(call.text(0)));
 }
 
-PyRef build_wiki_status_response(Call& call) {
+PyRef functions::py_build_wiki_status_response(Call& call) {
   return call.answer(wiki_status(WikiStatusOf<PyRef>{.built = call.pass_through(0),
                                                      .branch = call.pass_through(1),
                                                      .pages = call.pass_through(2),
@@ -142,7 +155,7 @@ PyRef build_wiki_status_response(Call& call) {
                                                      .configured = call.pass_through(10)}));
 }
 
-PyRef build_wiki_list_response(Call& call) {
+PyRef functions::py_build_wiki_list_response(Call& call) {
   const Value pages = call.value(0);
   const Value total = call.value(1);
   const Value offset = call.value(2);
@@ -150,7 +163,7 @@ PyRef build_wiki_list_response(Call& call) {
   return call.answer(wiki_list(pages, total, offset, std::move(truncated)));
 }
 
-PyRef build_wiki_read_response(Call& call) {
+PyRef functions::py_build_wiki_read_response(Call& call) {
   return call.answer(wiki_page(WikiPageOf<PyRef>{.page_id = call.pass_through(0),
                                                  .title = call.pass_through(1),
                                                  .content = call.pass_through(2),
@@ -159,7 +172,7 @@ PyRef build_wiki_read_response(Call& call) {
                                                  .related_pages = call.value(5)}));
 }
 
-PyRef build_wiki_ask_response(Call& call) {
+PyRef functions::py_build_wiki_ask_response(Call& call) {
   AskAnswer answer{.mode = call.value(0),
                    .query = call.value(1),
                    .answer = call.value(2),
@@ -176,43 +189,14 @@ PyRef build_wiki_ask_response(Call& call) {
       mcp_responses::build_wiki_ask_response(std::move(answer), [] { check_signals(); }));
 }
 
-PyRef ask_citations(Call& call) {
+PyRef functions::py_ask_citations(Call& call) {
   const List sections = call.list(0);
   const List extra = call.sequence(1);
   return call.answer(Value(mcp_responses::_ask_citations(sections, extra)));
 }
 
-PyRef get_empty_response(Call& call) {
+PyRef functions::py_get_empty_response(Call& call) {
   return call.answer(mcp_responses::get_empty_response(call.text(0)));
 }
-
-}  // namespace
-
-const std::array<FunctionBody, 24> function_bodies{{
-    {"tool_result_text", tool_result_text},
-    {"first_sentence", first_sentence},
-    {"code_lines", code_lines_body},
-    {"_cut", cut},
-    {"without_nulls", without_nulls},
-    {"build_index_status_response", build_index_status_response},
-    {"build_symbol_search_result", build_symbol_search_result},
-    {"build_symbol_full_details", build_symbol_full_details},
-    {"outline_module", outline_module},
-    {"build_file_symbol", build_file_symbol},
-    {"build_api_endpoint", build_api_endpoint},
-    {"build_reference", build_reference},
-    {"build_component", build_component},
-    {"build_paginated_response", build_paginated_response},
-    {"build_test_coverage", build_test_coverage},
-    {"build_empty_paginated_response", build_empty_paginated_response},
-    {"build_wiki_status_response", build_wiki_status_response},
-    {"build_wiki_list_response", build_wiki_list_response},
-    {"build_wiki_read_response", build_wiki_read_response},
-    {"build_wiki_ask_response", build_wiki_ask_response},
-    {"_ask_citations", ask_citations},
-    {"_trimmed", trimmed},
-    {"_encoded_size", encoded_size},
-    {"get_empty_response", get_empty_response},
-}};
 
 }  // namespace mcp_responses

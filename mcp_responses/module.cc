@@ -1,84 +1,54 @@
 // The extension module hollin.mcp_responses: its definition, and the steps of an import.
-#include "py_ref.h"
-// marshal.h needs Python.h.
-#include <marshal.h>
-
-#include <utility>
-
-#include "call.h"
 #include "cpython_layout.h"
 #include "empty_responses.h"
-#include "function_type.h"
-#include "functions.h"
-#include "namespace_code.h"
+#include "native.h"
 #include "py_errors.h"
+#include "py_ref.h"
 
 namespace mcp_responses {
 namespace {
 
 /// Executes the code of namespace.py in the module's namespace.
-void execute_namespace(PyObject* module) {
-  const PyRef code =
-      checked(PyMarshal_ReadObjectFromString, reinterpret_cast<const char*>(namespace_code),
-              static_cast<Py_ssize_t>(sizeof(namespace_code)));
-  PyObject* const globals = PyModule_GetDict(module);
+void execute_namespace(PyObject* globals, PyObject* state) {
+  checked(PyDict_SetItemString, globals, "__builtins__", PyEval_GetBuiltins());
+  const PyRef code = namespace_code_with(state);
   checked(PyEval_EvalCode, code.get(), globals, globals);
 }
 
-/// Replaces the functions of namespace.py by native ones.
-void define_functions(PyObject* module) {
-  const PyRef type = make_function_type(module);
-  for (const auto& [name, body] : function_bodies) {
-    const PyRef declaration = checked(PyObject_GetAttrString, module, name);
-    const PyRef function = make_function(type.get(), module, declaration.get(), body);
-    checked(PyModule_AddObjectRef, module, name, function.get());
-  }
-}
-
-void fill_empty_responses(PyObject* module) {
+void fill_empty_responses(PyObject* module, PyObject* state) {
   const PyRef table = checked(PyObject_GetAttrString, module, "EMPTY_TOOL_RESPONSES");
-  const PyRef entries = state_of(module)->answers.to_python(EMPTY_TOOL_RESPONSES());
+  const PyRef entries = state_in(state).answers.to_python(EMPTY_TOOL_RESPONSES());
   checked(PyDict_Update, table.get(), entries.get());
-}
-
-/// The interpreter allocates this pointer with each module object. It is null before `execute`.
-ModuleState*& state_slot(PyObject* module) {
-  return *static_cast<ModuleState**>(PyModule_GetState(module));
 }
 
 int execute(PyObject* module) {
   const PyRef loaded = PyRef::steal(translate_exceptions([module] {
-    state_slot(module) = new ModuleState();
     confirm_layout();
-    execute_namespace(module);
-    define_functions(module);
-    fill_empty_responses(module);
+    const PyRef state = new_module_state();
+    execute_namespace(PyModule_GetDict(module), state.get());
+    fill_empty_responses(module, state.get());
     return PyRef::borrow(module);
   }));
   return loaded ? 0 : -1;
 }
 
-void release(void* module) {
-  ModuleState*& state = state_slot(static_cast<PyObject*>(module));
-  delete std::exchange(state, nullptr);
-}
-
-PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execute)}, {0, nullptr}};
+PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execute)},
+#if PY_VERSION_HEX >= 0x030C0000
+                            {Py_mod_multiple_interpreters, Py_MOD_PER_INTERPRETER_GIL_SUPPORTED},
+#endif
+                            {0, nullptr}};
 
 PyModuleDef definition = {.m_base = PyModuleDef_HEAD_INIT,
                           .m_name = "mcp_responses",
-                          .m_doc = nullptr,         // namespace.py has the documentation
-                          .m_size = sizeof(void*),  // a ModuleState*
+                          .m_doc = nullptr,  // namespace.py has the documentation
+                          .m_size = 0,       // the native functions own the state
                           .m_methods = nullptr,
                           .m_slots = slots,
-                          .m_traverse = nullptr,  // no reference cycle goes through the state
+                          .m_traverse = nullptr,
                           .m_clear = nullptr,
-                          .m_free = release};
+                          .m_free = nullptr};
 
 }  // namespace
-
-ModuleState* state_of(PyObject* module) noexcept { return state_slot(module); }
-
 }  // namespace mcp_responses
 
 PyMODINIT_FUNC PyInit_mcp_responses() { return PyModuleDef_Init(&mcp_responses::definition); }

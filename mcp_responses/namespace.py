@@ -57,7 +57,7 @@ def tool_result_text(result: Any) -> str:
     for an int beyond 64 bits; RecursionError if containers are nested more deeply than
     the interpreter's recursion limit (at least 400 and at most 1000 levels).
     """
-    return locals()
+    return native(result)
 
 
 def first_sentence(docstring: str | None) -> str | None:
@@ -70,7 +70,7 @@ def first_sentence(docstring: str | None) -> str | None:
 
     Raises TypeError if ``docstring`` is neither a str nor None.
     """
-    return locals()
+    return native(docstring)
 
 
 def code_lines(root: Path | None, places: Iterable[tuple[str, int]]) -> dict[tuple[str, int], str]:
@@ -88,7 +88,7 @@ def code_lines(root: Path | None, places: Iterable[tuple[str, int]]) -> dict[tup
     with a null character; UnicodeEncodeError for a path with a lone surrogate that does
     not encode a byte; RuntimeError for a path that ends in a symlink loop.
     """
-    return locals()
+    return native(root, places)
 
 
 def _cut(text: str, chars: int) -> str:
@@ -98,7 +98,7 @@ def _cut(text: str, chars: int) -> str:
     unchanged. If ``chars`` is less than 1, a longer text becomes the empty string.
     Lengths are in code points.
     """
-    return locals()
+    return native(text, chars)
 
 
 def without_nulls(row: dict[str, Any]) -> dict[str, Any]:
@@ -109,7 +109,7 @@ def without_nulls(row: dict[str, Any]) -> dict[str, Any]:
 
     Raises TypeError if ``row`` is not a dict.
     """
-    return locals()
+    return native(row)
 
 
 def build_index_status_response(
@@ -130,7 +130,10 @@ def build_index_status_response(
     None. "phase" and "phase_detail" follow, each only if its value is truthy.
     ``progress`` is a percentage. The values are not checked.
     """
-    return locals()
+    return native(
+        status, health, branch, progress, files_indexed, symbols_indexed, last_updated,
+        errors_count, phase, phase_detail
+    )
 
 
 def build_symbol_search_result(symbol: Symbol, file_path: str | None = None) -> dict[str, Any]:
@@ -143,7 +146,7 @@ def build_symbol_search_result(symbol: Symbol, file_path: str | None = None) -> 
     The attributes are read in the order of the keys. Raises AttributeError for the first
     one that the symbol does not have.
     """
-    return locals()
+    return native(symbol, file_path)
 
 
 def build_symbol_full_details(symbol: Symbol, file_path: str | None = None) -> dict[str, Any]:
@@ -156,7 +159,7 @@ def build_symbol_full_details(symbol: Symbol, file_path: str | None = None) -> d
     The attributes are read in the order of the keys. Raises AttributeError for the first
     one that the symbol does not have.
     """
-    return locals()
+    return native(symbol, file_path)
 
 
 def outline_module(fqns: Iterable[str]) -> str:
@@ -168,7 +171,7 @@ def outline_module(fqns: Iterable[str]) -> str:
 
     Raises TypeError if an fqn is not a str.
     """
-    return locals()
+    return native(fqns)
 
 
 def build_file_symbol(symbol: Symbol, module: str = "") -> dict[str, Any]:
@@ -180,7 +183,7 @@ def build_file_symbol(symbol: Symbol, module: str = "") -> dict[str, Any]:
 
     Raises AttributeError for an attribute that the symbol does not have.
     """
-    return locals()
+    return native(symbol, module)
 
 
 def build_api_endpoint(
@@ -193,7 +196,7 @@ def build_api_endpoint(
 
     Raises AttributeError for an attribute that the symbol does not have.
     """
-    return locals()
+    return native(symbol, file_path, component_name)
 
 
 def build_reference(reference: Reference, code: str | None = None) -> dict[str, Any]:
@@ -206,7 +209,7 @@ def build_reference(reference: Reference, code: str | None = None) -> dict[str, 
 
     Raises AttributeError for an attribute that the reference does not have.
     """
-    return locals()
+    return native(reference, code)
 
 
 def build_component(component: ComponentInfo) -> dict[str, Any]:
@@ -217,7 +220,7 @@ def build_component(component: ComponentInfo) -> dict[str, Any]:
 
     Raises AttributeError for an attribute that the component does not have.
     """
-    return locals()
+    return native(component)
 
 
 def build_paginated_response(
@@ -235,7 +238,7 @@ def build_paginated_response(
     Raises TypeError if ``items`` is not a list or tuple, if a count is not a number, or,
     with its path, for an object without a JSON representation.
     """
-    return locals()
+    return native(items, total_count, offset, items_key)
 
 
 def build_test_coverage(
@@ -245,7 +248,7 @@ def build_test_coverage(
 
     Keys: "test_file", "source_file", then "symbols_imported" if it is not empty.
     """
-    return locals()
+    return native(test_file, source_file, symbols_imported)
 
 
 def build_empty_paginated_response(items_key: str = "items") -> dict[str, Any]:
@@ -254,7 +257,7 @@ def build_empty_paginated_response(items_key: str = "items") -> dict[str, Any]:
     The keys of ``build_paginated_response``, with the values of an empty list: [], 0,
     False, False, 0. ``add_pagination_hint`` is not called.
     """
-    return locals()
+    return native(items_key)
 
 
 def build_wiki_status_response(
@@ -277,7 +280,10 @@ def build_wiki_status_response(
     "files_covered", "total_sources", "coverage_pct" (a percentage), "last_built",
     "model", "stale_pages" ([] for None).
     """
-    return locals()
+    return native(
+        built, branch, pages, files_covered, total_sources, coverage_pct, last_built, model,
+        stale_pages, enabled, configured
+    )
 
 
 def build_wiki_list_response(
@@ -291,7 +297,7 @@ def build_wiki_list_response(
     Raises TypeError if ``pages`` is not a list or tuple, if a count is not a number, or,
     with its path, for an object without a JSON representation.
     """
-    return locals()
+    return native(pages, total, offset, truncated)
 
 
 def build_wiki_read_response(
@@ -308,7 +314,7 @@ def build_wiki_read_response(
     Keys, all always present: the names of the parameters, in their order. The last three
     are [] for None.
     """
-    return locals()
+    return native(page_id, title, content, citations, source_files, related_pages)
 
 
 _ASK_EXCERPT_CHARS = 1200
@@ -353,7 +359,10 @@ def build_wiki_ask_response(
     representation; with a budget also UnicodeEncodeError for a lone surrogate, which
     cannot be encoded as UTF-8.
     """
-    return locals()
+    return native(
+        mode, query, answer, sections, citations, model, tokens, note, decisions, code, memories,
+        token_budget
+    )
 
 
 def _ask_citations(
@@ -368,7 +377,7 @@ def _ask_citations(
     Raises TypeError, with the path, if a section or citation is not a dict, or if "path"
     or a line is a list or dict.
     """
-    return locals()
+    return native(sections, extra)
 
 
 def _trimmed(text: str, chars: int) -> str:
@@ -378,7 +387,7 @@ def _trimmed(text: str, chars: int) -> str:
     there is none. A text that is short enough is returned unchanged. If ``chars`` is less
     than 2, a longer text becomes the empty string. Lengths are in code points.
     """
-    return locals()
+    return native(text, chars)
 
 
 def _encoded_size(result: dict[str, Any]) -> int:
@@ -387,7 +396,7 @@ def _encoded_size(result: dict[str, Any]) -> int:
     Equal to ``len(tool_result_text(result).encode())``, but no text is created. Raises
     UnicodeEncodeError for a lone surrogate.
     """
-    return locals()
+    return native(result)
 
 
 # The extension adds the entries.
@@ -400,4 +409,4 @@ def get_empty_response(tool_name: str) -> dict[str, Any]:
     Returns: Empty response dict appropriate for the tool, a new one at each call. For any
     other name it is {"error": "Repository not initialized"}.
     """
-    return locals()
+    return native(tool_name)

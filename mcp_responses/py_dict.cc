@@ -21,8 +21,7 @@ PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
 }
 
 PyRef AnswerConverter::to_python(const Object& object) {
-  // Presized, because growing takes as long as setting a few members.
-  PyRef dict = checked(_PyDict_NewPresized, static_cast<Py_ssize_t>(object.size()));
+  PyRef dict = checked(new_dict, static_cast<Py_ssize_t>(object.size()));
   for (const Member& member : object) {
     count_work(element_work);
     checked(PyDict_SetItem, dict.get(), string_of(member.key).get(), to_python(member.value).get());

@@ -4,7 +4,7 @@
 // indicator is set. `translate_exceptions` turns any C++ exception into the interpreter's error.
 //
 // `translate_exceptions` surrounds all code that the interpreter calls. Before it, three functions
-// catch some exceptions: the call of a function (function_type.cc) adds the argument path to an
+// catch some exceptions: the call of a native function (native.cc) adds the argument path to an
 // UnsupportedObject; the encoder starts again with a copy of a dict whose keys are not all str; and
 // the check of the layout at import. In `core`, `code_lines` catches errors of files.
 //
@@ -52,7 +52,7 @@ inline constexpr std::size_t element_work = 64;
 /// take well under a millisecond. Every loop whose length a caller controls calls it.
 inline void count_work(std::size_t bytes) {
   constexpr std::size_t work_between_checks = std::size_t{256} << 10;
-  static std::size_t work_since_check = 0;  // of all threads; the GIL guards it
+  [[gnu::tls_model("initial-exec")]] static constinit thread_local std::size_t work_since_check = 0;
   work_since_check += bytes;
   if (work_since_check < work_between_checks) [[likely]]
     return;

@@ -59,13 +59,13 @@ inline std::int64_t integer_in(PyObject* object) {
 
 /// Converts a str to its final representation (PEP 393). Throws `PythonError`.
 inline void ensure_ready(PyObject* string) {
-  if (PyUnicode_READY(string) < 0) throw PythonError();
+  if (!make_ready(string)) throw PythonError();
 }
 
 /// The characters of a str, or of a subclass, in place. Requires a str that is ready. Valid while the
 /// str lives.
 inline TextView view_of(PyObject* string) noexcept {
-  assert(PyUnicode_IS_READY(string));
+  assert(is_ready(string));
   const Py_UCS4 highest = PyUnicode_MAX_CHAR_VALUE(string);
   const Repertoire repertoire = highest < 0x80      ? Repertoire::ascii
                                 : highest < 0x100   ? Repertoire::latin1

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "argument_path.h"
 #include "py_copy.h"
 #include "py_value.h"
 
@@ -13,7 +12,18 @@ PyObject* ReadAttributes::keep(const char* record, Field field, PyRef attribute)
   return attributes_.back().object.get();
 }
 
-std::string ReadAttributes::path_to(PyObject* object) const {
+template <class Find>
+auto ReadAttributes::first_found(Find find) const {
+  // A call fails at the last attribute that it reads, so that one is searched first.
+  for (std::size_t i = attributes_.size(); i-- > 0;) {
+    const auto& [record, field, attribute] = attributes_[i];
+    auto found = find(attribute.get(), std::string(record) + "." + field_name(field));
+    if (!found.empty()) return found;
+  }
+  return decltype(find(nullptr, std::string()))();
+}
+
+ArgumentPath ReadAttributes::path_to(PyObject* object) const {
   return first_found([object](PyObject* attribute, const std::string& name) {
     return argument_path(attribute, name, object);
   });
@@ -23,17 +33,6 @@ std::string ReadAttributes::nesting_problem(std::size_t max_levels) const {
   return first_found([max_levels](PyObject* attribute, const std::string& name) {
     return mcp_responses::nesting_problem(attribute, name, max_levels);
   });
-}
-
-template <class Find>
-std::string ReadAttributes::first_found(Find find) const {
-  // A call fails at the last attribute that it reads, so that one is searched first.
-  for (std::size_t i = attributes_.size(); i-- > 0;) {
-    const auto& [record, field, attribute] = attributes_[i];
-    std::string found = find(attribute.get(), std::string(record) + "." + field_name(field));
-    if (!found.empty()) return found;
-  }
-  return {};
 }
 
 PyRef PyRecord::pass_through(Field field) const {

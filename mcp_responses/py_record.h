@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "argument_path.h"
 #include "interned_strings.h"
 #include "py_errors.h"
 #include "py_object.h"
@@ -19,8 +20,8 @@ class ReadAttributes {
   /// Keeps an attribute of the record that is called `record`. Returns it, borrowed.
   PyObject* keep(const char* record, Field field, PyRef attribute);
 
-  /// The path to the object from one of them: "symbol.docstring[0]". Empty if it is not found.
-  std::string path_to(PyObject* object) const;
+  /// The path to the object from one of them: "symbol.docstring[0]".
+  ArgumentPath path_to(PyObject* object) const;
   /// The same as `nesting_problem` of argument_path.h, for these attributes.
   std::string nesting_problem(std::size_t max_levels) const;
 
@@ -30,9 +31,9 @@ class ReadAttributes {
     Field field;
     PyRef object;
   };
-  /// The first non-empty result of `find(attribute, name)`.
+  /// The first result of `find(attribute, name)` that is not empty.
   template <class Find>
-  std::string first_found(Find find) const;
+  auto first_found(Find find) const;
 
   std::vector<Attribute> attributes_;
 };

@@ -27,9 +27,7 @@ std::size_t list_size(Payload payload) noexcept {
 }
 
 std::size_t dict_size(Payload payload) noexcept {
-  // PyDict_GET_SIZE contains an old-style cast, which the compiler warns about.
-  const auto* const dict = reinterpret_cast<const PyDictObject*>(object_in(payload));
-  return static_cast<std::size_t>(dict->ma_used);
+  return static_cast<std::size_t>(PyDict_Size(object_in(payload)));
 }
 
 Value materialized_list(Payload payload) {
@@ -59,19 +57,30 @@ bool is_text(PyObject* string, const TextView& wanted) {
          view_of(string) == wanted;
 }
 
-/// Of several keys with the same text, the last entry of the dict counts. Keys that are all exactly
-/// str have different texts.
+/// The value of a key in a dict whose keys are all exactly str, so that their texts differ. Borrowed;
+/// null if there is none.
+PyObject* find_in_entries(CPythonDictKeys* keys, const TextView& wanted) {
+  PyObject* key = nullptr;
+  PyObject* value = nullptr;
+  for (Py_ssize_t position = 0; next_entry(keys, position, key, value);)
+    if (is_text(key, wanted)) return value;
+  return nullptr;
+}
+
+/// The same in any dict. Of several keys with the same text, the last entry counts.
+PyObject* find_last_entry(PyObject* dict, const TextView& wanted) {
+  PyObject* found = nullptr;
+  for (PyCursor at(dict, true); at.next();)
+    if (PyUnicode_Check(at.key()) && is_text(at.key(), wanted)) found = at.value();
+  return found;
+}
+
 Value find_in_dict(Payload payload, const TextView& wanted) {
   count_work(element_work * (1 + dict_size(payload)));
   PyObject* const dict = object_in(payload);
-  const bool all_are_str = unicode_keys_of(dict) != nullptr;
-  PyObject* found = nullptr;
-  for (PyCursor at(dict, true); at.next();) {
-    const bool is_string = all_are_str || PyUnicode_Check(at.key());
-    if (!is_string || !is_text(at.key(), wanted)) continue;
-    found = at.value();
-    if (all_are_str) break;
-  }
+  CPythonDictKeys* const keys = unicode_keys_of(dict);
+  PyObject* const found =
+      keys == nullptr ? find_last_entry(dict, wanted) : find_in_entries(keys, wanted);
   return found == nullptr ? Value() : to_value(PyRef::borrow(found));
 }
 

@@ -1,5 +1,6 @@
 """The module as a whole: its namespace, imports that fail, several modules and interpreters."""
 
+import builtins
 import gc
 import importlib
 import re
@@ -49,7 +50,9 @@ class Loading(unittest.TestCase):
         module = self.import_anew()
         expected = {name: getattr(plain, name) for name in own_names(plain) if name not in PLAIN_ALONE}
         self.assertEqual(own_names(module), [*expected])
-        self.assertLessEqual({*vars(module)} - {*expected}, {*vars(types.ModuleType("m"))} | {"__file__", "__cached__"})
+        usual = {*vars(types.ModuleType("m"))} | {"__file__", "__cached__", "__builtins__"}
+        self.assertLessEqual({*vars(module)} - {*expected}, usual)
+        self.assertIs(module.__builtins__, vars(builtins))
         for name in expected.keys() - FUNCTIONS:
             self.assertEqual(getattr(module, name), expected[name], name)
             self.assertIs(type(getattr(module, name)), type(expected[name]), name)
@@ -74,10 +77,33 @@ class Loading(unittest.TestCase):
             del module
             self.forget()
             gc.collect()
-            self.assertEqual((cut("abc", 2), held[-1]() is None), ("a…", False), "a function keeps its module")
+            self.assertEqual(cut("abc", 2), "a…", "a function works without its module")
             del cut
         gc.collect()
         self.assertEqual([one() for one in held], [None] * len(held))
+
+    def test_a_trace_function_that_replaces_what_an_import_defines(self):
+        longer = types.FunctionType((lambda: 0).__code__, {}, "longer", (1,) * 20)
+        for replacement in (7, int, lambda **_: 0, longer):
+
+            def replace(frame, event, _):
+                if frame.f_code.co_filename == "<hollin.mcp_responses>":
+                    namespace = frame.f_globals
+                    namespace.update({name: replacement for name in FUNCTIONS if name in namespace})
+                return replace
+
+            self.addCleanup(sys.settrace, sys.gettrace())
+            sys.settrace(replace)
+            module = self.import_anew()
+            sys.settrace(None)
+            self.assertIs(module._cut, replacement)
+
+    def test_functions_whose_namespace_is_empty(self):
+        module = self.import_anew()
+        cut, page = module._cut, module.build_paginated_response
+        vars(module).clear()
+        self.assertEqual(cut("abc", 2), "a…")
+        self.assertRaises(NameError, page, [], 0, 0)
 
     def test_functions_whose_module_the_collector_has_cleared(self):
         run_program("call_cleared_functions.py")

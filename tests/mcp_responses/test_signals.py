@@ -7,10 +7,12 @@ extension runs the handlers.
 import contextlib
 import ctypes
 import gc
+import inspect
 import itertools
 import json
 import operator
 import signal
+import types
 import unittest
 from collections import OrderedDict
 from functools import partial
@@ -23,6 +25,15 @@ raise_signal = ctypes.CDLL(None)["raise"]  # unlike signal.raise_signal, does no
 
 
 copy = partial(real.build_test_coverage, source_file="")  # no lambda: its bytecode would run the handler
+
+
+def native_call(function, *arguments):
+    """The native call that a call of a function, or of a partial of one, makes."""
+    call = partial(function, *arguments)
+    (native,) = (one for one in call.func.__code__.co_consts if isinstance(one, types.BuiltinFunctionType))
+    bound = inspect.signature(call.func).bind(*call.args, **call.keywords)
+    bound.apply_defaults()
+    return partial(native, *bound.arguments.values())
 
 
 class Interrupted(Exception):
@@ -86,8 +97,9 @@ class Signals(unittest.TestCase):
             handler()
 
         self.addCleanup(signal.signal, SIGNAL, signal.signal(SIGNAL, handle))
-        calls = partial(raise_signal, SIGNAL), partial(function, *arguments), partial(ended.append, True)
-        # No bytecode is executed between the signal and the call, so the interpreter runs no handler there.
+        calls = partial(raise_signal, SIGNAL), native_call(function, *arguments), partial(ended.append, True)
+        # No bytecode is executed between the signal and the call, so the interpreter runs no handler there. For this
+        # reason the native function is called directly.
         _, result, _ = map(operator.call, calls)
         return result
 

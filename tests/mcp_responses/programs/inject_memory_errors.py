@@ -34,7 +34,8 @@ def result_of(function, arguments):
     except MemoryError:
         raise
     except Exception as error:
-        if not error.args:  # if memory for the text runs out, 3.11.2 raises an error without a text
+        # If memory runs out, the interpreter raises an error without a text (3.11.2), or calls no function.
+        if not error.args or "returned NULL without setting an exception" in str(error):
             raise MemoryError
         return repr(error)
 

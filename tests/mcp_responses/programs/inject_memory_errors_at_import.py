@@ -16,6 +16,9 @@ def fails(number):
             _testcapi.remove_mem_hooks()
     except MemoryError:
         return True
+    except SystemError as error:  # the interpreter's own
+        assert "replace of code object" in str(error), error
+        return True
     assert module.first_sentence("One. Two.") == "One."
     return False
 
