@@ -1,5 +1,5 @@
 # Toolchain file: builds for aarch64 with Debian's cross compiler and runs the tests under QEMU's user emulation.
-# scripts/make-arm64-root makes the sysroot and the emulator's script.
+# scripts/make-root makes the sysroot and the emulator's script.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
