@@ -9,6 +9,7 @@ import unittest
 import xml.etree.ElementTree
 
 from hollin import demo
+from hollin.catalogue import TOOLS
 from hollin.mcp_responses import _encoded_size, tool_result_text
 from random_input import tree
 from service import ASK, ENVIRONMENT, answer, built_index, make_long_tree, make_tree
@@ -33,21 +34,22 @@ class DemoTest(unittest.TestCase):
     def test_shows_every_answer(self):
         root = make_tree(self.addCleanup)
         (root / "twice.py").write_text("def f(): pass\ndef f(): pass\n")
-        for width in (80, 120):
-            status, screen, log = run("-m", "hollin.demo", "--root", str(root), "--query", "cart", COLUMNS=str(width))
+        for width, environment in ((80, {"COLUMNS": ""}), (120, {"COLUMNS": "120"})):
+            status, screen, log = run("-m", "hollin.demo", "--root", str(root), "--query", "cart", **environment)
             self.assertEqual((status, log), (0, ""))
             self.assertLessEqual(max(map(len, screen.splitlines())), width)
             for phrase in (
                 'search {"query": "cart", "offset": 4, "limit": 4}',
                 '"code":"pay(Cart().total())","caller":"tests.test_cart.test_pay"',
                 '{"endpoints":[{"fqn":"shop.cart.pay"',
-                '"token_budget": 400',
-                '"code":{"symbols":[{"fqn":"shop.cart.Cart","name":"Cart","kind":"class"',
+                '"query": "How does cart work?"',
             ):
                 self.assertIn(without_white_space(phrase), without_white_space(screen), width)
-            summary = re.search(r"([\d,]+)\s+symbols,", screen)[1]
-            counts = re.findall(r'"symbols_indexed":(\d+)', without_white_space(screen))
-            self.assertEqual(counts[-1], summary, "the summary and the status give the same number")
+            called = re.findall(r"^(\w+) \{", screen, re.M)
+            self.assertEqual({*called}, {*TOOLS}, "each tool is called")
+            self.assertEqual(called.count("search"), 2, "the first and the last page")
+            search = run("-m", "hollin.demo", "--root", str(root), "--query", "twice")[1]
+            self.assertEqual(search.count("search {"), 1, "one page")
 
     def test_lines_end_between_members(self):
         generator = random.Random(5)
@@ -76,10 +78,11 @@ class DemoTest(unittest.TestCase):
             "none is not a folder": ["-m", "hollin.demo", "--root", empty + "/none"],
             "contains no Python file": ["-m", "hollin.demo", "--root", empty],
             "query: must not be blank": ["-m", "hollin.demo", "--query", ""],
+            "[--chart FILE.svg]": ["-m", "hollin.demo", "--foo"],
             "charts is not a folder": [str(CHART), "--chart", empty + "/charts/chart.svg"],
         }.items():
             status, screen, log = run(*command)
-            self.assertEqual((status, screen, log.count("\n")), (2, "", 1), log)
+            self.assertEqual((status, screen, log.count("Traceback")), (2, "", 0), log)
             self.assertIn(reason, log)
 
 

@@ -135,11 +135,13 @@ class ToolSchemaTest(ServiceTest, ValidatingTest):
     def test_answers_of_tools(self):
         client, empty = self.start_with_tree(make_tree(self.addCleanup)), self.start()
         empty.initialize()
-        schemas = {name: tool["outputSchema"] for name, tool in client.tools().items()}
+        schemas, empty_schemas = ({name: tool["outputSchema"] for name, tool in one.tools().items()}
+                                  for one in (client, empty))
         for tool, schema in schemas.items():
             self.assertEqual(schema["type"], "object", tool)
             self.assertNotIn("$ref", json.dumps(schema), tool)
-        cases = [(tool, schema, empty.answer(tool, **NEEDED.get(tool, {})), True) for tool, schema in schemas.items()]
+        cases = [(f"{tool} as {other}", schema, empty.answer(tool, **NEEDED.get(tool, {})), tool == other)
+                 for tool in schemas for other, schema in empty_schemas.items()]
         calls = [(tool, arguments) for tool, arguments, text in conversation() if not text.startswith("error: ")]
         calls += [("files", {}), ("wiki", {"action": "list"}), ("wiki", ASK), ("wiki", ASK | {"token_budget": 0})]
         self.assertEqual({tool for tool, _ in calls}, {*schemas})

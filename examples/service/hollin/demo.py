@@ -20,11 +20,11 @@ from typing import Any
 from hollin import mcp_responses, tools
 from hollin.arguments import MAX_CHARS, ToolError, checked
 from hollin.catalogue import TOOLS
-from hollin.index import PHASES, Index
+from hollin.index import Index
 
-WIDTH = max(44, min(120, shutil.get_terminal_size((92, 24)).columns))
+WIDTH = max(44, min(120, shutil.get_terminal_size((80, 24)).columns))
 COLUMNS = WIDTH - 4  # of indented text
-HEAD_LINES, TAIL_LINES = 8, 4
+HEAD_LINES, TAIL_LINES = 5, 2
 IS_TERMINAL = sys.stdout.isatty()
 IS_COLOURED = IS_TERMINAL and not os.environ.get("NO_COLOR") and os.environ.get("TERM") != "dumb"
 HEADING, CALL, KEY = "1", "36", "35"  # ANSI: bold, cyan, magenta
@@ -64,7 +64,7 @@ class Demo:
         """Calls a tool as a client does, and shows its answer."""
         library = self.library
         library.seconds, library.calls = 0.0, 0
-        answer = TOOLS[tool].answer(self.index, checked(arguments, TOOLS[tool].arguments))
+        answer = self.answer(tool, **arguments)
         text = library.tool_result_text(answer)
         title = f"{tool} {json.dumps(arguments, ensure_ascii=False)}"
         print("\n" + coloured(textwrap.fill(title, WIDTH, subsequent_indent="  "), CALL))
@@ -73,6 +73,9 @@ class Demo:
         spent = f"{library.seconds * 1e6:,.0f} \N{MICRO SIGN}s in {library.calls} calls of the library"
         print(f"    = {size:,} bytes, {-(-size // 4):,} tokens; {spent}")
         return answer
+
+    def answer(self, tool: str, **arguments: Any) -> dict[str, Any]:
+        return TOOLS[tool].answer(self.index, checked(arguments, TOOLS[tool].arguments))
 
 
 def coloured(text: str, colour: str) -> str:
@@ -105,7 +108,7 @@ def broken(text: str, columns: int) -> list[str]:
 
 
 def section(title: str) -> None:
-    print("\n\n" + coloured(f"--- {title} ".ljust(WIDTH, "-"), HEADING))
+    print("\n" + coloured(f"--- {title} ".ljust(WIDTH, "-"), HEADING))
 
 
 def say(text: str) -> None:
@@ -114,55 +117,47 @@ def say(text: str) -> None:
 
 def build_index(demo: Demo) -> None:
     index, start, due = demo.index, time.perf_counter(), 0.0
-    waiting = [phase for phase in PHASES if phase != "reading documents"]  # for a status in the middle of the phase
-    print(f"Indexing {index.root}")
-    say(f"Excluded: hidden folders, links and {index.excluded_names}.")
+    say(f"Indexing {index.tree.root}, without hidden folders, links and {', '.join(sorted(index.tree.excluded))}")
     section("While the index is being built")
+    is_shown = False
     for _ in index.build():
         now = index.progress
         if IS_TERMINAL and time.perf_counter() >= due:
             due = time.perf_counter() + 0.1
             print(f"\r\x1b[K{now.percent} %", end="", flush=True)
-        if now.phase in waiting and now.total and 2 * now.done >= now.total - 1:
-            waiting.remove(now.phase)
+        if not is_shown and now.total and 2 * now.done >= now.total - 1:
+            is_shown = True
             print("\r\x1b[K" if IS_TERMINAL else "", end="")
             demo.call("status")
     print("\r\x1b[K" if IS_TERMINAL else "")
-    calls = sum(map(len, index.references.values()))
+    uses = sum(map(len, index.references.values()))
     say(f"Indexed {len(index.sources):,} files in {time.perf_counter() - start:.1f} s: {index.symbol_count:,} symbols, "
-        f"{calls:,} resolved calls, {len(index.wiki.pages):,} wiki pages. {len(index.skipped)} files were skipped.")
+        f"{uses:,} references, {len(index.wiki.pages):,} wiki pages. {len(index.tree.errors)} files cannot be parsed.")
 
 
 def show_code(demo: Demo, word: str) -> None:
-    section("The index is ready")
-    demo.call("status")
-    section("Search: the first page and the last page")
+    section("Search")
     total = demo.call("search", query=word, limit=ROWS)["total_count"]
-    demo.call("search", query=word, offset=max(0, total - 1) // ROWS * ROWS, limit=ROWS)
-    found = demo.index.search(word) or [*demo.index.by_fqn.values()]
+    if total > ROWS:
+        demo.call("search", query=word, offset=(total - 1) // ROWS * ROWS, limit=ROWS)
+    found = demo.index.search(word) or [*demo.index.names.by_fqn.values()]
     if found:
-        section("One symbol: its details, its callers, its file")
-        called = [hit for hit in found if hit.symbol.fqn in demo.index.references]
-        fqn = (called or found)[0].symbol.fqn
+        section("One symbol: its details, its references, its file")
+        used = [hit for hit in found if hit.symbol.fqn in demo.index.references]
+        fqn = (used or found)[0].symbol.fqn
         path = demo.call("symbol", fqn=fqn)["file"]
         demo.call("symbol", fqn=fqn, action="references", limit=ROWS)
         demo.call("file", path=path, limit=ROWS)
-    section("The tree: files, components, API endpoints, tests")
-    for tool, more in (("files", {}), ("architecture", {}), ("architecture", {"action": "endpoints"}), ("tests", {})):
-        demo.call(tool, **more, limit=2)
+    section("The tree: files, API endpoints, tests")
+    for tool, more in (("files", {}), ("architecture", {"action": "endpoints"}), ("tests", {})):
+        demo.call(tool, **more, limit=1)
 
 
 def show_wiki(demo: Demo, word: str) -> None:
-    section("The wiki")
-    demo.call("wiki", action="status")
-    demo.call("wiki", action="list", limit=ROWS)
-    hits = demo.index.wiki.best_sections(word, 1)
-    for page_id in [section.page.path for _, section in hits] or list(demo.index.wiki.pages)[:1]:
-        demo.call("wiki", action="read", page_id=page_id)
     section("A question, without a budget and with three budgets")
     sizes = [budget_row(None, demo.call("wiki", action="ask", query=question(word)))]
     for budget in BUDGETS:
-        sizes.append(budget_row(budget, demo.call("wiki", action="ask", query=question(word), token_budget=budget)))
+        sizes.append(budget_row(budget, demo.answer("wiki", action="ask", query=question(word), token_budget=budget)))
     print("\nExcerpts are cut to 200 bytes each, then sections are removed, then the code:\n")
     print("    budget    limit     size  sections  excerpts' characters  citations  code", *sizes, sep="\n")
 
@@ -187,8 +182,9 @@ def chosen(parser: argparse.ArgumentParser) -> tuple[argparse.Namespace, Index]:
     options = parser.parse_args()
     root = options.root or Path(sysconfig.get_path("stdlib"))
     index = Index(root, frozenset() if options.root else frozenset({"test"}))
-    if not any(path.endswith(".py") for path in index.walk()):
-        problem = f"contains no Python file outside of {index.excluded_names}" if root.is_dir() else "is not a folder"
+    if not any(path.endswith(".py") for path, _ in index.tree.walk()):
+        excluded = ", ".join(sorted(index.tree.excluded))
+        problem = f"contains no Python file outside of {excluded}" if root.is_dir() else "is not a folder"
         parser.exit(2, f"{parser.prog}: {root} {problem}\n")
     try:
         checked({"query": options.query}, TOOLS["search"].arguments)
@@ -201,7 +197,11 @@ def main() -> None:
     for number in (signal.SIGPIPE, signal.SIGINT):  # end without a traceback
         signal.signal(number, signal.SIG_DFL)
     sys.stdout.reconfigure(errors="replace")
-    options, index = chosen(argparse.ArgumentParser(prog="hollin.demo", description=__doc__))
+    parser = argparse.ArgumentParser(prog="hollin.demo", description=__doc__)
+    parser.add_argument("--chart", metavar="FILE.svg", help="with ./dev demo: draw only how an answer fits budgets")
+    options, index = chosen(parser)
+    if options.chart:
+        parser.error("--chart works only with ./dev demo")
     demo = Demo(index)
     build_index(demo)
     show_code(demo, options.query)

@@ -26,8 +26,8 @@ INSTRUCTIONS = """Answers questions about the symbols, files, tests and wiki of 
 Call search first, which finds fully qualified names; then call symbol with one of them. For questions in words, call
 wiki with the action ask. Lines are counted from 1, offsets from 0. Lengths are in characters. A token is 4 bytes of
 UTF-8.
-If a list has "truncated": true, call again with offset increased by the number of rows that you received.
-A changed file is read again when an answer cites it. New files are found when the server starts."""
+A list has at most limit rows. If it has "truncated": true, call again with offset increased by the number of rows that
+you received. Paths are relative to the root. Changed, new and deleted files are noticed within two seconds."""
 
 Message = dict[str, Any]
 logger = logging.getLogger("hollin.server")
@@ -110,7 +110,7 @@ class Server:
                     "title": tool.title,
                     "description": tool.description,
                     "inputSchema": tool.arguments,
-                    "outputSchema": output_schema(name),
+                    "outputSchema": output_schema(name, has_tree=self._index is not None),
                     "annotations": {"readOnlyHint": True, "openWorldHint": False},
                 }
                 for name, tool in TOOLS.items()
@@ -191,11 +191,11 @@ def build_index(index: Index, stop: threading.Event) -> None:
                 return
     except Exception as error:
         index.failure = f"{type(error).__name__}: {error}"
-        logger.exception("the index of %s could not be built", index.root)
+        logger.exception("the index of %s could not be built", index.tree.root)
     else:
-        logger.info("%d files with %d symbols indexed in %s", len(index.sources), index.symbol_count, index.root)
-        if index.skipped:
-            logger.info("%d files cannot be read or parsed: %s", len(index.skipped), ", ".join(index.skipped[:10]))
+        logger.info("%d files with %d symbols indexed in %s", len(index.sources), index.symbol_count, index.tree.root)
+        if errors := index.tree.errors:
+            logger.info("%d files cannot be read or parsed: %s", len(errors), ", ".join([*errors][:10]))
     index.done.set()
 
 

@@ -1,7 +1,7 @@
-"""Reads one Python file: its symbols, imports and calls.
+"""Reads one Python file: its symbols, its imports and its uses of symbols.
 
-A call is recorded with the path of its function where this file determines one: by a definition, an import or the first
-parameter of a method. A name that is assigned, or bound to two objects, does not have a path. `Index` resolves the paths.
+A use is recorded with the path of the symbol where this file determines one: by a definition, an import or the first
+parameter of a method. A name that is assigned does not have a path, except a constant. `Names` resolves the paths.
 """
 
 from __future__ import annotations
@@ -13,6 +13,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 DOCSTRING_CHARS = 4000
+SIGNATURE_CHARS = 200  # of constants
 
 _INNER_FIELDS = {"body", "elt", "key", "value", "generators"}  # of the nodes that have a scope of their own
 _LEAVES = (ast.Constant, ast.Load, ast.operator, ast.cmpop)
@@ -31,30 +32,43 @@ class Symbol:
     docstring: str | None
     is_export: bool
     docstring_truncated: bool
-    is_endpoint: bool
+    is_endpoint: bool = False
 
 
 class Binding(NamedTuple):
-    """The object with a dotted name, or an instance of that class."""
+    """The first object of these dotted names that the tree defines, or an instance of that class."""
 
-    target: str
+    targets: tuple[str, ...]
     is_instance: bool = False
 
 
-NamePath = tuple[str, list[str]]  # the dotted name of an object, and attributes: "shop.cart", ["Cart", "total"]
+NamePath = tuple[tuple[str, ...], list[str]]  # the targets of a name, and attributes: ("shop.cart",), ["Cart", "total"]
+
+
+class Use(NamedTuple):
+    path: NamePath | None
+    attribute: str | None  # the last name, if it is an attribute of an object
+    line: int
+    caller: Symbol | None
+    usage: str  # call, base class, decorator or read; constants are read
 
 
 @dataclass(slots=True)
 class SourceFile:
     path: str
     module: str
+    script_folder: str  # the module name of the folder of a file outside of packages; its imports search there first
     docstring: str | None = None
     docstring_line: int = 0
     symbols: list[Symbol] = field(default_factory=list)
-    calls: list[tuple[NamePath, int, Symbol | None]] = field(default_factory=list)  # with the line and the caller
-    imports: list[tuple[str, str | None]] = field(default_factory=list)  # module, imported name
+    uses: list[Use] = field(default_factory=list)
+    imports: list[tuple[tuple[str, ...], str | None]] = field(default_factory=list)  # possible modules, imported name
     names: dict[str, Binding | None] = field(default_factory=dict)  # of the module's scope
     bases: dict[str, list[NamePath]] = field(default_factory=dict)  # of each class, by its fqn
+
+    @property
+    def place(self) -> tuple[str, str]:
+        return self.module, self.script_folder
 
 
 @dataclass(slots=True)
@@ -66,8 +80,16 @@ class Scope:
     names: dict[str, Binding | None] = field(default_factory=dict)
     is_class: bool = False
 
+    @property
+    def may_have_constants(self) -> bool:
+        return self.is_class or not self.outer
+
     def bind(self, name: str, to: Binding | None = None) -> None:
-        self.names[name] = to if self.names.get(name, to) == to else None
+        known = self.names.get(name, to)
+        if to and known and to.is_instance == known.is_instance:
+            self.names[name] = Binding(tuple(dict.fromkeys(known.targets + to.targets)), to.is_instance)
+        else:
+            self.names[name] = None
 
     def path(self, node: ast.expr, module: str) -> NamePath | None:
         """The path of a name with attributes. A name that no inner scope binds is an attribute of the module."""
@@ -80,24 +102,20 @@ class Scope:
         scope = self
         while scope.outer and (node.id not in scope.names or (scope.is_class and scope is not self)):
             scope = scope.outer
-        binding = scope.names[node.id] if scope.outer else Binding(module)
+        binding = scope.names[node.id] if scope.outer else Binding((module,))
         names += [] if scope.outer else [node.id]
-        return (binding.target, names[::-1]) if binding and (names or not binding.is_instance) else None
+        return (binding.targets, names[::-1]) if binding and (names or not binding.is_instance) else None
 
 
-def read_source_file(root: Path, path: str) -> SourceFile:
+def read_source_file(root: Path, path: str, module: str, script_folder: str) -> SourceFile:
     """Raises the errors of the file system and of the interpreter's parser."""
-    tree = ast.parse((root / path).read_bytes(), path)
-    source = SourceFile(path, module_name(path))
+    text = (root / path).read_bytes()
+    tree = ast.parse(text, path)
+    source = SourceFile(path, module, script_folder)
     if docstring := ast.get_docstring(tree, clean=False):
         source.docstring, source.docstring_line = encodable(docstring), tree.body[0].lineno
-    _Reader(source).read(tree)
+    _Reader(source, text.splitlines()).read(tree)
     return source
-
-
-def module_name(path: str) -> str:
-    parts = path.removesuffix(".py").removeprefix("src/").split("/")
-    return ".".join(parts[:-1] if parts[-1] == "__init__" and len(parts) > 1 else parts)
 
 
 def encodable(text: str) -> str:
@@ -106,10 +124,11 @@ def encodable(text: str) -> str:
 
 
 class _Reader:
-    def __init__(self, source: SourceFile) -> None:
+    def __init__(self, source: SourceFile, lines: list[bytes]) -> None:
         self.source = source
+        self.lines = lines
         self.module = Scope(None, None, source.names)
-        self.calls: list[tuple[ast.Call, Scope]] = []
+        self.uses: list[tuple[ast.expr, Scope, str]] = []
         self.bases: list[tuple[str, list[ast.expr], Scope]] = []
 
     def read(self, tree: ast.Module) -> None:
@@ -125,14 +144,19 @@ class _Reader:
                         waiting.append((child, child_scope))
         # The paths come last, because a name may be bound below the line that uses it.
         module = self.source.module
-        paths = ((scope.path(node.func, module), node.lineno, scope.symbol) for node, scope in self.calls)
-        self.source.calls += [call for call in paths if call[0]]
+        for node, scope, usage in self.uses:
+            attribute = node.attr if isinstance(node, ast.Attribute) else None
+            use = Use(scope.path(node, module), attribute, node.end_lineno or node.lineno, scope.symbol, usage)
+            self.source.uses += [use] if use.path or attribute else []
         for fqn, bases, scope in self.bases:
             self.source.bases[fqn] = [path for base in bases if (path := scope.path(base, module))]
 
     def _record(self, node: ast.AST, scope: Scope) -> Scope:
         """Returns the scope of the node's `_INNER_FIELDS`."""
         match node:
+            case ast.Name(id=name, ctx=ast.Load()) | ast.Attribute(attr=name, ctx=ast.Load()):
+                if name.isupper():
+                    self.uses.append((node, scope, "read"))
             case ast.FunctionDef() | ast.AsyncFunctionDef() | ast.ClassDef():
                 return self._define(node, scope)
             case ast.Lambda():
@@ -141,9 +165,13 @@ class _Reader:
             case ast.ListComp() | ast.SetComp() | ast.DictComp() | ast.GeneratorExp():
                 return Scope(scope.symbol, scope)
             case ast.Call():
-                self.calls.append((node, scope))
+                self.uses.append((node.func, scope, "call"))
             case ast.Import() | ast.ImportFrom():
                 self._import(node, scope)
+            case ast.Assign() | ast.AnnAssign() if scope.may_have_constants:
+                self._define_constants(node, scope)
+            case ast.Name(id=name, ctx=ast.Store()) if name.isupper() and scope.may_have_constants:
+                scope.bind(name, Binding((self._fqn(name, scope),)))
             case ast.Name(id=name, ctx=ast.Store() | ast.Del()) | ast.MatchMapping(rest=str(name)):
                 scope.bind(name)
             case ast.ExceptHandler(name=str(name)) | ast.MatchAs(name=str(name)) | ast.MatchStar(name=str(name)):
@@ -154,25 +182,70 @@ class _Reader:
                     self.module.bind(name)
         return scope
 
-    def _define(self, node: ast.AST, scope: Scope) -> Scope:
+    def _define(self, node: ast.FunctionDef | ast.AsyncFunctionDef | ast.ClassDef, scope: Scope) -> Scope:
         """Records a function or class; returns its scope."""
-        symbol = _symbol(self.source.module, node, scope)
-        self.source.symbols.append(symbol)
-        scope.bind(node.name, Binding(symbol.fqn))
-        inner = Scope(symbol, scope, is_class=isinstance(node, ast.ClassDef))
-        if inner.is_class:
+        is_class = isinstance(node, ast.ClassDef)
+        symbol = self._add_symbol(node.name, "class" if is_class else "method" if scope.is_class else "function",
+                                  node, scope, _signature(node), ast.get_docstring(node))
+        symbol.is_endpoint = not is_class and _is_endpoint(node)
+        self.uses += [(each, scope, "decorator") for each in node.decorator_list]
+        scope.bind(node.name, Binding((symbol.fqn,)))
+        inner = Scope(symbol, scope, is_class=is_class)
+        if is_class:
             self.bases.append((symbol.fqn, node.bases, scope))
+            self.uses += [(each, scope, "base class") for each in node.bases]
         else:
             _bind_parameters(node, inner)
         return inner
 
+    def _define_constants(self, node: ast.Assign | ast.AnnAssign, scope: Scope) -> None:
+        """Records the constants of a statement: the names without lower-case letters. Their signature is its text."""
+        targets = node.targets if isinstance(node, ast.Assign) else [node.target]
+        names = [each for target in targets for each in getattr(target, "elts", [target]) if _is_constant(each)]
+        if names:
+            lines = self.lines[node.lineno - 1 : node.end_lineno]
+            text = " ".join(line.decode(errors="replace").strip() for line in lines)
+            if len(text) > SIGNATURE_CHARS:
+                text = text[: SIGNATURE_CHARS - 1] + "\N{HORIZONTAL ELLIPSIS}"
+            for name in names:
+                self._add_symbol(name.id, "constant", node, scope, text)
+
+    def _add_symbol(self, name: str, kind: str, node: ast.stmt, scope: Scope, signature: str,
+                    docstring: str | None = None) -> Symbol:
+        symbol = Symbol(
+            fqn=self._fqn(name, scope),
+            name=name,
+            kind=kind,
+            start_line=node.lineno,
+            end_line=node.end_lineno,
+            signature=signature,
+            docstring=encodable(docstring[:DOCSTRING_CHARS]) if docstring else None,
+            is_export=not name.startswith("_") and (scope.symbol is None or scope.symbol.is_export),
+            docstring_truncated=docstring is not None and len(docstring) > DOCSTRING_CHARS,
+        )
+        self.source.symbols.append(symbol)
+        return symbol
+
+    def _fqn(self, name: str, scope: Scope) -> str:
+        return f"{scope.symbol.fqn if scope.symbol else self.source.module}.{name}"
+
     def _import(self, node: ast.Import | ast.ImportFrom, scope: Scope) -> None:
-        module = _imported_module(self.source, node) if isinstance(node, ast.ImportFrom) else None
-        for alias in node.names:
-            self.source.imports.append((alias.name, None) if module is None else (module, alias.name))
-            first = alias.name.partition(".")[0]  # `import a.b` binds a
-            target = alias.name if alias.asname else first
-            scope.bind(alias.asname or first, Binding(target if module is None else f"{module}.{alias.name}"))
+        if isinstance(node, ast.ImportFrom):
+            modules = (_relative_module(self.source, node),) if node.level else self._absolute(node.module or "")
+            for alias in node.names:
+                self.source.imports.append((modules, alias.name))
+                targets = tuple(f"{module}.{alias.name}" for module in modules)
+                scope.bind(alias.asname or alias.name, Binding(targets))
+        else:
+            for alias in node.names:
+                self.source.imports.append((self._absolute(alias.name), None))
+                first = alias.name.partition(".")[0]  # `import a.b` binds a
+                scope.bind(alias.asname or first, Binding(self._absolute(alias.name if alias.asname else first)))
+
+    def _absolute(self, module: str) -> tuple[str, ...]:
+        """The possible modules of an absolute import."""
+        folder = self.source.script_folder
+        return (f"{folder}.{module}", module) if folder else (module,)
 
 
 def _bind_parameters(node: ast.AST, scope: Scope) -> None:
@@ -183,25 +256,13 @@ def _bind_parameters(node: ast.AST, scope: Scope) -> None:
         decorators = {getattr(each, "id", None) for each in node.decorator_list}
         if "staticmethod" not in decorators:
             is_class_method = "classmethod" in decorators or node.name in ("__new__", "__init_subclass__")
-            scope.bind(parameters.pop(0).arg, Binding(scope.outer.symbol.fqn, is_instance=not is_class_method))
+            scope.bind(parameters.pop(0).arg, Binding((scope.outer.symbol.fqn,), is_instance=not is_class_method))
     for parameter in filter(None, parameters):
         scope.bind(parameter.arg)
 
 
-def _symbol(module: str, node: ast.AST, scope: Scope) -> Symbol:
-    docstring, holder = ast.get_docstring(node), scope.symbol
-    return Symbol(
-        fqn=f"{holder.fqn if holder else module}.{node.name}",
-        name=node.name,
-        kind="class" if isinstance(node, ast.ClassDef) else "method" if scope.is_class else "function",
-        start_line=node.lineno,
-        end_line=node.end_lineno,
-        signature=_signature(node),
-        docstring=encodable(docstring[:DOCSTRING_CHARS]) if docstring else None,
-        is_export=not node.name.startswith("_") and (holder is None or holder.is_export),
-        docstring_truncated=bool(docstring) and len(docstring) > DOCSTRING_CHARS,
-        is_endpoint=not isinstance(node, ast.ClassDef) and _is_endpoint(node),
-    )
+def _is_constant(node: ast.expr) -> bool:
+    return isinstance(node, ast.Name) and node.id.isupper()
 
 
 def _signature(node: ast.AST) -> str:
@@ -225,9 +286,7 @@ def _is_route(decorator: ast.expr) -> bool:
     return False
 
 
-def _imported_module(source: SourceFile, node: ast.ImportFrom) -> str:
-    if not node.level:
-        return node.module or ""
+def _relative_module(source: SourceFile, node: ast.ImportFrom) -> str:
     up = node.level - (1 if source.path.endswith("__init__.py") else 0)
     package = source.module.split(".")
     return ".".join([*package[: len(package) - up], *([node.module] if node.module else [])])

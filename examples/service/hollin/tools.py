@@ -3,35 +3,43 @@
 from __future__ import annotations
 
 import difflib
+import posixpath
 from collections.abc import Callable, Iterable
+from pathlib import PurePosixPath
 from typing import Any
 
 from hollin import mcp_responses as responses
 from hollin.arguments import ToolError
-from hollin.index import Index, Located, Reference
-from hollin.wiki import Section, words
+from hollin.index import Index, Reference
+from hollin.names import Located
+from hollin.wiki import Section, dotted_names, words
 
 Answer = dict[str, Any]
 
 _ASK_SECTIONS = 8
 _ASK_SYMBOLS = 3
 _NO_MODEL = "No model is configured: these are the sections that share the most words with the question."
+_SHOWN_ERRORS = 10
+_SHOWN_CALLS = 3
 
 
 def status(index: Index) -> Answer:
-    progress = index.progress
-    return responses.build_index_status_response(
+    progress, errors = index.progress, index.tree.errors
+    answer: Answer = responses.build_index_status_response(
         "error" if index.failure else "indexing" if progress else "ready",
-        "unhealthy" if index.failure else "degraded" if index.skipped else "healthy",
-        index.branch,
+        "unhealthy" if index.failure else "degraded" if errors else "healthy",
+        index.tree.branch,
         progress.percent if progress else 100,
         files_indexed=len(index.sources),
         symbols_indexed=index.symbol_count,
         last_updated=index.updated,
-        errors_count=len(index.skipped),
+        errors_count=len(errors),
         phase=progress.phase if progress else None,
         phase_detail=f"{progress.done}/{progress.total}" if progress else None,
     )
+    if errors:
+        answer["errors"] = [f"{path}: {error}" for path, error in sorted(errors.items())[:_SHOWN_ERRORS]]
+    return answer
 
 
 def search(index: Index, query: str, offset: int, limit: int) -> Answer:
@@ -39,31 +47,55 @@ def search(index: Index, query: str, offset: int, limit: int) -> Answer:
 
 
 def symbol(index: Index, fqn: str, action: str, offset: int, limit: int) -> Answer:
-    located = index.by_fqn.get(fqn)
+    located = index.names.find(fqn)
     if not located:
-        return _not_found("symbol", fqn, ".", index.by_fqn)
+        module = index.names.modules.get(fqn)
+        reason = f"{fqn} is a module: call file with the path {module.path}." if module else ""
+        return _not_found("symbol", fqn, ".", index.names.by_fqn, reason)
     if action == "detail":
         return responses.build_symbol_full_details(located.symbol, located.path)
     # One call reads the lines of code, and only those of this page.
-    found = index.references.get(fqn, [])
-    code = responses.code_lines(index.root, [(each.file_path, each.line) for each in found[offset : offset + limit]])
+    found = index.references.get(located.symbol.fqn, [])
+    places = [(each.file_path, each.line) for each in found[offset : offset + limit]]
+    code = responses.code_lines(index.tree.root, places)
 
     def row(reference: Reference) -> Answer:
         return responses.build_reference(reference, code.get((reference.file_path, reference.line)))
 
-    return _page("references", found, row, offset, limit)
+    page = _page("references", found, row, offset, limit)
+    unresolved = index.unresolved.get(located.symbol.name)
+    if unresolved and located.symbol.kind == "method":
+        page["hint"] = f"{page.get('hint', '')} {_unresolved_calls(located, unresolved)}".lstrip()
+    return page
+
+
+def _unresolved_calls(method: Located, places: list[tuple[str, int]]) -> str:
+    """Names the calls that are nearest to the method."""
+    nearest = sorted(places, key=lambda place: -len(posixpath.commonprefix([place[0], method.path])))
+    shown = ", ".join(f"{path}:{line}" for path, line in nearest[:_SHOWN_CALLS])
+    return f"Not listed: {len(places)} calls of {method.symbol.name} of objects of unknown classes, such as {shown}."
 
 
 def file(index: Index, path: str, offset: int, limit: int) -> Answer:
-    source = index.sources.get(path)
+    path = index.tree.relative(path)
+    source = index.sources.get(path) or index.names.modules.get(path)
     if not source:
-        return _not_found("file", path, "/", index.sources)
+        return _not_found("file", path, "/", index.sources, _why_not_a_file(index, path))
     module = responses.outline_module(each.fqn for each in source.symbols)
     rows = _page("symbols", source.symbols, lambda each: responses.build_file_symbol(each, module), offset, limit)
-    return {"file": path, "module": module, **rows}
+    return {"file": source.path, "module": module, **rows}
+
+
+def _why_not_a_file(index: Index, path: str) -> str:
+    if path in index.tree.errors:
+        return f"{path} cannot be indexed: {index.tree.errors[path]}."
+    folder = path.rstrip("/") + "/" if path else ""
+    inside = [each for each in index.sources if each.startswith(folder)]
+    return f"{path or 'The root'} is a folder with {len(inside)} Python files: call files." if inside else ""
 
 
 def files(index: Index, offset: int, limit: int, path: str = "") -> Answer:
+    path = index.tree.relative(path)
     rows = [{"path": each, "symbols": len(source.symbols)} for each, source in index.sources.items() if path in each]
     return _page("files", rows, dict, offset, limit)
 
@@ -79,8 +111,15 @@ def architecture(index: Index, action: str, offset: int, limit: int) -> Answer:
 
 
 def tests(index: Index, offset: int, limit: int, path: str = "") -> Answer:
+    """First the tests of the files with this path, and those whose name contains that of the file."""
+    path = index.tree.relative(path)
     found = [each for each in index.coverage if path in each[0] or path in each[1]]
+    found.sort(key=lambda each: (path not in each[1], _stem(each[1]) not in _stem(each[0]), -len(each[2])))
     return _page("tests", found, lambda each: responses.build_test_coverage(*each), offset, limit)
+
+
+def _stem(path: str) -> str:
+    return PurePosixPath(path).stem
 
 
 def wiki(index: Index, action: str, offset: int, limit: int, **more: Any) -> Answer:
@@ -101,13 +140,13 @@ def _wiki_status(index: Index) -> Answer:
     covered = sum(path in pages for path in index.sources)
     return responses.build_wiki_status_response(
         built=True,
-        branch=index.branch or "",
+        branch=index.tree.branch or "",
         pages=len(pages),
         files_covered=covered,
         total_sources=len(index.sources),
         coverage_pct=round(100 * covered / max(1, len(index.sources)), 1),
         last_built=index.updated,
-        stale_pages=[path for path in pages if index.is_stale(path)],
+        stale_pages=[path for path in pages if index.tree.is_stale(path)],
         enabled=True,
     )
 
@@ -120,6 +159,7 @@ def _wiki_list(index: Index, offset: int, limit: int) -> Answer:
 
 
 def _wiki_read(index: Index, page_id: str) -> Answer:
+    page_id = index.tree.relative(page_id)
     page = index.wiki.pages.get(page_id)
     if not page:
         return _not_found("page", page_id, "/", index.wiki.pages)
@@ -129,24 +169,34 @@ def _wiki_read(index: Index, page_id: str) -> Answer:
         content=page.content,
         citations=[section.citation() for section in page.sections],
         source_files=[page.path],
-        related_pages=index.wiki.related_pages(page),
+        related_pages=index.related_pages(page_id),
     )
 
 
 def _wiki_ask(index: Index, query: str, token_budget: int | None) -> Answer:
-    query_words = words(query)
-    named = [hit for hit in index.by_fqn.values() if hit.symbol.name.lower() in query_words][:_ASK_SYMBOLS]
     sections = index.wiki.best_sections(query, _ASK_SECTIONS)
-    return responses.build_wiki_ask_response(
+    named, unknown = _named_symbols(index, query), index.wiki.unknown_words(query)
+    answer: Answer = responses.build_wiki_ask_response(
         mode="sections",
         query=query,
         answer=None,
         sections=[_ask_section(index, score, section) for score, section in sections],
         citations=[{"path": path, "line_start": each.start_line, "line_end": each.end_line} for each, path in named],
-        note=_NO_MODEL,
+        note=f"{_NO_MODEL} No section contains: {', '.join(unknown)}." if unknown else _NO_MODEL,
         code={"symbols": [_search_row(hit) for hit in named]} if named else None,
         token_budget=token_budget,
     )
+    if sections and not answer["sections"]:  # this note is shorter, so the answer still fits
+        answer["note"] = f"The token_budget is too small for any of the {len(sections)} sections that were found."
+    return answer
+
+
+def _named_symbols(index: Index, query: str) -> list[Located]:
+    """The symbols that a question names: by dotted names, then by one of its words."""
+    query_words = words(query)
+    found = [index.names.find(name) for name in dotted_names(query) if "." in name]
+    found += [hit for hit in index.names.by_fqn.values() if hit.symbol.name.lower() in query_words]
+    return [*{hit.symbol.fqn: hit for hit in found if hit}.values()][:_ASK_SYMBOLS]
 
 
 def _ask_section(index: Index, score: float, section: Section) -> Answer:
@@ -155,7 +205,7 @@ def _ask_section(index: Index, score: float, section: Section) -> Answer:
         "title": section.page.title,
         "heading": section.heading,
         "similarity": score,
-        "stale": index.is_stale(section.page.path),
+        "stale": index.tree.is_stale(section.page.path),
         "excerpt": section.text,
         "citations": [section.citation()],
     }
@@ -171,10 +221,11 @@ def _page(key: str, found: list[Any], row: Callable[[Any], Answer], offset: int,
     return responses.build_paginated_response(rows, len(found), offset, items_key=key)
 
 
-def _not_found(kind: str, name: str, separator: str, names: Iterable[str]) -> Answer:
-    """An answer that lists the most similar names, of those whose last part is similar."""
+def _not_found(kind: str, name: str, separator: str, names: Iterable[str], reason: str = "") -> Answer:
+    """An answer with the reason, or with the most similar names, of those whose last part is similar."""
     last_parts = {each: each.rpartition(separator)[2] for each in (name, *names)}
     similar = difflib.get_close_matches(last_parts.pop(name), {*last_parts.values()}, n=5)
     candidates = [each for each, last in last_parts.items() if last in similar]
     nearest = difflib.get_close_matches(name, candidates, n=5, cutoff=0)
-    return {"found": False, "message": f"No {kind} is named {name}. Nearest: {', '.join(nearest) or 'none'}."}
+    message = reason or f"No {kind} is named {name}. Nearest: {', '.join(nearest) or 'none'}."
+    return {"found": False, "message": message}

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import math
+import posixpath
 import re
 from collections import defaultdict
 from collections.abc import Iterator
@@ -15,6 +16,8 @@ DOCUMENTS = (".md", ".rst")
 _TITLE = re.compile(r"[\w`*\"'(]")
 _UNDERLINE = re.compile(r"([=~^\"'`#*+.:_-])\1{2,}\s*")
 _WORD = re.compile(r"[^\W\d_]\w+")
+_DOTTED_NAME = re.compile(r"[^\W\d]\w*(?:\.\w+)*")
+_FILE_NAME = re.compile(r"[\w./-]+\.(?:py|md|rst)\b")
 _STOP_WORDS = frozenset(
     "an and are as at be by can do does for from how in is it of on or that the this to "
     "use used using what when where which with work works".split()
@@ -43,6 +46,11 @@ class Page:
     content: str
     sections: list[Section]
 
+    @property
+    def name(self) -> str:
+        """The name of the module, or of the document without its folder and suffix."""
+        return self.title if self.path.endswith(".py") else Path(self.path).stem
+
 
 class Wiki:
     """The pages, by the path of the file that each is made from."""
@@ -68,24 +76,37 @@ class Wiki:
                 self._by_word[word].discard(section)
 
     def best_sections(self, question: str, count: int) -> list[tuple[float, Section]]:
-        """The sections that share words with the question. Rare words weigh more; shorter sections come first."""
+        """The sections that share words with the question, without those that have none of its rare words. First those
+        of a module that the question names; then rare words weigh more, and shorter sections come first."""
         section_count = sum(len(page.sections) for page in self.pages.values())
-        scores: dict[Section, float] = defaultdict(float)
-        whole = 0.0
-        for word in sorted(words(question)):
-            sections = self._by_word.get(word, ())
-            weight = math.log(1 + section_count / (1 + len(sections)))
-            whole += weight
-            for section in sections:
-                scores[section] += weight
-        found = [(round(score / whole, 4), section) for section, score in scores.items()]
-        found.sort(key=lambda hit: (-hit[0], len(hit[1].text), hit[1].page.path, hit[1].line_start))
-        return found[:count]
+        found = {word: self._by_word.get(word) or set() for word in sorted(words(question))}
+        weights = {word: math.log(1 + section_count / (1 + len(sections))) for word, sections in found.items()}
+        whole = sum(weights.values())
+        rare = [sections for sections in found.values() if 0 < len(sections) <= max(3, section_count // 20)]
+        hits = [(round(sum(weights[word] for word in found if section in found[word]) / whole, 4), section)
+                for section in set().union(*(rare or found.values()))]
+        names = {*dotted_names(question.lower())} - _STOP_WORDS
 
-    def related_pages(self, page: Page) -> list[str]:
-        """At most five other pages of the same folder."""
-        folder = Path(page.path).parent
-        return sorted(path for path in self.pages if Path(path).parent == folder and path != page.path)[:5]
+        def rank(hit: tuple[float, Section]) -> tuple[bool, bool, float, int, str, int]:
+            score, section = hit
+            name = section.page.name.lower()
+            return (name not in names, name.rpartition(".")[2] not in names, -score,
+                    len(section.text), section.page.path, section.line_start)
+
+        return sorted(hits, key=rank)[:count]
+
+    def unknown_words(self, question: str) -> list[str]:
+        """The words of the question that no section has."""
+        return sorted(word for word in words(question) if not self._by_word.get(word))
+
+    def mentioned_pages(self, path: str) -> list[str]:
+        """The files that a page names, relative to its folder or to the root."""
+        names, folder = _FILE_NAME.findall(self.pages[path].content), path.rpartition("/")[0]
+        return [posixpath.normpath(posixpath.join(start, name)) for name in names for start in (folder, "")]
+
+
+def dotted_names(text: str) -> list[str]:
+    return _DOTTED_NAME.findall(text)
 
 
 def words(text: str) -> set[str]:
