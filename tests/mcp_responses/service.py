@@ -101,8 +101,8 @@ def conversation() -> list[tuple[str, dict, str]]:
 
 
 class Client:
-    def __init__(self, *options: str) -> None:
-        command = [sys.executable, "-P", "-m", "hollin.server", *options]
+    def __init__(self, *arguments: str) -> None:
+        command = [sys.executable, "-P", *arguments]
         self.log = tempfile.TemporaryFile()
         pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": self.log}
         self.process = subprocess.Popen(command, env=ENVIRONMENT, **pipes)
@@ -134,7 +134,7 @@ class Client:
         """The text of an answer, which is also its structured content; or "error: " and the text of the error."""
         result = self.request("tools/call", name=tool, arguments=arguments)["result"]
         (content,) = result["content"]
-        if result["isError"]:
+        if result.get("isError"):
             assert "structuredContent" not in result, result
             return "error: " + content["text"]
         assert tool_result_text(result["structuredContent"]) == content["text"], result
@@ -155,7 +155,7 @@ class Client:
 
 class ServiceTest(unittest.TestCase):
     def start(self, *options: str) -> Client:
-        client = Client(*options)
+        client = Client("-m", "hollin.server", *options)
         self.addCleanup(client.close)
         return client
 

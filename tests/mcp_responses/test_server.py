@@ -13,8 +13,8 @@ from unittest import mock
 from hollin.index import Index
 from hollin.mcp_responses import EMPTY_TOOL_RESPONSES, tool_result_text
 from hollin.server import Server, build_index
-from service import (ASK, NEEDED, TREE, ServiceTest, answer, built_index, conversation, make_long_tree, make_tree,
-                     write_tree)
+from service import (ASK, NEEDED, TREE, Client, ServiceTest, answer, built_index, conversation, make_long_tree,
+                     make_tree, write_tree)
 from script_helper import HERE
 
 LISTS = [("search", {"query": "a"}, "symbols"), ("files", {}, "files"), ("architecture", {}, "components")]
@@ -130,6 +130,28 @@ class ReadyServerTest(ServiceTest):
             self.assertEqual("id" in error, number is not None, "an id that cannot be read is left out")
             self.client.send(b'{"jsonrpc":"2.0","method":"tools/call","params":[]}\n\r')  # neither gets an answer
             self.assertEqual(self.client.request("ping"), {"jsonrpc": "2.0", "id": "r", "result": {}}, line[:100])
+
+
+class SmallServerTest(unittest.TestCase):
+    def test_a_conversation(self):
+        client = Client(str(HERE.parents[1] / "examples" / "small_server.py"))
+        self.addCleanup(client.close)
+        self.assertEqual(client.initialize()["serverInfo"]["name"], "small")
+        self.assertEqual({name: tool["inputSchema"]["required"] for name, tool in client.tools().items()},
+                         {"search": ["query"], "symbol": ["fqn"], "file": ["path"]})
+        self.assertEqual(client.answer("search", query="shop.cart", limit=1), {
+            "symbols": [{"fqn": "shop.cart.Cart", "name": "Cart", "kind": "class", "file": "shop/cart.py", "line": 3,
+                         "summary": "Lines to pay."}],
+            "total_count": 2, "truncated": True, "has_more": True, "offset": 0,
+            "hint": "More rows follow: call again with offset=1."})
+        self.assertIs(client.answer("symbol", fqn="shop.pay.pay")["is_export"], True)
+        self.assertEqual(client.answer("symbol", fqn="pay")["found"], False)
+        self.assertEqual([row["name"] for row in client.answer("file", path="shop/cart.py")["symbols"]],
+                         ["Cart", "Cart.total"])
+        self.assertIn("missing 1 required positional argument: 'query'", client.call("search"))
+        self.assertIn("error: KeyError: 'git'", client.call("git"))
+        self.assertEqual(client.request("resources/list")["error"]["code"], -32601)
+        self.assertEqual(client.request("ping")["result"], {})
 
 
 class ChangedFilesTest(unittest.TestCase):
