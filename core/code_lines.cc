@@ -47,8 +47,8 @@ void sort_unique(std::vector<std::int64_t>& numbers, detail::WorkMeter& meter) {
   numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
 }
 
-void read_lines(const WorkTree& tree, File& file, const CheckInterrupt& check_interrupt) {
-  auto reader = tree.open(file.name, check_interrupt);
+void read_lines(FileOpener& opener, File& file, const CheckInterrupt& check_interrupt) {
+  auto reader = opener.open(file.name, check_interrupt);
   if (!reader) return;
   LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
   // The capacity is reserved at once: growing could move millions of lines between two checks.
@@ -64,10 +64,11 @@ void read_lines(const WorkTree& tree, File& file, const CheckInterrupt& check_in
 std::optional<SymlinkLoop> read_files(const WorkTree& tree, std::span<File> files,
                                       const CheckInterrupt& check_interrupt,
                                       detail::WorkMeter& meter) {
+  FileOpener opener(tree);
   for (File& file : files) {
     sort_unique(file.numbers, meter);
     try {
-      read_lines(tree, file, check_interrupt);
+      read_lines(opener, file, check_interrupt);
     } catch (const Unreadable& error) {
       file.lines.clear();
       file.failure = error.what();

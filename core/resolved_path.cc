@@ -1,6 +1,5 @@
 #include "resolved_path.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,7 +18,7 @@
 namespace mcp_responses {
 namespace {
 
-/// The target of a symlink; nothing if the path is not a symlink or cannot be read.
+/// The target of a symlink. Returns nothing and sets errno if there is none: EINVAL if the path exists.
 std::optional<std::string> symlink_target(const std::string& path,
                                           const CheckInterrupt& check_interrupt) {
   std::array<char, PATH_MAX> target;
@@ -121,25 +120,21 @@ std::string absolute(std::string_view path) {
   return (std::filesystem::current_path() / path).string();
 }
 
-std::string resolved_path(std::string base, std::string_view path,
-                          const CheckInterrupt& check_interrupt) {
+ResolvedPath resolved_path(std::string base, std::string_view path,
+                           const CheckInterrupt& check_interrupt) {
   assert(path.find('\0') == path.npos && base.find('\0') == base.npos);
   assert(base.empty() || (base.front() == '/' && base.back() != '/'));
   Resolution resolution(std::move(base), check_interrupt);
   resolution.follow(path);
-  if (!resolution.has_loop()) return resolution.path();
-  // The kernel decides whether the path ends in a loop. It may fail before it reaches the loop, or
-  // the rest of the path may leave the loop by "..".
+  if (!resolution.has_loop()) return {resolution.path()};
   const std::string& literal = resolution.path();
-  struct stat status {};
-  const auto call = [&] { return ::stat(literal.c_str(), &status); };
-  if (detail::retry_interrupted(check_interrupt, call) != 0) {
-    if (errno == ELOOP) throw SymlinkLoop(literal);
-    return literal;
-  }
   Resolution again("", check_interrupt);
   again.follow(literal);
-  return again.path();
+  // With "/." at its end, the kernel follows all symlinks of a path, so that it finds the loop.
+  const std::string end = again.has_loop() ? literal + "/." : again.path();
+  if (end.empty() || symlink_target(end, check_interrupt) || errno == EINVAL) return {again.path()};
+  if (errno == ELOOP) throw SymlinkLoop(literal);
+  return {literal, errno};
 }
 
 std::string_view take_component(std::string_view& path) noexcept {

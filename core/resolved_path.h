@@ -19,17 +19,21 @@ class SymlinkLoop : public std::runtime_error {
 /// exist.
 std::string absolute(std::string_view path);
 
-/// The absolute path without ".", ".." and symlinks; "" for "/". A relative path starts at `base`.
-/// Components that do not exist are kept as written.
+struct ResolvedPath {
+  std::string path;  // absolute, without "." and ".."; "" for "/"
+  int error = 0;     // the error number of looking it up, if the path may contain symlinks
+};
+
+/// The absolute path without ".", ".." and symlinks. A relative path starts at `base`. Components that
+/// do not exist are kept as written. Only `readlink` is called, on each component in turn.
 ///
-/// A symlink that leads to itself, and the components after it, are kept as written, and ".." is
-/// removed together with the component before it: `loop/../a.py` is `a.py`. If the kernel finds this
-/// path, its symlinks are followed. If it finds a loop, throws `SymlinkLoop`. If it fails for another
-/// reason, as for a symlink `loop` to `missing/../loop`, returns the path with its symlinks; no file
-/// can be opened there.
+/// A symlink that leads to itself is kept as written, and so are the components after it; ".." then
+/// removes the component before it. If this leads away from the loop, the path is resolved again:
+/// `loop/../a.py` is `a.py`. Otherwise throws `SymlinkLoop`. If the kernel does not reach the loop, as
+/// for a symlink `loop` to `missing/../loop`, returns the path as written, and the kernel's error.
 ///
 /// Calls `check_interrupt` for each component. Requires a resolved `base`, and paths without NUL.
-std::string resolved_path(
+ResolvedPath resolved_path(
     std::string base, std::string_view path, const CheckInterrupt& check_interrupt = [] {});
 
 /// Removes the first component from a path, with the slashes before it, and returns the component;

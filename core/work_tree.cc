@@ -9,6 +9,7 @@
 #include <cassert>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstdint>
 #include <system_error>
 #include <thread>
@@ -21,11 +22,10 @@ namespace {
 
 using detail::retry_interrupted;
 
+constexpr int folder_flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 // O_NONBLOCK: if a FIFO has replaced the file after the check, opening it does not block. Reading a
 // regular file is the same with and without it.
-constexpr int read_flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-
-constexpr std::chrono::milliseconds lease_poll_interval(5);
+constexpr int read_flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC;
 
 /// True if the path is relative and contains only names, no ".", ".." or empty components.
 bool is_plain(std::string_view path) {
@@ -36,11 +36,11 @@ bool is_plain(std::string_view path) {
 
 /// Calls openat2, which is declared here because older headers do not have it. Its number is the same
 /// on x86-64 and aarch64.
-UniqueFd open_with_openat2(const std::string& path, const CheckInterrupt& check_interrupt) {
+UniqueFd open_folder_with_openat2(const std::string& path, const CheckInterrupt& check_interrupt) {
   constexpr long openat2 = 437;
   constexpr std::uint64_t resolve_no_symlinks = 0x04;
   struct {
-    std::uint64_t flags = read_flags;
+    std::uint64_t flags = folder_flags;
     std::uint64_t mode = 0;
     std::uint64_t resolve = resolve_no_symlinks;
   } how;
@@ -49,27 +49,41 @@ UniqueFd open_with_openat2(const std::string& path, const CheckInterrupt& check_
 }
 
 UniqueFd open_folder_by_folder(std::string_view path, const CheckInterrupt& check_interrupt) {
-  constexpr int folder_flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-  UniqueFd file;
+  UniqueFd folder;
   for (std::string name = "/"; !name.empty(); name = take_component(path)) {
-    const int flags = O_NOFOLLOW | (path.empty() ? read_flags : folder_flags);
-    const auto call = [&] { return ::openat(file.get(), name.c_str(), flags); };
-    file = UniqueFd(retry_interrupted(check_interrupt, call));
-    if (!file.is_open()) break;
+    const auto call = [&] { return ::openat(folder.get(), name.c_str(), folder_flags); };
+    folder = UniqueFd(retry_interrupted(check_interrupt, call));
+    if (!folder.is_open()) break;
   }
-  return file;
+  return folder;
 }
 
-/// Opens a file for reading. Fails if a component of the absolute path is a symlink. Sets errno if it
-/// returns an empty descriptor.
-UniqueFd open_without_symlinks(const std::string& path, WorkTree::Opening opening,
-                               const CheckInterrupt& check_interrupt) {
+/// Opens a folder to open files in it. Fails if a component of the absolute path is a symlink. Sets
+/// errno if it returns an empty descriptor.
+UniqueFd open_folder(const std::string& path, WorkTree::Opening opening,
+                     const CheckInterrupt& check_interrupt) {
   if (opening == WorkTree::Opening::openat2) {
-    UniqueFd file = open_with_openat2(path, check_interrupt);
+    UniqueFd folder = open_folder_with_openat2(path, check_interrupt);
     // Kernels before 5.6 do not have openat2, and some sandboxes refuse it.
-    if (file.is_open() || (errno != ENOSYS && errno != EPERM && errno != EINVAL)) return file;
+    if (folder.is_open() || (errno != ENOSYS && errno != EPERM && errno != EINVAL)) return folder;
   }
   return open_folder_by_folder(path, check_interrupt);
+}
+
+/// Opens a regular file of a folder for reading. With O_NONBLOCK, this fails with EAGAIN while another
+/// process has a write lease on the file (fcntl, F_SETLEASE). It is tried again for a minute: the kernel
+/// ends a lease after 45 seconds by default.
+UniqueFd open_in_folder(const UniqueFd& folder, const std::string& name,
+                        const CheckInterrupt& check_interrupt) {
+  constexpr std::chrono::milliseconds interval(5);
+  constexpr int max_attempts = std::chrono::minutes(1) / interval;
+  const auto call = [&] { return ::openat(folder.get(), name.c_str(), read_flags); };
+  for (int attempt = 1;; ++attempt) {
+    UniqueFd file(retry_interrupted(check_interrupt, call));
+    if (file.is_open() || errno != EAGAIN || attempt == max_attempts) return file;
+    check_interrupt();
+    std::this_thread::sleep_for(interval);
+  }
 }
 
 /// Files are read to their end, because they may grow while they are read, and files in /proc have
@@ -81,6 +95,7 @@ std::size_t max_bytes_read(std::size_t size) {
 
 Unreadable not_regular(mode_t mode, const std::string& path) {
   if (S_ISDIR(mode)) return {EISDIR, path};
+  if (S_ISLNK(mode)) return {ELOOP, path};
   if (S_ISSOCK(mode)) return {ENXIO, path};  // the error of opening a socket
   return {"Not a regular file", path};
 }
@@ -115,49 +130,56 @@ std::size_t FileReader::read(std::span<char> to, const CheckInterrupt& check_int
 }
 
 WorkTree::WorkTree(std::string_view root, const CheckInterrupt& check_interrupt, Opening opening)
-    : root_(resolved_path("", absolute(root), check_interrupt)), opening_(opening) {}
+    : root_(resolved_path("", absolute(root), check_interrupt).path), opening_(opening) {}
 
-std::optional<FileReader> WorkTree::open(std::string_view path,
-                                         const CheckInterrupt& check_interrupt) const {
+std::optional<FileReader> FileOpener::open(std::string_view path,
+                                           const CheckInterrupt& check_interrupt) {
   assert(path.find('\0') == path.npos);
+  const std::string& root = tree_.root();
   // Most paths contain neither symlinks nor "..". They are opened without being resolved.
   if (is_plain(path)) {
-    auto result = open_file(root_ + '/' + std::string(path), check_interrupt);
+    auto result = open_file(root + '/' + std::string(path), check_interrupt);
     if (auto* const reader = std::get_if<FileReader>(&result)) return std::move(*reader);
   }
-  const std::string target = resolved_path(root_, path, check_interrupt);
-  if (target != root_ && !target.starts_with(root_ + '/')) return {};
+  folder_path_.clear();  // the folder may have been replaced since it was opened
+  const auto [target, error] = resolved_path(root, path, check_interrupt);
+  if (target != root && !target.starts_with(root + '/')) return {};
+  if (error != 0) throw Unreadable(error, target);
   auto result = open_file(target.empty() ? "/" : target, check_interrupt);
-  if (const auto* const error = std::get_if<Unreadable>(&result)) throw *error;
+  if (const auto* const unreadable = std::get_if<Unreadable>(&result)) throw *unreadable;
   return std::get<FileReader>(std::move(result));
 }
 
 /// Checks the file before opening it: opening a FIFO would be visible to the process at its other end.
 /// Returns an error instead of throwing it, because `open` may have to resolve the path first.
-std::variant<FileReader, Unreadable> WorkTree::open_file(
-    std::string path, const CheckInterrupt& check_interrupt) const {
-  for (;;) {
-    struct stat checked {};
-    struct stat opened {};
-    if (retry_interrupted(check_interrupt, [&] { return ::stat(path.c_str(), &checked); }) != 0)
-      return Unreadable(errno, path);
-    if (!S_ISREG(checked.st_mode)) return not_regular(checked.st_mode, path);
-    UniqueFd file = open_without_symlinks(path, opening_, check_interrupt);
-    if (file.is_open() &&
-        retry_interrupted(check_interrupt, [&] { return ::fstat(file.get(), &opened); }) == 0) {
-      // Inode numbers are reused, possibly for a file of another type.
-      const bool is_same = checked.st_dev == opened.st_dev && checked.st_ino == opened.st_ino &&
-                           S_ISREG(opened.st_mode);
-      if (!is_same) return Unreadable("Replaced while it was opened", path);
-      const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
-      return FileReader(std::move(file), std::move(path), size);
-    }
-    // With O_NONBLOCK, opening a file under a lease (fcntl, F_SETLEASE) fails with EAGAIN; without
-    // it, the kernel would wait.
-    if (errno != EAGAIN) return Unreadable(errno, path);
-    check_interrupt();
-    std::this_thread::sleep_for(lease_poll_interval);
+std::variant<FileReader, Unreadable> FileOpener::open_file(std::string path,
+                                                           const CheckInterrupt& check_interrupt) {
+  if (path.size() >= PATH_MAX) return Unreadable(ENAMETOOLONG, path);
+  const std::size_t name_at = path.rfind('/') + 1;
+  const std::string name = name_at == path.size() ? "." : path.substr(name_at);
+  if (!folder_.is_open() || std::string_view(path).substr(0, name_at) != folder_path_) {
+    folder_path_ = path.substr(0, name_at);
+    folder_ = UniqueFd();  // closes it first, so that two descriptors are enough
+    folder_ = open_folder(folder_path_, tree_.opening(), check_interrupt);
+    if (!folder_.is_open()) return Unreadable(errno, path);
   }
+  struct stat checked {};
+  const auto check = [&] {
+    return ::fstatat(folder_.get(), name.c_str(), &checked, AT_SYMLINK_NOFOLLOW);
+  };
+  if (retry_interrupted(check_interrupt, check) != 0) return Unreadable(errno, path);
+  if (!S_ISREG(checked.st_mode)) return not_regular(checked.st_mode, path);
+  UniqueFd file = open_in_folder(folder_, name, check_interrupt);
+  struct stat opened {};
+  const auto check_again = [&] { return ::fstat(file.get(), &opened); };
+  if (!file.is_open() || retry_interrupted(check_interrupt, check_again) != 0)
+    return Unreadable(errno, path);
+  // Inode numbers are reused, possibly for a file of another type.
+  const bool is_same =
+      checked.st_dev == opened.st_dev && checked.st_ino == opened.st_ino && S_ISREG(opened.st_mode);
+  if (!is_same) return Unreadable("Replaced while it was opened", path);
+  const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
+  return FileReader(std::move(file), std::move(path), size);
 }
 
 }  // namespace mcp_responses

@@ -1,9 +1,9 @@
 // The work tree of a repository: reads regular files inside its root, and nothing else.
 //
-// A path is resolved component by component, and symlinks are followed. The result is compared with
-// the root by components, and opened without following symlinks. So nothing is read if a folder or
-// file is replaced by a symlink between check and use. Hard links and mounts inside the root are
-// trusted.
+// A path is resolved component by component, and symlinks are followed by readlink. The result is
+// compared with the root by components, and opened without following symlinks. So nothing outside the
+// root is opened, also if a folder or file is replaced by a symlink between check and use. Hard links
+// and mounts inside the root are trusted.
 #pragma once
 
 #include <cstddef>
@@ -45,6 +45,28 @@ class Unreadable : public std::runtime_error {
   Unreadable(std::string_view reason, const std::string& path);
 };
 
+/// May be used by several threads at the same time.
+class WorkTree {
+ public:
+  /// How folders are opened without following symlinks: by the system call openat2, if the kernel has
+  /// it, or folder by folder.
+  enum class Opening { openat2, folder_by_folder };
+
+  /// Resolves the root, which need not exist. Throws the exceptions of `absolute` and
+  /// `resolved_path`. Requires a root without NUL.
+  explicit WorkTree(
+      std::string_view root, const CheckInterrupt& check_interrupt = [] {},
+      Opening opening = Opening::openat2);
+
+  /// Resolved; "" for "/".
+  const std::string& root() const noexcept { return root_; }
+  Opening opening() const noexcept { return opening_; }
+
+ private:
+  std::string root_;
+  Opening opening_;
+};
+
 /// An open file of a work tree, read from its beginning.
 class FileReader {
  public:
@@ -55,7 +77,7 @@ class FileReader {
       std::span<char> to, const CheckInterrupt& check_interrupt = [] {});
 
  private:
-  friend class WorkTree;
+  friend class FileOpener;
   FileReader(UniqueFd file, std::string path, std::size_t size)
       : file_(std::move(file)), path_(std::move(path)), size_(size) {}
 
@@ -66,33 +88,28 @@ class FileReader {
   bool is_at_end_ = false;
 };
 
-/// May be used by several threads at the same time. At most two file descriptors are open at a time:
-/// one for a folder, and one for the file or the next folder.
-class WorkTree {
+/// Opens files of a work tree. Keeps the folder of the last file open, because the next file is often
+/// in the same folder. At most two file descriptors are open at a time: one for a folder, and one for
+/// the file or the next folder.
+class FileOpener {
  public:
-  /// How files are opened without following symlinks: by the system call openat2, if the kernel has
-  /// it, or folder by folder.
-  enum class Opening { openat2, folder_by_folder };
-
-  /// Resolves the root, which need not exist. Throws the exceptions of `absolute` and
-  /// `resolved_path`. Requires a root without NUL.
-  explicit WorkTree(
-      std::string_view root, const CheckInterrupt& check_interrupt = [] {},
-      Opening opening = Opening::openat2);
+  /// `tree` must outlive this object.
+  explicit FileOpener(const WorkTree& tree) noexcept : tree_(tree) {}
 
   /// Opens a file; returns nothing if its path leaves the root. A relative path starts at the root,
-  /// an absolute path is used as it is. Waits while another process has a write lease on the file.
-  /// A file that is not regular is not opened. Throws `Unreadable`, for such a file too, and the
-  /// exceptions of `resolved_path`. Requires a path without NUL.
+  /// an absolute path is used as it is. Waits up to a minute while another process has a write lease
+  /// on the file. A file that is not regular is not opened. Throws `Unreadable`, for such a file too,
+  /// and the exceptions of `resolved_path`. Requires a path without NUL.
   std::optional<FileReader> open(
-      std::string_view path, const CheckInterrupt& check_interrupt = [] {}) const;
+      std::string_view path, const CheckInterrupt& check_interrupt = [] {});
 
  private:
   std::variant<FileReader, Unreadable> open_file(std::string path,
-                                                 const CheckInterrupt& check_interrupt) const;
+                                                 const CheckInterrupt& check_interrupt);
 
-  std::string root_;  // resolved; "" for "/"
-  Opening opening_;
+  const WorkTree& tree_;
+  UniqueFd folder_;
+  std::string folder_path_;  // with a slash at its end
 };
 
 }  // namespace mcp_responses

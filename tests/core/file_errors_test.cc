@@ -30,6 +30,8 @@ using BeforeCall = std::function<int(const std::string& name)>;
 
 thread_local BeforeCall before_call;
 thread_local std::size_t max_read_size = SIZE_MAX;
+thread_local std::string opened_path;  // by the last call that opens or checks a path
+thread_local std::size_t sleeps = 0;
 
 bool fails(const char* name) {
   const BeforeCall before = std::exchange(before_call, nullptr);
@@ -37,6 +39,17 @@ bool fails(const char* name) {
   before_call = before;
   if (error != 0) errno = error;
   return error != 0;
+}
+
+/// Stores the absolute path that a call opens or checks, while a test observes calls.
+void record(int folder, const std::string& path, bool follows_symlinks) {
+  if (!before_call) return;
+  const BeforeCall before = std::exchange(before_call, nullptr);
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const auto base = fs::read_symlink("/proc/self/fd/" + std::to_string(folder), error);
+  opened_path = follows_symlinks ? fs::weakly_canonical(base / path, error) : base / path;
+  before_call = before;
 }
 
 template <class Function>
@@ -64,7 +77,13 @@ ssize_t readlink(const char* path, char* to, std::size_t size) noexcept {
 }
 
 int stat(const char* path, struct stat* status) noexcept {
+  record(AT_FDCWD, path, true);
   return intercepted<int>("stat", path, status);
+}
+
+int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
+  record(folder, path, (flags & AT_SYMLINK_NOFOLLOW) == 0);
+  return intercepted<int>("fstatat", folder, path, status, flags);
 }
 
 int fstat(int fd, struct stat* status) noexcept { return intercepted<int>("fstat", fd, status); }
@@ -72,6 +91,7 @@ int fstat(int fd, struct stat* status) noexcept { return intercepted<int>("fstat
 // No caller creates a file, so none passes a mode.
 int openat(int folder, const char* path, int flags, ...) {
   static auto* const next = next_function<int(int, const char*, int, ...)>("openat");
+  record(folder, path, (flags & O_NOFOLLOW) == 0);
   return fails("openat") ? -1 : next(folder, path, flags);
 }
 
@@ -83,9 +103,14 @@ long syscall(long number, ...) noexcept {
   for (long& value : values) value = va_arg(arguments, long);
   va_end(arguments);
   static auto* const next = next_function<long(long, ...)>("syscall");
-  if (number == openat2 && fails("openat2")) return -1;
+  if (number == openat2) {
+    record(AT_FDCWD, reinterpret_cast<const char*>(values[1]), false);
+    if (fails("openat2")) return -1;
+  }
   return next(number, values[0], values[1], values[2], values[3], values[4], values[5]);
 }
+
+int nanosleep(const timespec* /*time*/, timespec* /*remaining*/) { return ++sleeps, 0; }
 
 }  // extern "C"
 
@@ -192,7 +217,8 @@ TEST_P(FileErrors, AnInterruptedCallIsRepeatedUnlessTheInterruptionCheckThrows) 
   }
   // Where openat2 is missing, as in an emulator, openat is interrupted as well.
   const char* const open_call = GetParam() == Opening::openat2 ? "openat2" : "openat";
-  EXPECT_THAT(interrupted, testing::IsSupersetOf({open_call, "fstat", "stat", "read", "readlink"}));
+  EXPECT_THAT(interrupted,
+              testing::IsSupersetOf({open_call, "fstat", "fstatat", "read", "readlink"}));
 }
 
 std::ptrdiff_t open_descriptors() {
@@ -227,6 +253,32 @@ TEST_P(FileErrors, AnErrorOfAnyCallIsReportedAndLeavesNoDescriptorOpen) {
     EXPECT_GE(errors, 1U) << path;
   }
   EXPECT_EQ(open_descriptors(), before);
+}
+
+// An automounted folder or a network file system outside the root is neither mounted nor waited for.
+TEST_P(FileErrors, OutsideTheRootOnlySymlinksAreRead) {
+  const std::string base = files_.base();
+  for (const std::string path :
+       {"out", "absout/s.py", "up/root2/a.py", "self/../out", "back", "../into/a.py",
+        "dir/../absout/s.py", "dangling", "../outside/s.py"}) {
+    before_call = [&](const std::string& name) {
+      if (name == "readlink" || name == "fstat" || name == "read") return 0;
+      EXPECT_TRUE((root_ + "/").starts_with(opened_path) || opened_path.starts_with(root_ + "/"))
+          << path << ": " << name << " of " << opened_path;
+      return 0;
+    };
+    read(path);
+    before_call = nullptr;
+  }
+}
+
+TEST_P(FileErrors, AFileThatIsAlwaysBusyIsTriedForAMinute) {
+  before_call = [](const std::string& name) {
+    return name == "openat" && opened_path.ends_with("/a.py") ? EAGAIN : 0;
+  };
+  sleeps = 0;
+  EXPECT_EQ(read("a.py"), "[Errno 11] Resource temporarily unavailable: '" + root_ + "/a.py'");
+  EXPECT_GE(sleeps, 60'000U / 5 - 1);
 }
 
 TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {

@@ -99,7 +99,8 @@ TEST_P(WorkTreeTest, AFifoIsNotOpened) {
 TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadUpToALimit) {
   constexpr std::size_t limit = std::size_t{64} << 20;
   if (!fs::exists("/proc/self/pagemap")) GTEST_SKIP() << "no /proc/self/pagemap";
-  auto reader = tree_at("/").open("/proc/self/pagemap");
+  const WorkTree everything = tree_at("/");
+  auto reader = FileOpener(everything).open("/proc/self/pagemap");
   std::vector<char> buffer(1 << 20);
   std::size_t size = 0;
   while (size <= limit) {
@@ -167,7 +168,7 @@ TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeIs) {
 
 TEST_P(WorkTreeTest, AFileThatGrowsWhileItIsReadIsReadFurther) {
   write(root_ + "/growing", "before");
-  auto reader = tree_.open("growing");
+  auto reader = FileOpener(tree_).open("growing");
   std::string buffer(6, ' ');
   EXPECT_EQ(reader->read(buffer), 6U);
   write(root_ + "/growing", "beforeafter");
@@ -190,6 +191,18 @@ TEST_P(WorkTreeTest, AReplacedRootIsReadUnlessASymlinkReplacesAFolderOfItsPath) 
     EXPECT_EQ(read_result(tree, path), "unreadable") << path;
 }
 
+TEST_P(WorkTreeTest, AFolderReplacedBetweenTwoFilesIsOpenedAgainUnlessItIsASymlink) {
+  FileOpener opener(tree_);
+  EXPECT_TRUE(opener.open("sub/deep/c.py"));
+  fs::remove_all(root_ + "/sub");
+  fs::create_directories(root_ + "/sub/deep");
+  write(root_ + "/sub/deep/c.py", "again");
+  EXPECT_TRUE(opener.open("sub/deep/c.py"));
+  fs::rename(root_ + "/sub", root_ + "/moved");
+  fs::create_symlink(files_.base() + "/outside", root_ + "/sub");
+  EXPECT_FALSE(opener.open("sub/s.py"));
+}
+
 TEST_P(WorkTreeTest, AFileUnderAWriteLeaseIsWaitedForUntilAnInterruption) {
   ::signal(SIGIO, SIG_IGN);  // the notification that somebody opens the file
   for (const char* path : {"a.py", "file"}) {
@@ -200,7 +213,7 @@ TEST_P(WorkTreeTest, AFileUnderAWriteLeaseIsWaitedForUntilAnInterruption) {
     const auto interrupt = [&checks] {
       if (++checks == 10) throw std::domain_error("interrupted");
     };
-    EXPECT_THROW(tree_.open(path, interrupt), std::domain_error) << path;
+    EXPECT_THROW(FileOpener(tree_).open(path, interrupt), std::domain_error) << path;
     const auto give_up = [&] {
       if (++checks == 20) ::fcntl(file.get(), F_SETLEASE, F_UNLCK);
     };

@@ -19,7 +19,7 @@ namespace models {
 inline std::optional<std::string> content(
     const mcp_responses::WorkTree& tree, const std::string& path,
     const mcp_responses::CheckInterrupt& check_interrupt = [] {}) {
-  auto reader = tree.open(path, check_interrupt);
+  auto reader = mcp_responses::FileOpener(tree).open(path, check_interrupt);
   if (!reader) return {};
   std::string bytes;
   std::array<char, 5000> buffer;
