@@ -1,13 +1,31 @@
-// CheckInterrupt: a function that long operations call, so that a program can handle signals.
+// InterruptScope: long operations call a function of the program, so that it can handle signals.
+//
+//   const CheckInterrupt check = [] { if (was_cancelled) throw Cancelled(); };
+//   const InterruptScope scope(check);
+//   const Object answer = build_wiki_ask_response(arguments);
 #pragma once
 
 #include <functional>
 
 namespace mcp_responses {
 
-/// Called before each system call that reads a file or a symlink, after each one that a signal
-/// interrupts, and after each mebibyte of other work. An exception that it throws ends the
-/// operation. An expensive check should do its work only at intervals.
+/// An exception that it throws ends the operation. It may call the library.
 using CheckInterrupt = std::function<void()>;
+
+/// While this object lives, the functions of the library that this thread calls call `check` after
+/// each 256 KiB of work, and after each system call that a signal interrupts. Of nested scopes, the
+/// innermost is used; they end in reverse order.
+class InterruptScope {
+ public:
+  /// `check` must outlive this object.
+  explicit InterruptScope(const CheckInterrupt& check) noexcept;
+  explicit InterruptScope(const CheckInterrupt&&) = delete;
+  InterruptScope(const InterruptScope&) = delete;
+  InterruptScope& operator=(const InterruptScope&) = delete;
+  ~InterruptScope();
+
+ private:
+  const CheckInterrupt* const outer_;
+};
 
 }  // namespace mcp_responses

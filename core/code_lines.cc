@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "detail/utf8.h"
-#include "detail/work_meter.h"
+#include "detail/work.h"
 
 namespace mcp_responses {
 namespace {
@@ -21,17 +21,16 @@ struct File {
   std::string failure;                // empty if the file could be read
 };
 
-std::vector<File> grouped_by_file(std::span<const Place> places, const CodeLinesHooks& hooks,
-                                  detail::WorkMeter& meter) {
-  const auto precedes = [&meter](const TextView& a, const TextView& b) {
+std::vector<File> grouped_by_file(std::span<const Place> places, const CodeLinesHooks& hooks) {
+  const auto precedes = [](const TextView& a, const TextView& b) {
     if (a.data == b.data && a.size == b.size) return false;  // the same text
-    meter.add(sizeof(a) + (a.size == b.size ? a.size * unit_size(a.repertoire) : 0));
+    detail::count_work(sizeof(a) + (a.size == b.size ? a.size * unit_size(a.repertoire) : 0));
     return a < b;
   };
   std::vector<File> files;
   std::map<TextView, std::size_t, decltype(precedes)> positions(precedes);
   for (const Place& place : places) {
-    meter.add(sizeof(place));
+    detail::count_work(detail::element_work);
     const auto [found, is_new] = positions.try_emplace(place.path.view(), files.size());
     if (is_new) files.push_back({place.path, hooks.name_of(place.path), {}, {}, {}});
     if (place.line >= 1) files[found->second].numbers.push_back(place.line);
@@ -39,18 +38,18 @@ std::vector<File> grouped_by_file(std::span<const Place> places, const CodeLines
   return files;
 }
 
-void sort_unique(std::vector<std::int64_t>& numbers, detail::WorkMeter& meter) {
-  std::sort(numbers.begin(), numbers.end(), [&meter](std::int64_t a, std::int64_t b) {
-    meter.add(1);
+void sort_unique(std::vector<std::int64_t>& numbers) {
+  std::sort(numbers.begin(), numbers.end(), [](std::int64_t a, std::int64_t b) {
+    detail::count_work(sizeof(a) + sizeof(b));
     return a < b;
   });
   numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
 }
 
-void read_lines(FileOpener& opener, File& file, const CheckInterrupt& check_interrupt) {
-  auto reader = opener.open(file.name, check_interrupt);
+void read_lines(FileOpener& opener, File& file) {
+  auto reader = opener.open(file.name);
   if (!reader) return;
-  LineFinder finder([&](std::span<char> to) { return reader->read(to, check_interrupt); });
+  LineFinder finder([&](std::span<char> to) { return reader->read(to); });
   // The capacity is reserved at once: growing could move millions of lines between two checks.
   file.lines.reserve(file.numbers.size());
   for (const std::int64_t number : file.numbers) {
@@ -61,14 +60,12 @@ void read_lines(FileOpener& opener, File& file, const CheckInterrupt& check_inte
 }
 
 /// Returns the symlink loop at which reading ended early; nothing if all files were read.
-std::optional<SymlinkLoop> read_files(const WorkTree& tree, std::span<File> files,
-                                      const CheckInterrupt& check_interrupt,
-                                      detail::WorkMeter& meter) {
+std::optional<SymlinkLoop> read_files(const WorkTree& tree, std::span<File> files) {
   FileOpener opener(tree);
   for (File& file : files) {
-    sort_unique(file.numbers, meter);
+    sort_unique(file.numbers);
     try {
-      read_lines(opener, file, check_interrupt);
+      read_lines(opener, file);
     } catch (const Unreadable& error) {
       file.lines.clear();
       file.failure = error.what();
@@ -101,11 +98,9 @@ std::string file_name(const Text& path) {
 
 std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> places,
                                  const CodeLinesHooks& hooks) {
-  detail::WorkMeter meter(hooks.check_interrupt);
-  std::vector<File> files = grouped_by_file(places, hooks, meter);
+  std::vector<File> files = grouped_by_file(places, hooks);
   std::optional<SymlinkLoop> symlink_loop;
-  hooks.while_reading(
-      [&] { symlink_loop = read_files(tree, files, hooks.check_interrupt, meter); });
+  hooks.while_reading([&] { symlink_loop = read_files(tree, files); });
   std::size_t count = 0;
   for (const File& file : files) {
     if (!file.failure.empty()) hooks.not_read(file.path, file.failure);
@@ -116,7 +111,7 @@ std::vector<CodeLine> code_lines(const WorkTree& tree, std::span<const Place> pl
   lines.reserve(count);
   for (File& file : files) {
     for (std::size_t i = 0; i < file.lines.size(); ++i) {
-      meter.add(sizeof(CodeLine));
+      detail::count_work(detail::element_work);
       lines.push_back({{file.path, file.numbers[i]}, std::move(file.lines[i])});
     }
   }

@@ -43,8 +43,6 @@ struct CodeLinesHooks {
   /// caller in Python can release the GIL. Called once.
   std::function<void(const std::function<void()>& read_files)> while_reading =
       [](const auto& read) { read(); };
-  /// Called in all phases, inside `while_reading` and outside.
-  CheckInterrupt check_interrupt = [] {};
   /// Called after reading for each file that could not be read, in the order of the files, with the
   /// path as in the place and the reason.
   std::function<void(const Text& path, const std::string& reason)> not_read =

@@ -19,11 +19,10 @@ namespace mcp_responses {
 namespace {
 
 /// The target of a symlink. Returns nothing and sets errno if there is none: EINVAL if the path exists.
-std::optional<std::string> symlink_target(const std::string& path,
-                                          const CheckInterrupt& check_interrupt) {
+std::optional<std::string> symlink_target(const std::string& path) {
   std::array<char, PATH_MAX> target;
   const ssize_t size = detail::retry_interrupted(
-      check_interrupt, [&] { return ::readlink(path.c_str(), target.data(), target.size()); });
+      [&] { return ::readlink(path.c_str(), target.data(), target.size()); });
   if (size < 0) return {};
   return std::string(target.data(), static_cast<std::size_t>(size));
 }
@@ -35,8 +34,7 @@ void go_up(std::string& path) { path.erase(path.empty() ? 0 : path.rfind('/')); 
 /// linearly with the number of symlinks, even if they refer to each other many times.
 class Resolution {
  public:
-  Resolution(std::string base, const CheckInterrupt& check_interrupt)
-      : path_(std::move(base)), check_interrupt_(check_interrupt) {}
+  Resolution(std::string base) : path_(std::move(base)) {}
 
   /// Follows a path from the base. After a symlink that leads to itself, the rest of the path is
   /// appended without following symlinks.
@@ -75,7 +73,7 @@ class Resolution {
 
   /// Returns true if the component is a name.
   bool append(std::string_view component) {
-    check_interrupt_();
+    detail::count_work(detail::element_work + component.size());
     if (component == ".") return false;
     if (component == "..") {
       go_up(path_);
@@ -88,7 +86,7 @@ class Resolution {
 
   /// If the path is a symlink, replaces it by the resolved target, or starts to follow the target.
   void follow_symlink() {
-    auto target = symlink_target(path_, check_interrupt_);
+    auto target = symlink_target(path_);
     if (!target) return;
     const auto [found, is_new] = links_.try_emplace(path_);
     Symlink& link = found->second;
@@ -104,7 +102,6 @@ class Resolution {
   }
 
   std::string path_;  // resolved so far
-  const CheckInterrupt& check_interrupt_;
   bool has_loop_ = false;
   std::vector<Pending> pending_;          // a stack: the last one is followed first
   std::map<std::string, Symlink> links_;  // by the symlink's own path
@@ -120,19 +117,18 @@ std::string absolute(std::string_view path) {
   return (std::filesystem::current_path() / path).string();
 }
 
-ResolvedPath resolved_path(std::string base, std::string_view path,
-                           const CheckInterrupt& check_interrupt) {
+ResolvedPath resolved_path(std::string base, std::string_view path) {
   assert(path.find('\0') == path.npos && base.find('\0') == base.npos);
   assert(base.empty() || (base.front() == '/' && base.back() != '/'));
-  Resolution resolution(std::move(base), check_interrupt);
+  Resolution resolution(std::move(base));
   resolution.follow(path);
   if (!resolution.has_loop()) return {resolution.path()};
   const std::string& literal = resolution.path();
-  Resolution again("", check_interrupt);
+  Resolution again("");
   again.follow(literal);
   // With "/." at its end, the kernel follows all symlinks of a path, so that it finds the loop.
   const std::string end = again.has_loop() ? literal + "/." : again.path();
-  if (end.empty() || symlink_target(end, check_interrupt) || errno == EINVAL) return {again.path()};
+  if (end.empty() || symlink_target(end) || errno == EINVAL) return {again.path()};
   if (errno == ELOOP) throw SymlinkLoop(literal);
   return {literal, errno};
 }

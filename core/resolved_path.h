@@ -5,8 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "check_interrupt.h"
-
 namespace mcp_responses {
 
 /// A path ends in a symlink loop. The message has pathlib's text.
@@ -32,9 +30,8 @@ struct ResolvedPath {
 /// `loop/../a.py` is `a.py`. Otherwise throws `SymlinkLoop`. If the kernel does not reach the loop, as
 /// for a symlink `loop` to `missing/../loop`, returns the path as written, and the kernel's error.
 ///
-/// Calls `check_interrupt` for each component. Requires a resolved `base`, and paths without NUL.
-ResolvedPath resolved_path(
-    std::string base, std::string_view path, const CheckInterrupt& check_interrupt = [] {});
+/// Requires a resolved `base`, and paths without NUL.
+ResolvedPath resolved_path(std::string base, std::string_view path);
 
 /// Removes the first component from a path, with the slashes before it, and returns the component;
 /// "" at the end.

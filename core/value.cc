@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "detail/shared_array.h"
+#include "detail/work.h"
 #include "errors.h"
 
 namespace mcp_responses {
@@ -109,11 +110,17 @@ struct Pair {
   std::size_t levels;
 };
 
+bool equal_texts(const TextView& a, const TextView& b) {
+  if (a.size == b.size) detail::count_work(a.size);
+  return a == b;
+}
+
 /// Compares kinds, sizes, numbers and strings. Adds two lists or objects to `pairs`.
 bool equal_shallow(const Value& a, const Value& b, std::size_t levels, std::vector<Pair>& pairs) {
+  detail::count_work(detail::element_work);
   if (is_number(a.kind()) && is_number(b.kind())) return equal_numbers(a, b);
   if (a.kind() != b.kind() || a.size() != b.size()) return false;
-  if (a.kind() == Kind::string) return *a.view() == *b.view();
+  if (a.kind() == Kind::string) return equal_texts(*a.view(), *b.view());
   if (!a.is_null()) pairs.push_back({a, b, levels});
   return true;
 }
@@ -130,6 +137,7 @@ bool equal_objects(const Pair& outer, std::vector<Pair>& pairs) {
   const Object a = *outer.a.object();
   const Object b = *outer.b.object();
   std::map<TextView, const Value*> by_key;
+  detail::count_work(detail::element_work * b.size());
   for (const Member& member : b) by_key.emplace(member.key.view(), &member.value);
   // The sizes are compared again, because the conversion of a foreign object may run code that changes
   // the other one.

@@ -36,7 +36,7 @@ bool is_plain(std::string_view path) {
 
 /// Calls openat2, which is declared here because older headers do not have it. Its number is the same
 /// on x86-64 and aarch64.
-UniqueFd open_folder_with_openat2(const std::string& path, const CheckInterrupt& check_interrupt) {
+UniqueFd open_folder_with_openat2(const std::string& path) {
   constexpr long openat2 = 437;
   constexpr std::uint64_t resolve_no_symlinks = 0x04;
   struct {
@@ -45,14 +45,14 @@ UniqueFd open_folder_with_openat2(const std::string& path, const CheckInterrupt&
     std::uint64_t resolve = resolve_no_symlinks;
   } how;
   const auto call = [&] { return ::syscall(openat2, AT_FDCWD, path.c_str(), &how, sizeof(how)); };
-  return UniqueFd(static_cast<int>(retry_interrupted(check_interrupt, call)));
+  return UniqueFd(static_cast<int>(retry_interrupted(call)));
 }
 
-UniqueFd open_folder_by_folder(std::string_view path, const CheckInterrupt& check_interrupt) {
+UniqueFd open_folder_by_folder(std::string_view path) {
   UniqueFd folder;
   for (std::string name = "/"; !name.empty(); name = take_component(path)) {
     const auto call = [&] { return ::openat(folder.get(), name.c_str(), folder_flags); };
-    folder = UniqueFd(retry_interrupted(check_interrupt, call));
+    folder = UniqueFd(retry_interrupted(call));
     if (!folder.is_open()) break;
   }
   return folder;
@@ -60,28 +60,26 @@ UniqueFd open_folder_by_folder(std::string_view path, const CheckInterrupt& chec
 
 /// Opens a folder to open files in it. Fails if a component of the absolute path is a symlink. Sets
 /// errno if it returns an empty descriptor.
-UniqueFd open_folder(const std::string& path, WorkTree::Opening opening,
-                     const CheckInterrupt& check_interrupt) {
+UniqueFd open_folder(const std::string& path, WorkTree::Opening opening) {
   if (opening == WorkTree::Opening::openat2) {
-    UniqueFd folder = open_folder_with_openat2(path, check_interrupt);
+    UniqueFd folder = open_folder_with_openat2(path);
     // Kernels before 5.6 do not have openat2, and some sandboxes refuse it.
     if (folder.is_open() || (errno != ENOSYS && errno != EPERM && errno != EINVAL)) return folder;
   }
-  return open_folder_by_folder(path, check_interrupt);
+  return open_folder_by_folder(path);
 }
 
 /// Opens a regular file of a folder for reading. With O_NONBLOCK, this fails with EAGAIN while another
 /// process has a write lease on the file (fcntl, F_SETLEASE). It is tried again for a minute: the kernel
 /// ends a lease after 45 seconds by default.
-UniqueFd open_in_folder(const UniqueFd& folder, const std::string& name,
-                        const CheckInterrupt& check_interrupt) {
+UniqueFd open_in_folder(const UniqueFd& folder, const std::string& name) {
   constexpr std::chrono::milliseconds interval(5);
   constexpr int max_attempts = std::chrono::minutes(1) / interval;
   const auto call = [&] { return ::openat(folder.get(), name.c_str(), read_flags); };
   for (int attempt = 1;; ++attempt) {
-    UniqueFd file(retry_interrupted(check_interrupt, call));
+    UniqueFd file(retry_interrupted(call));
     if (file.is_open() || errno != EAGAIN || attempt == max_attempts) return file;
-    check_interrupt();
+    detail::check_interrupt();
     std::this_thread::sleep_for(interval);
   }
 }
@@ -114,66 +112,62 @@ Unreadable::Unreadable(int error_number, const std::string& path)
 Unreadable::Unreadable(std::string_view reason, const std::string& path)
     : std::runtime_error(std::string(reason) + ": '" + elided_path(path) + "'") {}
 
-std::size_t FileReader::read(std::span<char> to, const CheckInterrupt& check_interrupt) {
+std::size_t FileReader::read(std::span<char> to) {
   assert(!to.empty());
   if (is_at_end_) return 0;
-  check_interrupt();
   const std::size_t wanted = std::min(to.size(), max_bytes_read(size_) - bytes_read_);
-  const ssize_t result =
-      retry_interrupted(check_interrupt, [&] { return ::read(file_.get(), to.data(), wanted); });
+  const ssize_t result = retry_interrupted([&] { return ::read(file_.get(), to.data(), wanted); });
   if (result < 0) throw Unreadable(errno, path_);
   const auto count = static_cast<std::size_t>(result);
   bytes_read_ += count;
+  detail::count_work(count);
   // A short read at the expected size: another system call would only confirm the end.
   is_at_end_ = count < wanted && bytes_read_ == size_;
   return count;
 }
 
-WorkTree::WorkTree(std::string_view root, const CheckInterrupt& check_interrupt, Opening opening)
-    : root_(resolved_path("", absolute(root), check_interrupt).path), opening_(opening) {}
+WorkTree::WorkTree(std::string_view root, Opening opening)
+    : root_(resolved_path("", absolute(root)).path), opening_(opening) {}
 
-std::optional<FileReader> FileOpener::open(std::string_view path,
-                                           const CheckInterrupt& check_interrupt) {
+std::optional<FileReader> FileOpener::open(std::string_view path) {
   assert(path.find('\0') == path.npos);
   const std::string& root = tree_.root();
   // Most paths contain neither symlinks nor "..". They are opened without being resolved.
   if (is_plain(path)) {
-    auto result = open_file(root + '/' + std::string(path), check_interrupt);
+    auto result = open_file(root + '/' + std::string(path));
     if (auto* const reader = std::get_if<FileReader>(&result)) return std::move(*reader);
   }
   folder_path_.clear();  // the folder may have been replaced since it was opened
-  const auto [target, error] = resolved_path(root, path, check_interrupt);
+  const auto [target, error] = resolved_path(root, path);
   if (target != root && !target.starts_with(root + '/')) return {};
   if (error != 0) throw Unreadable(error, target);
-  auto result = open_file(target.empty() ? "/" : target, check_interrupt);
+  auto result = open_file(target.empty() ? "/" : target);
   if (const auto* const unreadable = std::get_if<Unreadable>(&result)) throw *unreadable;
   return std::get<FileReader>(std::move(result));
 }
 
 /// Checks the file before opening it: opening a FIFO would be visible to the process at its other end.
 /// Returns an error instead of throwing it, because `open` may have to resolve the path first.
-std::variant<FileReader, Unreadable> FileOpener::open_file(std::string path,
-                                                           const CheckInterrupt& check_interrupt) {
+std::variant<FileReader, Unreadable> FileOpener::open_file(std::string path) {
   if (path.size() >= PATH_MAX) return Unreadable(ENAMETOOLONG, path);
   const std::size_t name_at = path.rfind('/') + 1;
   const std::string name = name_at == path.size() ? "." : path.substr(name_at);
   if (!folder_.is_open() || std::string_view(path).substr(0, name_at) != folder_path_) {
     folder_path_ = path.substr(0, name_at);
     folder_ = UniqueFd();  // closes it first, so that two descriptors are enough
-    folder_ = open_folder(folder_path_, tree_.opening(), check_interrupt);
+    folder_ = open_folder(folder_path_, tree_.opening());
     if (!folder_.is_open()) return Unreadable(errno, path);
   }
   struct stat checked {};
   const auto check = [&] {
     return ::fstatat(folder_.get(), name.c_str(), &checked, AT_SYMLINK_NOFOLLOW);
   };
-  if (retry_interrupted(check_interrupt, check) != 0) return Unreadable(errno, path);
+  if (retry_interrupted(check) != 0) return Unreadable(errno, path);
   if (!S_ISREG(checked.st_mode)) return not_regular(checked.st_mode, path);
-  UniqueFd file = open_in_folder(folder_, name, check_interrupt);
+  UniqueFd file = open_in_folder(folder_, name);
   struct stat opened {};
   const auto check_again = [&] { return ::fstat(file.get(), &opened); };
-  if (!file.is_open() || retry_interrupted(check_interrupt, check_again) != 0)
-    return Unreadable(errno, path);
+  if (!file.is_open() || retry_interrupted(check_again) != 0) return Unreadable(errno, path);
   // Inode numbers are reused, possibly for a file of another type.
   const bool is_same =
       checked.st_dev == opened.st_dev && checked.st_ino == opened.st_ino && S_ISREG(opened.st_mode);

@@ -54,9 +54,7 @@ class WorkTree {
 
   /// Resolves the root, which need not exist. Throws the exceptions of `absolute` and
   /// `resolved_path`. Requires a root without NUL.
-  explicit WorkTree(
-      std::string_view root, const CheckInterrupt& check_interrupt = [] {},
-      Opening opening = Opening::openat2);
+  explicit WorkTree(std::string_view root, Opening opening = Opening::openat2);
 
   /// Resolved; "" for "/".
   const std::string& root() const noexcept { return root_; }
@@ -73,8 +71,7 @@ class FileReader {
   /// Reads the next bytes into `to` and returns their number, 0 at the end. Reads at most twice the
   /// size that the file had when it was opened, plus 64 MiB. Throws `Unreadable`. Requires a
   /// non-empty `to`.
-  std::size_t read(
-      std::span<char> to, const CheckInterrupt& check_interrupt = [] {});
+  std::size_t read(std::span<char> to);
 
  private:
   friend class FileOpener;
@@ -100,12 +97,10 @@ class FileOpener {
   /// an absolute path is used as it is. Waits up to a minute while another process has a write lease
   /// on the file. A file that is not regular is not opened. Throws `Unreadable`, for such a file too,
   /// and the exceptions of `resolved_path`. Requires a path without NUL.
-  std::optional<FileReader> open(
-      std::string_view path, const CheckInterrupt& check_interrupt = [] {});
+  std::optional<FileReader> open(std::string_view path);
 
  private:
-  std::variant<FileReader, Unreadable> open_file(std::string path,
-                                                 const CheckInterrupt& check_interrupt);
+  std::variant<FileReader, Unreadable> open_file(std::string path);
 
   const WorkTree& tree_;
   UniqueFd folder_;

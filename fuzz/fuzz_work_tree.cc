@@ -51,9 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   models::Choices choices(contract::bytes_of(data, size));
   const std::string path = any_path(choices, tree);
   const auto result_of = [&path](WorkTree::Opening opening) {
-    return models::read_result(WorkTree(
-                                   tree.root(), [] {}, opening),
-                               path);
+    return models::read_result(WorkTree(tree.root(), opening), path);
   };
   const std::string result = result_of(WorkTree::Opening::openat2);
   contract::require_equal(result, result_of(WorkTree::Opening::folder_by_folder), path);

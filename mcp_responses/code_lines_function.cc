@@ -25,6 +25,8 @@ class Reading {
       Reading& reading;
       ~AcquireAtEnd() { reading.acquire_gil(); }
     } const acquire_at_end{*this};
+    const CheckInterrupt check = [this] { check_signals(); };
+    const InterruptScope interruptible(check);
     thread_ = PyEval_SaveThread();
     function();
   }
@@ -109,11 +111,10 @@ PyRef functions::py_code_lines(Call& call) {
   PyRef lines = checked(PyDict_New);
   if (call[0] == Py_None) return lines;  // the places are not read
   Reading reading;
-  const auto check_signals = [&reading] { reading.check_signals(); };
   const std::string root = root_of(call[0]);
   // A relative root is resolved before the places are read, which may change the current directory.
   std::optional<WorkTree> tree;
-  reading.without_gil([&] { tree.emplace(root, check_signals); });
+  reading.without_gil([&] { tree.emplace(root); });
   const std::vector<Place> places = places_of(call);
   const CodeLinesHooks hooks{
       .name_of =
@@ -122,7 +123,6 @@ PyRef functions::py_code_lines(Call& call) {
             return encoded_path(string_of(path).get());
           },
       .while_reading = [&reading](const auto& read) { reading.without_gil(read); },
-      .check_interrupt = check_signals,
       .not_read = [&](const Text& path,
                       const std::string& reason) { log_not_read(call, path, reason); }};
   for (const CodeLine& line : mcp_responses::code_lines(*tree, places, hooks)) {

@@ -185,8 +185,7 @@ PyRef functions::py_build_wiki_ask_response(Call& call) {
                    .code = call.value(9),
                    .memories = call.value(10),
                    .token_budget = call.value(11)};
-  return call.answer(
-      mcp_responses::build_wiki_ask_response(std::move(answer), [] { check_signals(); }));
+  return call.answer(mcp_responses::build_wiki_ask_response(std::move(answer)));
 }
 
 PyRef functions::py_ask_citations(Call& call) {

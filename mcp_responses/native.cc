@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "check_interrupt.h"
 #include "errors.h"
 #include "namespace_code.h"
 #include "py_errors.h"
@@ -28,12 +29,17 @@ PyRef run(const NativeFunction& function, Call& call) {
   unsupported ? call.raise_unsupported(*unsupported) : call.raise_nesting_error();
 }
 
+/// One object for all calls. If greenlets end calls out of order, a scope can restore a pointer to it
+/// after another call has ended.
+const CheckInterrupt run_signal_handlers = [] { check_signals(); };
+
 template <std::size_t index>
 PyObject* call_native(PyObject* state, PyObject* const* arguments, Py_ssize_t count) {
   constexpr const NativeFunction& function = native_functions[index];
   return translate_exceptions([=] {
     Call call(function, {arguments, static_cast<std::size_t>(count)}, state_in(state));
     check_stack();
+    const InterruptScope interruptible(run_signal_handlers);
     return run(function, call);
   });
 }

@@ -18,6 +18,7 @@
 #include <string>
 #include <type_traits>
 
+#include "detail/work.h"
 #include "py_ref.h"
 
 namespace mcp_responses {
@@ -45,20 +46,10 @@ PyRef next_of(const PyRef& iterator);
 /// Runs the handlers of pending signals, which may do anything. Throws `PythonError` if one raises.
 inline void check_signals() { checked(PyErr_CheckSignals); }
 
-/// The work that an element of a container counts as, in bytes.
-inline constexpr std::size_t element_work = 64;
-
-/// Counts work, in bytes read or written, and checks for signals after each 256 KiB, which
-/// take well under a millisecond. Every loop whose length a caller controls calls it.
-inline void count_work(std::size_t bytes) {
-  constexpr std::size_t work_between_checks = std::size_t{256} << 10;
-  [[gnu::tls_model("initial-exec")]] static constinit thread_local std::size_t work_since_check = 0;
-  work_since_check += bytes;
-  if (work_since_check < work_between_checks) [[likely]]
-    return;
-  work_since_check = 0;
-  check_signals();
-}
+// Every loop whose length a caller controls counts its work. The check of a native call runs the
+// handlers of signals.
+using detail::count_work;
+using detail::element_work;
 
 /// The types of values that have a JSON representation.
 inline constexpr const char* json_types = "None, bool, int, float, str, list, tuple or dict";

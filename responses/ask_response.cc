@@ -10,7 +10,7 @@
 
 #include "ask_citations.h"
 #include "cuts.h"
-#include "detail/work_meter.h"
+#include "detail/work.h"
 #include "encode.h"
 #include "errors.h"
 #include "static_object.h"
@@ -77,9 +77,8 @@ List extra_of(const Value& citations) {
 /// An answer that is being reduced.
 class Draft {
  public:
-  Draft(AskAnswer answer, const CheckInterrupt& check_interrupt)
-      : meter_(check_interrupt),
-        answer_(std::move(answer)),
+  explicit Draft(AskAnswer answer)
+      : answer_(std::move(answer)),
         sections_(list_of(answer_.sections)),
         citations_(sections_, extra_of(answer_.citations), "citations"),
         kept_(sections_.size()) {
@@ -113,7 +112,7 @@ class Draft {
  private:
   std::int64_t size_of(const Value& value) {
     const std::size_t size = _encoded_size(value);
-    meter_.add(size);
+    detail::count_work(size);
     return static_cast<std::int64_t>(size);
   }
 
@@ -175,7 +174,6 @@ class Draft {
     member = {};
   }
 
-  detail::WorkMeter meter_;
   AskAnswer answer_;
   List sections_;
   CitationLists citations_;
@@ -201,9 +199,9 @@ std::int64_t limit_of(const Value& token_budget) {
 
 }  // namespace
 
-Object build_wiki_ask_response(AskAnswer answer, const CheckInterrupt& check_interrupt) {
+Object build_wiki_ask_response(AskAnswer answer) {
   const Value token_budget = answer.token_budget;
-  Draft draft(std::move(answer), check_interrupt);
+  Draft draft(std::move(answer));
   if (!token_budget.is_null()) draft.fit(limit_of(token_budget));
   return draft.assembled();
 }

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 
-#include "check_interrupt.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -45,9 +44,6 @@ struct AskAnswer {
 ///
 /// Throws `KindError`, and with a budget `SurrogateError`, because a lone surrogate cannot be
 /// encoded as UTF-8.
-///
-/// Calls `check_interrupt` after each MiB that is measured for a budget. If it throws, the call ends.
-Object build_wiki_ask_response(
-    AskAnswer answer, const CheckInterrupt& check_interrupt = [] {});
+Object build_wiki_ask_response(AskAnswer answer);
 
 }  // namespace mcp_responses

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "check_interrupt.h"
 #include "code_lines.h"
 #include "models/link_tree.h"
 #include "values.h"
@@ -128,12 +129,13 @@ class FileErrors : public testing::TestWithParam<Opening> {
     max_read_size = SIZE_MAX;
   }
 
-  WorkTree tree() const { return WorkTree(root_, check_interrupt_, GetParam()); }
+  WorkTree tree() const { return WorkTree(root_, GetParam()); }
 
   /// The content of a file of a new work tree, or the error of reading it.
   std::string read(const std::string& path) const {
+    const InterruptScope scope(check_interrupt_);
     try {
-      return models::content(tree(), path, check_interrupt_).value_or("outside");
+      return models::content(tree(), path).value_or("outside");
     } catch (const std::exception& error) {
       return error.what();
     }

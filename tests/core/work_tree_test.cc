@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "check_interrupt.h"
 #include "models/link_tree.h"
 
 namespace mcp_responses {
@@ -28,10 +29,7 @@ using Opening = WorkTree::Opening;
 
 class WorkTreeTest : public testing::TestWithParam<Opening> {
  protected:
-  static WorkTree tree_at(const std::string& root) {
-    return WorkTree(
-        root, [] {}, GetParam());
-  }
+  static WorkTree tree_at(const std::string& root) { return WorkTree(root, GetParam()); }
 
   models::LinkTree files_;
   const std::string root_ = files_.root();
@@ -210,14 +208,14 @@ TEST_P(WorkTreeTest, AFileUnderAWriteLeaseIsWaitedForUntilAnInterruption) {
     if (::fcntl(file.get(), F_SETLEASE, F_WRLCK) != 0)
       GTEST_SKIP() << "the file system does not support leases";
     int checks = 0;
-    const auto interrupt = [&checks] {
-      if (++checks == 10) throw std::domain_error("interrupted");
+    const CheckInterrupt check = [&checks, &file] {
+      ++checks;
+      if (checks == 10) throw std::domain_error("interrupted");
+      if (checks == 20) ::fcntl(file.get(), F_SETLEASE, F_UNLCK);
     };
-    EXPECT_THROW(FileOpener(tree_).open(path, interrupt), std::domain_error) << path;
-    const auto give_up = [&] {
-      if (++checks == 20) ::fcntl(file.get(), F_SETLEASE, F_UNLCK);
-    };
-    EXPECT_EQ(models::content(tree_, path, give_up), "root/a.py") << path;
+    const InterruptScope scope(check);
+    EXPECT_THROW(models::content(tree_, path), std::domain_error) << path;
+    EXPECT_EQ(models::content(tree_, path), "root/a.py") << path;
   }
 }
 

@@ -16,15 +16,13 @@
 namespace models {
 
 /// The whole content of a file, or nothing if its path leaves the root.
-inline std::optional<std::string> content(
-    const mcp_responses::WorkTree& tree, const std::string& path,
-    const mcp_responses::CheckInterrupt& check_interrupt = [] {}) {
-  auto reader = mcp_responses::FileOpener(tree).open(path, check_interrupt);
+inline std::optional<std::string> content(const mcp_responses::WorkTree& tree,
+                                          const std::string& path) {
+  auto reader = mcp_responses::FileOpener(tree).open(path);
   if (!reader) return {};
   std::string bytes;
   std::array<char, 5000> buffer;
-  while (const std::size_t count = reader->read(buffer, check_interrupt))
-    bytes.append(buffer.data(), count);
+  while (const std::size_t count = reader->read(buffer)) bytes.append(buffer.data(), count);
   return bytes;
 }
 
