@@ -111,7 +111,7 @@ void add_all(const std::string& name, const std::string& text) {
   const Value value = value_of(json);
   const std::size_t size = text.size();
   add(name + "/text", json, size, [value] { return mcp_responses::tool_result_text(value); });
-  add(name + "/size", json, size, [value] { return mcp_responses::_encoded_size(value); });
+  add(name + "/size", json, size, [value] { return mcp_responses::encoded_size(value); });
   add(name + "/RapidJSON", json, size, [document] { return rapidjson_write(*document); });
   add(name + "/nlohmann", json, size, [json] { return json.dump(); });
 }

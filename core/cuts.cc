@@ -77,67 +77,62 @@ bool skip_space(const Unit*& at, const Unit* end) noexcept {
   return ends_paragraph;
 }
 
-}  // namespace
-
-Cut cut_of(const TextView& view, std::int64_t chars) noexcept {
-  if (fits(view, chars)) return {.kept = view, .mark = {}};
-  return chars < 1 ? Cut() : marked(view, static_cast<std::size_t>(chars - 1));
-}
-
-Cut trimmed_of(const TextView& view, std::int64_t chars) noexcept {
-  if (fits(view, chars)) return {.kept = view, .mark = {}};
-  if (chars <= 1) return {};
-  const TextView longest = view.slice(0, static_cast<std::size_t>(chars - 1));
-  return marked(longest, last_space(longest, static_cast<std::size_t>(chars / 2)));
-}
-
-Text _cut(Text text, std::int64_t chars) {
-  const Cut cut = cut_of(text.view(), chars);
-  return text_of(std::move(text), cut);
-}
-
-Text _trimmed(Text text, std::int64_t chars) {
-  const Cut cut = trimmed_of(text.view(), chars);
-  return text_of(std::move(text), cut);
-}
-
+/// Writes the first sentence, of at most one character more than a summary has, and returns its length.
 template <class Unit>
-void FirstSentence::extract(std::span<const Unit> docstring) noexcept {
-  auto* const first = reinterpret_cast<Unit*>(characters_.data());
+std::size_t extract_sentence(std::span<const Unit> docstring, Unit* const first) noexcept {
   Unit* to = first;
   const Unit* at = docstring.data();
   const Unit* const end = at + docstring.size();
   skip_space(at, end);
   while (at != end && to - first <= SUMMARY_CHARS) {
     // The last unit is reserved for the space after a word that makes the sentence too long.
-    const Unit* const last =
-        at + std::min(end - at, static_cast<std::ptrdiff_t>(capacity - 1) - (to - first));
+    const Unit* const last = at + std::min(end - at, SUMMARY_CHARS + 1 - (to - first));
     while (at != last && !is_white_space(*at)) *to++ = *at++;
     // The word has at least one unit, because white space was skipped.
     const bool is_sentence_end = ends_sentence(to[-1]);
     if (skip_space(at, end) || is_sentence_end || at == end) break;
     *to++ = ' ';
   }
-  size_ = static_cast<std::uint32_t>(to - first);
+  return static_cast<std::size_t>(to - first);
 }
 
-FirstSentence::FirstSentence(const TextView& docstring) noexcept
-    : repertoire_(docstring.repertoire) {
-  static_assert(offsetof(FirstSentence, characters_) + sizeof(characters_) ==
-                sizeof(FirstSentence));
-  visit_units(docstring, [this](auto units) { extract(units); });
+}  // namespace
+
+Cut cut(const TextView& view, std::int64_t chars) noexcept {
+  if (fits(view, chars)) return {.kept = view, .mark = {}};
+  return chars < 1 ? Cut() : marked(view, static_cast<std::size_t>(chars - 1));
 }
 
-Cut FirstSentence::cut() const noexcept {
-  return cut_of({characters_.data(), size_, repertoire_}, SUMMARY_CHARS);
+Cut trimmed(const TextView& view, std::int64_t chars) noexcept {
+  if (fits(view, chars)) return {.kept = view, .mark = {}};
+  if (chars <= 1) return {};
+  const TextView longest = view.slice(0, static_cast<std::size_t>(chars - 1));
+  return marked(longest, last_space(longest, static_cast<std::size_t>(chars / 2)));
+}
+
+Text cut(Text text, std::int64_t chars) {
+  const Cut shortened = cut(text.view(), chars);
+  return text_of(std::move(text), shortened);
+}
+
+Text trimmed(Text text, std::int64_t chars) {
+  const Cut shortened = trimmed(text.view(), chars);
+  return text_of(std::move(text), shortened);
+}
+
+Cut first_sentence(const TextView& docstring, SummaryBuffer& buffer) noexcept {
+  return visit_units(docstring, [&]<class Unit>(std::span<const Unit> units) {
+    const std::size_t size = extract_sentence(units, reinterpret_cast<Unit*>(buffer.bytes.data()));
+    return cut({buffer.bytes.data(), size, docstring.repertoire}, SUMMARY_CHARS);
+  });
 }
 
 std::optional<Text> first_sentence(const std::optional<Text>& docstring) {
   if (!docstring) return {};
-  const FirstSentence sentence(docstring->view());
-  const Cut cut = sentence.cut();
-  if (cut.kept.size == 0) return {};
-  return Text::joined(cut.kept, cut.mark);
+  SummaryBuffer buffer;
+  const Cut sentence = first_sentence(docstring->view(), buffer);
+  if (sentence.kept.size == 0) return {};
+  return Text::joined(sentence.kept, sentence.mark);
 }
 
 }  // namespace mcp_responses

@@ -38,41 +38,28 @@ struct Cut {
 /// `view` cut to at most `chars` characters, ellipsis included: "abc   def" to 6 is "abc…". White
 /// space before the ellipsis is removed. A text that fits is kept unchanged. Below 1 character, a
 /// longer text is cut to nothing.
-Cut cut_of(const TextView& view, std::int64_t chars) noexcept;
+Cut cut(const TextView& view, std::int64_t chars) noexcept;
+/// `text` itself if it fits, otherwise a new text.
+Text cut(Text text, std::int64_t chars);
 
 /// The same at a word boundary, if one is in the second half of the allowed length: "alpha beta
 /// gamma" to 12 is "alpha beta…". Only U+0020 is a boundary. Below 2 characters, a longer text is cut
 /// to nothing.
-Cut trimmed_of(const TextView& view, std::int64_t chars) noexcept;
-
-/// The results of `cut_of` and `trimmed_of` as texts: `text` itself if it fits, otherwise a new text.
-Text _cut(Text text, std::int64_t chars);
-Text _trimmed(Text text, std::int64_t chars);
+Cut trimmed(const TextView& view, std::int64_t chars) noexcept;
+Text trimmed(Text text, std::int64_t chars);
 
 /// The first sentence of a docstring's first paragraph, with each run of white space replaced by a
 /// space, cut to `SUMMARY_CHARS`. Null if the docstring is null or blank. A sentence ends at
 /// ".", "!" or "?" before white space; a paragraph at two line feeds.
 std::optional<Text> first_sentence(const std::optional<Text>& docstring);
 
-/// The same for a caller that has a string type of its own.
-class FirstSentence {
- public:
-  explicit FirstSentence(const TextView& docstring) noexcept;
-
-  /// Empty if the docstring is blank. Valid while this object lives.
-  Cut cut() const noexcept;
-
- private:
-  // Two spare characters: one to detect that the sentence is too long, one for a space after it.
-  static constexpr std::size_t capacity = SUMMARY_CHARS + 2;
-
-  template <class Unit>
-  void extract(std::span<const Unit> docstring) noexcept;
-
-  std::uint32_t size_ = 0;
-  Repertoire repertoire_;
-  // At the end of the object, without padding, so that a sanitizer detects any write beyond it.
-  alignas(std::uint32_t) std::array<unsigned char, capacity * sizeof(std::uint32_t)> characters_;
+/// Memory for the characters of a sentence, of any width. Two are spare: one to detect that the
+/// sentence is too long, one for a space after it.
+struct SummaryBuffer {
+  alignas(std::uint32_t) std::array<unsigned char, (SUMMARY_CHARS + 2) * 4> bytes;
 };
+
+/// The same without a copy: the result refers to `buffer`. Empty if the docstring is blank.
+Cut first_sentence(const TextView& docstring, SummaryBuffer& buffer) noexcept;
 
 }  // namespace mcp_responses

@@ -62,7 +62,7 @@ Text tool_result_text(const Value& result) {
   return Text::copy_of(sink.view(size));
 }
 
-std::size_t _encoded_size(const Value& result) {
+std::size_t encoded_size(const Value& result) {
   const auto foreign_size = result.ops().encoded_size;
   if (foreign_size != nullptr) return foreign_size(result.payload());
   detail::CountSink sink;

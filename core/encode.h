@@ -13,7 +13,7 @@ Text tool_result_text(const Value& result);
 
 /// The size of `tool_result_text(result)` in UTF-8, in bytes. Throws `SurrogateError` and
 /// `NestingError`.
-std::size_t _encoded_size(const Value& result);
+std::size_t encoded_size(const Value& result);
 
 /// The size of a string in that text, quotation marks and escapes included, in bytes. Throws
 /// `SurrogateError`.

@@ -28,14 +28,13 @@ union Payload {
 
 /// The operations of one representation of one kind. An operation is null where the table has a dash:
 ///
-///                                  retain    integer  text  size  materialized
-///                                  release                        get, encoded_size
-///   null                           -         -        yes   -     -
-///   boolean, float                 -         -        -     -     -
-///   integer                        foreign   yes      -     -     -
-///   string                         counted   -        yes   -     -
-///   list                           yes       -        -     yes   foreign (without get)
-///   object                         yes       -        -     yes   foreign
+///                                  retain    text  size  materialized
+///                                  release               get, encoded_size
+///   null                           -         yes   -     -
+///   boolean, integer, float        -         -     -     -
+///   string                         counted   yes   -     -
+///   list                           yes       -     yes   foreign (without get)
+///   object                         yes       -     yes   foreign
 ///
 /// "foreign": only for an object of a foreign runtime; "counted": for every string except a literal.
 struct ValueOps {
@@ -43,8 +42,6 @@ struct ValueOps {
   /// Adds an owner, or removes one.
   void (*retain)(Payload) noexcept = nullptr;
   void (*release)(Payload) noexcept = nullptr;
-  /// The content of an integer.
-  std::int64_t (*integer)(Payload) noexcept = nullptr;
   /// The characters of a string. Empty for null, because a Text that was moved from is null.
   TextView (*text)(Payload) noexcept = nullptr;
   /// The number of elements of a list, or of members of an object.

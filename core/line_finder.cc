@@ -22,31 +22,15 @@ constexpr std::size_t block_size = 64;
 constexpr std::size_t max_character_size = 4;
 constexpr std::size_t window_capacity = std::size_t{1} << 16;
 
-// The loops of these functions have a fixed length, no branches and only operands of one byte, so that
-// the compiler vectorizes them.
-
 /// 1 if a byte is in a range, otherwise 0.
 constexpr std::uint8_t in(std::uint8_t byte, std::uint8_t first, std::uint8_t last) {
   return static_cast<std::uint8_t>(byte - first) <= last - first;
 }
 
-/// The number of line breaks in a block of printable ASCII, tabs and line feeds, which most blocks
-/// are; nothing for another block.
-std::optional<unsigned> breaks_in_plain_block(const std::uint8_t* block) {
-  std::uint8_t count = 0;
-  std::uint8_t is_plain = 1;
-  for (std::size_t i = 0; i < block_size; ++i) {
-    const std::uint8_t is_line_feed = block[i] == 0x0A;
-    const std::uint8_t is_tab = block[i] == 0x09;
-    count = static_cast<std::uint8_t>(count + is_line_feed);
-    is_plain &= static_cast<std::uint8_t>(in(block[i], 0x20, 0x7F) | is_line_feed | is_tab);
-  }
-  return is_plain != 0 ? std::optional<unsigned>(count) : std::nullopt;
-}
-
 /// The number of line breaks that start in a block; CR LF counts at its LF. Reads two bytes after
-/// the block.
-unsigned breaks_in_any_block(const std::uint8_t* block) {
+/// the block. The loop has a fixed length, no branches and only operands of one byte, so that the
+/// compiler vectorizes it.
+unsigned breaks_in_block(const std::uint8_t* block) {
   std::uint8_t count = 0;
   for (std::size_t i = 0; i < block_size; ++i) {
     const std::uint8_t first = block[i];
@@ -76,8 +60,9 @@ class LineText {
   }
 
   Text text() const {
-    const Cut cut = cut_of({characters_.data(), stripped_size_, Repertoire::full}, CODE_LINE_CHARS);
-    return Text::joined(cut.kept, cut.mark);
+    const Cut shortened =
+        cut({characters_.data(), stripped_size_, Repertoire::full}, CODE_LINE_CHARS);
+    return Text::joined(shortened.kept, shortened.mark);
   }
 
  private:
@@ -107,8 +92,7 @@ std::optional<Text> LineFinder::find(std::int64_t number) {
 void LineFinder::skip_blocks_before(std::int64_t number) {
   while (ensure(block_size + 2)) {
     const auto* const block = reinterpret_cast<const std::uint8_t*>(&window_[position_]);
-    const auto plain = breaks_in_plain_block(block);
-    const std::int64_t line_after = line_ + (plain ? *plain : breaks_in_any_block(block));
+    const std::int64_t line_after = line_ + breaks_in_block(block);
     if (line_after >= number) return;
     line_ = line_after;
     position_ += block_size;

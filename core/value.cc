@@ -268,14 +268,6 @@ Object::Object(std::initializer_list<Member> members) : Object() {
 }
 
 const Member* Object::find(const Text& key) const noexcept {
-  // Most keys are literals, and equal literals are mostly the same one: compare addresses first.
-  if (&key.ops() == &literal_ops) {
-    for (const Member& member : items()) {
-      if (&member.key.ops() == &literal_ops &&
-          member.key.payload().literal == key.payload().literal)
-        return &member;
-    }
-  }
   const TextView wanted = key.view();
   for (const Member& member : items()) {
     if (member.key.view() == wanted) return &member;

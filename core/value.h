@@ -34,8 +34,7 @@ class SharedArray;
 
 /// The operations of booleans and numbers, which are stored in the handle.
 inline constexpr ValueOps boolean_ops{.kind = Kind::boolean};
-inline constexpr ValueOps integer_ops{
-    .kind = Kind::integer, .integer = [](Payload payload) noexcept { return payload.integer; }};
+inline constexpr ValueOps integer_ops{.kind = Kind::integer};
 inline constexpr ValueOps real_ops{.kind = Kind::real};
 
 /// The number types that become an integer without loss: signed ones of up to 64 bits, unsigned ones
@@ -86,7 +85,7 @@ class Value : public Handle {
     return kind() == Kind::boolean ? std::optional(payload().boolean) : std::nullopt;
   }
   std::optional<std::int64_t> integer() const noexcept {
-    return kind() == Kind::integer ? std::optional(ops().integer(payload())) : std::nullopt;
+    return kind() == Kind::integer ? std::optional(payload().integer) : std::nullopt;
   }
   /// An integer, or a boolean as 0 or 1.
   std::optional<std::int64_t> whole() const noexcept;

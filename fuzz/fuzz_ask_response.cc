@@ -81,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Object whole = build_wiki_ask_response(arguments);
 
   const auto whole_size =
-      static_cast<std::int64_t>(_encoded_size(whole) + 200 * *arguments.sections.size());
+      static_cast<std::int64_t>(encoded_size(whole) + 200 * *arguments.sections.size());
   const std::int64_t budget = whole_size * part / 240 / 4;
   arguments.token_budget = budget;
   const Object answer = build_wiki_ask_response(arguments);

@@ -25,8 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::u32string plain = any_text(choices);
   const Text text = models::text_of(plain);
 
-  contract::require_equal(_trimmed(text, chars), models::trimmed(plain, chars), "_trimmed");
-  if (chars >= 1) contract::require_equal(_cut(text, chars), models::cut(plain, chars), "_cut");
+  contract::require_equal(trimmed(text, chars), models::trimmed(plain, chars), "trimmed");
+  if (chars >= 1) contract::require_equal(cut(text, chars), models::cut(plain, chars), "cut");
   const auto sentence = first_sentence(text);
   contract::require(!sentence || !sentence->empty(), "an empty summary");
   contract::require_equal(sentence.value_or(Text()), models::first_sentence(plain),

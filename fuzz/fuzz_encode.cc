@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text = tool_result_text(value).utf8();
   const std::string actual = with_floats ? Json::parse(text).dump() : text;
   contract::require_equal(actual, json_of(value).dump(), "the text of a value");
-  contract::require(_encoded_size(value) == text.size(), "the size is not the text's: " + text);
+  contract::require(encoded_size(value) == text.size(), "the size is not the text's: " + text);
   return 0;
 }
 

@@ -48,9 +48,9 @@ PyRef functions::py_first_sentence(Call& call) {
   return first_sentence_of(call[0]);
 }
 
-PyRef functions::py_cut(Call& call) { return cut_argument(call, cut_of); }
+PyRef functions::py_cut(Call& call) { return cut_argument(call, cut); }
 
-PyRef functions::py_trimmed(Call& call) { return cut_argument(call, trimmed_of); }
+PyRef functions::py_trimmed(Call& call) { return cut_argument(call, trimmed); }
 
 PyRef functions::py_without_nulls(Call& call) { return copy_without_nulls(call.dict(0)); }
 
@@ -125,7 +125,7 @@ PyRef functions::py_build_paginated_response(Call& call) {
   const Value total_count = call.value(1);
   const Value offset = call.value(2);
   const Text items_key = call.text(3);
-  mcp_responses::build_paginated_response(items, total_count, offset, items_key,
+  build_paginated_response(items, total_count, offset, items_key,
                                           add_pagination_hint);
   return hinted;
 }
@@ -138,7 +138,7 @@ PyRef functions::py_build_test_coverage(Call& call) {
 }
 
 PyRef functions::py_build_empty_paginated_response(Call& call) {
-  return call.answer(mcp_responses::build_empty_paginated_response(call.text(0)));
+  return call.answer(build_empty_paginated_response(call.text(0)));
 }
 
 PyRef functions::py_build_wiki_status_response(Call& call) {
@@ -185,17 +185,17 @@ PyRef functions::py_build_wiki_ask_response(Call& call) {
                    .code = call.value(9),
                    .memories = call.value(10),
                    .token_budget = call.value(11)};
-  return call.answer(mcp_responses::build_wiki_ask_response(std::move(answer)));
+  return call.answer(build_wiki_ask_response(std::move(answer)));
 }
 
 PyRef functions::py_ask_citations(Call& call) {
   const List sections = call.list(0);
   const List extra = call.sequence(1);
-  return call.answer(Value(mcp_responses::_ask_citations(sections, extra)));
+  return call.answer(Value(ask_citations(sections, extra)));
 }
 
 PyRef functions::py_get_empty_response(Call& call) {
-  return call.answer(mcp_responses::get_empty_response(call.text(0)));
+  return call.answer(get_empty_response(call.text(0)));
 }
 
 }  // namespace mcp_responses

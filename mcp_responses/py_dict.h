@@ -1,5 +1,5 @@
 // Converts answers to Python objects: a dict for each object, a list for each list, new at every
-// depth. Strings and integers that came from Python are the same objects again.
+// depth. Strings that came from Python are the same objects again.
 //
 // The type of a StaticObject determines its keys, except for optional members that are null. So its
 // dict is a copy of a template dict with these keys, which are already hashed and inserted.

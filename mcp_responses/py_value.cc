@@ -15,11 +15,6 @@ namespace {
 void retain(Payload payload) noexcept { Py_INCREF(object_in(payload)); }
 void release(Payload payload) noexcept { decref(object_in(payload)); }
 
-std::int64_t integer(Payload payload) noexcept {
-  PyObject* const object = object_in(payload);
-  // `to_value` has checked the range.
-  return is_small_integer(object) ? small_integer(object) : PyLong_AsLongLong(object);
-}
 TextView text(Payload payload) noexcept { return view_of(object_in(payload)); }
 
 std::size_t list_size(Payload payload) noexcept {
@@ -90,18 +85,10 @@ Value reference_to(const ValueOps& ops, PyRef object) noexcept {
   return {ops, Payload{.pointer = object.release()}};
 }
 
-Value integer_value(PyRef object) {
-  const std::int64_t content = integer_in(object.get());
-  if (PyLong_CheckExact(object.get())) return reference_to(py_integer_ops, std::move(object));
-  return content;
-}
-
 }  // namespace
 
 const ValueOps py_string_ops{
     .kind = Kind::string, .retain = retain, .release = release, .text = text};
-const ValueOps py_integer_ops{
-    .kind = Kind::integer, .retain = retain, .release = release, .integer = integer};
 const ValueOps py_list_ops{.kind = Kind::list,
                            .retain = retain,
                            .release = release,
@@ -125,7 +112,7 @@ Value to_value(PyRef object) {
     case Kind::boolean:
       return object.get() == Py_True;
     case Kind::integer:
-      return integer_value(std::move(object));
+      return integer_in(object.get());
     case Kind::real:
       return PyFloat_AS_DOUBLE(object.get());
     case Kind::string:
@@ -159,8 +146,8 @@ PyRef string_of(const Cut& cut) {
 
 PyRef first_sentence_of(PyObject* docstring) {
   ensure_ready(docstring);
-  const FirstSentence sentence(view_of(docstring));
-  const Cut cut = sentence.cut();
+  SummaryBuffer buffer;
+  const Cut cut = first_sentence(view_of(docstring), buffer);
   return cut.kept.size == 0 ? PyRef::borrow(Py_None) : string_of(cut);
 }
 

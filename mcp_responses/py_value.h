@@ -18,7 +18,6 @@ Text to_text(PyRef string);
 
 /// The operations of Values that refer to Python objects.
 extern const ValueOps py_string_ops;
-extern const ValueOps py_integer_ops;
 extern const ValueOps py_list_ops;
 extern const ValueOps py_dict_ops;
 
@@ -30,7 +29,7 @@ inline PyObject* object_in(Payload payload) noexcept {
 /// value refers to. Null for every other value.
 inline PyObject* leaf_of(const Handle& value) noexcept {
   const ValueOps* const ops = &value.ops();
-  if (ops == &py_string_ops || ops == &py_integer_ops) return object_in(value.payload());
+  if (ops == &py_string_ops) return object_in(value.payload());
   if (ops == &null_ops) return Py_None;
   if (ops == &boolean_ops) return value.payload().boolean ? Py_True : Py_False;
   return nullptr;

@@ -17,7 +17,7 @@ std::string element_path(const std::string& list, std::size_t position) {
 
 }  // namespace
 
-List _ask_citations(const List& sections, const List& extra) {
+List ask_citations(const List& sections, const List& extra) {
   return CitationLists(sections, extra, "extra").for_first(sections.size());
 }
 
@@ -122,7 +122,7 @@ std::int64_t CitationLists::size_for_first(std::size_t sections) {
   std::int64_t count = 0;
   visit(sections, [&](Candidate& candidate) {
     if (candidate.size < 0)
-      candidate.size = static_cast<std::int64_t>(_encoded_size(candidate.citation));
+      candidate.size = static_cast<std::int64_t>(encoded_size(candidate.citation));
     size += candidate.size;
     ++count;
   });

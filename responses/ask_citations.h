@@ -21,7 +21,7 @@ inline constexpr std::size_t ASK_MAX_CITATIONS = 24;
 /// those of `extra` (a list of citation objects), unchanged. Citations with equal "path",
 /// "line_start" and "line_end" cite the same place, and only the first of them is listed. Numbers are
 /// equal by value, a missing key equals null. Throws `KindError` for a value of the wrong kind.
-List _ask_citations(const List& sections, const List& extra);
+List ask_citations(const List& sections, const List& extra);
 
 /// The lists of all answers that keep the first n of the same sections, for any n. Each citation is
 /// read once and measured once.

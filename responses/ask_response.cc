@@ -30,7 +30,7 @@ Text excerpt_of(const Value& section) {
   const Value excerpt = section.get("excerpt"_key);
   if (!excerpt.truthy()) return {};
   const auto text = excerpt.text();
-  return _trimmed(text ? *text : tool_result_text(excerpt), ASK_EXCERPT_CHARS);
+  return trimmed(text ? *text : tool_result_text(excerpt), ASK_EXCERPT_CHARS);
 }
 
 /// The row of a section, with an empty excerpt.
@@ -111,7 +111,7 @@ class Draft {
 
  private:
   std::int64_t size_of(const Value& value) {
-    const std::size_t size = _encoded_size(value);
+    const std::size_t size = encoded_size(value);
     detail::count_work(size);
     return static_cast<std::int64_t>(size);
   }
@@ -162,7 +162,7 @@ class Draft {
       if (excess > 0) {
         const auto length = static_cast<std::int64_t>(excerpts_[i].size());
         excerpts_[i] =
-            _trimmed(excerpts_[i], std::max<std::int64_t>(0, length - excess - spare_chars));
+            trimmed(excerpts_[i], std::max<std::int64_t>(0, length - excess - spare_chars));
       }
       size_ += content_size(excerpts_[i]);
     }

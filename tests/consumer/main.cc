@@ -31,6 +31,6 @@ int main() {
                                                   .sections = sections,
                                                   .note = Value("Taxes are not included."),
                                                   .token_budget = budget});
-    std::cout << _encoded_size(answer) << ' ' << tool_result_text(answer).utf8() << '\n';
+    std::cout << encoded_size(answer) << ' ' << tool_result_text(answer).utf8() << '\n';
   }
 }

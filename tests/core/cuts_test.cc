@@ -28,11 +28,11 @@ TEST(Cuts, Examples) {
       {" bc"_t, 2, "…", "…"},
   };
   for (const auto& [text, chars, hard, soft] : rows) {
-    EXPECT_EQ(_cut(text, chars).utf8(), hard) << text.utf8();
-    EXPECT_EQ(_trimmed(text, chars).utf8(), soft) << text.utf8();
+    EXPECT_EQ(cut(text, chars).utf8(), hard) << text.utf8();
+    EXPECT_EQ(trimmed(text, chars).utf8(), soft) << text.utf8();
   }
   const Text text = "abc"_t;
-  EXPECT_EQ(_cut(text, 3).payload().pointer, text.payload().pointer)
+  EXPECT_EQ(cut(text, 3).payload().pointer, text.payload().pointer)
       << "a text that fits is not copied";
 }
 

@@ -24,7 +24,7 @@ TEST(Encode, AValueOfEachKind) {
       R"({"k\"é":[null,false,7,7.0,[],{}],"not in JSON":[NaN,Infinity,-Infinity],)"
       "\"\\n\\t\\\"\\\\\\u0001/\x7f\":\"\u0080\u07ff\u0800\u2028\ufeff\uffff\U00010000\"}";
   EXPECT_EQ(written(value), text);
-  EXPECT_EQ(_encoded_size(value), text.size());
+  EXPECT_EQ(encoded_size(value), text.size());
 }
 
 TEST(Encode, ASurrogateHasATextButNoSize) {
@@ -38,7 +38,7 @@ TEST(Encode, ASurrogateHasATextButNoSize) {
                   U'"' + odd + U"\\\"" + more + U'"');
         for (const bool as_size : {false, true}) {
           try {
-            const std::size_t size = as_size ? _encoded_size(List{text}) : text.utf8().size();
+            const std::size_t size = as_size ? encoded_size(List{text}) : text.utf8().size();
             ADD_FAILURE() << "no error, but " << size << " bytes";
           } catch (const SurrogateError& error) {
             EXPECT_EQ(error.position(), before);
@@ -60,14 +60,14 @@ Value nested(std::size_t levels, bool in_objects, Value inside) {
 TEST(Encode, NestingHasALimitThatAllWalksShare) {
   constexpr std::size_t most = NestingError::max_levels;
   EXPECT_EQ(written(nested(most, false, 7)), std::string(most, '[') + "7" + std::string(most, ']'));
-  EXPECT_EQ(_encoded_size(nested(most, true, 7)), most * 6 + 1);
+  EXPECT_EQ(encoded_size(nested(most, true, 7)), most * 6 + 1);
   EXPECT_EQ(nested(most, true, 7), nested(most, true, 7));
   for (const bool in_objects : {false, true}) {
     for (const Value& inside : {Value(7), Value(List()), Value(Object())}) {
       const std::size_t levels = inside.size() ? most : most + 1;
       const Value deep = nested(levels, in_objects, inside);
       EXPECT_THROW(tool_result_text(deep), NestingError);
-      EXPECT_THROW(_encoded_size(deep), NestingError);
+      EXPECT_THROW(encoded_size(deep), NestingError);
       EXPECT_THROW(std::ignore = (deep == nested(levels, in_objects, inside)), NestingError);
     }
   }

@@ -42,7 +42,7 @@ TEST(AskCitations, LinesAreComparedExactly) {
       {{at({}), StaticObject{"path"_key = "a"_t}, at(0), at({}, {}), Object()}, "null 0 null "},
   };
   for (const auto& [citations, expected] : rows)
-    EXPECT_EQ(lines(_ask_citations({}, citations)), expected);
+    EXPECT_EQ(lines(ask_citations({}, citations)), expected);
 }
 
 // Citations that cannot be selected are not inspected: the fourth of a section, and all after the
@@ -55,11 +55,11 @@ TEST(AskCitations, OnlyInspectedCitationsMustBeValid) {
     sections.append(section(citations));
     return sections;
   };
-  EXPECT_EQ(_ask_citations(sections_then(List{"wrong"_t}), List{"wrong"_t}).size(), 24U);
-  EXPECT_THROW(_ask_citations(sections_then(1), {}), KindError);
-  EXPECT_THROW(_ask_citations(List{"wrong"_t}, {}), KindError);
+  EXPECT_EQ(ask_citations(sections_then(List{"wrong"_t}), List{"wrong"_t}).size(), 24U);
+  EXPECT_THROW(ask_citations(sections_then(1), {}), KindError);
+  EXPECT_THROW(ask_citations(List{"wrong"_t}, {}), KindError);
   for (const Value& place : {Value(List()), Value(Object()), Value(List{1})})
-    EXPECT_THROW(_ask_citations({}, List{at(place)}), KindError) << written(place);
+    EXPECT_THROW(ask_citations({}, List{at(place)}), KindError) << written(place);
 }
 
 }  // namespace
