@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import importlib.metadata
 import json
 import os
 import platform
@@ -63,17 +64,13 @@ def digits(number: float) -> str:
     return f"{number:,.0f}" if number >= 100 else f"{number:.3g}"
 
 
-def library_version() -> str:
-    project = Path(__file__).resolve().parents[1] / "CMakeLists.txt"
-    return re.findall(r"^project\(mcp_responses VERSION (\S+)", project.read_text(), re.MULTILINE)[0]
-
-
 def print_machine() -> None:
     cpu = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
     compiler = re.search(rb"GCC: \([^)]*\) [\d.]+|[\w ]*clang version [\d.]*", Path(ours.__file__).read_bytes())
     print(f"machine      {cpu[1] if cpu else platform.machine()}, {os.cpu_count()} cores, {platform.platform()}")
     print(f"interpreter  {platform.python_implementation()} {platform.python_version()}, {platform.python_compiler()}")
-    print(f"extension    mcp_responses {library_version()}, {compiler[0].decode() if compiler else 'unknown compiler'}")
+    version = importlib.metadata.version("mcp_responses")
+    print(f"extension    mcp_responses {version}, {compiler[0].decode() if compiler else 'unknown compiler'}")
     versions = [f"{name} {module.__version__}" for name, module in others.MODULES.items()]
     print(f"encoders     {', '.join(['json of this interpreter', *versions])}")
 
