@@ -118,7 +118,13 @@ later()  # pkg.cart.later
 """,
     "namespace/module.py": "def f(): pass\n",
     "scripts/run.py": "import helper\nhelper.go()  # scripts.helper.go\n",
-    "scripts/helper.py": "def go(): pass\n",
+    "scripts/helper.py": "def go(): pass\ndef json(): pass\n",
+    "tools/use.py": "import helper\nhelper.go()  # scripts.helper.go\nimport twice, json\ntwice.f()\n"
+    "json.f()  # tools.json.f\n",
+    "other/use.py": "import json\njson.f()\n",
+    "tools/json.py": "def f(): pass\n",
+    "one/twice.py": "def f(): pass\n",
+    "two/twice.py": "def f(): pass\n",
     "apps/shop/lib/__init__.py": "from .core import sell\n",
     "apps/shop/lib/core.py": "def sell(): pass\n",
     "apps/shop/main.py": "import lib\nlib.sell()  # lib.core.sell\nimport apps.shop.lib.core as core\n"

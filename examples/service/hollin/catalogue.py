@@ -11,7 +11,6 @@ from typing import Any
 from hollin import mcp_responses, tools
 from hollin.arguments import Schema, choice, integer, object_schema, paging, string
 from hollin.index import Index
-from hollin.mcp_responses import get_empty_response
 
 _SCHEMAS = Path(mcp_responses.__file__).with_name("mcp_responses_schemas")
 _KEPT_KEYWORDS = {"type", "properties", "additionalProperties", "items", "enum", "const"}
@@ -75,7 +74,7 @@ def _page(key: str, row: Schema, **more: Schema) -> Schema:
 def output_schema(name: str, has_tree: bool) -> Schema:
     """An object of one of the tool's shapes, or without a tree its fixed answer."""
     if not has_tree:
-        return {"type": "object", "const": get_empty_response(name)}
+        return {"type": "object", "const": mcp_responses.get_empty_response(name)}
     shapes = [{keyword: part for keyword, part in shape.items() if keyword != "type"} for shape in TOOLS[name].shapes]
     return {"type": "object", **(shapes[0] if len(shapes) == 1 else {"anyOf": shapes})}
 
@@ -110,12 +109,8 @@ TOOLS = {
         "through a variable are only counted, in hint. A re-exported name finds its definition. Example: "
         '{"fqn": "shop.cart.pay", "action": "references"}',
         tools.symbol,
-        object_schema(
-            "fqn",
-            fqn=string("Fully qualified name"),
-            action=choice("detail", "references", default="detail"),
-            **paging(),
-        ),
+        object_schema("fqn", fqn=string("Fully qualified name"), **paging(),
+                      action=choice("detail", "references", default="detail")),
         [_library_schema("symbol_details"), _page("references", _library_schema("reference_row")), _NOT_FOUND],
     ),
     "file": Tool(

@@ -112,7 +112,7 @@ class Index:
         if changed:
             stamps |= changed
             self._find_packages()
-            moved = {path for path, source in self.sources.items() if source.place != self._place(path)}
+            moved = {s.path for s in self.sources.values() if (s.module, s.script_folder) != self._place(s.path)}
             for path in moved.union(changed):
                 self._read(path)
             self.sources = dict(sorted(self.sources.items()))
@@ -137,15 +137,15 @@ class Index:
         return ""
 
     def search(self, query: str) -> list[Located]:
-        """The symbols whose fqn contains every word: first those with exactly this name, then those whose name begins
-        with the query, then those whose name contains every word. A name that a module re-exports is exact."""
+        """The symbols whose fqn contains every word: first those with exactly this name, also one that a module
+        re-exports, then those outside of tests, whose name begins with the query, or whose name contains every word."""
         exact, query = self.names.find(query.strip()), query.lower().strip()
         words = query.split()
 
-        def rank(hit: Located) -> tuple[bool, bool, bool, bool, str]:
+        def rank(hit: Located) -> tuple[bool, bool, bool, bool, bool, str]:
             name, fqn = hit.symbol.name.lower(), hit.symbol.fqn
             is_exact, has_words = query in (name, fqn.lower()), all(word in name for word in words)
-            return hit is not exact, not is_exact, not name.startswith(query), not has_words, fqn
+            return (hit is not exact, not is_exact, is_test(hit.path), not name.startswith(query), not has_words, fqn)
 
         found = [hit for hit in self.names.by_fqn.values() if all(word in hit.symbol.fqn.lower() for word in words)]
         return sorted(found if not exact or exact in found else [exact, *found], key=rank)
@@ -166,10 +166,12 @@ class Index:
                 yield module.path, name
 
     def related_pages(self, path: str) -> list[str]:
-        """Other pages: of the files that this one imports or mentions, of those that import it, and of its folder."""
+        """Other pages: of the files that this one imports or mentions and of those that import it, first in its folder;
+        then other files of its folder."""
         source, folder = self.sources.get(path), path.rpartition("/")[0]
         found = [each for each, _ in self.imported_files(source)] if source else self.wiki.mentioned_pages(path)
         found += [each.path for each in self.sources.values() if path in dict(self.imported_files(each))]
+        found.sort(key=lambda each: each.rpartition("/")[0] != folder)
         found += sorted(each for each in self.wiki.pages if each.rpartition("/")[0] == folder)
         return [each for each in dict.fromkeys(found) if each in self.wiki.pages and each != path][:RELATED_PAGES]
 

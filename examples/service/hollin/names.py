@@ -4,6 +4,8 @@ from __future__ import annotations
 
 import contextlib
 import functools
+import sys
+from collections import Counter
 from collections.abc import Iterable
 from typing import NamedTuple
 
@@ -28,6 +30,11 @@ class Names:
                 self.by_fqn.setdefault(symbol.fqn, Located(symbol, path))
         for path, source in sources.items():  # a package in a namespace package is imported by its path
             self._add_module(dotted(path), source)
+        scripts = [(source.module.rpartition(".")[2], source) for source in sources.values() if source.script_folder]
+        counts = Counter(name for name, _ in scripts)
+        for name, source in scripts:  # a program can add the folder of another script to its path
+            if counts[name] == 1 and name not in sys.stdlib_module_names:
+                self._add_module(name, source)
 
     def _add_module(self, name: str, source: SourceFile) -> None:
         parts = name.split(".")

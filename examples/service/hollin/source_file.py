@@ -66,10 +66,6 @@ class SourceFile:
     names: dict[str, Binding | None] = field(default_factory=dict)  # of the module's scope
     bases: dict[str, list[NamePath]] = field(default_factory=dict)  # of each class, by its fqn
 
-    @property
-    def place(self) -> tuple[str, str]:
-        return self.module, self.script_folder
-
 
 @dataclass(slots=True)
 class Scope:
@@ -201,14 +197,14 @@ class _Reader:
     def _define_constants(self, node: ast.Assign | ast.AnnAssign, scope: Scope) -> None:
         """Records the constants of a statement: the names without lower-case letters. Their signature is its text."""
         targets = node.targets if isinstance(node, ast.Assign) else [node.target]
-        names = [each for target in targets for each in getattr(target, "elts", [target]) if _is_constant(each)]
-        if names:
+        nodes = [each for target in targets for each in getattr(target, "elts", [target])]
+        if names := [each.id for each in nodes if isinstance(each, ast.Name) and each.id.isupper()]:
             lines = self.lines[node.lineno - 1 : node.end_lineno]
             text = " ".join(line.decode(errors="replace").strip() for line in lines)
             if len(text) > SIGNATURE_CHARS:
                 text = text[: SIGNATURE_CHARS - 1] + "\N{HORIZONTAL ELLIPSIS}"
             for name in names:
-                self._add_symbol(name.id, "constant", node, scope, text)
+                self._add_symbol(name, "constant", node, scope, text)
 
     def _add_symbol(self, name: str, kind: str, node: ast.stmt, scope: Scope, signature: str,
                     docstring: str | None = None) -> Symbol:
@@ -259,10 +255,6 @@ def _bind_parameters(node: ast.AST, scope: Scope) -> None:
             scope.bind(parameters.pop(0).arg, Binding((scope.outer.symbol.fqn,), is_instance=not is_class_method))
     for parameter in filter(None, parameters):
         scope.bind(parameter.arg)
-
-
-def _is_constant(node: ast.expr) -> bool:
-    return isinstance(node, ast.Name) and node.id.isupper()
 
 
 def _signature(node: ast.AST) -> str:

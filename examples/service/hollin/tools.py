@@ -12,7 +12,7 @@ from hollin import mcp_responses as responses
 from hollin.arguments import ToolError
 from hollin.index import Index, Reference
 from hollin.names import Located
-from hollin.wiki import Section, dotted_names, words
+from hollin.wiki import DOTTED_NAME, Section, words
 
 Answer = dict[str, Any]
 
@@ -73,7 +73,8 @@ def _unresolved_calls(method: Located, places: list[tuple[str, int]]) -> str:
     """Names the calls that are nearest to the method."""
     nearest = sorted(places, key=lambda place: -len(posixpath.commonprefix([place[0], method.path])))
     shown = ", ".join(f"{path}:{line}" for path, line in nearest[:_SHOWN_CALLS])
-    return f"Not listed: {len(places)} calls of {method.symbol.name} of objects of unknown classes, such as {shown}."
+    name, calls = method.symbol.name, "call" if len(places) == 1 else "calls"
+    return f"Not listed: {len(places)} {calls} of {name} of objects of unknown classes, such as {shown}."
 
 
 def file(index: Index, path: str, offset: int, limit: int) -> Answer:
@@ -81,7 +82,7 @@ def file(index: Index, path: str, offset: int, limit: int) -> Answer:
     source = index.sources.get(path) or index.names.modules.get(path)
     if not source:
         return _not_found("file", path, "/", index.sources, _why_not_a_file(index, path))
-    module = responses.outline_module(each.fqn for each in source.symbols)
+    module = responses.outline_module(each.fqn for each in source.symbols) or source.module
     rows = _page("symbols", source.symbols, lambda each: responses.build_file_symbol(each, module), offset, limit)
     return {"file": source.path, "module": module, **rows}
 
@@ -119,7 +120,7 @@ def tests(index: Index, offset: int, limit: int, path: str = "") -> Answer:
 
 
 def _stem(path: str) -> str:
-    return PurePosixPath(path).stem
+    return PurePosixPath(path.removesuffix("/__init__.py")).stem
 
 
 def wiki(index: Index, action: str, offset: int, limit: int, **more: Any) -> Answer:
@@ -194,7 +195,7 @@ def _wiki_ask(index: Index, query: str, token_budget: int | None) -> Answer:
 def _named_symbols(index: Index, query: str) -> list[Located]:
     """The symbols that a question names: by dotted names, then by one of its words."""
     query_words = words(query)
-    found = [index.names.find(name) for name in dotted_names(query) if "." in name]
+    found = [index.names.find(name) for name in DOTTED_NAME.findall(query) if "." in name]
     found += [hit for hit in index.names.by_fqn.values() if hit.symbol.name.lower() in query_words]
     return [*{hit.symbol.fqn: hit for hit in found if hit}.values()][:_ASK_SYMBOLS]
 

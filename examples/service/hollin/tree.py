@@ -12,7 +12,7 @@ from pathlib import Path
 from hollin.source_file import encodable
 from hollin.wiki import DOCUMENTS
 
-EXCLUDED = frozenset({"__pycache__", "site-packages", "dist-packages", "node_modules"})
+EXCLUDED = frozenset({"__pycache__", "build", "site-packages", "dist-packages", "node_modules"})
 
 Stamp = tuple[int, int]  # the size and the modification time of a file
 

@@ -16,7 +16,7 @@ DOCUMENTS = (".md", ".rst")
 _TITLE = re.compile(r"[\w`*\"'(]")
 _UNDERLINE = re.compile(r"([=~^\"'`#*+.:_-])\1{2,}\s*")
 _WORD = re.compile(r"[^\W\d_]\w+")
-_DOTTED_NAME = re.compile(r"[^\W\d]\w*(?:\.\w+)*")
+DOTTED_NAME = re.compile(r"[^\W\d]\w*(?:\.\w+)*")
 _FILE_NAME = re.compile(r"[\w./-]+\.(?:py|md|rst)\b")
 _STOP_WORDS = frozenset(
     "an and are as at be by can do does for from how in is it of on or that the this to "
@@ -85,7 +85,8 @@ class Wiki:
         rare = [sections for sections in found.values() if 0 < len(sections) <= max(3, section_count // 20)]
         hits = [(round(sum(weights[word] for word in found if section in found[word]) / whole, 4), section)
                 for section in set().union(*(rare or found.values()))]
-        names = {*dotted_names(question.lower())} - _STOP_WORDS
+        names = {*DOTTED_NAME.findall(question.lower())} - _STOP_WORDS
+        names |= {name.rpartition(".")[0] for name in names}
 
         def rank(hit: tuple[float, Section]) -> tuple[bool, bool, float, int, str, int]:
             score, section = hit
@@ -103,10 +104,6 @@ class Wiki:
         """The files that a page names, relative to its folder or to the root."""
         names, folder = _FILE_NAME.findall(self.pages[path].content), path.rpartition("/")[0]
         return [posixpath.normpath(posixpath.join(start, name)) for name in names for start in (folder, "")]
-
-
-def dotted_names(text: str) -> list[str]:
-    return _DOTTED_NAME.findall(text)
 
 
 def words(text: str) -> set[str]:
