@@ -50,6 +50,12 @@ class Cart(Base):  # pkg.cart.Base
     def is_low(self): return self.LIMIT > MOST  # pkg.cart.Cart.LIMIT pkg.cart.MOST
 MOST, LEAST = range(2)
 def unknown(MOST): return MOST
+Basket = Cart
+Basket.factory()
+Basket.help()  # pkg.cart.Cart.help
+Box, Bag = Cart, Cart
+Box.help()
+for Basis in Base, Cart: Basis.help()
 def pay(cart, Cart):
     Cart()
     cart.total()

@@ -1,7 +1,8 @@
 """Reads one Python file: its symbols, its imports and its uses of symbols.
 
 A use is recorded with the path of the symbol where this file determines one: by a definition, an import or the first
-parameter of a method. A name that is assigned does not have a path, except a constant. `Names` resolves the paths.
+parameter of a method. A variable does not have a path, only a constant and one more name of an object do. `Names`
+resolves the paths.
 """
 
 from __future__ import annotations
@@ -76,10 +77,6 @@ class Scope:
     names: dict[str, Binding | None] = field(default_factory=dict)
     is_class: bool = False
 
-    @property
-    def may_have_constants(self) -> bool:
-        return self.is_class or not self.outer
-
     def bind(self, name: str, to: Binding | None = None) -> None:
         known = self.names.get(name, to)
         if to and known and to.is_instance == known.is_instance:
@@ -126,6 +123,7 @@ class _Reader:
         self.module = Scope(None, None, source.names)
         self.uses: list[tuple[ast.expr, Scope, str]] = []
         self.bases: list[tuple[str, list[ast.expr], Scope]] = []
+        self.bindings: dict[ast.expr, Binding] = {}  # of assigned names that are known objects
 
     def read(self, tree: ast.Module) -> None:
         # A stack instead of recursion, because generated code can be nested too deeply for the interpreter's stack.
@@ -164,13 +162,13 @@ class _Reader:
                 self.uses.append((node.func, scope, "call"))
             case ast.Import() | ast.ImportFrom():
                 self._import(node, scope)
-            case ast.Assign() | ast.AnnAssign() if scope.may_have_constants:
-                self._define_constants(node, scope)
-            case ast.Name(id=name, ctx=ast.Store()) if name.isupper() and scope.may_have_constants:
-                scope.bind(name, Binding((self._fqn(name, scope),)))
-            case ast.Name(id=name, ctx=ast.Store() | ast.Del()) | ast.MatchMapping(rest=str(name)):
-                scope.bind(name)
+            case ast.Assign() | ast.AnnAssign() if scope.is_class or not scope.outer:
+                self._assign(node, scope)
+            case ast.Name(id=name, ctx=ast.Store() | ast.Del()):
+                scope.bind(name, self.bindings.get(node))
             case ast.ExceptHandler(name=str(name)) | ast.MatchAs(name=str(name)) | ast.MatchStar(name=str(name)):
+                scope.bind(name)
+            case ast.MatchMapping(rest=str(name)):
                 scope.bind(name)
             case ast.Global(names=names) | ast.Nonlocal(names=names):
                 for name in names:
@@ -194,22 +192,27 @@ class _Reader:
             _bind_parameters(node, inner)
         return inner
 
-    def _define_constants(self, node: ast.Assign | ast.AnnAssign, scope: Scope) -> None:
-        """Records the constants of a statement: the names without lower-case letters. Their signature is its text."""
+    def _assign(self, node: ast.Assign | ast.AnnAssign, scope: Scope) -> None:
+        """Records constants: the names without lower-case letters. Another name can be one more name of an object."""
         targets = node.targets if isinstance(node, ast.Assign) else [node.target]
-        nodes = [each for target in targets for each in getattr(target, "elts", [target])]
-        if names := [each.id for each in nodes if isinstance(each, ast.Name) and each.id.isupper()]:
-            lines = self.lines[node.lineno - 1 : node.end_lineno]
-            text = " ".join(line.decode(errors="replace").strip() for line in lines)
-            if len(text) > SIGNATURE_CHARS:
-                text = text[: SIGNATURE_CHARS - 1] + "\N{HORIZONTAL ELLIPSIS}"
-            for name in names:
-                self._add_symbol(name, "constant", node, scope, text)
+        nodes = [each for target in targets for each in getattr(target, "elts", [target]) if isinstance(each, ast.Name)]
+        path = scope.path(node.value, self.source.module) if node.value and scope is self.module else None
+        for name in nodes:
+            if name.id.isupper():
+                symbol = self._add_symbol(name.id, "constant", node, scope, self._text(node))
+                self.bindings[name] = Binding((symbol.fqn,))
+            elif path and name in targets:
+                self.bindings[name] = Binding(tuple(".".join((start, *path[1])) for start in path[0]))
+
+    def _text(self, node: ast.stmt) -> str:
+        lines = self.lines[node.lineno - 1 : node.end_lineno]
+        text = " ".join(line.decode(errors="replace").strip() for line in lines)
+        return text if len(text) <= SIGNATURE_CHARS else text[: SIGNATURE_CHARS - 1] + "\N{HORIZONTAL ELLIPSIS}"
 
     def _add_symbol(self, name: str, kind: str, node: ast.stmt, scope: Scope, signature: str,
                     docstring: str | None = None) -> Symbol:
         symbol = Symbol(
-            fqn=self._fqn(name, scope),
+            fqn=f"{scope.symbol.fqn if scope.symbol else self.source.module}.{name}",
             name=name,
             kind=kind,
             start_line=node.lineno,
@@ -221,9 +224,6 @@ class _Reader:
         )
         self.source.symbols.append(symbol)
         return symbol
-
-    def _fqn(self, name: str, scope: Scope) -> str:
-        return f"{scope.symbol.fqn if scope.symbol else self.source.module}.{name}"
 
     def _import(self, node: ast.Import | ast.ImportFrom, scope: Scope) -> None:
         if isinstance(node, ast.ImportFrom):
