@@ -51,6 +51,7 @@ class Loading(unittest.TestCase):
         expected = {name: getattr(plain, name) for name in own_names(plain) if name not in PLAIN_ALONE}
         self.assertEqual(own_names(module), [*expected])
         usual = {*vars(types.ModuleType("m"))} | {"__file__", "__cached__", "__builtins__"}
+        usual.add("__conditional_annotations__")  # of the interpreter, since 3.14
         self.assertLessEqual({*vars(module)} - {*expected}, usual)
         self.assertIs(module.__builtins__, vars(builtins))
         for name in expected.keys() - FUNCTIONS:

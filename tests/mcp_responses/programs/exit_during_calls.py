@@ -10,6 +10,7 @@ cases.
 import functools
 import os
 import resource
+import select
 import sys
 import threading
 import time
@@ -114,12 +115,14 @@ def cases():
 
 def start(call):
     """In a child process: starts the call in a thread, and returns while its hook waits for the interpreter to exit."""
-    # A pipe and not a threading.Event, whose lock the main thread may hold when the collector runs the hook there.
+    # Pipes and not threading.Events, whose locks the main thread may hold when the collector runs the hook there. For
+    # the same reason the hook does not wait for ever.
     reading, writing = os.pipe()
+    is_exiting, exiting = os.pipe()
 
-    def hook(write=os.write, sleep=time.sleep):
+    def hook(write=os.write, select=select.select):
         write(writing, b"inside")
-        sleep(0.1)
+        select([is_exiting], [], [], 5)
 
     def run():
         try:
@@ -128,7 +131,8 @@ def start(call):
             os.write(writing, b"after the call")
 
     class Last:
-        def __del__(self, sleep=time.sleep):
+        def __del__(self, write=os.write, sleep=time.sleep):
+            write(exiting, b"exiting")
             sleep(0.3)
 
     sys.modules["last"] = Last()
