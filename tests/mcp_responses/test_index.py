@@ -53,12 +53,13 @@ def unknown(MOST): return MOST
 Basket = Cart
 Basket.factory()
 Basket.help()  # pkg.cart.Cart.help
-Box, Bag = Cart, Cart
+Box, Bag = Cart
 Box.help()
 for Basis in Base, Cart: Basis.help()
 def pay(cart, Cart):
     Cart()
     cart.total()
+    imported.total(), imported().total()
     later()  # pkg.cart.later
     pay.inner()
     from pkg.deep.module import run as go
@@ -147,9 +148,9 @@ class ParserArgs:
     def run(self): pass
 """
 RANKS = {
-    "parse": "Parse parse ParserArgs parse_args all_parse_args ParserArgs.run",
+    "parse": "Parse parse ParserArgs parse_args all_parse_args ParserArgs.run test_m.parsed",
     "ARGS  parse ": "ParserArgs all_parse_args parse_args ParserArgs.run",
-    "m.parse": "parse Parse ParserArgs ParserArgs.run parse_args",
+    "m.parse": "parse Parse ParserArgs ParserArgs.run parse_args test_m.parsed",
     "m.ParserArgs.run": "ParserArgs.run",
 }
 
@@ -171,6 +172,7 @@ class IndexTest(unittest.TestCase):
         self.assertEqual(sorted(found), sorted(expected))
         callers = {(each.caller_symbol or {}).get("fqn") for each in index.references["pkg.deep.module.run"]}
         self.assertEqual(callers, {"pkg.cart.pay", "pkg.cart.pay.inner", "pkg.deep.module.run"})
+        self.assertEqual([line for _, line in index.unresolved["total"]], [15, 17, 17, 22, 25, 45, 46, 15])
         twice = index.names.by_fqn["pkg.deep.module.twice"].symbol
         self.assertEqual(twice.signature, "def twice()", "the first definition")
 
@@ -180,7 +182,7 @@ class IndexTest(unittest.TestCase):
         self.assertEqual([each.line for each in index.references["a.C2999"]], [3002])
 
     def test_search_ranks_names(self):
-        index = self.index_of({"m.py": NAMES})
+        index = self.index_of({"m.py": NAMES, "test_m.py": "def parsed(): pass\n"})
         for query, names in RANKS.items():
             found = " ".join(hit.symbol.fqn.removeprefix("m.") for hit in index.search(query))
             self.assertEqual(found, names, query)

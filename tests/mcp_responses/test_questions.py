@@ -66,8 +66,9 @@ QUESTIONS = [
     ("library", "How does the module json work?", [
         ("wiki", {"action": "ask", "query": "How does the module json encode numbers?"},
          r'"sections":\[{"page_id":"json/__init__.py"'),
-        ("wiki", {"action": "ask", "query": "How does posixpath treat a zzyzx?"},
-         r'"sections":\[{"page_id":"posixpath.py".*No section contains: .*zzyzx')]),
+        ("wiki", {"action": "ask", "query": "Are JSON objects from Python hierarchies encoded by ntpath?"},
+         r'"sections":\[{"page_id":"(json/__init__|ntpath).py".*{"page_id":"(json/__init__|ntpath).py"'),
+        ("wiki", {"action": "ask", "query": "What is a zzyzx?"}, r'"sections":\[\],.*No section contains: zzyzx')]),
     ("library", "And in 60 tokens?", [
         ("wiki", {"action": "ask", "query": "How does json.decoder work?", "token_budget": 60},
          r'"sections":\[\],.*"note":"The token_budget is too small for any of the \d+ sections')]),

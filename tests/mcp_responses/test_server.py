@@ -185,7 +185,7 @@ class ChangedFilesTest(unittest.TestCase):
         guide = (self.folder / "docs/guide.md").read_text("utf-8")
         for change in (
             lambda: write_tree(self.folder, {"shop/paying.py": "def pay_later(): pass\n", "docs/a.md": guide}),
-            lambda: write_tree(self.folder, {"new/deep/a.py": "from shop import paying\npaying.pay_later()\n"}),
+            lambda: write_tree(self.folder, {"new/deep/a.py": "from shop import paying\ndef a(): paying.pay_later()\n"}),
             lambda: write_tree(self.folder, {"new/deep/__init__.py": "A = 1\n", "shop/cart.py": "class Other: pass\n"}),
             lambda: (self.folder / "shop/paying.py").rename(self.folder / "shop/later.py"),
             lambda: shutil.rmtree(self.folder / "new"),

@@ -166,12 +166,10 @@ class Index:
                 yield module.path, name
 
     def related_pages(self, path: str) -> list[str]:
-        """Other pages: of the files that this one imports or mentions and of those that import it, first in its folder;
-        then other files of its folder."""
+        """Other pages: of the files that this one imports or mentions, of those that import it, and of its folder."""
         source, folder = self.sources.get(path), path.rpartition("/")[0]
         found = [each for each, _ in self.imported_files(source)] if source else self.wiki.mentioned_pages(path)
         found += [each.path for each in self.sources.values() if path in dict(self.imported_files(each))]
-        found.sort(key=lambda each: each.rpartition("/")[0] != folder)
         found += sorted(each for each in self.wiki.pages if each.rpartition("/")[0] == folder)
         return [each for each in dict.fromkeys(found) if each in self.wiki.pages and each != path][:RELATED_PAGES]
 

@@ -52,8 +52,11 @@ class Names:
         return None
 
     def is_outside(self, path: NamePath) -> bool:
-        """Whether the path begins with an object that the tree does not define, such as another library."""
-        return not any(self.resolve(((start,), [])) for start in path[0])
+        """Whether the path begins with an imported object that the tree does not define."""
+        starts, names = path
+        source = self.modules.get(starts[0])
+        binding = source.names.get(names[0]) if source and names else None
+        return not any(self.resolve(((start,), [])) for start in (binding.targets if binding else starts))
 
     def _target(self, path: NamePath) -> str | None:
         starts, names = path
