@@ -66,18 +66,17 @@ QUESTIONS = [
     ("library", "How does the module json work?", [
         ("wiki", {"action": "ask", "query": "How does the module json encode numbers?"},
          r'"sections":\[{"page_id":"json/__init__.py"'),
-        ("wiki", {"action": "ask", "query": "Are JSON objects from Python hierarchies encoded by ntpath?"},
-         r'"sections":\[{"page_id":"(json/__init__|ntpath).py".*{"page_id":"(json/__init__|ntpath).py"'),
+        ("wiki", {"action": "ask", "query": "Does json.dumps differ on Posix systems and Windows?"},
+         r'"sections":\[{"page_id":"json/__init__.py".*{"page_id":"posixpath.py"'),
         ("wiki", {"action": "ask", "query": "What is a zzyzx?"}, r'"sections":\[\],.*No section contains: zzyzx')]),
     ("library", "And in 60 tokens?", [
         ("wiki", {"action": "ask", "query": "How does json.decoder work?", "token_budget": 60},
          r'"sections":\[\],.*"note":"The token_budget is too small for any of the \d+ sections')]),
-    ("library", "Is a file found that is added, and one forgotten that is removed?", [
+    ("library", "Are new, changed and deleted files noticed?", [
         ("search", {"query": "brand_new"}, '"total_count":0'),
-        ("touch", {"path": "json/brand_new.py", "text": "def brand_new_function(): pass\n"}, ""),
-        ("search", {"query": "brand_new"}, '"fqn":"json.brand_new.brand_new_function"'),
-        ("files", {"path": "json/brand"}, '"total_count":1'),
-        ("touch", {"path": "json/brand_new.py", "text": ""}, ""),
+        ("write", {"json/brand_new.py": "def brand_new(): pass\n", "json/tool.py": "def brand_new(): pass\n"}, ""),
+        ("search", {"query": "brand_new"}, '"fqn":"json.brand_new.brand_new".*"fqn":"json.tool.brand_new"'),
+        ("write", {"json/brand_new.py": None}, ""),
         ("files", {"path": "json/brand"}, '"total_count":0')]),
     ("project", "Where is the index of the example service?", [
         ("symbol", {"fqn": "hollin.index.Index"}, '"file":"examples/service/hollin/index.py"'),
@@ -113,9 +112,9 @@ class QuestionsTest(ServiceTest):
         return self.start_with_tree(root), root
 
     def result(self, client: Client, root: Path, tool: str, arguments: dict) -> str:
-        if tool == "touch":  # creates or removes a file, and waits until the server looks at the folders again
-            path = root / arguments["path"]
-            path.write_text(arguments["text"]) if arguments["text"] else path.unlink()
+        if tool == "write":  # writes or deletes files, and waits until the server looks at the tree again
+            for path, content in arguments.items():
+                (root / path).write_text(content) if content else (root / path).unlink()
             time.sleep(2.1)
             return ""
         return client.call(tool, **json.loads(json.dumps(arguments).replace("{root}", str(root))))
