@@ -94,7 +94,7 @@ class Index:
         return 1 + PHASES[phase] * size
 
     def look(self) -> None:
-        """Indexes new, changed and deleted files, if the last call is at least `look_seconds` ago."""
+        """Indexes new, changed and deleted files, at most once in `look_seconds`."""
         if time.monotonic() < self._looked + self.look_seconds:
             return
         if self.tree.has_changed_folder():
