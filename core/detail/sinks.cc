@@ -79,18 +79,18 @@ std::size_t surrogate_position(const TextView& text) {
 
 }  // namespace
 
-std::size_t TextSink::put_slow(std::size_t offset, std::string_view ascii) {
+std::size_t TextSink::grow_and_put(std::size_t offset, std::string_view ascii) {
   visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
     std::copy(ascii.begin(), ascii.end(), reserve<Unit>(offset, ascii.size()));
   });
   return offset + ascii.size();
 }
 
-std::size_t TextSink::put_string_slow(std::size_t offset, const TextView& text, char delimiter) {
+std::size_t TextSink::widen_and_put(std::size_t offset, const TextView& text, char delimiter) {
   if (text.repertoire > repertoire_) widen(offset, text.repertoire);
   return visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
     if constexpr (sizeof(Unit) > 1) {
-      const std::size_t end = try_put_short<Unit>(offset, text, delimiter);
+      const std::size_t end = put_if_short<Unit>(offset, text, delimiter);
       if (end > 0) return end;
     }
     offset = put(offset, "\"");
@@ -103,7 +103,6 @@ std::size_t TextSink::put_string_slow(std::size_t offset, const TextView& text, 
   });
 }
 
-/// Writes the content of a string, the closing quotation mark and the delimiter.
 template <class Unit, class From>
 std::size_t TextSink::put_escaped(std::size_t offset, std::span<const From> units, char delimiter) {
   do {

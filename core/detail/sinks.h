@@ -34,6 +34,9 @@ struct TextBuffer {
 
 /// Collects a text. Its units are as wide as the widest character so far: a wider one widens the
 /// existing text. Surrogates are passed through. Throws std::bad_alloc.
+///
+/// The public functions contain the common case, in which the text neither grows nor widens. In every
+/// other case they call `grow_and_put` or `widen_and_put`.
 class TextSink {
  public:
   TextSink() noexcept = default;
@@ -42,14 +45,14 @@ class TextSink {
 
   std::size_t put(std::size_t offset, std::string_view ascii) {
     if (offset + ascii.size() > narrow_capacity_) [[unlikely]]
-      return put_slow(offset, ascii);
+      return grow_and_put(offset, ascii);
     std::memcpy(static_cast<char*>(buffer_.bytes.get()) + offset, ascii.data(), ascii.size());
     return offset + ascii.size();
   }
   template <class Number>
   std::size_t put_number(std::size_t offset, Number number) {
     if (offset + number_capacity > narrow_capacity_) [[unlikely]]
-      return put_slow(put_slow(offset, NumberText(number).view()), ",");
+      return grow_and_put(grow_and_put(offset, NumberText(number).view()), ",");
     char* const start = static_cast<char*>(buffer_.bytes.get()) + offset;
     char* const end = write_number(number, start);
     *end = ',';
@@ -58,10 +61,10 @@ class TextSink {
   std::size_t put_string(std::size_t offset, const TextView& text, char delimiter) {
     // Only the narrow case is inlined: inlining the wide ones costs more than it gains.
     if (!is_wide()) {
-      const std::size_t end = try_put_short<std::uint8_t>(offset, text, delimiter);
+      const std::size_t end = put_if_short<std::uint8_t>(offset, text, delimiter);
       if (end > 0) return end;
     }
-    return put_string_slow(offset, text, delimiter);
+    return widen_and_put(offset, text, delimiter);
   }
 
   /// The first `size` units of the text. Valid until the next call.
@@ -78,19 +81,14 @@ class TextSink {
 
  private:
   bool is_wide() const noexcept { return repertoire_ > Repertoire::latin1; }
-  /// Reserves capacity for `count` units from `offset` on. Returns a pointer to the first.
+  /// Writes to a text of any width. Grows if necessary.
+  std::size_t grow_and_put(std::size_t offset, std::string_view ascii);
+  /// Writes any string to a text of any width. Grows and widens if necessary.
+  std::size_t widen_and_put(std::size_t offset, const TextView& text, char delimiter);
+  /// Writes the string, like `put_string`, if it is short, has one byte per unit and needs no escape,
+  /// like most strings, and the text need not grow. Otherwise returns 0.
   template <class Unit>
-  Unit* reserve(std::size_t offset, std::size_t count) {
-    if (offset + count > buffer_.capacity / sizeof(Unit)) [[unlikely]]
-      grow((offset + count) * sizeof(Unit));
-    return static_cast<Unit*>(buffer_.bytes.get()) + offset;
-  }
-  std::size_t put_slow(std::size_t offset, std::string_view ascii);
-  std::size_t put_string_slow(std::size_t offset, const TextView& text, char delimiter);
-  /// Writes the string, like `put_string`, if it is short, has one byte per unit and needs no
-  /// escape, like most strings. Otherwise returns 0.
-  template <class Unit>
-  std::size_t try_put_short(std::size_t offset, const TextView& text, char delimiter) noexcept {
+  std::size_t put_if_short(std::size_t offset, const TextView& text, char delimiter) noexcept {
     using Bytes = Block<std::uint8_t>;
     constexpr std::size_t block = Bytes::size;
     if (text.size > 4 * block || text.repertoire > Repertoire::latin1 ||
@@ -124,8 +122,16 @@ class TextSink {
     to[text.size + 2] = static_cast<unsigned char>(delimiter);
     return offset + text.size + 3;
   }
+  /// Writes the content of a string, the closing quotation mark and the delimiter. Grows if necessary.
   template <class Unit, class From>
   std::size_t put_escaped(std::size_t offset, std::span<const From> units, char delimiter);
+  /// Returns a pointer to the unit at `offset`. Grows to a capacity for `count` units from there.
+  template <class Unit>
+  Unit* reserve(std::size_t offset, std::size_t count) {
+    if (offset + count > buffer_.capacity / sizeof(Unit)) [[unlikely]]
+      grow((offset + count) * sizeof(Unit));
+    return static_cast<Unit*>(buffer_.bytes.get()) + offset;
+  }
   void grow(std::size_t needed);
   /// Widens the first `size` units to those of a larger repertoire.
   void widen(std::size_t size, Repertoire repertoire);

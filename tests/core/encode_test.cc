@@ -4,9 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <random>
 #include <tuple>
+#include <utility>
 
+#include "detail/sinks.h"
 #include "errors.h"
 #include "models/random_input.h"
 #include "values.h"
@@ -47,6 +51,41 @@ TEST(Encode, ASurrogateHasATextButNoSize) {
         }
       }
     }
+  }
+}
+
+// With AddressSanitizer, a write beyond the capacity is an error.
+TEST(Encode, ATextOfAnyCapacityGrowsAndWidens) {
+  std::mt19937 random(7);
+  for (int i = 0; i < 3000; ++i) {
+    std::string bytes(200, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
+    models::Choices choices(bytes);
+    detail::TextBuffer buffer;
+    buffer.capacity = choices.below(200) + 1;
+    buffer.bytes.reset(std::malloc(buffer.capacity));
+    detail::TextSink sink(std::move(buffer));
+    std::u32string expected;
+    std::size_t size = 0;
+    while (!choices.used_up()) {
+      const auto number = static_cast<std::int64_t>(choices.bits() >> choices.below(64));
+      const std::string digits = std::to_string(number) + ",";
+      const Text string = models::text_of(any_text(choices, 80));
+      switch (choices.below(3)) {
+        case 0:
+          size = sink.put(size, digits);
+          expected.append(digits.begin(), digits.end());
+          break;
+        case 1:
+          size = sink.put_number(size, number);
+          expected.append(digits.begin(), digits.end());
+          break;
+        default:
+          size = sink.put_string(size, string.view(), ':');
+          expected += models::code_points_of(tool_result_text(string)) + U':';
+      }
+    }
+    EXPECT_EQ(models::code_points_of(Text::copy_of(sink.view(size))), expected) << i;
   }
 }
 
