@@ -6,6 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "detail/file_opener.h"
+#include "detail/line_finder.h"
 #include "detail/utf8.h"
 #include "detail/work.h"
 
@@ -46,10 +48,10 @@ void sort_unique(std::vector<std::int64_t>& numbers) {
   numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
 }
 
-void read_lines(FileOpener& opener, File& file) {
+void read_lines(detail::FileOpener& opener, File& file) {
   auto reader = opener.open(file.name);
   if (!reader) return;
-  LineFinder finder([&](std::span<char> to) { return reader->read(to); });
+  detail::LineFinder finder([&](std::span<char> to) { return reader->read(to); });
   // The capacity is reserved at once: growing could move millions of lines between two checks.
   file.lines.reserve(file.numbers.size());
   for (const std::int64_t number : file.numbers) {
@@ -61,12 +63,12 @@ void read_lines(FileOpener& opener, File& file) {
 
 /// Returns the symlink loop at which reading ended early; nothing if all files were read.
 std::optional<SymlinkLoop> read_files(const WorkTree& tree, std::span<File> files) {
-  FileOpener opener(tree);
+  detail::FileOpener opener(tree);
   for (File& file : files) {
     sort_unique(file.numbers);
     try {
       read_lines(opener, file);
-    } catch (const Unreadable& error) {
+    } catch (const detail::Unreadable& error) {
       file.lines.clear();
       file.failure = error.what();
     } catch (const SymlinkLoop& loop) {

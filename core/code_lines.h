@@ -9,11 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "line_finder.h"
 #include "text.h"
 #include "work_tree.h"
 
 namespace mcp_responses {
+
+/// The length in characters to which a line is cut.
+inline constexpr std::int64_t CODE_LINE_CHARS = 200;
 
 /// A path relative to the repository's root, as the service stores it, and a 1-based line number.
 struct Place {
@@ -21,7 +23,7 @@ struct Place {
   std::int64_t line;
 };
 
-/// A place and its line, as `LineFinder` returns it.
+/// A place and its line, without white space at both ends, cut to `CODE_LINE_CHARS`.
 struct CodeLine {
   Place place;
   Text text;

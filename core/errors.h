@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "handle.h"
+#include "detail/handle.h"
 
 namespace mcp_responses {
 

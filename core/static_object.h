@@ -57,6 +57,9 @@ struct Key {
   // NOLINTEND(misc-unconventional-assign-operator)
 };
 
+/// A program that uses only these writes `using namespace mcp_responses::literals`.
+inline namespace literals {
+
 template <FixedString name>
 constexpr Key<name, false> operator""_key() {
   return {};
@@ -66,6 +69,8 @@ template <FixedString name>
 constexpr Key<name, true> operator""_optional() {
   return {};
 }
+
+}  // namespace literals
 
 /// Each member is a base class, so no key can occur twice. Write braces, not parentheses: they define
 /// the order in which the values are computed.

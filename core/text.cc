@@ -13,6 +13,9 @@
 namespace mcp_responses {
 namespace {
 
+using detail::Payload;
+using detail::ValueOps;
+
 /// The storage of a text that this library allocates. The units follow it.
 struct TextStorage {
   detail::RefCount owners;
@@ -73,9 +76,9 @@ To* copy_units(const TextView& view, To* to) noexcept {
 
 }  // namespace
 
-const ValueOps null_ops{.kind = Kind::null,
-                        .text = [](Payload) noexcept { return empty_literal.view(); }};
-const ValueOps literal_ops{
+const ValueOps detail::null_ops{.kind = Kind::null,
+                                .text = [](Payload) noexcept { return empty_literal.view(); }};
+const ValueOps detail::literal_ops{
     .kind = Kind::string, .text = [](Payload payload) noexcept { return payload.literal->view(); }};
 
 char32_t TextView::operator[](std::size_t position) const {

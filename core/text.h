@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-#include "handle.h"
+#include "detail/handle.h"
 
 namespace mcp_responses {
 
@@ -90,23 +90,25 @@ struct StringLiteral {
   constexpr TextView view() const { return {data, size, Repertoire::ascii}; }
 };
 
+namespace detail {
 /// The operations of literals.
 extern const ValueOps literal_ops;
+}  // namespace detail
 
-class Text : public Handle {
+class Text : public detail::Handle {
  public:
   /// The empty text.
   Text() noexcept;
   /// Refers to the literal. Requires static storage.
   explicit Text(const StringLiteral& literal) noexcept
-      : Handle(literal_ops, Payload{.literal = &literal}) {}
+      : Handle(detail::literal_ops, detail::Payload{.literal = &literal}) {}
   explicit Text(const StringLiteral&&) = delete;
   /// Decodes UTF-8. Each maximal subpart of an ill-formed sequence becomes U+FFFD (the Unicode
   /// Standard, section 3.9).
   explicit Text(std::string_view utf8);
   explicit Text(std::nullptr_t) = delete;
   /// Takes over one reference to a text in any representation. Requires `ops.kind == Kind::string`.
-  Text(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {
+  Text(const detail::ValueOps& ops, detail::Payload payload) noexcept : Handle(ops, payload) {
     assert(ops.kind == Kind::string);
   }
 

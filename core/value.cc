@@ -15,6 +15,8 @@ namespace mcp_responses {
 namespace {
 
 using detail::ArrayHeader;
+using detail::Payload;
+using detail::ValueOps;
 using Elements = detail::SharedArray<Value>;
 using Members = detail::SharedArray<Member>;
 

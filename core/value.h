@@ -17,7 +17,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "handle.h"
+#include "detail/handle.h"
 #include "text.h"
 
 namespace mcp_responses {
@@ -30,12 +30,12 @@ struct StaticObject;
 namespace detail {
 template <class T>
 class SharedArray;
-}
 
 /// The operations of booleans and numbers, which are stored in the handle.
 inline constexpr ValueOps boolean_ops{.kind = Kind::boolean};
 inline constexpr ValueOps integer_ops{.kind = Kind::integer};
 inline constexpr ValueOps real_ops{.kind = Kind::real};
+}  // namespace detail
 
 /// The number types that become an integer without loss: signed ones of up to 64 bits, unsigned ones
 /// of up to 32. bool and the character types are not numbers.
@@ -50,20 +50,28 @@ concept Integer = std::integral<Number> && requires(Number number) {
 template <class Number>
 concept Real = std::same_as<Number, double> || std::same_as<Number, float>;
 
-class Value : public Handle {
+/// The number types that may lose digits, and the character types.
+template <class Number>
+concept OtherNumber = (std::integral<Number> || std::floating_point<Number>)&&!Integer<Number> &&
+                      !Real<Number> && !std::same_as<Number, bool>;
+
+class Value : public detail::Handle {
  public:
   /// Null.
   Value() noexcept = default;
   Value(std::same_as<bool> auto boolean) noexcept
-      : Handle(boolean_ops, Payload{.boolean = boolean}) {}
-  /// No other number type converts, because its value may not fit: write
-  /// `Value(static_cast<std::int64_t>(rows.size()))`.
-  Value(Integer auto integer) noexcept : Handle(integer_ops, Payload{.integer = integer}) {}
-  Value(Real auto real) noexcept : Handle(real_ops, Payload{.real = real}) {}
+      : Handle(detail::boolean_ops, detail::Payload{.boolean = boolean}) {}
+  Value(Integer auto integer) noexcept
+      : Handle(detail::integer_ops, detail::Payload{.integer = integer}) {}
+  Value(Real auto real) noexcept : Handle(detail::real_ops, detail::Payload{.real = real}) {}
+  template <OtherNumber Number>
+  Value(Number) = delete;  // it may not fit: write static_cast<std::int64_t>(rows.size())
   Value(Text text) noexcept : Handle(std::move(text)) {}
   Value(const StringLiteral& literal) noexcept : Value(Text(literal)) {}
   Value(const StringLiteral&&) = delete;
   explicit Value(std::string_view utf8) : Value(Text(utf8)) {}
+  explicit Value(const char* utf8) : Value(std::string_view(utf8)) {}
+  Value(std::same_as<const char*> auto) = delete;  // it is copied: write Value("text")
   Value(std::nullptr_t) = delete;
   Value(List list) noexcept;
   Value(Object object) noexcept;
@@ -71,7 +79,7 @@ class Value : public Handle {
   template <class... Members>
   Value(StaticObject<Members...> members);
   /// Takes over one reference to a value in any representation.
-  Value(const ValueOps& ops, Payload payload) noexcept : Handle(ops, payload) {}
+  Value(const detail::ValueOps& ops, detail::Payload payload) noexcept : Handle(ops, payload) {}
 
   Kind kind() const noexcept { return ops().kind; }
   bool is_null() const noexcept { return kind() == Kind::null; }
@@ -121,7 +129,7 @@ class Value : public Handle {
 /// The base of List and Object: elements in order. A copy shares the storage until one of the two is
 /// changed. If copying the storage throws std::bad_alloc, the container is not changed.
 template <class Element>
-class Container : public Handle {
+class Container : public detail::Handle {
  public:
   std::size_t size() const noexcept { return items().size(); }
   bool empty() const noexcept { return size() == 0; }

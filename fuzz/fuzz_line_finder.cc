@@ -3,7 +3,7 @@
 #include <span>
 
 #include "contract.h"
-#include "line_finder.h"
+#include "detail/line_finder.h"
 #include "models/slow_cuts.h"
 #include "models/slow_lines.h"
 
@@ -38,7 +38,7 @@ std::string with_long_lines(models::Choices& choices) {
 }
 
 /// Returns at most `size` bytes of a text at a time.
-LineFinder::ReadFn in_pieces(std::string_view text, std::size_t size) {
+detail::LineFinder::ReadFn in_pieces(std::string_view text, std::size_t size) {
   return [text, size](std::span<char> to) mutable {
     const std::size_t count = text.copy(to.data(), std::min(size, to.size()));
     text.remove_prefix(count);
@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                            : format == 1 ? with_breaks(choices)
                                          : with_long_lines(choices);
   const auto lines = models::split_lines(models::decoded(file));
-  LineFinder finder(in_pieces(file, piece_size));
+  detail::LineFinder finder(in_pieces(file, piece_size));
   for (std::size_t number = step; number <= lines.size() + step; number += step) {
     const auto line = finder.find(static_cast<std::int64_t>(number));
     const std::string label = "line " + std::to_string(number);

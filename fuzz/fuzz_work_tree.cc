@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "contract.h"
+#include "detail/resolved_path.h"
 #include "models/link_tree.h"
 
 namespace mcp_responses {
@@ -50,11 +51,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const models::LinkTree tree;
   models::Choices choices(contract::bytes_of(data, size));
   const std::string path = any_path(choices, tree);
-  const auto result_of = [&path](WorkTree::Opening opening) {
-    return models::read_result(WorkTree(tree.root(), opening), path);
+  const auto result_of = [&path](detail::Opening opening) {
+    return models::read_result({WorkTree(tree.root()), opening}, path);
   };
-  const std::string result = result_of(WorkTree::Opening::openat2);
-  contract::require_equal(result, result_of(WorkTree::Opening::folder_by_folder), path);
+  const std::string result = result_of(detail::Opening::openat2);
+  contract::require_equal(result, result_of(detail::Opening::folder_by_folder), path);
   contract::require(is_allowed(result), path + " is " + result);
 
   const std::string whole = path.starts_with('/') ? path : tree.base() + "/into/" + path;
@@ -64,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     contract::require(static_cast<bool>(error), path + " is not a loop");
     return 0;
   }
-  const std::string resolved = resolved_path("", whole).path;
+  const std::string resolved = detail::resolved_path("", whole).path;
   if (!error) {
     contract::require_equal(result, result_at(target, tree), "reading " + path);
     contract::require_equal(resolved, target == "/" ? "" : target, "resolving " + whole);

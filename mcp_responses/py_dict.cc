@@ -56,7 +56,7 @@ PyRef AnswerConverter::list_of(const List& elements) {
 }
 
 PyRef AnswerConverter::string_of(const Text& text) {
-  if (&text.ops() != &literal_ops) return mcp_responses::string_of(text);
+  if (&text.ops() != &detail::literal_ops) return mcp_responses::string_of(text);
   return PyRef::borrow(strings_.of(*text.payload().literal));
 }
 

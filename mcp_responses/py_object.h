@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "cpython_layout.h"
-#include "handle.h"
+#include "detail/handle.h"
 #include "py_errors.h"
 #include "py_ref.h"
 #include "text.h"

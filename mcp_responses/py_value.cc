@@ -12,6 +12,9 @@
 namespace mcp_responses {
 namespace {
 
+using detail::Payload;
+using detail::ValueOps;
+
 void retain(Payload payload) noexcept { Py_INCREF(object_in(payload)); }
 void release(Payload payload) noexcept { decref(object_in(payload)); }
 

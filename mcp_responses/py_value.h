@@ -17,27 +17,27 @@ Value to_value(PyRef object);
 Text to_text(PyRef string);
 
 /// The operations of Values that refer to Python objects.
-extern const ValueOps py_string_ops;
-extern const ValueOps py_list_ops;
-extern const ValueOps py_dict_ops;
+extern const detail::ValueOps py_string_ops;
+extern const detail::ValueOps py_list_ops;
+extern const detail::ValueOps py_dict_ops;
 
-inline PyObject* object_in(Payload payload) noexcept {
+inline PyObject* object_in(detail::Payload payload) noexcept {
   return static_cast<PyObject*>(payload.pointer);
 }
 
 /// The Python object of a value that needs no conversion (borrowed): a constant, or the leaf that the
 /// value refers to. Null for every other value.
-inline PyObject* leaf_of(const Handle& value) noexcept {
-  const ValueOps* const ops = &value.ops();
+inline PyObject* leaf_of(const detail::Handle& value) noexcept {
+  const detail::ValueOps* const ops = &value.ops();
   if (ops == &py_string_ops) return object_in(value.payload());
-  if (ops == &null_ops) return Py_None;
-  if (ops == &boolean_ops) return value.payload().boolean ? Py_True : Py_False;
+  if (ops == &detail::null_ops) return Py_None;
+  if (ops == &detail::boolean_ops) return value.payload().boolean ? Py_True : Py_False;
   return nullptr;
 }
 
 /// The list, tuple or dict that a value refers to (borrowed), or null.
-inline PyObject* container_of(const Handle& value) noexcept {
-  const ValueOps* const ops = &value.ops();
+inline PyObject* container_of(const detail::Handle& value) noexcept {
+  const detail::ValueOps* const ops = &value.ops();
   return ops == &py_list_ops || ops == &py_dict_ops ? object_in(value.payload()) : nullptr;
 }
 

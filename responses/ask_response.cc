@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "ask_citations.h"
 #include "cuts.h"
+#include "detail/citation_lists.h"
 #include "detail/work.h"
 #include "encode.h"
 #include "errors.h"
@@ -18,7 +18,8 @@
 namespace mcp_responses {
 namespace {
 
-/// An excerpt that does not fit is shortened by this many characters more than the excess in bytes.
+/// An excerpt that does not fit is shortened by this many characters more than the excess in bytes. The
+/// ellipsis, of 3 bytes, takes the place of one more.
 constexpr std::int64_t spare_chars = 8;
 
 /// The size of an excerpt without its quotation marks, which are part of the row.
@@ -176,7 +177,7 @@ class Draft {
 
   AskAnswer answer_;
   List sections_;
-  CitationLists citations_;
+  detail::CitationLists citations_;
   std::vector<Object> rows_;  // with empty excerpts
   std::vector<Text> excerpts_;
   std::size_t kept_;  // the answer contains the first `kept_` sections

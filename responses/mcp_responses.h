@@ -1,4 +1,8 @@
 // All public headers of the library.
+//
+// Every function may be called by several threads at the same time. Values, lists, objects and texts
+// share storage between copies, so each thread may use, change and destroy its own copy. One object
+// may be read by several threads, but not while another thread changes it.
 #pragma once
 
 // IWYU pragma: begin_exports
@@ -10,14 +14,11 @@
 #include "empty_responses.h"
 #include "encode.h"
 #include "errors.h"
-#include "handle.h"
 #include "index_status.h"
-#include "line_finder.h"
 #include "outline_rows.h"
 #include "pagination.h"
 #include "records.h"
 #include "reference_rows.h"
-#include "resolved_path.h"
 #include "row_pruning.h"
 #include "static_object.h"
 #include "symbol_rows.h"

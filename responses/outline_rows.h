@@ -32,7 +32,8 @@ Text outline_module(std::span<const Text> fqns);
 
 /// The row of a symbol: "name" (its fqn without `module` and the dot after it), "kind", "line",
 /// "end_line" (only if it differs from the start line), "signature" and "summary", each only if it
-/// is not null. With a falsy `module`, "name" is the whole fqn. Throws `AttributeMissing` if there
+/// is not null. With a falsy `module`, "name" is the whole fqn. Reads `fqn`, `kind`,
+/// `start_line`, `end_line`, `signature` and `docstring`. Throws `AttributeMissing` if there
 /// is a module and the fqn is not a string.
 Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 

@@ -44,6 +44,7 @@ Value build_paginated_response(Value items, Value total_count, Value offset, con
   response.set("truncated"_key, has_more);
   response.set("has_more"_key, has_more);
   response.set("offset"_key, std::move(offset));
+  if (!add_pagination_hint) return response;
   return add_pagination_hint(std::move(response), static_cast<std::int64_t>(rows));
 }
 

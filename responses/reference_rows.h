@@ -10,17 +10,18 @@
 namespace mcp_responses {
 
 /// "file" and "line", nulls included, then "code", "caller", "caller_kind" and "usage_type", each
-/// only if it is not null. `code` is the line of code at that place. The caller is "fqn" and "kind"
-/// of the reference's `caller_symbol`, an object. Throws `AttributeMissing` if that is truthy and
-/// not an object.
+/// only if it is not null. `code` is the line of code at that place. Reads `caller_symbol`, whose "fqn"
+/// and "kind" are the caller, `usage_type`, `file_path` and `line`. Throws `AttributeMissing` if
+/// `caller_symbol` is truthy and not an object.
 Object build_reference(const PlainRecord& reference, Value code = {});
 
 /// "fqn", "name", "kind", "file" ("" for a falsy path), "line", "signature", "component", nulls
-/// included.
+/// included. Reads `fqn`, `name`, `kind`, `start_line` and `signature`.
 Object build_api_endpoint(const PlainRecord& symbol, Value file_path = {},
                           Value component_name = {});
 
-/// "name", "layer", "path_pattern", "file_count", "symbol_count", nulls included.
+/// "name", "layer", "path_pattern", "file_count", "symbol_count", nulls included. Reads the
+/// fields of these names.
 Object build_component(const PlainRecord& component);
 
 /// "test_file", "source_file", then "symbols_imported" if truthy.

@@ -10,12 +10,13 @@
 namespace mcp_responses {
 
 /// The row of a symbol in a search: "fqn", "name", "kind", "file", "line", "signature", "summary", each
-/// only if it is not null. "line" is the symbol's `start_line`, 1-based.
+/// only if it is not null. Reads `fqn`, `name`, `kind`, `start_line` (1-based), `signature` and
+/// `docstring`.
 Object build_symbol_search_result(const PlainRecord& symbol, Value file_path = {});
 
 /// A whole symbol: "found" (true), "fqn", "name", "kind", "file", "start_line", "end_line",
 /// "signature", "is_export", "docstring" and "docstring_truncated", nulls included. The docstring is
-/// not cut.
+/// not cut. Reads the fields of these names, except "found" and "file".
 Object build_symbol_full_details(const PlainRecord& symbol, Value file_path = {});
 
 /// The members of these answers, for any kind of record. The fields are read in the order of the keys,

@@ -22,7 +22,7 @@ class Foreign {
 
   Value handle() {
     ++owners;
-    const Payload payload{.pointer = this};
+    const detail::Payload payload{.pointer = this};
     return content_.kind() == Kind::string ? Value(ops<Kind::string>(), payload)
            : content_.kind() == Kind::list ? Value(ops<Kind::list>(), payload)
                                            : Value(ops<Kind::object>(), payload);
@@ -32,20 +32,23 @@ class Foreign {
   int materialized = 0;
 
  private:
-  static Foreign& at(Payload payload) { return *static_cast<Foreign*>(payload.pointer); }
+  static Foreign& at(detail::Payload payload) { return *static_cast<Foreign*>(payload.pointer); }
 
   /// Also has functions that its kind does not need. They are never called.
   template <Kind held>
-  static const ValueOps& ops() {
-    static constexpr ValueOps ops{
+  static const detail::ValueOps& ops() {
+    static constexpr detail::ValueOps ops{
         .kind = held,
-        .retain = [](Payload payload) noexcept { ++at(payload).owners; },
-        .release = [](Payload payload) noexcept { --at(payload).owners; },
-        .text = [](Payload payload) noexcept { return at(payload).content_.text()->view(); },
-        .size = [](Payload payload) noexcept { return *at(payload).content_.size(); },
+        .retain = [](detail::Payload payload) noexcept { ++at(payload).owners; },
+        .release = [](detail::Payload payload) noexcept { --at(payload).owners; },
+        .text =
+            [](detail::Payload payload) noexcept { return at(payload).content_.text()->view(); },
+        .size = [](detail::Payload payload) noexcept { return *at(payload).content_.size(); },
         .materialized =
-            [](Payload payload) { return ++at(payload).materialized, at(payload).content_; },
-        .get = [](Payload payload,
+            [](detail::Payload payload) {
+              return ++at(payload).materialized, at(payload).content_;
+            },
+        .get = [](detail::Payload payload,
                   const TextView& key) { return at(payload).content_.get(Text::copy_of(key)); }};
     return ops;
   }

@@ -7,7 +7,11 @@
 #include <iostream>
 #include <string>
 
-using namespace mcp_responses;
+using mcp_responses::List;
+using mcp_responses::Object;
+using mcp_responses::StaticObject;
+using mcp_responses::Value;
+using namespace mcp_responses::literals;
 
 namespace {
 
@@ -25,12 +29,14 @@ int main() {
   const List sections{section("paying", "Pay with “pay”, once. ", 9),
                       section("carts", "Naïve carts hold 漢字 and 😀. ", 3)};
   for (const Value& budget : {Value(), Value(220)}) {
-    const Value answer = build_wiki_ask_response({.mode = Value("retrieval"),
-                                                  .query = Value("How do I pay?"),
-                                                  .answer = {},
-                                                  .sections = sections,
-                                                  .note = Value("Taxes are not included."),
-                                                  .token_budget = budget});
-    std::cout << encoded_size(answer) << ' ' << tool_result_text(answer).utf8() << '\n';
+    const Value answer =
+        mcp_responses::build_wiki_ask_response({.mode = Value("retrieval"),
+                                                .query = Value("How do I pay?"),
+                                                .answer = {},
+                                                .sections = sections,
+                                                .note = Value("Taxes are not included."),
+                                                .token_budget = budget});
+    std::cout << mcp_responses::encoded_size(answer) << ' '
+              << mcp_responses::tool_result_text(answer).utf8() << '\n';
   }
 }

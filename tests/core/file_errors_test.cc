@@ -119,8 +119,8 @@ namespace mcp_responses {
 namespace {
 
 namespace fs = std::filesystem;
+using detail::Opening;
 using models::write;
-using Opening = WorkTree::Opening;
 
 class FileErrors : public testing::TestWithParam<Opening> {
  protected:
@@ -129,7 +129,7 @@ class FileErrors : public testing::TestWithParam<Opening> {
     max_read_size = SIZE_MAX;
   }
 
-  WorkTree tree() const { return WorkTree(root_, GetParam()); }
+  models::OpenedTree tree() const { return {WorkTree(root_), GetParam()}; }
 
   /// The content of a file of a new work tree, or the error of reading it.
   std::string read(const std::string& path) const {
@@ -295,7 +295,7 @@ TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {
   before_call = [&reads](const std::string& name) {
     return name == "read" && ++reads == 2 ? EIO : 0;
   };
-  const auto lines = code_lines(tree(), places, hooks);
+  const auto lines = code_lines(WorkTree(root_), places, hooks);
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_EQ(lines[0].text.utf8(), "root/a.py");
   EXPECT_EQ(failures, "big: [Errno 5] Input/output error: '" + root_ + "/big'");

@@ -1,5 +1,5 @@
 // The lines that are found are compared with a model by fuzz_line_finder.
-#include "line_finder.h"
+#include "detail/line_finder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@ namespace {
 
 TEST(LineFinder, ReadsNoFurtherThanTheCutOfALine) {
   std::size_t bytes_read = 0;
-  LineFinder finder([&](std::span<char> to) {
+  detail::LineFinder finder([&](std::span<char> to) {
     if (bytes_read > 1'000'000) throw std::logic_error("read too far");
     std::fill(to.begin(), to.end(), 'x');
     bytes_read += to.size();

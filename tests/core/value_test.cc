@@ -149,7 +149,8 @@ static_assert(!std::is_constructible_v<Text, StringLiteral>);
 
 // A Text that could be assigned from a Value or a Handle could contain a list.
 static_assert(!std::is_swappable_with_v<Text&, Value&> && !std::is_assignable_v<Text&, Value>);
-static_assert(!std::is_assignable_v<Handle&, Value> && !std::is_copy_constructible_v<Handle>);
+static_assert(!std::is_assignable_v<detail::Handle&, Value> &&
+              !std::is_copy_constructible_v<detail::Handle>);
 static_assert(std::is_nothrow_swappable_v<Value> && std::is_nothrow_move_assignable_v<Text>);
 
 TEST(Value, EqualityIsByContentAndNumbersByValue) {

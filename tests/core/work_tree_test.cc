@@ -23,17 +23,21 @@ namespace mcp_responses {
 namespace {
 
 namespace fs = std::filesystem;
+using detail::FileOpener;
+using detail::Opening;
+using detail::UniqueFd;
+using detail::Unreadable;
+using models::OpenedTree;
 using models::read_result;
 using models::write;
-using Opening = WorkTree::Opening;
 
 class WorkTreeTest : public testing::TestWithParam<Opening> {
  protected:
-  static WorkTree tree_at(const std::string& root) { return WorkTree(root, GetParam()); }
+  static OpenedTree tree_at(const std::string& root) { return {WorkTree(root), GetParam()}; }
 
   models::LinkTree files_;
   const std::string root_ = files_.root();
-  const WorkTree tree_ = tree_at(root_);
+  const OpenedTree tree_ = tree_at(root_);
 };
 
 INSTANTIATE_TEST_SUITE_P(Openings, WorkTreeTest,
@@ -97,8 +101,8 @@ TEST_P(WorkTreeTest, AFifoIsNotOpened) {
 TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadUpToALimit) {
   constexpr std::size_t limit = std::size_t{64} << 20;
   if (!fs::exists("/proc/self/pagemap")) GTEST_SKIP() << "no /proc/self/pagemap";
-  const WorkTree everything = tree_at("/");
-  auto reader = FileOpener(everything).open("/proc/self/pagemap");
+  const OpenedTree everything = tree_at("/");
+  auto reader = everything.opener().open("/proc/self/pagemap");
   std::vector<char> buffer(1 << 20);
   std::size_t size = 0;
   while (size <= limit) {
@@ -109,7 +113,7 @@ TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadUpToALimit) {
   EXPECT_EQ(size, limit);
 }
 
-std::string reason(const WorkTree& tree, const std::string& path) {
+std::string reason(const OpenedTree& tree, const std::string& path) {
   try {
     models::content(tree, path);
     return "read";
@@ -146,14 +150,14 @@ TEST_P(WorkTreeTest, AnErrorNamesTheReasonAndTheResolvedPath) {
     for (const auto& [path, resolved] : paths)
       EXPECT_EQ(reason(tree_, path), text + ": '" + root_ + resolved + "'");
   }
-  const WorkTree everything = tree_at("/");
+  const OpenedTree everything = tree_at("/");
   for (const std::string device : {"/dev/null", "/dev/zero", "/dev/full"})
     EXPECT_EQ(reason(everything, device), "Not a regular file: '" + device + "'");
   EXPECT_EQ(reason(everything, "/"), "[Errno 21] Is a directory: '/'");
 }
 
 TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeIs) {
-  const WorkTree everything = tree_at("/");
+  const OpenedTree everything = tree_at("/");
   ASSERT_EQ(fs::file_size("/proc/self/status"), 0U);
   EXPECT_TRUE(models::content(everything, "/proc/self/status")->starts_with("Name:"));
   for (const std::size_t size : {0U, 1U, 4095U, 4096U, 65537U, 3000000U}) {
@@ -166,7 +170,7 @@ TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeIs) {
 
 TEST_P(WorkTreeTest, AFileThatGrowsWhileItIsReadIsReadFurther) {
   write(root_ + "/growing", "before");
-  auto reader = FileOpener(tree_).open("growing");
+  auto reader = tree_.opener().open("growing");
   std::string buffer(6, ' ');
   EXPECT_EQ(reader->read(buffer), 6U);
   write(root_ + "/growing", "beforeafter");
@@ -176,7 +180,7 @@ TEST_P(WorkTreeTest, AFileThatGrowsWhileItIsReadIsReadFurther) {
 }
 
 TEST_P(WorkTreeTest, AReplacedRootIsReadUnlessASymlinkReplacesAFolderOfItsPath) {
-  const WorkTree tree = tree_at(root_ + "/sub/deep");
+  const OpenedTree tree = tree_at(root_ + "/sub/deep");
   fs::rename(root_, files_.base() + "/moved");
   fs::create_directories(root_ + "/sub/deep");
   write(root_ + "/sub/deep/c.py", "replaced");
@@ -190,7 +194,7 @@ TEST_P(WorkTreeTest, AReplacedRootIsReadUnlessASymlinkReplacesAFolderOfItsPath) 
 }
 
 TEST_P(WorkTreeTest, AFolderReplacedBetweenTwoFilesIsOpenedAgainUnlessItIsASymlink) {
-  FileOpener opener(tree_);
+  FileOpener opener = tree_.opener();
   EXPECT_TRUE(opener.open("sub/deep/c.py"));
   fs::remove_all(root_ + "/sub");
   fs::create_directories(root_ + "/sub/deep");

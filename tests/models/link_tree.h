@@ -11,14 +11,23 @@
 #include <sstream>
 #include <string>
 
-#include "work_tree.h"
+#include "detail/file_opener.h"
 
 namespace models {
 
+/// A work tree, and how its folders are opened.
+struct OpenedTree {
+  mcp_responses::WorkTree tree;
+  mcp_responses::detail::Opening opening;
+
+  mcp_responses::detail::FileOpener opener() const {
+    return mcp_responses::detail::FileOpener(tree, opening);
+  }
+};
+
 /// The whole content of a file, or nothing if its path leaves the root.
-inline std::optional<std::string> content(const mcp_responses::WorkTree& tree,
-                                          const std::string& path) {
-  auto reader = mcp_responses::FileOpener(tree).open(path);
+inline std::optional<std::string> content(const OpenedTree& tree, const std::string& path) {
+  auto reader = tree.opener().open(path);
   if (!reader) return {};
   std::string bytes;
   std::array<char, 5000> buffer;
@@ -31,10 +40,10 @@ inline void write(const std::string& path, const std::string& content) {
 }
 
 /// The content of a file, "outside", "unreadable", or the text for a symlink loop.
-inline std::string read_result(const mcp_responses::WorkTree& tree, const std::string& path) {
+inline std::string read_result(const OpenedTree& tree, const std::string& path) {
   try {
     return content(tree, path).value_or("outside");
-  } catch (const mcp_responses::Unreadable&) {
+  } catch (const mcp_responses::detail::Unreadable&) {
     return "unreadable";
   } catch (const mcp_responses::SymlinkLoop& error) {
     return error.what();
@@ -43,7 +52,7 @@ inline std::string read_result(const mcp_responses::WorkTree& tree, const std::s
 
 /// The name of a test's parameter.
 inline constexpr auto opening_name = [](const auto& test) {
-  const bool has_openat2 = test.param == mcp_responses::WorkTree::Opening::openat2;
+  const bool has_openat2 = test.param == mcp_responses::detail::Opening::openat2;
   return has_openat2 ? "openat2" : "folder_by_folder";
 };
 

@@ -71,7 +71,7 @@ class LibraryTest(unittest.TestCase):
 
     def test_public_headers(self):
         """Each is installed, and included by mcp_responses.h."""
-        installed_headers = {header.name for header in (self.prefix / "include").rglob("*.h")}
+        installed_headers = {header.name for header in (self.prefix / "include" / "mcp_responses").glob("*.h")}
         public = {header.name for layer in ("core", "responses") for header in (ROOT / layer).glob("*.h")}
         self.assertEqual(installed_headers, public)
         included = re.findall(r'^#include "(.+)"$', (ROOT / "responses" / "mcp_responses.h").read_text("utf-8"), re.M)

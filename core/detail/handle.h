@@ -18,6 +18,8 @@ struct TextView;
 
 enum class Kind : std::uint8_t { null, boolean, integer, real, string, list, object };
 
+namespace detail {
+
 union Payload {
   bool boolean;
   std::int64_t integer;
@@ -99,4 +101,5 @@ class Handle {
   Payload payload_;
 };
 
+}  // namespace detail
 }  // namespace mcp_responses

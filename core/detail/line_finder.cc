@@ -1,4 +1,4 @@
-#include "line_finder.h"
+#include "detail/line_finder.h"
 
 #include <algorithm>
 #include <array>
@@ -6,10 +6,11 @@
 #include <cstring>
 #include <utility>
 
+#include "code_lines.h"
 #include "cuts.h"
 #include "detail/utf8.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 namespace {
 
 /// True for the characters at which Python's `splitlines` ends a line.
@@ -108,7 +109,7 @@ std::uint32_t LineFinder::next() {
     return first;
   }
   ensure(max_character_size);
-  const std::uint32_t code_point = detail::decode_next({window_.get(), end_}, position_);
+  const std::uint32_t code_point = decode_next({window_.get(), end_}, position_);
   if (code_point == '\r' && ensure(1) && window_[position_] == '\n') ++position_;
   line_ += is_line_break(code_point) ? 1 : 0;
   return code_point;
@@ -128,4 +129,4 @@ bool LineFinder::fetch(std::size_t bytes) {
   return true;
 }
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

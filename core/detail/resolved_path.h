@@ -1,17 +1,10 @@
 // File system paths, resolved component by component like pathlib's: all symlinks are followed.
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
-namespace mcp_responses {
-
-/// A path ends in a symlink loop. The message has pathlib's text.
-class SymlinkLoop : public std::runtime_error {
- public:
-  explicit SymlinkLoop(const std::string& path);
-};
+namespace mcp_responses::detail {
 
 /// The path, made absolute with the current directory. Throws std::system_error if that does not
 /// exist.
@@ -40,4 +33,4 @@ std::string_view take_component(std::string_view& path) noexcept;
 /// The path for an error message: cut to 200 bytes if it has more than 64 KiB.
 std::string elided_path(const std::string& path);
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

@@ -11,10 +11,7 @@
 
 #include "text.h"
 
-namespace mcp_responses {
-
-/// The length in characters to which a line is cut.
-inline constexpr std::int64_t CODE_LINE_CHARS = 200;
+namespace mcp_responses::detail {
 
 /// Finds lines of a UTF-8 text by number, in ascending order. A line ends at CR LF, LF, CR, U+000B,
 /// U+000C, U+001C to U+001E, U+0085, U+2028 or U+2029, as in Python's `splitlines`.
@@ -46,4 +43,4 @@ class LineFinder {
   std::int64_t line_ = 1;           // the number of the line at `position_`
 };
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail

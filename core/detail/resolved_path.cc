@@ -1,4 +1,4 @@
-#include "resolved_path.h"
+#include "detail/resolved_path.h"
 
 #include <unistd.h>
 
@@ -14,15 +14,16 @@
 #include <vector>
 
 #include "detail/system_call.h"
+#include "work_tree.h"
 
-namespace mcp_responses {
+namespace mcp_responses::detail {
 namespace {
 
 /// The target of a symlink. Returns nothing and sets errno if there is none: EINVAL if the path exists.
 std::optional<std::string> symlink_target(const std::string& path) {
   std::array<char, PATH_MAX> target;
-  const ssize_t size = detail::retry_interrupted(
-      [&] { return ::readlink(path.c_str(), target.data(), target.size()); });
+  const ssize_t size =
+      retry_interrupted([&] { return ::readlink(path.c_str(), target.data(), target.size()); });
   if (size < 0) return {};
   return std::string(target.data(), static_cast<std::size_t>(size));
 }
@@ -73,7 +74,7 @@ class Resolution {
 
   /// Returns true if the component is a name.
   bool append(std::string_view component) {
-    detail::count_work(detail::element_work + component.size());
+    count_work(element_work + component.size());
     if (component == ".") return false;
     if (component == "..") {
       go_up(path_);
@@ -109,9 +110,6 @@ class Resolution {
 
 }  // namespace
 
-SymlinkLoop::SymlinkLoop(const std::string& path)
-    : std::runtime_error("Symlink loop from '" + elided_path(path) + "'") {}
-
 std::string absolute(std::string_view path) {
   if (path.starts_with('/')) return std::string(path);
   return (std::filesystem::current_path() / path).string();
@@ -145,4 +143,4 @@ std::string elided_path(const std::string& path) {
   return path.size() <= max_size ? path : path.substr(0, 200) + "...";
 }
 
-}  // namespace mcp_responses
+}  // namespace mcp_responses::detail
