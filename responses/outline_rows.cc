@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "detail/work.h"
 #include "errors.h"
 
 namespace mcp_responses {
@@ -41,6 +42,7 @@ bool starts_with_module(const TextView& fqn, const TextView& module) {
 
 void OutlineModule::add(const Text& fqn) {
   const TextView view = fqn.view();
+  detail::count_work(detail::element_work + view.size);
   const std::size_t parents = length_to_last_dot(view, view.size);
   if (!first_) {
     first_ = fqn;
