@@ -125,8 +125,7 @@ PyRef functions::py_build_paginated_response(Call& call) {
   const Value total_count = call.value(1);
   const Value offset = call.value(2);
   const Text items_key = call.text(3);
-  build_paginated_response(items, total_count, offset, items_key,
-                                          add_pagination_hint);
+  build_paginated_response(items, total_count, offset, items_key, add_pagination_hint);
   return hinted;
 }
 

@@ -89,15 +89,22 @@ ShallowCopy copy_of_dict(PyObject* dict) {
   if (!PyDict_CheckExact(dict)) return {copy_with_string_keys(dict)};
   PyRef copy = checked(PyDict_New);
   bool is_deep = true;
+  // A small dict is copied at once. In a large one, signal handlers run between two members.
+  const bool is_small = PyDict_Size(dict) <= 100'000;
   for (PyCursor at(dict, true); at.next();) {
     if (!PyUnicode_CheckExact(at.key())) return {copy_with_string_keys(dict)};
     is_deep = is_deep && is_shareable(at.value());
+    if (is_small) continue;
+    checked(PyDict_SetItem, copy.get(), at.key(), at.value());
+    count_work(element_work);
   }
   // Strings are hashed and compared without running code, and tables of keys are not allocated by
   // the garbage collector. PyDict_Copy is not safe: it reads the original again after an
   // allocation that may run finalizers.
-  checked(PyDict_Update, copy.get(), dict);
-  count_work(element_work * static_cast<std::size_t>(PyDict_Size(copy.get())));
+  if (is_small) {
+    checked(PyDict_Update, copy.get(), dict);
+    count_work(element_work * static_cast<std::size_t>(PyDict_Size(copy.get())));
+  }
   return {std::move(copy), is_deep};
 }
 

@@ -102,6 +102,9 @@ Setter setter_for(const std::exception_ptr& exception) {
     };
   } catch (const std::system_error& error) {
     return [error] { set_os_error(error); };
+  } catch (const UnsupportedObject& error) {
+    // Only a call can determine the path. The error lives as long as `exception`.
+    return [&error] { raise_unsupported(error, "a value"); };
   } catch (const std::exception& error) {
     return setter_of(PyExc_SystemError, error);
   }

@@ -163,6 +163,16 @@ class Signals(unittest.TestCase):
                 values = original if kind is list else [*original.values()]
                 self.assertEqual([*map(id, values)], [*map(id, elements)])
 
+    def test_a_handler_runs_while_a_large_dict_is_copied(self):
+        element, sizes = [], []
+        original = {"first": element} | {str(number): None for number in range(200_000)}
+
+        def look():
+            sizes.extend(len(one) for one in gc.get_referrers(element) if type(one) is dict and one is not original)
+
+        self.call(look, copy, original)
+        self.assertLess(*sizes, len(original))
+
     def test_a_handler_frees_the_key_of_the_element_that_is_copied(self):
         element, strings = NUMBERED | {"": []}, []
         original = {"".join(["the key ", str(number)]): element for number in range(9)}
