@@ -5,12 +5,6 @@
 namespace mcp_responses {
 namespace {
 
-std::string_view python_type_name(Kind kind) noexcept {
-  constexpr std::array<std::string_view, 7> names{"NoneType", "bool", "int", "float",
-                                                  "str",      "list", "dict"};
-  return names[static_cast<std::size_t>(kind)];
-}
-
 std::string_view kind_name(Kind kind) noexcept {
   constexpr std::array<std::string_view, 7> names{"null",   "boolean", "integer", "float",
                                                   "string", "list",    "object"};
@@ -42,12 +36,8 @@ KindError::KindError(std::string_view path, std::initializer_list<Kind> expected
       expected_(expected),
       actual_(actual) {}
 
-AttributeMissing::AttributeMissing(std::string_view type, std::string_view attribute)
-    : std::invalid_argument("'" + std::string(type) + "' object has no attribute '" +
-                            std::string(attribute) + "'") {}
-
-AttributeMissing::AttributeMissing(Kind kind, std::string_view attribute)
-    : AttributeMissing(python_type_name(kind), attribute) {}
+FieldMissing::FieldMissing(std::string_view field)
+    : std::invalid_argument("the record has no field " + std::string(field)) {}
 
 NestingError::NestingError()
     : std::runtime_error("lists or objects are nested too deeply, or one contains itself") {}

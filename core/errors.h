@@ -31,12 +31,16 @@ class KindError : public std::invalid_argument {
   Kind actual_;
 };
 
-/// A record or value lacks an attribute: "'int' object has no attribute 'startswith'". AttributeError
-/// in Python, so the message has Python's names of the kinds.
-class AttributeMissing : public std::invalid_argument {
+/// A field of a record has the wrong kind, where plain Python would call a method of it.
+class FieldKindError : public KindError {
  public:
-  AttributeMissing(std::string_view type, std::string_view attribute);
-  AttributeMissing(Kind kind, std::string_view attribute);
+  using KindError::KindError;
+};
+
+/// A record lacks a field: "the record has no field layer".
+class FieldMissing : public std::invalid_argument {
+ public:
+  explicit FieldMissing(std::string_view field);
 };
 
 /// Lists and objects are nested too deeply, or one contains itself. RecursionError in Python.

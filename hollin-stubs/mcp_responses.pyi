@@ -205,8 +205,9 @@ def build_symbol_search_result(
     value is not None. "line" is the symbol's ``start_line`` (counted from 1), "summary"
     is the first sentence of its docstring.
 
-    The attributes are read in the order of the keys. Raises AttributeError for the first
-    one that the symbol does not have.
+    Reads the attributes ``fqn``, ``name``, ``kind``, ``start_line``, ``signature`` and
+    ``docstring`` of the symbol, in this order. Raises AttributeError for the first one that
+    the symbol does not have.
     """
 
 def build_symbol_full_details(
@@ -218,8 +219,9 @@ def build_symbol_full_details(
     "start_line", "end_line", "signature", "is_export", "docstring" (not cut),
     "docstring_truncated". Lines are counted from 1.
 
-    The attributes are read in the order of the keys. Raises AttributeError for the first
-    one that the symbol does not have.
+    Reads the attributes ``fqn``, ``name``, ``kind``, ``start_line``, ``end_line``,
+    ``signature``, ``is_export``, ``docstring`` and ``docstring_truncated`` of the symbol, in
+    this order. Raises AttributeError for the first one that the symbol does not have.
     """
 
 def outline_module(fqns: Iterable[str]) -> str:
@@ -239,7 +241,9 @@ def build_file_symbol(symbol: _FileSymbolRecord | SimpleNamespace, module: str =
     "end_line" (only if it differs from the start line), "signature", "summary", each only
     if its value is not None. Lines are counted from 1.
 
-    Raises AttributeError for an attribute that the symbol does not have.
+    Reads the attributes ``fqn``, ``kind``, ``start_line``, ``end_line``, ``signature`` and
+    ``docstring`` of the symbol, in this order. Raises AttributeError for the first one that
+    the symbol does not have, and, with a ``module``, for an ``fqn`` that is not a str.
     """
 
 def build_api_endpoint(
@@ -250,7 +254,9 @@ def build_api_endpoint(
     Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "line",
     "signature", "component". "line" is the symbol's ``start_line`` (counted from 1).
 
-    Raises AttributeError for an attribute that the symbol does not have.
+    Reads the attributes ``fqn``, ``name``, ``kind``, ``start_line`` and ``signature`` of the
+    symbol, in this order. Raises AttributeError for the first one that the symbol does not
+    have.
     """
 
 def build_reference(reference: _ReferenceRecord | SimpleNamespace, code: str | None = None) -> dict[str, Any]:
@@ -261,7 +267,9 @@ def build_reference(reference: _ReferenceRecord | SimpleNamespace, code: str | N
     ``code_lines`` returned for the place. "caller" and "caller_kind" are the items "fqn"
     and "kind" of the reference's ``caller_symbol``, a dict or None.
 
-    Raises AttributeError for an attribute that the reference does not have.
+    Reads the attributes ``caller_symbol``, ``usage_type``, ``file_path`` and ``line`` of the
+    reference, in this order. Raises AttributeError for the first one that the reference
+    does not have, and for a truthy ``caller_symbol`` that is not a dict.
     """
 
 def build_component(component: _ComponentRecord | SimpleNamespace) -> dict[str, Any]:
@@ -270,7 +278,8 @@ def build_component(component: _ComponentRecord | SimpleNamespace) -> dict[str, 
     Keys, all always present: "name", "layer", "path_pattern", "file_count",
     "symbol_count".
 
-    Raises AttributeError for an attribute that the component does not have.
+    The keys are also the attributes that it reads, in this order. Raises AttributeError for
+    the first one that the component does not have.
     """
 
 def build_paginated_response(

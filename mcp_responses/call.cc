@@ -50,6 +50,13 @@ List Call::sequence(std::size_t position) const {
   return *to_value(PyRef::borrow(elements.get())).list();
 }
 
+PyRef Call::iterator_of(std::size_t position) const {
+  PyObject* const argument = arguments_[position];
+  const bool is_iterable = Py_TYPE(argument)->tp_iter != nullptr || PySequence_Check(argument) != 0;
+  if (!is_iterable) raise_wrong_type(name(position), "iterable", argument);
+  return checked(PyObject_GetIter, argument);
+}
+
 PyObject* Call::dict(std::size_t position) const {
   PyObject* const argument = arguments_[position];
   if (py_kind(argument) == Kind::object) return argument;

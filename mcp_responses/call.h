@@ -75,7 +75,7 @@ class Call {
   PyObject* dict(std::size_t position) const;
   /// An argument that must be a list or another sequence, which is read once, in order.
   List sequence(std::size_t position) const;
-  /// Calls `visitor` with each element of an iterable argument, in order.
+  /// Calls `visitor` with each element of an argument, in order. Raises TypeError unless it is iterable.
   template <class Visitor>
   void for_each_in(std::size_t position, Visitor visitor) const;
   /// The first argument as a record.
@@ -101,6 +101,8 @@ class Call {
   [[noreturn]] void raise_nesting_error() const;
 
  private:
+  PyRef iterator_of(std::size_t position) const;
+
   const NativeFunction& function_;
   std::span<PyObject* const> arguments_;
   ModuleState& state_;
@@ -109,7 +111,7 @@ class Call {
 
 template <class Visitor>
 void Call::for_each_in(std::size_t position, Visitor visitor) const {
-  const PyRef iterator = checked(PyObject_GetIter, arguments_[position]);
+  const PyRef iterator = iterator_of(position);
   while (PyRef element = next_of(iterator)) {
     visitor(std::move(element));
     count_work(element_work);

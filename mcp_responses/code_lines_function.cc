@@ -1,4 +1,5 @@
 // `code_lines`, the only function that reads files and releases the GIL.
+#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -52,22 +53,27 @@ class Reading {
   std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
 };
 
-/// The path in the file system's encoding, like `os.fsencode`. Throws `NulInPath`.
-std::string encoded_path(PyObject* path) {
+/// The path in the file system's encoding, like `os.fsencode`. `name` is its name in an error message.
+std::string encoded_path(PyObject* path, const std::string& name) {
   const PyRef bytes = checked(PyUnicode_EncodeFSDefault, path);
   std::string encoded(PyBytes_AS_STRING(bytes.get()),
                       static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
-  if (encoded.find('\0') != std::string::npos) throw NulInPath();
+  if (encoded.find('\0') != std::string::npos)
+    raise(PyExc_ValueError, "%s contains a null character", name.c_str());
   return encoded;
 }
 
 std::string root_of(PyObject* root) {
+  const bool has_path =
+      PyObject_HasAttrString(reinterpret_cast<PyObject*>(Py_TYPE(root)), "__fspath__") != 0;
+  if (!PyUnicode_Check(root) && !has_path)
+    raise_wrong_type("root", "str, os.PathLike or None", root);
   const PyRef path = checked(PyOS_FSPath, root);
   if (!PyUnicode_Check(path.get())) {
     raise(PyExc_TypeError, "root must be a path of str or None, not of %.200s",
           Py_TYPE(path.get())->tp_name);
   }
-  return encoded_path(path.get());
+  return encoded_path(path.get(), "root");
 }
 
 Place to_place(PyObject* pair, std::size_t position) {
@@ -97,6 +103,13 @@ std::vector<Place> places_of(const Call& call) {
   return places;
 }
 
+/// The name of a path in an error message: "places[3][0]" for the first place with this path.
+std::string name_of_path(const std::vector<Place>& places, const Text& path) {
+  const auto found = std::find_if(places.begin(), places.end(),
+                                  [&path](const Place& place) { return place.path == path; });
+  return "places[" + std::to_string(found - places.begin()) + "][0]";
+}
+
 void log_not_read(const Call& call, const Text& path, const std::string& reason) {
   const PyRef logger = call.global(literal<"logger">);
   const PyRef reason_text = checked(PyUnicode_DecodeFSDefault, reason.c_str());
@@ -118,9 +131,9 @@ PyRef functions::py_code_lines(Call& call) {
   const std::vector<Place> places = places_of(call);
   const CodeLinesHooks hooks{
       .name_of =
-          [](const Text& path) {
+          [&places](const Text& path) {
             count_work(path.size());
-            return encoded_path(string_of(path).get());
+            return encoded_path(string_of(path).get(), name_of_path(places, path));
           },
       .while_reading = [&reading](const auto& read) { reading.without_gil(read); },
       .not_read = [&](const Text& path,

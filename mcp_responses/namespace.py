@@ -8,14 +8,16 @@ MAINTENANCE:
 - Then use the builder where the response is made
 """
 
-# The namespace of the module, in the order of its definitions. The extension contains the code of
-# this file and executes it during the import. Then it replaces each function by a native one with the
-# same signature and documentation (module.cc). The functions here only bind arguments. The extension
-# calls one if the arguments of a call are unusual or wrong, so that the interpreter raises its own
-# error (arguments.cc).
+# The functions of the module, with their parameters and documentation, and its other names. The
+# order of the names, and names that nothing here uses, such as `json` and `_SENTENCE_END`, are an
+# interface for the service's code.
 #
-# The namespace is an interface: the service's code may use any name in it, also those that nothing
-# here uses, such as `json` and `_SENTENCE_END`.
+# The body of each function calls `native`, its native counterpart, whose C++ code is in functions.cc.
+# `native` is not a name of the module: the import puts the native function into the constants of the
+# function's code (native.cc). So the interpreter binds arguments and raises its own errors.
+#
+# To add a parameter, add it here and to the call of `native`, and read it in functions.cc under its
+# position. To add a function, define it here; the build then requires its C++ code.
 
 from __future__ import annotations
 
@@ -35,7 +37,7 @@ if TYPE_CHECKING:
 
 logger = logging.getLogger(__name__)
 
-# The native functions have the same limits (cuts.h, line_finder.h, ask_response.h, ask_citations.h).
+# The C++ library has the same limits (cuts.h, line_finder.h, ask_response.h, ask_citations.h).
 SUMMARY_CHARS = 160
 CODE_LINE_CHARS = 200
 
@@ -143,8 +145,9 @@ def build_symbol_search_result(symbol: Symbol, file_path: str | None = None) -> 
     value is not None. "line" is the symbol's ``start_line`` (counted from 1), "summary"
     is the first sentence of its docstring.
 
-    The attributes are read in the order of the keys. Raises AttributeError for the first
-    one that the symbol does not have.
+    Reads the attributes ``fqn``, ``name``, ``kind``, ``start_line``, ``signature`` and
+    ``docstring`` of the symbol, in this order. Raises AttributeError for the first one that
+    the symbol does not have.
     """
     return native(symbol, file_path)
 
@@ -156,8 +159,9 @@ def build_symbol_full_details(symbol: Symbol, file_path: str | None = None) -> d
     "start_line", "end_line", "signature", "is_export", "docstring" (not cut),
     "docstring_truncated". Lines are counted from 1.
 
-    The attributes are read in the order of the keys. Raises AttributeError for the first
-    one that the symbol does not have.
+    Reads the attributes ``fqn``, ``name``, ``kind``, ``start_line``, ``end_line``,
+    ``signature``, ``is_export``, ``docstring`` and ``docstring_truncated`` of the symbol, in
+    this order. Raises AttributeError for the first one that the symbol does not have.
     """
     return native(symbol, file_path)
 
@@ -181,7 +185,9 @@ def build_file_symbol(symbol: Symbol, module: str = "") -> dict[str, Any]:
     "end_line" (only if it differs from the start line), "signature", "summary", each only
     if its value is not None. Lines are counted from 1.
 
-    Raises AttributeError for an attribute that the symbol does not have.
+    Reads the attributes ``fqn``, ``kind``, ``start_line``, ``end_line``, ``signature`` and
+    ``docstring`` of the symbol, in this order. Raises AttributeError for the first one that
+    the symbol does not have, and, with a ``module``, for an ``fqn`` that is not a str.
     """
     return native(symbol, module)
 
@@ -194,7 +200,9 @@ def build_api_endpoint(
     Keys, all always present: "fqn", "name", "kind", "file" ("" without a path), "line",
     "signature", "component". "line" is the symbol's ``start_line`` (counted from 1).
 
-    Raises AttributeError for an attribute that the symbol does not have.
+    Reads the attributes ``fqn``, ``name``, ``kind``, ``start_line`` and ``signature`` of the
+    symbol, in this order. Raises AttributeError for the first one that the symbol does not
+    have.
     """
     return native(symbol, file_path, component_name)
 
@@ -207,7 +215,9 @@ def build_reference(reference: Reference, code: str | None = None) -> dict[str, 
     ``code_lines`` returned for the place. "caller" and "caller_kind" are the items "fqn"
     and "kind" of the reference's ``caller_symbol``, a dict or None.
 
-    Raises AttributeError for an attribute that the reference does not have.
+    Reads the attributes ``caller_symbol``, ``usage_type``, ``file_path`` and ``line`` of the
+    reference, in this order. Raises AttributeError for the first one that the reference
+    does not have, and for a truthy ``caller_symbol`` that is not a dict.
     """
     return native(reference, code)
 
@@ -218,7 +228,8 @@ def build_component(component: ComponentInfo) -> dict[str, Any]:
     Keys, all always present: "name", "layer", "path_pattern", "file_count",
     "symbol_count".
 
-    Raises AttributeError for an attribute that the component does not have.
+    The keys are also the attributes that it reads, in this order. Raises AttributeError for
+    the first one that the component does not have.
     """
     return native(component)
 

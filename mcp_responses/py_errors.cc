@@ -56,18 +56,15 @@ void ensure_error() {
   if (PyErr_Occurred() == nullptr) set_memory_error();
 }
 
-/// The message with Python's names of the kinds.
-std::string message_of(const KindError& error) {
+std::string_view python_name(Kind kind) {
   constexpr std::array<std::string_view, 7> names{"None", "bool", "int", "float",
                                                   "str",  "list", "dict"};
-  const auto name_of = [&](Kind kind) { return names[static_cast<std::size_t>(kind)]; };
-  std::vector<std::string_view> expected;
-  for (const Kind kind : error.expected()) {
-    expected.push_back(name_of(kind));
-    if (kind == Kind::list) expected.emplace_back("tuple");
-  }
-  return error.path() + " must be " + alternatives(expected) + ", not " +
-         std::string(name_of(error.actual()));
+  return names[static_cast<std::size_t>(kind)];
+}
+
+std::string message_of(const KindError& error) {
+  return error.path() + " must be " + python_names(error.expected()) + ", not " +
+         std::string(python_name(error.actual()));
 }
 
 /// A function that raises a Python error.
@@ -88,14 +85,10 @@ Setter setter_for(const std::exception_ptr& exception) {
     return set_memory_error;
   } catch (const KindError& error) {
     return setter_of(PyExc_TypeError, std::invalid_argument(message_of(error)));
-  } catch (const AttributeMissing& error) {
-    return setter_of(PyExc_AttributeError, error);
   } catch (const NestingError& error) {
     return setter_of(PyExc_RecursionError, error);
   } catch (const SurrogateError& error) {
     return [error] { set_unicode_error(error); };
-  } catch (const NulInPath& error) {
-    return setter_of(PyExc_ValueError, error);
   } catch (const SymlinkLoop& error) {
     return [message = std::string(error.what())] {
       set_error_with_path(PyExc_RuntimeError, message.c_str());
@@ -111,6 +104,15 @@ Setter setter_for(const std::exception_ptr& exception) {
 }
 
 }  // namespace
+
+std::string python_names(std::span<const Kind> kinds) {
+  std::vector<std::string_view> names;
+  for (const Kind kind : kinds) {
+    names.push_back(python_name(kind));
+    if (kind == Kind::list) names.emplace_back("tuple");
+  }
+  return alternatives(names);
+}
 
 PyRef next_of(const PyRef& iterator) {
   PyRef next = PyRef::steal(call_python([&] { return PyIter_Next(iterator.get()); }));

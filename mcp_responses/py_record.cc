@@ -1,5 +1,7 @@
 #include "py_record.h"
 
+#include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "py_copy.h"
@@ -47,16 +49,15 @@ Value PyRecord::value(Field field) const {
   return to_value(PyRef::borrow(read_.keep(name_, field, std::move(attribute))));
 }
 
-Value PyRecord::value_with_method(const char* method, Field field) const {
+Value PyRecord::value_of_kind(Field field, std::initializer_list<Kind> kinds) const {
   PyRef object = attribute(field);
-  if (is_shareable(object.get())) return to_value(std::move(object));
-  // Other objects with a JSON representation are converted when the builder inspects them.
-  if (py_kind(object.get()) && (!PyLong_Check(object.get()) || fits_64_bits(object.get())))
+  const std::optional<Kind> kind = py_kind(object.get());
+  if (kind && std::ranges::count(kinds, *kind) > 0)
     return to_value(PyRef::borrow(read_.keep(name_, field, std::move(object))));
-  // A falsy caller is like none.
-  if (field == Field::caller_symbol && checked(PyObject_IsTrue, object.get()) == 0) return {};
-  raise(PyExc_AttributeError, "'%.200s' object has no attribute '%s'",
-        Py_TYPE(object.get())->tp_name, method);
+  const bool may_be_null = std::ranges::count(kinds, Kind::null) > 0;
+  if (may_be_null && checked(PyObject_IsTrue, object.get()) == 0) return {};
+  raise(PyExc_AttributeError, "%s.%s must be %s, not %.200s", name_, field_name(field),
+        python_names(kinds).c_str(), Py_TYPE(object.get())->tp_name);
 }
 
 PyRef PyRecord::summary(Field field) const {

@@ -49,7 +49,7 @@ class PyRecord {
 
   PyRef pass_through(Field field) const;
   Value value(Field field) const;
-  Value value_with_method(const char* method, Field field) const;
+  Value value_of_kind(Field field, std::initializer_list<Kind> kinds) const;
   PyRef summary(Field field) const;
 
  private:

@@ -67,9 +67,7 @@ Text outline_module(std::span<const Text> fqns) {
 Value name_in_module(const Value& module, Value fqn) {
   const auto module_text = module.text();
   if (!module_text) throw KindError("module", {Kind::string}, module.kind());
-  const auto fqn_text = fqn.text();
-  if (!fqn_text) throw AttributeMissing(fqn.kind(), "startswith");
-  const TextView whole = fqn_text->view();
+  const TextView whole = *fqn.view();
   const TextView prefix = module_text->view();
   if (!starts_with_module(whole, prefix)) return fqn;
   return slice(whole, prefix.size + 1, whole.size - prefix.size - 1);

@@ -33,18 +33,19 @@ Text outline_module(std::span<const Text> fqns);
 /// The row of a symbol: "name" (its fqn without `module` and the dot after it), "kind", "line",
 /// "end_line" (only if it differs from the start line), "signature" and "summary", each only if it
 /// is not null. With a falsy `module`, "name" is the whole fqn. Reads `fqn`, `kind`,
-/// `start_line`, `end_line`, `signature` and `docstring`. Throws `AttributeMissing` if there
+/// `start_line`, `end_line`, `signature` and `docstring`. Throws `FieldKindError` if there
 /// is a module and the fqn is not a string.
 Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
 
-/// `fqn` without `module` and the dot after it.
+/// `fqn` without `module` and the dot after it. Requires an fqn that is a string. Throws `KindError` if
+/// the module is not one.
 Value name_in_module(const Value& module, Value fqn);
 
 /// The members of `build_file_symbol`, for any kind of record.
 template <Record Source>
 auto file_symbol(const Source& symbol, const Value& module) {
   Value name = module.truthy()
-                   ? name_in_module(module, symbol.value_with_method("startswith", Field::fqn))
+                   ? name_in_module(module, symbol.value_of_kind(Field::fqn, {Kind::string}))
                    : symbol.value(Field::fqn);
   auto kind = symbol.pass_through(Field::kind);
   Value line = symbol.value(Field::start_line);

@@ -10,8 +10,15 @@ namespace mcp_responses {
 Value PlainRecord::value(Field field) const {
   const auto found = std::find_if(fields_.begin(), fields_.end(),
                                   [field](const auto& entry) { return entry.first == field; });
-  if (found == fields_.end()) throw AttributeMissing("PlainRecord", field_name(field));
+  if (found == fields_.end()) throw FieldMissing(field_name(field));
   return found->second;
+}
+
+Value PlainRecord::value_of_kind(Field field, std::initializer_list<Kind> kinds) const {
+  Value found = value(field);
+  if (std::ranges::count(kinds, found.kind()) > 0) return found;
+  if (std::ranges::count(kinds, Kind::null) > 0 && !found.truthy()) return {};
+  throw FieldKindError(field_name(field), kinds, found.kind());
 }
 
 Value PlainRecord::summary(Field field) const {

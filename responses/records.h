@@ -54,21 +54,22 @@ constexpr const char* field_name(Field field) {
 }
 
 /// A record that a row is built from. Each function throws if the field cannot be read:
-/// `AttributeMissing`, or an error of a foreign runtime.
+/// `FieldMissing`, or an error of a foreign runtime.
 ///
 ///   pass_through(field)              a field that the row only contains: a Value, or the foreign
 ///                                    object
 ///   value(field)                     a field whose content determines the row, as a Value
-///   value_with_method(name, field)   the same, for a field on which plain Python would call a
-///                                    method, such as "startswith". Throws `AttributeMissing` for a
-///                                    foreign object without a Value, but a falsy caller is null
+///   value_of_kind(field, kinds)      the same, for a field that must have one of these kinds, because
+///                                    plain Python would call a method of it. Throws
+///                                    `FieldKindError`. If the kinds contain null, a falsy field of
+///                                    any kind counts as null
 ///   summary(field)                   the first sentence of a docstring, or null. Throws `KindError`
 ///                                    if the field is neither a string nor null
 template <class Source>
 concept Record = requires(const Source& record, Field field) {
   record.pass_through(field);
   { record.value(field) } -> std::same_as<Value>;
-  { record.value_with_method("method", field) } -> std::same_as<Value>;
+  { record.value_of_kind(field, {Kind::string}) } -> std::same_as<Value>;
   record.summary(field);
 };
 
@@ -79,7 +80,7 @@ class PlainRecord {
 
   Value pass_through(Field field) const { return value(field); }
   Value value(Field field) const;
-  Value value_with_method(const char*, Field field) const { return value(field); }
+  Value value_of_kind(Field field, std::initializer_list<Kind> kinds) const;
   Value summary(Field field) const;
 
  private:

@@ -1,13 +1,6 @@
 #include "reference_rows.h"
 
-#include "errors.h"
-
 namespace mcp_responses {
-
-void check_caller(const Value& caller_symbol) {
-  if (caller_symbol.truthy() && caller_symbol.kind() != Kind::object)
-    throw AttributeMissing(caller_symbol.kind(), "get");
-}
 
 Object build_reference(const PlainRecord& reference, Value code) {
   return reference_row(reference, std::move(code));

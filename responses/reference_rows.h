@@ -11,7 +11,7 @@ namespace mcp_responses {
 
 /// "file" and "line", nulls included, then "code", "caller", "caller_kind" and "usage_type", each
 /// only if it is not null. `code` is the line of code at that place. Reads `caller_symbol`, whose "fqn"
-/// and "kind" are the caller, `usage_type`, `file_path` and `line`. Throws `AttributeMissing` if
+/// and "kind" are the caller, `usage_type`, `file_path` and `line`. Throws `FieldKindError` if
 /// `caller_symbol` is truthy and not an object.
 Object build_reference(const PlainRecord& reference, Value code = {});
 
@@ -27,14 +27,10 @@ Object build_component(const PlainRecord& component);
 /// "test_file", "source_file", then "symbols_imported" if truthy.
 Object build_test_coverage(Value test_file, Value source_file, Value symbols_imported = {});
 
-/// Throws `AttributeMissing` if the caller of a reference is truthy and not an object.
-void check_caller(const Value& caller_symbol);
-
 /// The members of these rows, for any kind of record. `Passed` is Value, or a foreign object.
 template <Record Source, class Passed>
 auto reference_row(const Source& reference, Passed code) {
-  const Value caller = reference.value_with_method("get", Field::caller_symbol);
-  check_caller(caller);
+  const Value caller = reference.value_of_kind(Field::caller_symbol, {Kind::object, Kind::null});
   auto usage_type = reference.pass_through(Field::usage_type);
   return StaticObject{
       "file"_key = reference.pass_through(Field::file_path),

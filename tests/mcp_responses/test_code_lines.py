@@ -15,6 +15,7 @@ from pathlib import Path
 from unittest import mock
 
 import random_input
+from callbacks import class_with
 from samples import plain, real
 from script_helper import make_folder, run_program
 
@@ -136,8 +137,17 @@ class CodeLines(unittest.TestCase):
             with self.assertRaises((TypeError, OverflowError)) as raised:
                 real.code_lines(self.base, [["a", 1], place])
             self.assertEqual(str(raised.exception), "places[1]" + text)
-        for root in (b"bytes", 7, object(), [""]):
-            self.assertRaises(TypeError, real.code_lines, root, [])
+        for root, places, text in [
+            (7, [], "root must be str, os.PathLike or None, not int"),
+            (b"bytes", [], "root must be str, os.PathLike or None, not bytes"),
+            (class_with(__fspath__=lambda self: b"x")(), [], "root must be a path of str or None, not of bytes"),
+            ("a\0", [], "root contains a null character"),
+            (self.base, [("a", 1), ("b\0", 1), ("b\0", 2)], "places[1][0] contains a null character"),
+            (self.base, None, "places must be iterable, not NoneType"),
+        ]:
+            with self.assertRaises((TypeError, ValueError)) as raised:
+                real.code_lines(root, places)
+            self.assertEqual(str(raised.exception), text)
 
     def test_places_are_iterated_once_and_only_with_a_root(self):
         places = iter([("a.py", 1), ("a.py", 2)])

@@ -336,6 +336,10 @@ class Errors(ComparingTest):
         calls += [("build_reference", record(REFERENCE, caller_symbol=value)) for value in values]
         for function, *args in calls:
             found, expected = (exact_outcome(getattr(library, function), *args) for library in (real, plain))
+            if expected[0] is AttributeError:
+                field, types = ("symbol.fqn", "str") if len(args) == 2 else ("reference.caller_symbol", "dict or None")
+                value = vars(args[0])[field.partition(".")[2]]
+                expected = AttributeError, f"{field} must be {types}, not {type(value).__name__}"
             self.assertEqual(found, expected, args)
 
     def test_long_keys_are_abbreviated_in_messages(self):

@@ -26,12 +26,12 @@ TEST(PlainRecord, MissingAndWrongFields) {
       {Field::fqn, 1}, {Field::name, "n"_t}, {Field::docstring, 1}, {Field::caller_symbol, "c"_t}};
   EXPECT_EQ(message_of<KindError>([&] { record.summary(Field::docstring); }),
             "symbol.docstring must be string or null, not integer");
-  EXPECT_EQ(message_of<AttributeMissing>([&] { build_file_symbol(record, "m"_t); }),
-            "'int' object has no attribute 'startswith'");
-  EXPECT_EQ(message_of<AttributeMissing>([&] { build_reference(record); }),
-            "'str' object has no attribute 'get'");
-  EXPECT_EQ(message_of<AttributeMissing>([&] { build_component(record); }),
-            "'PlainRecord' object has no attribute 'layer'");
+  EXPECT_EQ(message_of<FieldKindError>([&] { build_file_symbol(record, "m"_t); }),
+            "fqn must be string, not integer");
+  EXPECT_EQ(message_of<FieldKindError>([&] { build_reference(record); }),
+            "caller_symbol must be object or null, not string");
+  EXPECT_EQ(message_of<FieldMissing>([&] { build_component(record); }),
+            "the record has no field layer");
 }
 
 }  // namespace
