@@ -106,10 +106,11 @@ UniqueFd::~UniqueFd() {
 Unreadable::Unreadable(int error_number, const std::string& path)
     : Unreadable("[Errno " + std::to_string(error_number) + "] " +
                      std::generic_category().message(error_number),
-                 path) {}
+                 path, error_number) {}
 
-Unreadable::Unreadable(std::string_view reason, const std::string& path)
-    : std::runtime_error(std::string(reason) + ": '" + elided_path(path) + "'") {}
+Unreadable::Unreadable(std::string_view reason, const std::string& path, int error_number)
+    : std::runtime_error(std::string(reason) + ": '" + elided_path(path) + "'"),
+      error_number_(error_number) {}
 
 std::size_t FileReader::read(std::span<char> to) {
   assert(!to.empty());
@@ -130,44 +131,48 @@ std::optional<FileReader> FileOpener::open(std::string_view path) {
   const std::string& root = tree_.root();
   // Most paths contain neither symlinks nor "..". They are opened without being resolved.
   if (is_plain(path)) {
-    auto result = open_file(root + '/' + std::string(path));
-    if (auto* const reader = std::get_if<FileReader>(&result)) return std::move(*reader);
+    try {
+      return open_file(root + '/' + std::string(path));
+    } catch (const Unreadable& error) {
+      if (error.error_number() == EAGAIN) throw;
+      // Otherwise, a component may be a symlink.
+    }
   }
   folder_path_.clear();  // the folder may have been replaced since it was opened
   const auto [target, error] = resolved_path(root, path);
   if (target != root && !target.starts_with(root + '/')) return {};
   if (error != 0) throw Unreadable(error, target);
-  auto result = open_file(target.empty() ? "/" : target);
-  if (const auto* const unreadable = std::get_if<Unreadable>(&result)) throw *unreadable;
-  return std::get<FileReader>(std::move(result));
+  return open_file(target.empty() ? "/" : target);
+}
+
+void FileOpener::open_folder_of(const std::string& path, std::size_t name_at) {
+  if (folder_.is_open() && std::string_view(path).substr(0, name_at) == folder_path_) return;
+  folder_path_ = path.substr(0, name_at);
+  folder_ = UniqueFd();  // closes it first, so that two descriptors are enough
+  folder_ = open_folder(folder_path_, opening_);
+  if (!folder_.is_open()) throw Unreadable(errno, path);
 }
 
 /// Checks the file before opening it: opening a FIFO would be visible to the process at its other end.
-/// Returns an error instead of throwing it, because `open` may have to resolve the path first.
-std::variant<FileReader, Unreadable> FileOpener::open_file(std::string path) {
-  if (path.size() >= PATH_MAX) return Unreadable(ENAMETOOLONG, path);
+FileReader FileOpener::open_file(std::string path) {
+  if (path.size() >= PATH_MAX) throw Unreadable(ENAMETOOLONG, path);
   const std::size_t name_at = path.rfind('/') + 1;
   const std::string name = name_at == path.size() ? "." : path.substr(name_at);
-  if (!folder_.is_open() || std::string_view(path).substr(0, name_at) != folder_path_) {
-    folder_path_ = path.substr(0, name_at);
-    folder_ = UniqueFd();  // closes it first, so that two descriptors are enough
-    folder_ = open_folder(folder_path_, opening_);
-    if (!folder_.is_open()) return Unreadable(errno, path);
-  }
+  open_folder_of(path, name_at);
   struct stat checked {};
   const auto check = [&] {
     return ::fstatat(folder_.get(), name.c_str(), &checked, AT_SYMLINK_NOFOLLOW);
   };
-  if (retry_interrupted(check) != 0) return Unreadable(errno, path);
-  if (!S_ISREG(checked.st_mode)) return not_regular(checked.st_mode, path);
+  if (retry_interrupted(check) != 0) throw Unreadable(errno, path);
+  if (!S_ISREG(checked.st_mode)) throw not_regular(checked.st_mode, path);
   UniqueFd file = open_in_folder(folder_, name);
   struct stat opened {};
   const auto check_again = [&] { return ::fstat(file.get(), &opened); };
-  if (!file.is_open() || retry_interrupted(check_again) != 0) return Unreadable(errno, path);
+  if (!file.is_open() || retry_interrupted(check_again) != 0) throw Unreadable(errno, path);
   // Inode numbers are reused, possibly for a file of another type.
   const bool is_same =
       checked.st_dev == opened.st_dev && checked.st_ino == opened.st_ino && S_ISREG(opened.st_mode);
-  if (!is_same) return Unreadable("Replaced while it was opened", path);
+  if (!is_same) throw Unreadable("Replaced while it was opened", path);
   const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
   return FileReader(std::move(file), std::move(path), size);
 }

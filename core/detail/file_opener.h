@@ -12,7 +12,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "work_tree.h"
 
@@ -41,7 +40,11 @@ class UniqueFd {
 class Unreadable : public std::runtime_error {
  public:
   Unreadable(int error_number, const std::string& path);
-  Unreadable(std::string_view reason, const std::string& path);
+  Unreadable(std::string_view reason, const std::string& path, int error_number = 0);
+  int error_number() const noexcept { return error_number_; }
+
+ private:
+  int error_number_;
 };
 
 /// How folders are opened without following symlinks: by the system call openat2, if the kernel has it,
@@ -84,7 +87,8 @@ class FileOpener {
   std::optional<FileReader> open(std::string_view path);
 
  private:
-  std::variant<FileReader, Unreadable> open_file(std::string path);
+  void open_folder_of(const std::string& path, std::size_t name_at);
+  FileReader open_file(std::string path);
 
   const WorkTree& tree_;
   Opening opening_;
