@@ -28,10 +28,10 @@ set(Python_EXECUTABLE "${executable}" CACHE FILEPATH "The CPython to build for, 
 # FindPython does not run the interpreter of another machine.
 if(CMAKE_CROSSCOMPILING)
   set(Python_INCLUDE_DIR "${include_folder}")
-  set(Python_SOABI "${soabi}")
 endif()
 find_package(Python ${version} EXACT QUIET COMPONENTS Interpreter Development.Module)
 if(NOT Python_FOUND)
   message(FATAL_ERROR "${executable} is not a CPython with its headers (Debian: python3-dev); " ${remedy})
 endif()
+set(Python_SOABI "${soabi}")
 message(STATUS "Interpreter: ${Python_EXECUTABLE} (${Python_VERSION})")
