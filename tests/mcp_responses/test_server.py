@@ -1,5 +1,6 @@
 """The example service through its MCP server."""
 
+import importlib.metadata
 import io
 import json
 import math
@@ -42,8 +43,7 @@ class StartTest(ServiceTest):
             self.assertEqual(client.request("tools/list")["error"]["code"], -32600, "a request before initialize")
             result = client.initialize(requested)
             self.assertEqual(result["protocolVersion"], agreed, requested)
-            project = re.search(r"^project\(\w+ VERSION (\S+)", (HERE.parents[1] / "CMakeLists.txt").read_text(), re.M)
-            self.assertEqual(result["serverInfo"]["version"], project[1])
+            self.assertEqual(result["serverInfo"]["version"], importlib.metadata.version("mcp_responses"))
             client.send(b'[{"jsonrpc":"2.0","id":1,"method":"ping"},{"jsonrpc":"2.0","method":"a"},3]')
             answer = client.receive()
             if agreed < "2025-06-18":
