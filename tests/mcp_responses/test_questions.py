@@ -45,7 +45,7 @@ QUESTIONS = [
         ("files", {"path": "{root}/json/"}, r'"path":"json/decoder.py"(?!.*unittest)'),
         ("tests", {"path": "./nothing/"}, '"total_count":0'),
         ("file", {"path": "./http"}, '^{"file":"http/__init__.py"'),
-        ("file", {"path": "documents"}, "documents is a folder with 1 Python files")]),
+        ("file", {"path": "documents"}, "documents is a folder: call files with this path")]),
     ("library", "And if the path or the name is not quite right?", [
         ("file", {"path": "Lib/json/decoder.py"}, "Nearest: json/decoder.py"),
         ("file", {"path": "/elsewhere/json/decode.py"}, "Nearest: json/decoder.py"),
@@ -85,6 +85,7 @@ QUESTIONS = [
     ("project", "What tests examples/service/hollin/index.py, and what does test_demo.py test?", [
         ("tests", {"path": "examples/service/hollin/index.py"},
          r'^{"tests":\[{[^}]*test_index.py","source_file":"examples/service/hollin/index.py","symbols_imported":'),
+        ("file", {"path": "docs/faq.md"}, "docs/faq.md is a document: call wiki"),
         ("tests", {"path": "tests/mcp_responses/test_demo.py"}, r'^{"tests":\[{[^}]*"examples/service/hollin/demo.py"'),
         ("tests", {"path": "index.py"}, r'^{"tests":\[({[^}]*"examples/service/hollin/index.py"[^}]*},?)+\],"total')]),
     ("project", "Who calls a function of a script?", [

@@ -104,6 +104,10 @@ class ReadyServerTest(ServiceTest):
             text = re.sub(r'\d{4}-\d\d-\d\dT[^"]+', "<time>", self.client.call(tool, **arguments))
             self.assertEqual(re.sub(r'(?<=broken.py: )[^"]+', "<error>", text), expected, (tool, arguments))
 
+    def test_the_list_of_tools_is_short(self):
+        text = json.dumps(self.client.request("tools/list"), ensure_ascii=False, separators=(",", ":"))
+        self.assertLess(len(text.encode()), 12_000, "a model pays for it in each conversation")
+
     def test_each_description_has_an_example_that_works(self):
         for name, tool in self.client.tools().items():
             example = json.loads(re.search(r" Example: (\{.*\})$", tool["description"])[1])
@@ -185,7 +189,7 @@ class ChangedFilesTest(unittest.TestCase):
         guide = (self.folder / "docs/guide.md").read_text("utf-8")
         for change in (
             lambda: write_tree(self.folder, {"shop/paying.py": "def pay_later(): pass\n", "docs/a.md": guide}),
-            lambda: write_tree(self.folder, {"new/deep/a.py": "from shop import paying\ndef a(): paying.pay_later()\n"}),
+            lambda: write_tree(self.folder, {"new/deep/a.py": "import shop.paying as p\ndef a(): p.pay_later()\n"}),
             lambda: write_tree(self.folder, {"new/deep/__init__.py": "A = 1\n", "shop/cart.py": "class Other: pass\n"}),
             lambda: (self.folder / "shop/paying.py").rename(self.folder / "shop/later.py"),
             lambda: shutil.rmtree(self.folder / "new"),

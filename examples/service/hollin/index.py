@@ -104,8 +104,7 @@ class Index:
         self._looked = time.monotonic()
 
     def refresh(self, paths: set[str]) -> bool:
-        """Indexes changed files again: those of `paths`, new, deleted and unreadable ones. Returns whether there were
-        any."""
+        """Indexes new, deleted and unreadable files, and changed ones of `paths`. Returns whether there were any."""
         stamps = self.tree.stamps
         paths = paths.union(self.tree.errors, (path for path, stamp in stamps.items() if not stamp))
         changed = {path: self.tree.current_stamp(path) for path in stamps if path in paths and self.tree.is_stale(path)}

@@ -1,8 +1,8 @@
 """Reads one Python file: its symbols, its imports and its uses of symbols.
 
 A use is recorded with the path of the symbol where this file determines one: by a definition, an import or the first
-parameter of a method. A variable does not have a path, only a constant and one more name of an object do. `Names`
-resolves the paths.
+parameter of a method. A variable does not have a path. A constant has one, and so does an alias of an imported object,
+such as `abc = _collections_abc`. `Names` resolves the paths.
 """
 
 from __future__ import annotations
@@ -123,7 +123,7 @@ class _Reader:
         self.module = Scope(None, None, source.names)
         self.uses: list[tuple[ast.expr, Scope, str]] = []
         self.bases: list[tuple[str, list[ast.expr], Scope]] = []
-        self.bindings: dict[ast.expr, Binding] = {}  # of assigned names that are known objects
+        self.bindings: dict[ast.expr, Binding] = {}  # of constants and aliases
 
     def read(self, tree: ast.Module) -> None:
         # A stack instead of recursion, because generated code can be nested too deeply for the interpreter's stack.
@@ -166,9 +166,8 @@ class _Reader:
                 self._assign(node, scope)
             case ast.Name(id=name, ctx=ast.Store() | ast.Del()):
                 scope.bind(name, self.bindings.get(node))
-            case ast.ExceptHandler(name=str(name)) | ast.MatchAs(name=str(name)) | ast.MatchStar(name=str(name)):
-                scope.bind(name)
-            case ast.MatchMapping(rest=str(name)):
+            case (ast.ExceptHandler(name=str(name)) | ast.MatchAs(name=str(name)) | ast.MatchStar(name=str(name))
+                  | ast.MatchMapping(rest=str(name))):
                 scope.bind(name)
             case ast.Global(names=names) | ast.Nonlocal(names=names):
                 for name in names:
@@ -193,7 +192,7 @@ class _Reader:
         return inner
 
     def _assign(self, node: ast.Assign | ast.AnnAssign, scope: Scope) -> None:
-        """Records constants: the names without lower-case letters. Another name can be one more name of an object."""
+        """Records constants: the names without lower-case letters. Another name is an alias if the value is a name."""
         targets = node.targets if isinstance(node, ast.Assign) else [node.target]
         nodes = [each for target in targets for each in getattr(target, "elts", [target]) if isinstance(each, ast.Name)]
         path = scope.path(node.value, self.source.module) if node.value and scope is self.module else None

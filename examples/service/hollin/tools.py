@@ -74,7 +74,7 @@ def _unresolved_calls(method: Located, places: list[tuple[str, int]]) -> str:
     nearest = sorted(places, key=lambda place: -len(posixpath.commonprefix([place[0], method.path])))
     shown = ", ".join(f"{path}:{line}" for path, line in nearest[:_SHOWN_CALLS])
     name, calls = method.symbol.name, "call" if len(places) == 1 else "calls"
-    return f"Not listed: {len(places)} {calls} of {name} of objects of unknown classes, such as {shown}."
+    return f"Not listed: {len(places)} {calls} of {name} on objects of unknown classes, for example in {shown}."
 
 
 def file(index: Index, path: str, offset: int, limit: int) -> Answer:
@@ -90,9 +90,12 @@ def file(index: Index, path: str, offset: int, limit: int) -> Answer:
 def _why_not_a_file(index: Index, path: str) -> str:
     if path in index.tree.errors:
         return f"{path} cannot be indexed: {index.tree.errors[path]}."
+    if path in index.wiki.pages:
+        return f"{path} is a document: call wiki with the action read and this page_id."
     folder = path.rstrip("/") + "/" if path else ""
-    inside = [each for each in index.sources if each.startswith(folder)]
-    return f"{path or 'The root'} is a folder with {len(inside)} Python files: call files." if inside else ""
+    if any(each.startswith(folder) for each in index.sources):
+        return f"{path or 'The root'} is a folder: call files with this path."
+    return ""
 
 
 def files(index: Index, offset: int, limit: int, path: str = "") -> Answer:
