@@ -27,11 +27,16 @@ constexpr std::size_t index_of_10_to_0 = 293;
 /// The 128 most significant bits, rounded up, of the powers 10^-293 to 10^323.
 constexpr auto powers_of_10 = [] {
   std::array<Wide, index_of_10_to_0 + 324> powers{};
-  // The next 128 bits are computed as well, so that these are correct. They start with 10^-293.
+  // The next 128 bits are computed as well, so that these are correct. Both start with 10^-293.
   Wide high = Wide{0xCC5FC196FEFD7D0C} << 64 | 0x1E53ED49A96272C8;
   Wide low = Wide{0xB2E28CEDD086D010} << 64 | 0x01C8B894ED056D30;
   for (std::size_t i = 0; i < powers.size(); ++i) {
-    if (i == index_of_10_to_0) high = Wide{1} << 127, low = 0;
+    if (i == index_of_10_to_0) {
+      // 293 multiplications must give 1, or slightly less: otherwise the first value is wrong, and this
+      // does not compile.
+      if (~high != 0 || -low > 256) std::abort();
+      high = Wide{1} << 127, low = 0;
+    }
     powers[i] = high + 1;
     // Multiply by 10 / 8, and then divide by 2 if that overflows.
     const Wide quarter = high << 126 | low >> 2;
@@ -44,7 +49,8 @@ constexpr auto powers_of_10 = [] {
   return powers;
 }();
 
-// Logarithms, rounded down, for every exponent of a double.
+// Logarithms, rounded down, for every exponent of a double: log10(2) is 1262611.3 / 2^22, log10(3/4)
+// is -524031.04 / 2^22, and log2(10) is 1741647.04 / 2^19.
 constexpr int log10_of_power_of_2(int e) { return (e * 1262611) >> 22; }
 constexpr int log10_of_3_quarters_of_power_of_2(int e) { return (e * 1262611 - 524031) >> 22; }
 constexpr int log2_of_power_of_10(int e) { return (e * 1741647) >> 19; }
@@ -79,16 +85,22 @@ Decimal shortest_decimal(double number) noexcept {
   const bool is_closer_below = c == hidden_bit && biased > 1;
   const int k = is_closer_below ? log10_of_3_quarters_of_power_of_2(q) : log10_of_power_of_2(q);
 
-  // Scale c * 2^q to units of 10^(k+1). The integer part has at most 54 bits, so the high half of the
-  // product has 10 fractional bits.
+  // Scale c * 2^q to units of 10^(k+1). With s = floor(log2(10^-(k+1))), 10^-(k+1) is
+  // power * 2^(s - 127), and shift is q + s:
+  //
+  //   c * 2^q * 10^-(k+1) = c * power * 2^(shift - 127) = factor * power / 2^138 = product / 2^74
+  //   half an ulp         = 2^(q-1) * 10^-(k+1)         = power * 2^(shift - 128)
+  //
+  // shift is -4 to 0, because 2^q * 10^-(k+1) is at least 1/10 and less than 4/3. So the factor has at
+  // most 64 bits.
   const Wide power = powers_of_10[index_of_10_to_0 - static_cast<std::size_t>(k + 1)];
   const auto power_high = static_cast<std::uint64_t>(power >> 64);
-  const int shift = q + log2_of_power_of_10(-(k + 1));  // -4 to 0
+  const int shift = q + log2_of_power_of_10(-(k + 1));
   const std::uint64_t factor = c << (shift + 11);
   const Wide product =
       Wide{power_high} * factor + (Wide{static_cast<std::uint64_t>(power)} * factor >> 64);
   const auto integer = static_cast<std::uint64_t>(product >> 74);
-  const auto fraction = static_cast<std::uint64_t>(product >> 10);
+  const auto fraction = static_cast<std::uint64_t>(product >> 10);  // of 2^64, like half_ulp
   const std::uint64_t half_ulp = (power_high >> -shift) + (c % 2 == 0 ? 1 : 0);
 
   std::uint64_t half_ulp_below = half_ulp;
@@ -97,7 +109,7 @@ Decimal shortest_decimal(double number) noexcept {
   std::uint64_t rounding = fraction == half / 2 ? half - 1 : half + 6;
   if (is_closer_below) [[unlikely]] {
     half_ulp_below /= 2;
-    // The closest tenth may be too far below.
+    // The closest tenth may be too far below. Then the result is the first one that is not.
     if (half_ulp_below < half / 10) rounding = -(10 * half_ulp_below);
   }
   const auto tenths = static_cast<std::uint64_t>((Wide{fraction} * 10 + rounding) >> 64);
