@@ -49,7 +49,7 @@ class ValueTree {
   static std::int64_t integer(Node node) noexcept { return *node->integer(); }
   static double real(Node node) noexcept { return *node->real(); }
   static TextView text(Node node) noexcept { return *node->view(); }
-  static Cursor open(Node node, Kind) { return Cursor(*node); }
+  static Cursor open(Node node, Kind, const std::vector<Cursor>&) { return Cursor(*node); }
   static TextView key(const Cursor& cursor) noexcept { return cursor.key(); }
 };
 

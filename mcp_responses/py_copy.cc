@@ -200,12 +200,16 @@ PyRef copy_without_nulls(PyObject* dict) {
   return copy;
 }
 
+bool has_string_keys(PyObject* dict) noexcept {
+  if (has_own_order(dict)) return false;
+  if (unicode_keys_of(dict) != nullptr) return true;
+  for (PyCursor at(dict, true); at.next();)
+    if (!PyUnicode_CheckExact(at.key())) return false;
+  return true;
+}
+
 PyRef with_string_keys(PyObject* dict) {
-  if (has_own_order(dict)) return copy_with_string_keys(dict);
-  for (PyCursor at(dict, true); at.next();) {
-    if (!PyUnicode_CheckExact(at.key())) return copy_with_string_keys(dict);
-  }
-  return PyRef::borrow(dict);
+  return has_string_keys(dict) ? PyRef::borrow(dict) : copy_with_string_keys(dict);
 }
 
 PyRef key_string(PyObject* key) {

@@ -23,9 +23,12 @@ inline PyRef pass_through(PyRef object) {
   return is_shareable(object.get()) ? std::move(object) : plain_copy(object.get());
 }
 
-/// The dict itself if all its keys are exactly str, otherwise a copy in which each other key is the
-/// string that the encoding writes for it. Of several keys with the same string, the first determines
-/// the position and the last the value. An OrderedDict is copied in its own order.
+/// True if all keys of a dict are exactly str, and it iterates in the order of its entries.
+bool has_string_keys(PyObject* dict) noexcept;
+
+/// The dict itself if it has such keys, otherwise a copy in which each other key is the string that the
+/// encoding writes for it. Of several keys with the same string, the first determines the position and
+/// the last the value. An OrderedDict is copied in its own order.
 PyRef with_string_keys(PyObject* dict);
 
 /// A key as a str: the text that the encoding writes for it. Throws `UnsupportedObject`.

@@ -12,10 +12,6 @@
 namespace mcp_responses {
 namespace {
 
-/// Thrown for a dict that cannot be traversed in place: a key is not exactly a str, so that its text
-/// may equal another key's, or the dict is an OrderedDict. A plain copy is encoded instead.
-class NeedsCopy {};
-
 /// A Tree for the encoder. Only signal handlers run Python code during the traversal, so references
 /// are borrowed; before handlers run, the tree holds references to the containers on the path.
 class PyTree {
@@ -28,11 +24,7 @@ class PyTree {
     Cursor(PyObject* container, bool is_object) noexcept : at_(container, is_object) {}
 
     bool is_object() const noexcept { return at_.is_dict(); }
-    bool next() {
-      if (!at_.next()) return false;
-      if (at_.is_dict() && !PyUnicode_CheckExact(at_.key())) throw NeedsCopy();
-      return true;
-    }
+    bool next() noexcept { return at_.next(); }
     PyObject* container() const noexcept { return at_.container(); }
     PyObject* value() const noexcept { return at_.value(); }
     PyObject* key() const noexcept { return at_.key(); }
@@ -42,11 +34,9 @@ class PyTree {
   };
 
   Kind kind(PyObject* node, const std::vector<Cursor>& path) {
-    work_ += element_work;
-    if (work_ >= work_between_checks) [[unlikely]]
+    if (detail::add_work(element_work)) [[unlikely]]
       run_signal_handlers(node, path);
     const std::optional<Kind> kind = py_kind(node);
-    if (kind == Kind::object && has_own_order(node)) throw NeedsCopy();
     if (kind) [[likely]]
       return *kind;
     throw UnsupportedObject(node);
@@ -56,50 +46,50 @@ class PyTree {
   static bool boolean(PyObject* node) noexcept { return node == Py_True; }
   static std::int64_t integer(PyObject* node) { return integer_in(node); }
   static double real(PyObject* node) noexcept { return PyFloat_AS_DOUBLE(node); }
-  TextView text(PyObject* string) {
+  static TextView text(PyObject* string) {
     ensure_ready(string);
     const TextView text = view_of(string);
-    work_ += text.size;
+    detail::add_work(text.size);
     return text;
   }
-  TextView key(const Cursor& cursor) { return text(cursor.key()); }
-  static Cursor open(PyObject* node, Kind kind) noexcept { return {node, kind == Kind::object}; }
+  static TextView key(const Cursor& cursor) {
+    if (!PyUnicode_CheckExact(cursor.key())) [[unlikely]]
+      raise(PyExc_RuntimeError, "dictionary keys changed during iteration");  // by a signal handler
+    return text(cursor.key());
+  }
+  Cursor open(PyObject* node, Kind kind, const std::vector<Cursor>& path) {
+    if (kind != Kind::object) return {node, false};
+    if (has_string_keys(node)) [[likely]]
+      return {node, true};
+    hold(node, path);
+    copies_.push_back(with_string_keys(node));
+    return {copies_.back().get(), true};
+  }
 
  private:
-  static constexpr std::size_t work_between_checks = std::size_t{4} << 20;  // about a millisecond
-
   void run_signal_handlers(PyObject* node, const std::vector<Cursor>& path) {
-    work_ = 0;
+    hold(node, path);
+    detail::check_interrupt();
+  }
+
+  void hold(PyObject* node, const std::vector<Cursor>& path) {
     std::vector<PyRef> held;
     held.reserve(path.size() + 1);
     for (const Cursor& cursor : path) held.push_back(PyRef::borrow(cursor.container()));
     held.push_back(PyRef::borrow(node));
     held_.swap(held);
-    check_signals();
   }
 
   std::size_t max_nesting_ = mcp_responses::max_nesting();
-  std::size_t work_ = 0;     // since signals were checked
-  std::vector<PyRef> held_;  // the path when handlers ran last
+  std::vector<PyRef> held_;    // the path when handlers ran last
+  std::vector<PyRef> copies_;  // of the dicts that cannot be traversed in place
 };
 
 template <class Sink>
-std::size_t encode_in_place(PyObject* root, Sink& sink) {
+std::size_t encode_py(PyObject* root, Sink& sink) {
+  const PyRef held = PyRef::borrow(root);
   PyTree tree;
   return detail::encode(tree, root, sink);
-}
-
-template <class Sink>
-std::size_t encode_py(PyObject* root, Sink& sink) {
-  PyRef tree = PyRef::borrow(root);
-  for (;;) {
-    try {
-      return encode_in_place(tree.get(), sink);
-    } catch (const NeedsCopy&) {  // a signal handler can add such keys to the copy, too
-      sink.clear();
-    }
-    tree = plain_copy(tree.get());
-  }
 }
 
 /// Writes into the scratch buffer. A nested call, from a signal handler, finds the buffer empty and

@@ -73,7 +73,7 @@ void encode_leaf(Tree& tree, Kind kind, typename Tree::Node node, Writer<Sink>& 
 ///   max_nesting()          the limit of the length of the path
 ///   boolean(node), integer(node), real(node), text(node)
 ///                          the content of a leaf of that kind
-///   open(node, kind)       a Cursor before the first element of a list or member of an object
+///   open(node, kind, path) a Cursor before the first element of a list or member of an object
 ///   key(cursor)            the key of a member
 ///
 /// A Cursor has next() (moves to an element or member; false after the last), value() and is_object().
@@ -94,7 +94,7 @@ std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
       check_nesting(path.size(), tree.max_nesting());
       out.put(kind == Kind::object ? "{" : "[");
       if (!path.empty()) path.back() = at;
-      at = tree.open(node, kind);
+      at = tree.open(node, kind, path);
       path.push_back(at);
       is_empty = true;
     } else {

@@ -71,11 +71,6 @@ class TextSink {
   TextView view(std::size_t size) const noexcept {
     return {buffer_.bytes.get(), size, repertoire_};
   }
-  /// Starts a new text.
-  void clear() noexcept {
-    repertoire_ = Repertoire::ascii;
-    narrow_capacity_ = buffer_.capacity;
-  }
   /// The memory, for the next text.
   TextBuffer buffer() && noexcept { return std::move(buffer_); }
 
@@ -152,7 +147,6 @@ struct CountSink {
     return put(offset, NumberText(number).view()) + 1;
   }
   static std::size_t put_string(std::size_t offset, const TextView& text, char delimiter);
-  static void clear() noexcept {}
 };
 
 }  // namespace mcp_responses::detail
