@@ -12,9 +12,10 @@ namespace mcp_responses {
 /// An exception that it throws ends the operation. It may call the library.
 using CheckInterrupt = std::function<void()>;
 
-/// While this object lives, the functions of the library that this thread calls call `check` after
-/// each 256 KiB of work, and after each system call that a signal interrupts. Of nested scopes, the
-/// innermost is used; they end in reverse order.
+/// While this object lives, `check` is called on this thread after each 256 KiB of work of the library,
+/// and after each system call that a signal interrupts. Work is counted by `code_lines`,
+/// `build_wiki_ask_response`, `ask_citations`, `outline_module`, `without_nulls` and the comparison of
+/// Values. Of nested scopes, the innermost is used; they end in reverse order.
 class InterruptScope {
  public:
   /// `check` must outlive this object.
