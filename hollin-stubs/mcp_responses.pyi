@@ -1,4 +1,4 @@
-# The types of the extension module.
+# The types of the extension module hollin.mcp_responses, for CPython 3.11 to 3.15.
 from __future__ import annotations as annotations
 import os
 import re
@@ -32,8 +32,8 @@ _BYTES_PER_TOKEN: int
 
 EMPTY_TOOL_RESPONSES: dict[str, dict[str, Any]]
 
-# From here on `./dev stubs` writes. First come protocols: the attributes that each builder reads of a record. A
-# SimpleNamespace is declared as well, because not every type checker accepts one for a protocol.
+# From here on `./dev stubs` writes. The protocols have the attributes that each builder reads of a record. Parameters
+# accept a SimpleNamespace as well, because not every type checker accepts one for a protocol.
 
 class _SymbolSearchResultRecord(Protocol):
     @property
