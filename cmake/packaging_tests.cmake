@@ -9,7 +9,7 @@ foreach(file IN LISTS test_files)
     COMMAND "${Python_EXECUTABLE}" -m unittest discover
       --start-directory "${CMAKE_CURRENT_SOURCE_DIR}/packaging" --pattern ${file})
   # The slowest tests start first, so that the others run in parallel.
-  set_tests_properties(packaging.${stem} PROPERTIES LABELS packaging TIMEOUT 600 COST 1000
+  set_tests_properties(packaging.${stem} PROPERTIES LABELS packaging TIMEOUT 900 COST 1000
     FAIL_REGULAR_EXPRESSION "Ran 0 tests"
     ENVIRONMENT "BUILD_FOLDER=${PROJECT_BINARY_DIR};CXX=${CMAKE_CXX_COMPILER};CMAKE_GENERATOR=${CMAKE_GENERATOR}")
 endforeach()

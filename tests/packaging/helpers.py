@@ -48,7 +48,7 @@ def run(*command: object, **variables: object) -> str:
     environment = ENVIRONMENT | {name: str(value) for name, value in variables.items()}
     words = [*map(str, command)]
     text = {"encoding": "utf-8", "errors": "surrogateescape"}  # like file names
-    done = subprocess.run(words, capture_output=True, **text, env=environment, timeout=300)
+    done = subprocess.run(words, capture_output=True, **text, env=environment, timeout=600)
     if done.returncode:
         raise AssertionError(f"{shlex.join(words)} ended with {done.returncode}\n{done.stdout}\n{done.stderr}")
     return done.stdout

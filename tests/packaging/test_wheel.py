@@ -1,6 +1,8 @@
-"""The wheel: built from an sdist, installed beside a service, used and uninstalled."""
+"""The wheel: built from an sdist by the recipes of docs/, installed beside a service, used and uninstalled."""
 
 import platform
+import re
+import shlex
 import shutil
 import sys
 import sysconfig
@@ -17,8 +19,23 @@ from hollin import mcp_responses as m
 print(m.tool_result_text(m.build_empty_paginated_response("naïve")), importlib.metadata.version("mcp_responses"))
 """
 ANSWER = '{"naïve":[],"total_count":0,"truncated":false,"has_more":false,"offset":0}'
-# As in docs/in_a_service.md. The build dependencies must be those of pyproject.toml.
-OFFLINE = ("--no-build-isolation", "--check-build-dependencies", "--no-deps")
+RECIPES = ROOT / "docs" / "recipes"
+SERVICE = """
+[build-system]
+requires = ["setuptools"]
+build-backend = "setuptools.build_meta"
+[project]
+name = "service"
+version = "1"
+dependencies = ["mcp_responses>=3,<4"]
+"""
+SERVICE_TEST = """
+import unittest
+from hollin import mcp_responses
+class Test(unittest.TestCase):
+    def test(self):
+        print(mcp_responses.__file__)
+"""
 NOT_SOURCES = shutil.ignore_patterns("build", "dist", ".*", "__pycache__", "*.egg-info")
 
 
@@ -36,8 +53,32 @@ class WheelTest(unittest.TestCase):
         make_sdist = "import os, sys, setuptools.build_meta as b; os.chdir(sys.argv[1]); b.build_sdist(sys.argv[2])"
         run(cls.tools, "-c", make_sdist, cls.folder / "sources", cls.folder)
         (sdist,) = cls.folder.glob("*.tar.gz")
-        run(cls.tools, "-m", "pip", "wheel", *OFFLINE, "-w", cls.folder, sdist)
-        (cls.wheel,) = cls.folder.glob("*.whl")
+        cls.service = cls.folder / "service"
+        write_service(cls.service / "src")
+        (cls.service / "tests").mkdir()
+        (cls.service / "pyproject.toml").write_text(SERVICE)
+        (cls.service / "tests" / "test_service.py").write_text(SERVICE_TEST)
+        cls.build_image(sdist)
+        (cls.wheel,) = cls.folder.glob("dist/mcp_responses-*.whl")
+
+    @classmethod
+    def build_image(cls, sdist):
+        """Runs the command of the Dockerfile that builds and installs the wheels, with other paths."""
+        (command,) = re.findall(r"^RUN (/build/.+?[^\\])\n", (RECIPES / "Dockerfile").read_text(), re.M | re.S)
+        paths = {
+            "/build/mcp_responses/docs/recipes/build-wheels.sh": RECIPES / "build-wheels.sh",
+            "/build/mcp_responses": sdist,
+            "/build": cls.folder,
+            "/opt": cls.folder,
+            "python3": sys.executable,
+        }
+        command = re.sub("|".join(paths), lambda path: shlex.quote(str(paths[path[0]])), command)
+        run("sh", "-c", command, PYTHON=sys.executable)
+
+    def test_image_and_ci_job_use_the_wheels(self):
+        self.assertEqual(run(self.folder / "venv" / "bin" / "python", "-c", USE), f"{ANSWER} {newest_release()}\n")
+        printed = run(RECIPES / "ci.sh", ROOT, self.service, self.folder / "dist", PYTHON=sys.executable)
+        self.assertRegex(printed, r"/venv/lib/python3\.\d+/site-packages/hollin/mcp_responses\.\S+\.so\n$")
 
     def test_build_is_reproducible(self):
         """Built from the sources instead of the sdist, in another folder, with another umask."""
