@@ -288,3 +288,6 @@ def new_ask_cut() -> Any:
 
 def new_symbols() -> list[Symbol]:
     return [Symbol(*values) for values in json.loads(_symbols_text)]
+
+
+CUT = json.loads('{"text": "a text to cut", "chars": 6}')

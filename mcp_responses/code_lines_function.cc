@@ -63,11 +63,16 @@ std::string encoded_path(PyObject* path, const std::string& name) {
   return encoded;
 }
 
+bool has_path(PyObject* root) {
+  if (PyUnicode_Check(root)) return true;
+  // Interned: otherwise each look-up would leave a new string in the interpreter's cache of attributes.
+  const PyRef name = checked(PyUnicode_InternFromString, "__fspath__");
+  PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(root));
+  return call_python([&] { return PyObject_HasAttr(type, name.get()); }) != 0;
+}
+
 std::string root_of(PyObject* root) {
-  const bool has_path =
-      PyObject_HasAttrString(reinterpret_cast<PyObject*>(Py_TYPE(root)), "__fspath__") != 0;
-  if (!PyUnicode_Check(root) && !has_path)
-    raise_wrong_type("root", "str, os.PathLike or None", root);
+  if (!has_path(root)) raise_wrong_type("root", "str, os.PathLike or None", root);
   const PyRef path = checked(PyOS_FSPath, root);
   if (!PyUnicode_Check(path.get())) {
     raise(PyExc_TypeError, "root must be a path of str or None, not of %.200s",

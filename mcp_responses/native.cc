@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "check_interrupt.h"
 #include "errors.h"
@@ -67,22 +68,30 @@ bool is_placeholder(PyObject* constant) noexcept {
          PyUnicode_CompareWithASCIIString(constant, "native") == 0;
 }
 
+/// A tuple of these objects. It is filled without an allocation in between, because a finalizer that
+/// the garbage collector runs could find an incomplete one.
+PyRef tuple_of(std::vector<PyRef> objects) {
+  PyRef tuple = checked(PyTuple_New, static_cast<Py_ssize_t>(objects.size()));
+  for (std::size_t i = 0; i < objects.size(); ++i)
+    PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(i), objects[i].release());
+  return tuple;
+}
+
 /// A copy of a code object with native functions in its constants, at every depth.
 PyRef with_natives(PyObject* code, PyObject* state) {
   const PyRef name = checked(PyObject_GetAttrString, code, "co_name");
   const PyRef constants = checked(PyObject_GetAttrString, code, "co_consts");
-  const PyRef replaced = checked(PySequence_List, constants.get());
-  for (Py_ssize_t i = 0; i < PyList_GET_SIZE(replaced.get()); ++i) {
+  std::vector<PyRef> replaced;
+  for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(constants.get()); ++i) {
     PyObject* const constant = PyTuple_GET_ITEM(constants.get(), i);
-    PyRef other = PyCode_Check(constant)     ? with_natives(constant, state)
-                  : is_placeholder(constant) ? new_native(PyUnicode_AsUTF8(name.get()), state)
-                                             : PyRef::borrow(constant);
-    checked(PyList_SetItem, replaced.get(), i, other.release());
+    replaced.push_back(PyCode_Check(constant)     ? with_natives(constant, state)
+                       : is_placeholder(constant) ? new_native(PyUnicode_AsUTF8(name.get()), state)
+                                                  : PyRef::borrow(constant));
   }
   const PyRef replace = checked(PyObject_GetAttrString, code, "replace");
-  const PyRef named = PyRef::steal(call_python(
-      [&] { return Py_BuildValue("{sN}", "co_consts", PyList_AsTuple(replaced.get())); }));
   const PyRef none = checked(PyTuple_New, 0);
+  const PyRef named = checked(PyDict_New);
+  checked(PyDict_SetItemString, named.get(), "co_consts", tuple_of(std::move(replaced)).get());
   return checked(PyObject_Call, replace.get(), none.get(), named.get());
 }
 

@@ -9,6 +9,9 @@ namespace mcp_responses {
 DictTemplate::DictTemplate(std::vector<PyObject*> keys)
     : keys_(std::move(keys)), dict_(checked(PyDict_New)) {
   for (PyObject* key : keys_) checked(PyDict_SetItem, dict_.get(), key, Py_None);
+  // Otherwise `gc.get_objects` returns it, and Python code could change it. Before 3.14, the
+  // interpreter itself does not track a dict of strings and None.
+  PyObject_GC_UnTrack(dict_.get());
 }
 
 PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
@@ -17,6 +20,8 @@ PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
   for (std::size_t i = 0; i < keys_.size(); ++i)
     checked(PyDict_SetItem, dict.get(), keys_[i], values[i]);
   for (PyObject* value : values) Py_DECREF(value);  // the dict holds another reference
+  // Since 3.14, a copy of a dict that is not tracked is not tracked either.
+  if (PyObject_GC_IsTracked(dict.get()) == 0) PyObject_GC_Track(dict.get());
   return dict;
 }
 

@@ -34,7 +34,8 @@ class PyTree {
   };
 
   Kind kind(PyObject* node, const std::vector<Cursor>& path) {
-    if (detail::add_work(element_work)) [[unlikely]]
+    work_ += element_work;
+    if (work_ >= detail::work_between_checks) [[unlikely]]
       run_signal_handlers(node, path);
     const std::optional<Kind> kind = py_kind(node);
     if (kind) [[likely]]
@@ -46,13 +47,13 @@ class PyTree {
   static bool boolean(PyObject* node) noexcept { return node == Py_True; }
   static std::int64_t integer(PyObject* node) { return integer_in(node); }
   static double real(PyObject* node) noexcept { return PyFloat_AS_DOUBLE(node); }
-  static TextView text(PyObject* string) {
+  TextView text(PyObject* string) {
     ensure_ready(string);
     const TextView text = view_of(string);
-    detail::add_work(text.size);
+    work_ += text.size;
     return text;
   }
-  static TextView key(const Cursor& cursor) {
+  TextView key(const Cursor& cursor) {
     if (!PyUnicode_CheckExact(cursor.key())) [[unlikely]]
       raise(PyExc_RuntimeError, "dictionary keys changed during iteration");  // by a signal handler
     return text(cursor.key());
@@ -62,12 +63,20 @@ class PyTree {
     if (has_string_keys(node)) [[likely]]
       return {node, true};
     hold(node, path);
-    copies_.push_back(with_string_keys(node));
-    return {copies_.back().get(), true};
+    while (!copies_.empty() && copies_.back().depth >= path.size()) copies_.pop_back();
+    copies_.push_back({with_string_keys(node), path.size()});
+    return {copies_.back().dict.get(), true};
   }
 
  private:
+  /// A copy of a dict that cannot be traversed in place, and the number of containers around it.
+  struct Copy {
+    PyRef dict;
+    std::size_t depth;
+  };
+
   void run_signal_handlers(PyObject* node, const std::vector<Cursor>& path) {
+    work_ = 0;
     hold(node, path);
     detail::check_interrupt();
   }
@@ -81,8 +90,10 @@ class PyTree {
   }
 
   std::size_t max_nesting_ = mcp_responses::max_nesting();
-  std::vector<PyRef> held_;    // the path when handlers ran last
-  std::vector<PyRef> copies_;  // of the dicts that cannot be traversed in place
+  // The work since signals were checked. A member stays in a register, unlike the counter of the thread.
+  std::size_t work_ = 0;
+  std::vector<PyRef> held_;   // the path when handlers ran last
+  std::vector<Copy> copies_;  // those of open dicts, and of some that are closed
 };
 
 template <class Sink>
