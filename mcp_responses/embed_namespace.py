@@ -2,6 +2,7 @@
 
 The header declares the body of each native function and lists the functions with their parameters. It contains the code
 object of the source as a C++ array in the format of `marshal`, which all releases of a minor version of CPython read.
+And it compares the integers of the source with the C++ constants of the same names.
 
 Each function of the source must end with a call of `native` with its parameters, in order. The code object contains the
 constant `PLACEHOLDER` in place of that name. The import replaces it by the native function (native.cc).
@@ -14,6 +15,7 @@ import warnings
 from pathlib import Path
 
 PLACEHOLDER = "native"
+HEADERS_OF_CONSTANTS = ("ask_citations.h", "ask_response.h", "code_lines.h", "cuts.h")
 JSON_TYPES = "None, bool, int, float, str, list, tuple or dict"
 
 
@@ -43,24 +45,37 @@ def accepted_types(annotation: str) -> str:
     return " or ".join(filter(None, (", ".join(types[:-1]), types[-1])))
 
 
+def element_types(annotation: str) -> str:
+    return "dict" if annotation.startswith("list[dict[") else JSON_TYPES
+
+
 def parameter(one: ast.arg) -> str:
     annotation = ast.unparse(one.annotation)
-    elements = "dict" if annotation.startswith("list[dict[") else JSON_TYPES
-    return f'{{"{one.arg}", "{accepted_types(annotation)}", "{elements}"}}'
+    return f'{{"{one.arg}", "{accepted_types(annotation)}", "{element_types(annotation)}"}}'
 
 
 def cpp_name(function: ast.FunctionDef) -> str:
     return "py_" + function.name.lstrip("_")
 
 
-def main(source: Path, header: Path) -> None:
+def check_constant(node: ast.stmt) -> str:
+    match node:
+        case ast.Assign([ast.Name(name)], ast.Constant(int(value))):
+            name = name.lstrip("_")
+            return f'static_assert({name} == {value}, "namespace.py and a C++ header define {name} differently");'
+    return ""
+
+
+def main(source: Path, output: Path) -> None:
     tree = ast.parse(source.read_text("utf-8"))
     functions = [node for node in tree.body if isinstance(node, ast.FunctionDef)]
     for function in functions:
         check_body(function, source)
     warnings.filterwarnings("ignore", "'str' object is not callable", SyntaxWarning)
     code = compile(ReplaceName().visit(tree), "<hollin.mcp_responses>", "exec", dont_inherit=True, optimize=0)
-    lines = ["// Generated from namespace.py.", "#pragma once", '#include "call.h"', "namespace mcp_responses {"]
+    lines = ["// Generated from namespace.py.", "#pragma once"]
+    lines += [f'#include "{header}"' for header in ("call.h", *HEADERS_OF_CONSTANTS)]
+    lines += ["namespace mcp_responses {", *filter(None, map(check_constant, tree.body))]
     lines.append("namespace functions {")
     for function in functions:
         declared = ", ".join(map(parameter, parameters(function)))
@@ -74,7 +89,8 @@ def main(source: Path, header: Path) -> None:
     lines.append("};")
     lines.append(f"inline constexpr unsigned char namespace_code[] = {{{', '.join(map(str, marshal.dumps(code)))}}};")
     lines.append("}")
-    header.write_text("\n".join(lines) + "\n", "utf-8")
+    output.write_text("\n".join(lines) + "\n", "utf-8")
 
 
-main(*map(Path, sys.argv[1:]))
+if __name__ == "__main__":
+    main(*map(Path, sys.argv[1:]))

@@ -12,7 +12,7 @@ MAINTENANCE:
 # order of the names, and names that nothing here uses, such as `json` and `_SENTENCE_END`, are an
 # interface for the service's code.
 #
-# The body of each function calls `native`, its native counterpart, whose C++ code is in functions.cc.
+# The body of each function calls `native`, its native counterpart: `functions::py_cut` of functions.cc for `_cut`.
 # `native` is not a name of the module: the import puts the native function into the constants of the
 # function's code (native.cc). So the interpreter binds arguments and raises its own errors.
 #
@@ -37,7 +37,7 @@ if TYPE_CHECKING:
 
 logger = logging.getLogger(__name__)
 
-# The C++ library has the same limits (cuts.h, line_finder.h, ask_response.h, ask_citations.h).
+# The build compares the integers with the C++ constants of the same names.
 SUMMARY_CHARS = 160
 CODE_LINE_CHARS = 200
 
