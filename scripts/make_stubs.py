@@ -3,6 +3,7 @@ class it generates a protocol with the attributes that the builder reads and the
 
 import inspect
 import json
+import re
 from collections.abc import Callable
 from pathlib import Path
 from typing import Any
@@ -18,6 +19,7 @@ MAX_COLUMNS = 120
 RECORDS = {"Symbol": "symbol_details", "Reference": "reference_row", "ComponentInfo": "component"}
 OTHER_ATTRIBUTES = {"file_path": "str | None", "caller_symbol": "_Dict | None"}
 TYPES = {"string": "str", "integer": "int", "boolean": "bool", "null": "None"}
+EMPTY: dict[str, Any] = {"str": "", "int": 0, "float": 0.0, "bool": False, "list": [], "dict": {}}
 # The stubs accept more types than the annotations of the module declare.
 ACCEPTED = {
     "list[dict[str, Any]]": "Sequence[_Dict]",
@@ -35,7 +37,7 @@ def functions(module: Any) -> list[Callable[..., Any]]:
 
 
 class Recorder:
-    """A record whose attributes are all None. It lists the attributes that were read."""
+    """A record whose attributes are all None. It lists the attributes that a builder reads."""
 
     def __init__(self) -> None:
         self.read = list[str]()
@@ -52,9 +54,24 @@ def protocol_name(function: str) -> str:
     return "_" + function.removeprefix("build_").title().replace("_", "") + "Record"
 
 
-def attribute_type(schema: dict[str, Any], name: str) -> str:
+def argument(annotation: str) -> Any:
+    """An argument for a parameter: an empty value of its first type, or None."""
+    return EMPTY.get(re.match(r"\w*", annotation)[0])
+
+
+def attributes_read(function: Callable[..., Any]) -> list[str]:
+    record, *others = inspect.signature(function).parameters.values()
+    recorder = Recorder()
+    function(**{record.name: recorder}, **{one.name: argument(one.annotation) for one in others})
+    return recorder.read
+
+
+def attribute_type(file: str, name: str) -> str:
     if name in OTHER_ATTRIBUTES:
         return OTHER_ATTRIBUTES[name]
+    schema = json.loads((ROOT / file).read_text("utf-8"))
+    if name not in schema["properties"]:
+        raise LookupError(f"{file} has no property {name}")
     types = schema["properties"][name]["type"]
     types = [types] if isinstance(types, str) else types
     if name not in schema["required"]:
@@ -63,11 +80,9 @@ def attribute_type(schema: dict[str, Any], name: str) -> str:
 
 
 def protocol(function: Callable[..., Any], record: str) -> str:
-    schema = json.loads((ROOT / "schemas" / f"{RECORDS[record]}.json").read_text("utf-8"))
-    recorder = Recorder()
-    function(recorder)
-    lines = [f"    @property\n    def {name}(self) -> {attribute_type(schema, name)}: ...\n" for name in recorder.read]
-    return f"class {protocol_name(function.__name__)}(Protocol):\n" + "".join(lines)
+    types = {name: attribute_type(f"schemas/{RECORDS[record]}.json", name) for name in attributes_read(function)}
+    properties = [f"    @property\n    def {name}(self) -> {type_}: ...\n" for name, type_ in types.items()]
+    return f"class {protocol_name(function.__name__)}(Protocol):\n" + "".join(properties)
 
 
 def accepted_type(function: str, declared: str) -> str:

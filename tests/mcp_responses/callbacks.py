@@ -5,7 +5,7 @@ import gc
 import logging
 from unittest import mock
 
-from samples import HERE, RECORDS, real
+from samples import HERE, RECORDS, real, with_good_arguments
 
 FILES = [("samples.py", 1), ("missing.py", 1), ("test_text.py", 1)]
 EXTRA = [{"path": "a.py"}, {"path": "b.py"}]
@@ -57,8 +57,13 @@ def hint(hook):
         return real.build_paginated_response([["row"], {}], 7, 0)
 
 
+def reading(name):
+    function = with_good_arguments(name)
+    return lambda hook: function(record_of(RECORDS[name], hook))
+
+
 CALLBACKS = {
-    **{name: lambda hook, name=name: getattr(real, name)(record_of(RECORDS[name], hook)) for name in RECORDS},
+    **{name: reading(name) for name in RECORDS},
     "fqns": lambda hook: real.outline_module(iterator(FQNS, hook)),
     "fqns of a generator": lambda hook: real.outline_module(hook() or fqn for fqn in FQNS),
     "places": lambda hook: real.code_lines(HERE, places_that_are_emptied(hook)),

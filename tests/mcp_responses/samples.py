@@ -7,11 +7,12 @@ import re
 import sys
 from pathlib import Path
 from types import SimpleNamespace
-from typing import Any, Callable, NamedTuple
+from typing import Any, NamedTuple
 
 HERE = Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parents[1] / "benchmarks"))
+sys.path[:0] = (str(HERE.parents[1] / folder) for folder in ("benchmarks", "mcp_responses"))
 
+import embed_namespace  # noqa: E402, F401
 import plain_python as plain  # noqa: E402
 
 import hollin.mcp_responses as real  # noqa: E402
@@ -84,12 +85,23 @@ def failing_calls(name):
     yield {"".join(list(argument)): value for argument, value in good.items()} | {"é": 1}
 
 
-# The functions that read a record, each with the attributes of a record.
+class Attributes(dict):
+    def __missing__(self, name):
+        raise AssertionError(f"a record of samples.py has no attribute {name}")
+
+
+# The functions that read a record, their first parameter. Each with the attributes of a record.
 RECORDS = {
-    name: vars(first)
+    name: Attributes(vars(first))
     for name, (first, *_) in ((name, good.values()) for name, good in good_calls().items())
     if isinstance(first, SimpleNamespace)
 }
+
+
+def with_good_arguments(name, library=real):
+    """A function that reads a record, with good arguments for its other parameters."""
+    _, *others = good_calls()[name].items()
+    return functools.partial(getattr(library, name), **dict(others))
 
 
 def parts(value):
@@ -108,59 +120,76 @@ def parts(value):
     return found.values()
 
 
+def contents(value):
+    """The parts of a value by attribute, key or index."""
+    if isinstance(value, SimpleNamespace):
+        return vars(value)
+    return value if isinstance(value, dict) else dict(enumerate(value)) if isinstance(value, list) else {}
+
+
+def paths_in(value):
+    """The paths of the value itself, (), and of its parts at every depth: ("sections",), ("sections", 0) ..."""
+    yield ()
+    for step, part in contents(value).items():
+        yield from ((step, *path) for path in paths_in(part))
+
+
+def replaced(value, path, other):
+    """A copy of the value with another part at this path."""
+    if not path:
+        return other
+    step, *rest = path
+    copied = contents(value) | {step: replaced(contents(value)[step], rest, other)}
+    if isinstance(value, SimpleNamespace):
+        return record(copied)
+    return [*copied.values()] if isinstance(value, list) else copied
+
+
 class Place(NamedTuple):
-    """A position in the arguments of a call whose value is passed through to the answer, and may be of any type."""
+    """A position in the arguments of a function whose value is passed through to the answer, and may be of any type."""
 
     function: str
-    where: str  # its path in an error message
-    call: Callable[[Any], Any]  # the call, with this value at that position
+    arguments: dict[str, Any]
+    path: tuple[Any, ...]
+
+    @property
+    def where(self):
+        """As an error message names it: sections[0]['title'], symbol.kind."""
+        (name, *steps), text = self.path, self.path[0]
+        is_record = isinstance(self.arguments[name], SimpleNamespace)
+        for step in steps:
+            text, is_record = f"{text}.{step}" if is_record else f"{text}[{step!r}]", False
+        return text
+
+    def __repr__(self):
+        return f"{self.where} of {self.function}"
+
+    def call(self, value, library=real):
+        """The function's answer with this value at the place."""
+        return getattr(library, self.function)(**replaced(self.arguments, self.path, value))
+
+    def passes_through(self):
+        """True if the answer of plain Python contains the value of the place. An encoder reads every value."""
+        try:
+            return self.path == ("result",) or any(part is UNUSABLE for part in parts(self.call(UNUSABLE, plain)))
+        except (TypeError, AttributeError):
+            return False
 
 
 # The json module encodes it, and every other operation fails.
 UNUSABLE = type("Unusable", (float,), dict.fromkeys(("__hash__", "__add__", "__mul__", "__ge__", "__gt__")))(0.5)
 
 
-def call_with(function, good, name, library, other):
-    return getattr(library, function)(**good | {name: other})
+def places_of(function, good):
+    """The places of a function. Positions inside a place are not listed."""
+    if "token_budget" in good:
+        good["token_budget"] = 10**9  # everything is measured and kept
+    found = []
+    for path in paths_in(good):
+        place = Place(function, good, path)
+        if path and not any(path[: len(outer.path)] == outer.path for outer in found) and place.passes_through():
+            found.append(place)
+    return found
 
 
-def passes_through(call):
-    try:
-        return any(part is UNUSABLE for part in parts(call(plain, UNUSABLE)))
-    except (TypeError, AttributeError):
-        return False
-
-
-def inside(value):
-    """The contents of a value: the subscript, the part, and a function that copies the value with another part."""
-    if isinstance(value, SimpleNamespace):
-        for name, part in vars(value).items():
-            yield f".{name}", part, lambda other, name=name: record(vars(value), **{name: other})
-    elif isinstance(value, dict):
-        for key, part in value.items():
-            yield f"[{key!r}]", part, lambda other, key=key: value | {key: other}
-    elif isinstance(value, list):
-        for i, part in enumerate(value):
-            yield f"[{i}]", part, lambda other, i=i: [*value[:i], other, *value[i + 1 :]]
-
-
-def places_in(function, where, value, call):
-    """The places at this value and inside it. `call(library, other)` makes the call with another value instead."""
-    if where == "result" or passes_through(call):
-        yield Place(function, where, functools.partial(call, real))
-        return
-    for step, part, with_part in inside(value):
-        deeper = lambda library, other, with_part=with_part: call(library, with_part(other))  # noqa: E731
-        yield from places_in(function, where + step, part, deeper)
-
-
-def all_places():
-    for function, good in good_calls().items():
-        if "token_budget" in good:
-            good["token_budget"] = 10**9  # everything is measured and kept
-        for name, value in good.items():
-            call = functools.partial(call_with, function, good, name)
-            yield from places_in(function, name, value, call)
-
-
-PLACES = [*all_places()]
+PLACES = [place for function, good in good_calls().items() for place in places_of(function, good)]

@@ -14,7 +14,7 @@ from unittest import mock
 
 from callbacks import CALLBACKS, FINALIZERS, class_with, record_of
 from comparison import exact
-from samples import RECORDS, good_calls, new_module, real
+from samples import RECORDS, good_calls, new_module, real, with_good_arguments
 from script_helper import IS_SANITIZED, run_program
 
 
@@ -86,7 +86,7 @@ class Reentrancy(unittest.TestCase):
                     gc.collect(0)
 
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}
-                answer = getattr(real, name)(record_of(containers | texts, hook))
+                answer = with_good_arguments(name)(record_of(containers | texts, hook))
                 self.assertEqual(exact(json.loads(real.tool_result_text(answer))), exact(answer), name)
 
     def test_it_releases_the_arguments_of_the_call(self):
@@ -101,7 +101,7 @@ class Reentrancy(unittest.TestCase):
                 __getattr__=lambda self, name, fields=fields: hook() or fields[name],
                 __del__=lambda self: finalized.append(True),
             )
-            call = partial(getattr(real, name), owned())
+            call = partial(with_good_arguments(name), owned())
             expected = self.expected[name]
             self.assertEqual((exact(call()), finalized), (expected, [True]), name)
 

@@ -14,21 +14,19 @@ from types import SimpleNamespace
 import random_input
 from callbacks import class_with
 from comparison import ComparingTest, exact, outcome
-from samples import PLACES, REFERENCE, SYMBOL, good_calls, parts, plain, real, record
+from samples import PLACES, REFERENCE, SYMBOL, embed_namespace, good_calls, parts, plain, real, record
 
-ANYTHING = "None, bool, int, float, str, list, tuple or dict"
+ANYTHING = embed_namespace.JSON_TYPES
 
 
 def accepted_types(function, path):
-    """As an error message names them: from the annotation of an argument, or of the elements of a list of dicts."""
+    """The accepted types of an argument, of an element of an argument or of a deeper part, as an error names them."""
+    name, element, deeper = re.fullmatch(r"(\w+)(\[0\])?(.*)", path).groups()
     parameters = inspect.signature(getattr(real, function)).parameters
-    if path.endswith("[0]") and path[:-3] in parameters and parameters[path[:-3]].annotation.startswith("list[dict"):
-        return "dict"
-    annotation = parameters[path].annotation if path in parameters else "Any"
-    if annotation == "Any":
+    if deeper or name not in parameters:
         return ANYTHING
-    types = re.sub(r"\[.*\]", "", annotation).replace("Literal", "str").replace("list", "list | tuple").split(" | ")
-    return " or ".join(filter(None, (", ".join(types[:-1]), types[-1])))
+    annotation = parameters[name].annotation
+    return embed_namespace.element_types(annotation) if element else embed_namespace.accepted_types(annotation)
 
 
 KINDS = {"None": None, **{type(one).__name__: one for one in (True, 7, 0.5, "t", [{}], {"k": 1}, {1})}}
@@ -76,16 +74,6 @@ def nested(kind, levels):
     for _ in range(levels - 1):
         value = {"k": value} if kind is dict else kind((value,))
     return value
-
-
-# The order in which functions inspect their arguments, if it is not that of the parameters.
-INSPECTION_ORDER = {
-    "build_symbol_search_result": ("file_path", "symbol"),
-    "build_symbol_full_details": ("file_path", "symbol"),
-    "build_file_symbol": ("module", "symbol"),
-    "build_api_endpoint": ("file_path", "component_name", "symbol"),
-    "build_reference": ("code", "reference"),
-}
 
 
 def exact_outcome(function, *args, **named):
@@ -164,7 +152,8 @@ class Values(ComparingTest):
     def test_which_of_two_wrong_arguments_is_reported(self):
         for name, good in good_calls().items():
             function = getattr(real, name)
-            for first, second in itertools.combinations(INSPECTION_ORDER.get(name, good), 2):
+            in_order = sorted(good, key=lambda argument: isinstance(good[argument], SimpleNamespace))  # records last
+            for first, second in itertools.combinations(in_order, 2):
                 for make_first, make_second in itertools.product((object, lambda: 2**64 - len(name), set), repeat=2):
                     values = {first: make_first(), second: make_second()}  # two objects in any case
                     one, other = (exact_outcome(function, **good | {key: value}) for key, value in values.items())

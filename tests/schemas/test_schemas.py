@@ -24,13 +24,10 @@ EMPTY = SCHEMAS["empty_answers"]["$defs"]
 SECTIONS = SCHEMAS["wiki_ask"]["properties"]["sections"]["items"]
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 
-# The function that makes an answer of each schema.
-BUILDERS = {"index_status": "build_index_status_response", "symbol_search_row": "build_symbol_search_result"}
-BUILDERS |= {"symbol_details": "build_symbol_full_details", "symbol_not_found": "get_empty_response"}
-BUILDERS |= {"file_outline_row": "build_file_symbol", "reference_row": "build_reference"}
-BUILDERS |= {"paginated_page": "build_paginated_response", "wiki_list": "build_wiki_list_response"}
-BUILDERS |= {f"wiki_{action}": f"build_wiki_{action}_response" for action in ("status", "read", "ask")}
-BUILDERS |= {name: f"build_{name}" for name in ("api_endpoint", "component", "test_coverage")}
+# The function that makes an answer of each schema: that of the first example after its heading.
+DOCUMENT = (ROOT / "docs" / "answers.md").read_text("utf-8")
+EXAMPLES = re.findall(r"^### (\w+)$(?=.*?^((?:build|get)_\w+)\()", DOCUMENT, re.M | re.S)
+BUILDERS = {name: builder for name, builder in EXAMPLES if name in SCHEMAS and name != "empty_answers"}
 
 # Arguments that replace those of a good call, for an answer with every key and for one without the optional keys.
 MOST = {"sections": [SECTION | {"excerpt": "two words " * 300}], "token_budget": None, "tool_name": "symbol"}
@@ -97,7 +94,8 @@ class ValidatingTest(unittest.TestCase):
 
 class SchemaTest(ValidatingTest):
     def test_each_schema_has_answers(self):
-        self.assertEqual(set(SCHEMAS), {*ANSWERS, "empty_answers"})
+        without_example = SCHEMAS.keys() - {*ANSWERS, "empty_answers"}
+        self.assertEqual(without_example, set(), "docs/answers.md has no example of this schema")
         self.assertEqual(list(EMPTY), list(EMPTY_ANSWERS))
         for name, schema in SCHEMAS.items():
             self.assertEqual((schema["$id"], schema["$schema"]), (f"{name}.json", DIALECT))
@@ -110,9 +108,10 @@ class SchemaTest(ValidatingTest):
         cases += [(tool, SCHEMAS["empty_answers"], answer, True) for tool, answer in EMPTY_ANSWERS.items()]
         self.assert_validity(cases)
 
-    def test_order_of_keys(self):
+    def test_keys_and_their_order(self):
         for name, (most, least) in ANSWERS.items():
             order = ["rows"] * (name == "paginated_page") + list(SCHEMAS[name]["properties"])
+            self.assertEqual(most.keys() - order, set(), f"schemas/{name}.json has no such property")
             self.assertEqual(list(most), order[: len(most)], name)
             self.assertEqual(list(least), [key for key in order if key in least], name)
             # The documentation names keys that are not parameters, except the hint and the keys of an empty answer.
