@@ -18,12 +18,12 @@ CALLS |= dict.fromkeys(("code_lines", "_cut", "_trimmed"), 0)
 
 
 def reads(function, fields):
-    """The names of the attributes that a function reads, in order, and its answer or the AttributeError."""
+    """The names of the attributes that a function reads, in order, and the text of its answer or its AttributeError."""
     names, read = [], SimpleNamespace.__getattribute__
     recording = class_with(SimpleNamespace, __getattribute__=lambda self, name: names.append(name) or read(self, name))
     one = recording(**fields)
     try:
-        return names, function(one)
+        return names, plain.tool_result_text(function(one))
     except AttributeError as error:
         return names, (str(error), error.name, error.obj is one)
 

@@ -16,7 +16,7 @@ from typing import Any
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 sys.path.insert(0, str(HERE.parent / "mcp_responses"))
-from samples import CITATION, SECTION, good_calls, real, record  # noqa: E402
+from samples import CITATION, FUNCTIONS, SECTION, good_calls, real, record  # noqa: E402
 from service import ASK, NEEDED, ServiceTest, conversation, make_tree  # noqa: E402
 
 SCHEMAS = {path.stem: json.loads(path.read_text("utf-8")) for path in (ROOT / "schemas").glob("*.json")}
@@ -96,6 +96,8 @@ class SchemaTest(ValidatingTest):
     def test_each_schema_has_answers(self):
         without_example = SCHEMAS.keys() - {*ANSWERS, "empty_answers"}
         self.assertEqual(without_example, set(), "docs/answers.md has no example of this schema")
+        builders = {name for name in FUNCTIONS if name.startswith("build_")} - {"build_empty_paginated_response"}
+        self.assertEqual(builders - {*BUILDERS.values()}, set(), "schemas/ has no schema of this answer")
         self.assertEqual(list(EMPTY), list(EMPTY_ANSWERS))
         for name, schema in SCHEMAS.items():
             self.assertEqual((schema["$id"], schema["$schema"]), (f"{name}.json", DIALECT))
