@@ -98,6 +98,8 @@ class SchemaTest(ValidatingTest):
         self.assertEqual(without_example, set(), "docs/answers.md has no example of this schema")
         builders = {name for name in FUNCTIONS if name.startswith("build_")} - {"build_empty_paginated_response"}
         self.assertEqual(builders - {*BUILDERS.values()}, set(), "schemas/ has no schema of this answer")
+        called = {*re.findall(r"\w+(?=\()", (ROOT / "tests" / "responses" / "answers_test.cc").read_text("utf-8"))}
+        self.assertEqual(builders - called, set(), "tests/responses/answers_test.cc does not call it")
         self.assertEqual(list(EMPTY), list(EMPTY_ANSWERS))
         for name, schema in SCHEMAS.items():
             self.assertEqual((schema["$id"], schema["$schema"]), (f"{name}.json", DIALECT))
@@ -146,6 +148,10 @@ class ToolSchemaTest(ServiceTest, ValidatingTest):
         calls = [(tool, arguments) for tool, arguments, text in conversation() if not text.startswith("error: ")]
         calls += [("files", {}), ("wiki", {"action": "list"}), ("wiki", ASK), ("wiki", ASK | {"token_budget": 0})]
         self.assertEqual({tool for tool, _ in calls}, {*schemas})
+        for tool, parameters in ((name, tool["inputSchema"]["properties"]) for name, tool in client.tools().items()):
+            action = parameters.get("action", {"enum": ()})
+            called = {arguments.get("action", action.get("default")) for name, arguments in calls if name == tool}
+            self.assertEqual({*action["enum"]} - called, set(), f"conversation.txt has no such action of {tool}")
         for tool, arguments in calls:
             answer = client.answer(tool, **arguments)
             for other, schema in schemas.items():
