@@ -35,6 +35,13 @@ class Answers(ComparingTest):
             for _ in range(CALLS.get(function, 300)):
                 self.assert_same(function, **random_input.arguments(rng, getattr(plain, function)))
 
+    def test_lines_of_citations_are_compared_exactly(self):
+        rng, infinity, nan = random.Random(12), float("inf"), float("nan")
+        lines = [None, 1, 1.0, True, 1.5, 0, -0.0, 2**53 + 1, 2**53, 2.0**53, 2**63 - 1, 2.0**63, -(2**63), -(2.0**63)]
+        for _ in range(50):
+            shuffled = rng.sample([*lines, infinity, infinity, -infinity, nan], len(lines) + 4)
+            self.assert_same("_ask_citations", [], [{"path": "a", "line_start": line} for line in shuffled])
+
     def test_empty_answers_are_new_each_time(self):
         for tool in [*plain.EMPTY_TOOL_RESPONSES, "état"] * 2:
             self.assert_same("get_empty_response", tool)
@@ -86,6 +93,7 @@ class Records(ComparingTest):
             ("sections[1] must be dict, not str", [{}, "s"], []),
             ("sections[1]['citations'] must be list or tuple, not int", [{}, {"citations": 7}], []),
             (f"sections[0]['citations'][0]['path'] {entry} dict", [{"citations": [{"path": {}}]}], []),
+            ("extra[0] must be dict, not str", [{"citations": [{}, {}, {}, "the fourth is not inspected"]}], ["s"]),
             ("extra[1] must be dict, not bool", [], [{}, True]),
             (f"extra[0]['line_end'] {entry} list", [], [{"line_end": []}]),
         ):
@@ -95,6 +103,8 @@ class Records(ComparingTest):
         # Citations after the 24th are not inspected.
         whole = [{"path": number} for number in range(24)]
         self.assertEqual(real._ask_citations([], [*whole, {"path": []}]), whole)
+        full = [{"citations": whole[first : first + 3]} for first in range(0, 24, 3)]
+        self.assertEqual(real._ask_citations([*full, {"citations": ["wrong"]}], ["wrong"]), whole)
 
 
 def sizes_at_decisions(arguments):

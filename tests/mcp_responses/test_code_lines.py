@@ -36,7 +36,7 @@ class LoopsFail(type(Path())):
         return resolved
 
 
-def outcome(function, root, places):
+def lines_and_log(function, root, places):
     """The answer or the type of the error, and the arguments of all log messages."""
 
     def text_of(reason):
@@ -96,8 +96,8 @@ class CodeLines(unittest.TestCase):
         self.addCleanup(os.chdir, os.getcwd())
 
     def assert_alike(self, root, places):
-        expected = outcome(plain.code_lines, LoopsFail(root), places)
-        answer = outcome(real.code_lines, root, iter(places))
+        expected = lines_and_log(plain.code_lines, LoopsFail(root), places)
+        answer = lines_and_log(real.code_lines, root, iter(places))
         self.assertEqual(answer, expected, (root, places))
         return answer
 
@@ -120,8 +120,8 @@ class CodeLines(unittest.TestCase):
         good = ("a.py", 1)
         for bad in ("\0", "a.py\0", "\ud800", "x/\udfff", "\udc7f"):
             for root, places in ((self.base, [(bad, 1), good]), (self.base / bad, [good])):
-                expected = outcome(plain.code_lines, LoopsFail(root), places)[0]
-                self.assertEqual(outcome(real.code_lines, root, places)[0], expected, (root, places))
+                expected = lines_and_log(plain.code_lines, LoopsFail(root), places)[0]
+                self.assertEqual(lines_and_log(real.code_lines, root, places)[0], expected, (root, places))
         for long in ("x" * 256, "x/" * 2500, "y" * 5000, "../" * 3000 + "etc/hosts"):
             self.assert_alike(self.base, [(long, 1), good])
 
