@@ -118,7 +118,7 @@ TEST(Value, RetainsAndReleasesForeignValues) {
 }
 
 /// A million nested lists and objects.
-Value nested(const Value& innermost) {
+Value million_containers(const Value& innermost) {
   Value value = innermost;
   for (int i = 0; i < 500'000; ++i) value = List{Object{{"k"_t, std::move(value)}}, 0};
   return value;
@@ -126,7 +126,7 @@ Value nested(const Value& innermost) {
 
 TEST(Value, DestructionNeedsNoStack) {
   Foreign innermost(List{1});
-  Value outside = nested(innermost.handle());
+  Value outside = million_containers(innermost.handle());
   // A container in the middle that has another owner is not destroyed.
   Value kept = *outside.list()->items()[0].object()->get("k"_t).list();
   outside = {};

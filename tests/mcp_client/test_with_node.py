@@ -21,7 +21,7 @@ WITHOUT_SANITIZER = {name: value for name, value in os.environ.items() if name !
 OUR_FAULTS = ("EUSAGE", "EINTEGRITY", "EJSONPARSE")
 
 
-def run(folder: Path, *command: str, text: str = "") -> subprocess.CompletedProcess:
+def run_in(folder: Path, *command: str, text: str = "") -> subprocess.CompletedProcess:
     pipes = {"input": text, "capture_output": True, "encoding": "utf-8"}
     return subprocess.run(command, cwd=folder, env=WITHOUT_SANITIZER, timeout=300, **pipes)
 
@@ -29,7 +29,7 @@ def run(folder: Path, *command: str, text: str = "") -> subprocess.CompletedProc
 class ClientTest(unittest.TestCase):
     def installed(self) -> Path:
         """The folder of the build with the client; the first run installs it."""
-        if not shutil.which("npm") or int(run(HERE, "node", "-p", "parseInt(process.versions.node)").stdout) < 18:
+        if not shutil.which("npm") or int(run_in(HERE, "node", "-p", "parseInt(process.versions.node)").stdout) < 18:
             self.skipTest("there is no Node.js 18 with npm")
         folder = Path(ENVIRONMENT["PYTHONPATH"]) / "mcp_client"
         folder.mkdir(exist_ok=True)
@@ -39,7 +39,7 @@ class ClientTest(unittest.TestCase):
         is_complete = (folder / "node_modules/.package-lock.json").exists()  # npm writes it last
         if not is_complete or before["package-lock.json"] != (folder / "package-lock.json").read_bytes():
             shutil.rmtree(folder / "node_modules", ignore_errors=True)
-            done = run(folder, "npm", "ci", "--ignore-scripts", "--no-audit", "--no-fund", "--fetch-retries=1")
+            done = run_in(folder, "npm", "ci", "--ignore-scripts", "--no-audit", "--no-fund", "--fetch-retries=1")
             if done.returncode:
                 reason = re.search(r"code (\w+)", done.stderr)
                 self.assertNotIn(reason and reason[1], OUR_FAULTS, done.stderr)
@@ -51,5 +51,5 @@ class ClientTest(unittest.TestCase):
         arguments = ["-P", "-m", "hollin.server", "--root", str(make_tree(self.addCleanup))]
         server = {"command": sys.executable, "args": arguments, "env": ENVIRONMENT}
         text = json.dumps({"server": server, "conversation": conversation()})
-        done = run(self.installed(), "node", "client.mjs", text=text)
+        done = run_in(self.installed(), "node", "client.mjs", text=text)
         self.assertEqual(done.returncode, 0, done.stderr)

@@ -20,7 +20,7 @@ sys.path.insert(0, str(CHART.parent))
 import budget_chart  # noqa: E402
 
 
-def run(*command: str, **environment: str) -> tuple[int, str, str]:
+def run_python(*command: str, **environment: str) -> tuple[int, str, str]:
     options = {"capture_output": True, "env": ENVIRONMENT | environment, "timeout": 120}
     done = subprocess.run([sys.executable, "-P", *command], **options)
     return done.returncode, done.stdout.decode("ascii"), done.stderr.decode("ascii")
@@ -35,7 +35,7 @@ class DemoTest(unittest.TestCase):
         root = make_tree(self.addCleanup)
         (root / "twice.py").write_text("def f(): pass\ndef f(): pass\n")
         for width, environment in ((80, {"COLUMNS": ""}), (120, {"COLUMNS": "120"})):
-            status, screen, log = run("-m", "hollin.demo", "--root", str(root), "--query", "cart", **environment)
+            status, screen, log = run_python("-m", "hollin.demo", "--root", str(root), "--query", "cart", **environment)
             self.assertEqual((status, log), (0, ""))
             self.assertLessEqual(max(map(len, screen.splitlines())), width)
             for phrase in (
@@ -48,7 +48,7 @@ class DemoTest(unittest.TestCase):
             called = re.findall(r"^(\w+) \{", screen, re.M)
             self.assertEqual({*called}, {*TOOLS}, "each tool is called")
             self.assertEqual(called.count("search"), 2, "the first and the last page")
-            search = run("-m", "hollin.demo", "--root", str(root), "--query", "twice")[1]
+            search = run_python("-m", "hollin.demo", "--root", str(root), "--query", "twice")[1]
             self.assertEqual(search.count("search {"), 1, "one page")
 
     def test_lines_end_between_members(self):
@@ -81,7 +81,7 @@ class DemoTest(unittest.TestCase):
             "[--chart FILE.svg]": ["-m", "hollin.demo", "--foo"],
             "charts is not a folder": [str(CHART), "--chart", empty + "/charts/chart.svg"],
         }.items():
-            status, screen, log = run(*command)
+            status, screen, log = run_python(*command)
             self.assertEqual((status, screen, log.count("Traceback")), (2, "", 0), log)
             self.assertIn(reason, log)
 
@@ -90,7 +90,7 @@ class ChartTest(unittest.TestCase):
     def test_draws_the_parts_of_an_answer(self):
         file = make_folder(self.addCleanup) / "chart.svg"
         options = ["--root", str(make_tree(self.addCleanup)), "--query", "cart", "--chart", str(file)]
-        self.assertEqual(run(str(CHART), *options)[::2], (0, ""))
+        self.assertEqual(run_python(str(CHART), *options)[::2], (0, ""))
         texts = [each.text for each in xml.etree.ElementTree.parse(file).iter("{http://www.w3.org/2000/svg}text")]
         for label in ("token budget", "bytes of the answer", "everything else", "citations", "rows of the sections"):
             self.assertIn(label, texts)

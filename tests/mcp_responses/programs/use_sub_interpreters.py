@@ -23,19 +23,19 @@ assert len(again.EMPTY_TOOL_RESPONSES) == 14
 failures = []
 
 
-def run(interpreter):
+def use_functions(interpreter):
     # Until 3.12 it raises an error of the code, since then it returns it.
     failures.append(interpreters.run_string(interpreter, USE))
 
 
 for _ in range(7):
     three = [interpreters.create() for _ in range(3)]
-    threads = [threading.Thread(target=run, args=[one]) for one in three]
+    threads = [threading.Thread(target=use_functions, args=[one]) for one in three]
     for thread in threads:
         thread.start()
     for thread in threads:
         thread.join()
-    run(three[0])
+    use_functions(three[0])
     for one in three[1:] + three[:1]:
         interpreters.destroy(one)
     exec(USE)
