@@ -12,9 +12,10 @@ MAINTENANCE:
 # order of the names, and names that nothing here uses, such as `json` and `_SENTENCE_END`, are an
 # interface for the service's code.
 #
-# The body of each function calls `native`, its native counterpart: `functions::py_cut` of functions.cc for `_cut`.
-# `native` is not a name of the module: the import puts the native function into the constants of the
-# function's code (native.cc). So the interpreter binds arguments and raises its own errors.
+# The body of each function calls `native`, its native counterpart: `functions::py_cut` of functions.cc
+# for `_cut`. `native` is not a name of the module: the import puts the native function into the
+# constants of the function's code (native.cc). So the interpreter binds arguments and raises its own
+# errors.
 #
 # To add a parameter, add it here and to the call of `native`, and read it in functions.cc under its
 # position. To add a function, define it here; the build then requires its C++ code.
