@@ -28,21 +28,19 @@ class Functions(unittest.TestCase):
 
 
 class UnusualCalls(unittest.TestCase):
-    def test_a_key_whose_comparison_fails_at_any_time(self):
-        for name, good in good_calls().items():
-            for number in range(3 * len(good)):
+    def test_a_profile_function_that_adds_a_hostile_key_to_returned_dicts(self):
+        hostile = class_with(str, __hash__=str.__hash__, __eq__=lambda self, other: 1 / 0)("text")
 
-                def given():
-                    remaining = iter(range(number))
+        def add(_frame, event, result):
+            if event == "return" and isinstance(result, dict):
+                result.clear()
+                result[hostile] = 1
 
-                    def equal(self, other):
-                        return 1 / 0 if next(remaining, None) is None else str.__eq__(self, other)
-
-                    key_type = class_with(str, __hash__=str.__hash__, __eq__=equal)
-                    return {key_type(key): value for key, value in good.items()}
-
-                found, expected = (outcome(getattr(library, name), named=given()) for library in (real, plain))
-                self.assertEqual(found[0], expected[0], (name, number))
+        self.addCleanup(sys.setprofile, sys.getprofile())
+        sys.setprofile(add)
+        answer = outcome(real._cut, [], {"".join(["te", "xt"]): "abc", "chars": 2})
+        sys.setprofile(None)
+        self.assertEqual(answer, ("returned", "a…"))
 
     def test_a_profile_function_that_clears_defaults(self):
         module = new_module()
