@@ -20,8 +20,6 @@ PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
   for (std::size_t i = 0; i < keys_.size(); ++i)
     checked(PyDict_SetItem, dict.get(), keys_[i], values[i]);
   for (PyObject* value : values) Py_DECREF(value);  // the dict holds another reference
-  // Since 3.14, a copy of a dict that is not tracked is not tracked either.
-  if (PyObject_GC_IsTracked(dict.get()) == 0) PyObject_GC_Track(dict.get());
   return dict;
 }
 

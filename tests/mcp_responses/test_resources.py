@@ -6,6 +6,7 @@ import gc
 import os
 import random
 import sys
+import tracemalloc
 import unittest
 import weakref
 from concurrent.futures import ThreadPoolExecutor
@@ -63,6 +64,13 @@ class Leaks(unittest.TestCase):
             self.assert_no_leak(name, lambda: function(**good), 1000, held)
             self.assert_no_leak(name, lambda: [outcome(function, named=call) for call in calls], 40, held)
 
+    def test_memory_while_dicts_with_other_keys_are_encoded(self):
+        rows = [{1: [{2: 3}] * 2}] * 5000
+        self.addCleanup(tracemalloc.stop)
+        tracemalloc.start()
+        real._encoded_size(rows)
+        self.assertLess(tracemalloc.get_traced_memory()[1], 100_000)
+
     def test_memory_after_a_long_text(self):
         real.tool_result_text("x" * (1 << 20))
         before = in_use()[1]
@@ -93,7 +101,8 @@ class GarbageCollection(unittest.TestCase):
         for name, fields in RECORDS.items():
             leaves = {key: None if isinstance(value, dict) else value for key, value in fields.items()}
             answer = with_good_arguments(name)(record(leaves))
-            self.assertEqual(gc.is_tracked(answer), can_be_in_a_cycle(answer), name)
+            is_always_tracked = gc.is_tracked({"k": None})  # since 3.14
+            self.assertEqual(gc.is_tracked(answer), is_always_tracked or can_be_in_a_cycle(answer), name)
 
 
 class Threads(unittest.TestCase):
