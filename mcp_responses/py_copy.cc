@@ -200,9 +200,7 @@ PyRef copy_without_nulls(PyObject* dict) {
   return copy;
 }
 
-bool has_string_keys(PyObject* dict) noexcept {
-  if (has_own_order(dict)) return false;
-  if (unicode_keys_of(dict) != nullptr) return true;
+bool all_keys_are_strings(PyObject* dict) noexcept {
   for (PyCursor at(dict, true); at.next();)
     if (!PyUnicode_CheckExact(at.key())) return false;
   return true;

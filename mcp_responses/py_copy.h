@@ -23,8 +23,14 @@ inline PyRef pass_through(PyRef object) {
   return is_shareable(object.get()) ? std::move(object) : plain_copy(object.get());
 }
 
+/// True if all keys of a dict are exactly str.
+bool all_keys_are_strings(PyObject* dict) noexcept;
+
 /// True if all keys of a dict are exactly str, and it iterates in the order of its entries.
-bool has_string_keys(PyObject* dict) noexcept;
+inline bool has_string_keys(PyObject* dict) noexcept {
+  if (has_own_order(dict)) return false;
+  return unicode_keys_of(dict) != nullptr || all_keys_are_strings(dict);
+}
 
 /// The dict itself if it has such keys, otherwise a copy in which each other key is the string that the
 /// encoding writes for it. Of several keys with the same string, the first determines the position and

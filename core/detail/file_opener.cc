@@ -174,7 +174,7 @@ FileReader FileOpener::open_file(std::string path) {
       checked.st_dev == opened.st_dev && checked.st_ino == opened.st_ino && S_ISREG(opened.st_mode);
   if (!is_same) throw Unreadable("Replaced while it was opened", path);
   const auto size = static_cast<std::size_t>(std::max<off_t>(0, opened.st_size));
-  return FileReader(std::move(file), std::move(path), size);
+  return {std::move(file), std::move(path), size};
 }
 
 }  // namespace mcp_responses::detail
