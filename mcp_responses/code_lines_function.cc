@@ -67,7 +67,7 @@ bool has_path(PyObject* root) {
   if (PyUnicode_Check(root)) return true;
   // Interned: otherwise each look-up would leave a new string in the interpreter's cache of attributes.
   const PyRef name = checked(PyUnicode_InternFromString, "__fspath__");
-  PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(root));
+  auto* const type = reinterpret_cast<PyObject*>(Py_TYPE(root));
   return call_python([&] { return PyObject_HasAttr(type, name.get()); }) != 0;
 }
 
