@@ -34,10 +34,9 @@ PyRef run(const NativeFunction& function, Call& call) {
 /// after another call has ended.
 const CheckInterrupt run_signal_handlers = [] { check_signals(); };
 
-template <std::size_t index>
-PyObject* call_native(PyObject* state, PyObject* const* arguments, Py_ssize_t count) {
-  constexpr const NativeFunction& function = native_functions[index];
-  return translate_exceptions([=] {
+PyObject* call_native(const NativeFunction& function, PyObject* state, PyObject* const* arguments,
+                      Py_ssize_t count) {
+  return translate_exceptions([&] {
     Call call(function, {arguments, static_cast<std::size_t>(count)}, state_in(state));
     check_stack();
     const InterruptScope interruptible(run_signal_handlers);
@@ -45,13 +44,19 @@ PyObject* call_native(PyObject* state, PyObject* const* arguments, Py_ssize_t co
   });
 }
 
+/// The function that the interpreter calls for one of the native functions.
+template <std::size_t index>
+PyObject* entry(PyObject* state, PyObject* const* arguments, Py_ssize_t count) {
+  return call_native(native_functions[index], state, arguments, count);
+}
+
 template <std::size_t... index>
 std::array<PyMethodDef, sizeof...(index)> method_definitions(std::index_sequence<index...>) {
   const auto untyped = [](auto* function) {
     return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
   };
-  return {PyMethodDef{native_functions[index].name, untyped(call_native<index>), METH_FASTCALL,
-                      nullptr}...};
+  return {
+      PyMethodDef{native_functions[index].name, untyped(entry<index>), METH_FASTCALL, nullptr}...};
 }
 
 PyRef new_native(std::string_view name, PyObject* state) {
