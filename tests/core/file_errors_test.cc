@@ -100,7 +100,7 @@ long syscall(long number, ...) noexcept {
   constexpr long openat2 = 437;
   std::va_list arguments;
   va_start(arguments, number);
-  long values[6];
+  long values[5];  // as many as registers hold: no caller passes more
   for (long& value : values) value = va_arg(arguments, long);
   va_end(arguments);
   static auto* const next = next_function<long(long, ...)>("syscall");
@@ -108,7 +108,7 @@ long syscall(long number, ...) noexcept {
     record(AT_FDCWD, reinterpret_cast<const char*>(values[1]), false);
     if (fails("openat2")) return -1;
   }
-  return next(number, values[0], values[1], values[2], values[3], values[4], values[5]);
+  return next(number, values[0], values[1], values[2], values[3], values[4]);
 }
 
 int nanosleep(const timespec* /*time*/, timespec* /*remaining*/) { return ++sleeps, 0; }

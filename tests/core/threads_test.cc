@@ -2,7 +2,7 @@
 // synchronized.
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,11 +19,11 @@ namespace {
 template <class Function>
 void in_threads(const Function& function) {
   constexpr int count = 4;
-  std::atomic<int> missing = count;
+  std::latch start(count);
   std::vector<std::thread> threads;
   for (int i = 0; i < count; ++i) {
     threads.emplace_back([&] {
-      for (--missing; missing > 0;) std::this_thread::yield();
+      start.arrive_and_wait();
       for (int round = 0; round < 300; ++round) function();
     });
   }
@@ -53,7 +53,7 @@ TEST(Threads, TheLastOwnerDestroysAValue) {
     Value value = List{Text("x"_t), Object{{"key"_t, List{Text("y"_t)}}}};
     std::latch start(2);
     std::thread other([&start, copy = value]() mutable {
-      for (--missing; missing > 0;) std::this_thread::yield();
+      start.arrive_and_wait();
       EXPECT_EQ(copy.size(), 2U);
       copy = {};
     });
