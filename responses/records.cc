@@ -16,8 +16,11 @@ Value PlainRecord::value(Field field) const {
 
 Value PlainRecord::value_of_kind(Field field, std::initializer_list<Kind> kinds) const {
   Value found = value(field);
-  if (std::ranges::count(kinds, found.kind()) > 0) return found;
-  if (std::ranges::count(kinds, Kind::null) > 0 && !found.truthy()) return {};
+  const auto is_one = [kinds](Kind kind) {
+    return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+  };
+  if (is_one(found.kind())) return found;
+  if (is_one(Kind::null) && !found.truthy()) return {};
   throw FieldKindError(field_name(field), kinds, found.kind());
 }
 
