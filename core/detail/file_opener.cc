@@ -8,11 +8,10 @@
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cstdint>
+#include <ctime>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "detail/resolved_path.h"
@@ -72,14 +71,14 @@ UniqueFd open_folder(const std::string& path, Opening opening) {
 /// process has a write lease on the file (fcntl, F_SETLEASE). It is tried again for a minute: the kernel
 /// ends a lease after 45 seconds by default.
 UniqueFd open_in_folder(const UniqueFd& folder, const std::string& name) {
-  constexpr std::chrono::milliseconds interval(5);
-  constexpr int max_attempts = std::chrono::minutes(1) / interval;
+  constexpr timespec interval{.tv_sec = 0, .tv_nsec = 5'000'000};
+  constexpr int max_attempts = 60'000 / 5;
   const auto call = [&] { return ::openat(folder.get(), name.c_str(), read_flags); };
   for (int attempt = 1;; ++attempt) {
     UniqueFd file(retry_interrupted(call));
     if (file.is_open() || errno != EAGAIN || attempt == max_attempts) return file;
     check_interrupt();
-    std::this_thread::sleep_for(interval);
+    ::nanosleep(&interval, nullptr);
   }
 }
 
