@@ -3,10 +3,9 @@
 // A failed call of the interpreter becomes a PythonError. It carries nothing: the interpreter's error
 // indicator is set. `translate_exceptions` turns any C++ exception into the interpreter's error.
 //
-// `translate_exceptions` surrounds all code that the interpreter calls. Before it, three functions
-// catch some exceptions: the call of a native function (native.cc) adds the argument path to an
-// UnsupportedObject; the encoder starts again with a copy of a dict whose keys are not all str; and
-// the check of the layout at import. In `core`, `code_lines` catches errors of files.
+// `translate_exceptions` surrounds all code that the interpreter calls. Before it, the call of a native
+// function (native.cc) catches UnsupportedObject and NestingError, and adds the path in the arguments.
+// In `core`, `code_lines` catches errors of files.
 //
 // No catch block runs Python code: while one is active, the C++ runtime terminates the process for
 // a forced unwinding (see `call_python`). It stores the exception, and the code after it sets the
