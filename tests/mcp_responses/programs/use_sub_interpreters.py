@@ -30,6 +30,9 @@ def use_functions(interpreter):
 
 for _ in range(7):
     three = [interpreters.create() for _ in range(3)]
+    for one in three:
+        # CPython 3.11.2 never ends the destruction of an interpreter in which a thread has imported it first.
+        interpreters.run_string(one, "import threading")
     threads = [threading.Thread(target=use_functions, args=[one]) for one in three]
     for thread in threads:
         thread.start()
