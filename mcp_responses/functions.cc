@@ -55,7 +55,8 @@ PyRef functions::py_trimmed(Call& call) { return cut_argument(call, trimmed); }
 PyRef functions::py_without_nulls(Call& call) { return copy_without_nulls(call.dict(0)); }
 
 PyRef functions::py_build_index_status_response(Call& call) {
-  return call.answer(index_status(IndexStatusOf<PyRef>{.status = call.pass_through(0),
+  return call.answer(
+      build_index_status_response(IndexStatusOf<PyRef>{.status = call.pass_through(0),
                                                        .health = call.pass_through(1),
                                                        .branch = call.pass_through(2),
                                                        .progress = call.pass_through(3),
@@ -69,12 +70,12 @@ PyRef functions::py_build_index_status_response(Call& call) {
 
 PyRef functions::py_build_symbol_search_result(Call& call) {
   PyRef file_path = call.pass_through(1);
-  return call.answer(symbol_search_result(call.record(), std::move(file_path)));
+  return call.answer(build_symbol_search_result(call.record(), std::move(file_path)));
 }
 
 PyRef functions::py_build_symbol_full_details(Call& call) {
   PyRef file_path = call.pass_through(1);
-  return call.answer(symbol_full_details(call.record(), std::move(file_path)));
+  return call.answer(build_symbol_full_details(call.record(), std::move(file_path)));
 }
 
 PyRef functions::py_outline_module(Call& call) {
@@ -93,22 +94,22 @@ PyRef functions::py_outline_module(Call& call) {
 
 PyRef functions::py_build_file_symbol(Call& call) {
   const Value module = call.value(1);
-  return call.answer(file_symbol(call.record(), module));
+  return call.answer(build_file_symbol(call.record(), module));
 }
 
 PyRef functions::py_build_api_endpoint(Call& call) {
   Value file_path = call.value(1);
   PyRef component = call.pass_through(2);
-  return call.answer(api_endpoint(call.record(), std::move(file_path), std::move(component)));
+  return call.answer(build_api_endpoint(call.record(), std::move(file_path), std::move(component)));
 }
 
 PyRef functions::py_build_reference(Call& call) {
   PyRef code = call.pass_through(1);
-  return call.answer(reference_row(call.record(), std::move(code)));
+  return call.answer(build_reference(call.record(), std::move(code)));
 }
 
 PyRef functions::py_build_component(Call& call) {
-  return call.answer(component_row(call.record()));
+  return call.answer(build_component(call.record()));
 }
 
 PyRef functions::py_build_paginated_response(Call& call) {
@@ -133,7 +134,7 @@ PyRef functions::py_build_test_coverage(Call& call) {
   PyRef test_file = call.pass_through(0);
   PyRef source_file = call.pass_through(1);
   const Value symbols = call.value(2);
-  return call.answer(test_coverage(std::move(test_file), std::move(source_file), symbols));
+  return call.answer(build_test_coverage(std::move(test_file), std::move(source_file), symbols));
 }
 
 PyRef functions::py_build_empty_paginated_response(Call& call) {
@@ -141,7 +142,8 @@ PyRef functions::py_build_empty_paginated_response(Call& call) {
 }
 
 PyRef functions::py_build_wiki_status_response(Call& call) {
-  return call.answer(wiki_status(WikiStatusOf<PyRef>{.built = call.pass_through(0),
+  return call.answer(
+      build_wiki_status_response(WikiStatusOf<PyRef>{.built = call.pass_through(0),
                                                      .branch = call.pass_through(1),
                                                      .pages = call.pass_through(2),
                                                      .files_covered = call.pass_through(3),
@@ -159,16 +161,16 @@ PyRef functions::py_build_wiki_list_response(Call& call) {
   const Value total = call.value(1);
   const Value offset = call.value(2);
   PyRef truncated = call.pass_through(3);
-  return call.answer(wiki_list(pages, total, offset, std::move(truncated)));
+  return call.answer(build_wiki_list_response(pages, total, offset, std::move(truncated)));
 }
 
 PyRef functions::py_build_wiki_read_response(Call& call) {
-  return call.answer(wiki_page(WikiPageOf<PyRef>{.page_id = call.pass_through(0),
-                                                 .title = call.pass_through(1),
-                                                 .content = call.pass_through(2),
-                                                 .citations = call.value(3),
-                                                 .source_files = call.value(4),
-                                                 .related_pages = call.value(5)}));
+  return call.answer(build_wiki_read_response(WikiPageOf<PyRef>{.page_id = call.pass_through(0),
+                                                                .title = call.pass_through(1),
+                                                                .content = call.pass_through(2),
+                                                                .citations = call.value(3),
+                                                                .source_files = call.value(4),
+                                                                .related_pages = call.value(5)}));
 }
 
 PyRef functions::py_build_wiki_ask_response(Call& call) {

@@ -28,11 +28,8 @@ using IndexStatus = IndexStatusOf<Value>;
 
 /// "status", "health", "branch", "progress", "files_indexed", "symbols_indexed", "last_updated",
 /// "errors_count", nulls included, then "phase" and "phase_detail", each only if truthy.
-Object build_index_status_response(IndexStatus status);
-
-/// The members of `build_index_status_response`.
-template <class Passed>
-auto index_status(IndexStatusOf<Passed> status) {
+template <class Passed = Value>
+auto build_index_status_response(IndexStatusOf<Passed> status) {
   const auto if_truthy = [](Value value) { return value.truthy() ? std::move(value) : Value(); };
   return StaticObject{
       "status"_key = std::move(status.status),

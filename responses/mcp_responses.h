@@ -3,6 +3,10 @@
 // Every function may be called by several threads at the same time. Values, lists, objects and texts
 // share storage between copies, so each thread may use, change and destroy its own copy. One object
 // may be read by several threads, but not while another thread changes it.
+//
+// A builder that returns `auto` makes a StaticObject, which converts to an Object or a Value. Its type
+// parameter `Source` is the type of a record, and `Passed` the type of an argument that the answer only
+// contains: a Value, or a foreign object.
 #pragma once
 
 // IWYU pragma: begin_exports

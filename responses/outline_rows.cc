@@ -73,8 +73,4 @@ Value name_in_module(const Value& module, Value fqn) {
   return slice(whole, prefix.size + 1, whole.size - prefix.size - 1);
 }
 
-Object build_file_symbol(const PlainRecord& symbol, const Value& module) {
-  return file_symbol(symbol, module);
-}
-
 }  // namespace mcp_responses

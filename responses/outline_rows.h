@@ -30,20 +30,17 @@ class OutlineModule {
 /// The module of these fqns.
 Text outline_module(std::span<const Text> fqns);
 
+/// `fqn` without `module` and the dot after it. Requires an fqn that is a string. Throws `KindError` if
+/// the module is not one.
+Value name_in_module(const Value& module, Value fqn);
+
 /// The row of a symbol: "name" (its fqn without `module` and the dot after it), "kind", "line",
 /// "end_line" (only if it differs from the start line), "signature" and "summary", each only if it
 /// is not null. With a falsy `module`, "name" is the whole fqn. Reads `fqn`, `kind`,
 /// `start_line`, `end_line`, `signature` and `docstring`. Throws `FieldKindError` if there
 /// is a module and the fqn is not a string.
-Object build_file_symbol(const PlainRecord& symbol, const Value& module = Text());
-
-/// `fqn` without `module` and the dot after it. Requires an fqn that is a string. Throws `KindError` if
-/// the module is not one.
-Value name_in_module(const Value& module, Value fqn);
-
-/// The members of `build_file_symbol`, for any kind of record.
 template <Record Source>
-auto file_symbol(const Source& symbol, const Value& module) {
+auto build_file_symbol(const Source& symbol, const Value& module = Text()) {
   Value name = module.truthy()
                    ? name_in_module(module, symbol.value_of_kind(Field::fqn, {Kind::string}))
                    : symbol.value(Field::fqn);

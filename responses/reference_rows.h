@@ -13,23 +13,8 @@ namespace mcp_responses {
 /// only if it is not null. `code` is the line of code at that place. Reads `caller_symbol`, whose "fqn"
 /// and "kind" are the caller, `usage_type`, `file_path` and `line`. Throws `FieldKindError` if
 /// `caller_symbol` is truthy and not an object.
-Object build_reference(const PlainRecord& reference, Value code = {});
-
-/// "fqn", "name", "kind", "file" ("" for a falsy path), "line", "signature", "component", nulls
-/// included. Reads `fqn`, `name`, `kind`, `start_line` and `signature`.
-Object build_api_endpoint(const PlainRecord& symbol, Value file_path = {},
-                          Value component_name = {});
-
-/// "name", "layer", "path_pattern", "file_count", "symbol_count", nulls included. Reads the
-/// fields of these names.
-Object build_component(const PlainRecord& component);
-
-/// "test_file", "source_file", then "symbols_imported" if truthy.
-Object build_test_coverage(Value test_file, Value source_file, Value symbols_imported = {});
-
-/// The members of these rows, for any kind of record. `Passed` is Value, or a foreign object.
-template <Record Source, class Passed>
-auto reference_row(const Source& reference, Passed code) {
+template <Record Source, class Passed = Value>
+auto build_reference(const Source& reference, Passed code = {}) {
   const Value caller = reference.value_of_kind(Field::caller_symbol, {Kind::object, Kind::null});
   auto usage_type = reference.pass_through(Field::usage_type);
   return StaticObject{
@@ -42,8 +27,10 @@ auto reference_row(const Source& reference, Passed code) {
   };
 }
 
-template <Record Source, class Passed>
-auto api_endpoint(const Source& symbol, Value file_path, Passed component_name) {
+/// "fqn", "name", "kind", "file" ("" for a falsy path), "line", "signature", "component", nulls
+/// included. Reads `fqn`, `name`, `kind`, `start_line` and `signature`.
+template <Record Source, class Passed = Value>
+auto build_api_endpoint(const Source& symbol, Value file_path = {}, Passed component_name = {}) {
   if (!file_path.truthy()) file_path = Text();
   return StaticObject{
       "fqn"_key = symbol.pass_through(Field::fqn),
@@ -56,8 +43,10 @@ auto api_endpoint(const Source& symbol, Value file_path, Passed component_name) 
   };
 }
 
+/// "name", "layer", "path_pattern", "file_count", "symbol_count", nulls included. Reads the
+/// fields of these names.
 template <Record Source>
-auto component_row(const Source& component) {
+auto build_component(const Source& component) {
   return StaticObject{
       "name"_key = component.pass_through(Field::name),
       "layer"_key = component.pass_through(Field::layer),
@@ -67,8 +56,8 @@ auto component_row(const Source& component) {
   };
 }
 
-template <class Passed>
-auto test_coverage(Passed test_file, Passed source_file, Value symbols_imported) {
+/// "test_file", "source_file", then "symbols_imported" if truthy.
+auto build_test_coverage(auto test_file, auto source_file, Value symbols_imported = {}) {
   if (!symbols_imported.truthy()) symbols_imported = {};
   return StaticObject{
       "test_file"_key = std::move(test_file),

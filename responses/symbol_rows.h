@@ -1,4 +1,5 @@
-// The two answers about a symbol: the row of a search, and its full details.
+// The two answers about a symbol: the row of a search, and its full details. The fields are read in the
+// order of the keys, so an error names the first one that the record lacks.
 #pragma once
 
 #include <utility>
@@ -12,17 +13,8 @@ namespace mcp_responses {
 /// The row of a symbol in a search: "fqn", "name", "kind", "file", "line", "signature", "summary", each
 /// only if it is not null. Reads `fqn`, `name`, `kind`, `start_line` (1-based), `signature` and
 /// `docstring`.
-Object build_symbol_search_result(const PlainRecord& symbol, Value file_path = {});
-
-/// A whole symbol: "found" (true), "fqn", "name", "kind", "file", "start_line", "end_line",
-/// "signature", "is_export", "docstring" and "docstring_truncated", nulls included. The docstring is
-/// not cut. Reads the fields of these names, except "found" and "file".
-Object build_symbol_full_details(const PlainRecord& symbol, Value file_path = {});
-
-/// The members of these answers, for any kind of record. The fields are read in the order of the keys,
-/// so an error names the first one that the record lacks. `Passed` is Value, or a foreign object.
-template <Record Source, class Passed>
-auto symbol_search_result(const Source& symbol, Passed file_path) {
+template <Record Source, class Passed = Value>
+auto build_symbol_search_result(const Source& symbol, Passed file_path = {}) {
   return StaticObject{
       "fqn"_optional = symbol.pass_through(Field::fqn),
       "name"_optional = symbol.pass_through(Field::name),
@@ -34,8 +26,11 @@ auto symbol_search_result(const Source& symbol, Passed file_path) {
   };
 }
 
-template <Record Source, class Passed>
-auto symbol_full_details(const Source& symbol, Passed file_path) {
+/// A whole symbol: "found" (true), "fqn", "name", "kind", "file", "start_line", "end_line",
+/// "signature", "is_export", "docstring" and "docstring_truncated", nulls included. The docstring is
+/// not cut. Reads the fields of these names, except "found" and "file".
+template <Record Source, class Passed = Value>
+auto build_symbol_full_details(const Source& symbol, Passed file_path = {}) {
   return StaticObject{
       "found"_key = true,
       "fqn"_key = symbol.pass_through(Field::fqn),

@@ -29,16 +29,6 @@ struct WikiStatusOf {
 };
 using WikiStatus = WikiStatusOf<Value>;
 
-/// "built", "branch", "enabled", "configured", "pages", "files_covered", "total_sources",
-/// "coverage_pct", "last_built", "model", "stale_pages".
-Object build_wiki_status_response(WikiStatus status);
-
-/// "pages", "total_count", "offset", "truncated" (the caller's flag) and "has_more" (true if pages
-/// remain after these). Throws `KindError` if `pages` is not a list, or `total` or `offset` not a
-/// number.
-Object build_wiki_list_response(Value pages, Value total, Value offset = 0,
-                                Value truncated = false);
-
 /// The arguments of `build_wiki_read_response`. The lists may be null.
 template <class Passed>
 struct WikiPageOf {
@@ -51,15 +41,13 @@ struct WikiPageOf {
 };
 using WikiPage = WikiPageOf<Value>;
 
-/// "page_id", "title", "content", "citations", "source_files", "related_pages".
-Object build_wiki_read_response(WikiPage page);
-
 /// The list, or an empty one if it is falsy.
 inline Value or_empty_list(Value list) { return list.truthy() ? std::move(list) : Value(List()); }
 
-/// The members of these answers.
-template <class Passed>
-auto wiki_status(WikiStatusOf<Passed> status) {
+/// "built", "branch", "enabled", "configured", "pages", "files_covered", "total_sources",
+/// "coverage_pct", "last_built", "model", "stale_pages".
+template <class Passed = Value>
+auto build_wiki_status_response(WikiStatusOf<Passed> status) {
   return StaticObject{
       "built"_key = std::move(status.built),
       "branch"_key = std::move(status.branch),
@@ -75,8 +63,12 @@ auto wiki_status(WikiStatusOf<Passed> status) {
   };
 }
 
-template <class Passed>
-auto wiki_list(Value pages, Value total, Value offset, Passed truncated) {
+/// "pages", "total_count", "offset", "truncated" (the caller's flag) and "has_more" (true if pages
+/// remain after these). Throws `KindError` if `pages` is not a list, or `total` or `offset` not a
+/// number.
+template <class Passed = Value>
+auto build_wiki_list_response(Value pages, Value total, Value offset = 0,
+                              Passed truncated = false) {
   const bool has_more = rows_remain(offset, row_count(pages, "pages"), total, "total");
   return StaticObject{
       "pages"_key = std::move(pages),   "total_count"_key = std::move(total),
@@ -85,8 +77,9 @@ auto wiki_list(Value pages, Value total, Value offset, Passed truncated) {
   };
 }
 
-template <class Passed>
-auto wiki_page(WikiPageOf<Passed> page) {
+/// "page_id", "title", "content", "citations", "source_files", "related_pages".
+template <class Passed = Value>
+auto build_wiki_read_response(WikiPageOf<Passed> page) {
   return StaticObject{
       "page_id"_key = std::move(page.page_id),
       "title"_key = std::move(page.title),
