@@ -1,40 +1,36 @@
 #include "errors.h"
 
 #include <array>
+#include <vector>
 
 namespace mcp_responses {
 namespace {
 
-std::string_view kind_name(Kind kind) noexcept {
-  constexpr std::array<std::string_view, 7> names{"null",   "boolean", "integer", "float",
-                                                  "string", "list",    "object"};
+std::string_view name_of(Kind kind) noexcept {
+  constexpr std::array<std::string_view, 7> names{"None", "bool", "int", "float",
+                                                  "str",  "list", "dict"};
   return names[static_cast<std::size_t>(kind)];
-}
-
-std::string kind_error_message(std::string_view path, std::initializer_list<Kind> expected,
-                               Kind actual) {
-  std::vector<std::string_view> names;
-  for (const Kind kind : expected) names.push_back(kind_name(kind));
-  return std::string(path) + " must be " + alternatives(names) + ", not " +
-         std::string(kind_name(actual));
 }
 
 }  // namespace
 
-std::string alternatives(std::span<const std::string_view> names) {
-  std::string text;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (i > 0) text += i + 1 == names.size() ? " or " : ", ";
+std::string names_of(std::initializer_list<Kind> kinds) {
+  std::vector<std::string_view> names;
+  for (const Kind kind : kinds) {
+    names.push_back(name_of(kind));
+    if (kind == Kind::list) names.emplace_back("tuple");
+  }
+  std::string text(names.front());
+  for (std::size_t i = 1; i < names.size(); ++i) {
+    text += i + 1 == names.size() ? " or " : ", ";
     text += names[i];
   }
   return text;
 }
 
 KindError::KindError(std::string_view path, std::initializer_list<Kind> expected, Kind actual)
-    : std::invalid_argument(kind_error_message(path, expected, actual)),
-      path_(path),
-      expected_(expected),
-      actual_(actual) {}
+    : std::invalid_argument(std::string(path) + " must be " + names_of(expected) + ", not " +
+                            std::string(name_of(actual))) {}
 
 FieldMissing::FieldMissing(std::string_view field)
     : std::invalid_argument("the record has no field " + std::string(field)) {}

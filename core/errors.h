@@ -3,32 +3,21 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "detail/handle.h"
 
 namespace mcp_responses {
 
-/// "a", "a or b", "a, b or c".
-std::string alternatives(std::span<const std::string_view> names);
+/// The names of these kinds in messages, as in Python: "list, tuple or None".
+std::string names_of(std::initializer_list<Kind> kinds);
 
-/// A value has the wrong kind: "sections[3] must be object, not string". TypeError in Python, with
-/// Python's names of the kinds.
+/// A value has the wrong kind: "sections[3] must be dict, not str". TypeError in Python.
 class KindError : public std::invalid_argument {
  public:
   KindError(std::string_view path, std::initializer_list<Kind> expected, Kind actual);
-  const std::string& path() const noexcept { return path_; }
-  const std::vector<Kind>& expected() const noexcept { return expected_; }
-  Kind actual() const noexcept { return actual_; }
-
- private:
-  std::string path_;
-  std::vector<Kind> expected_;
-  Kind actual_;
 };
 
 /// A field of a record has the wrong kind, where plain Python would call a method of it.

@@ -12,126 +12,113 @@
 namespace mcp_responses {
 namespace {
 
-/// The first characters of a long str, otherwise the key itself.
-PyRef abbreviated(PyObject* key) {
-  constexpr Py_ssize_t max_characters = 100;
-  if (!PyUnicode_Check(key) || PyUnicode_GetLength(key) <= max_characters)
-    return PyRef::borrow(key);
-  return checked(PyUnicode_Substring, key, 0, max_characters);
-}
-
-/// "['line']". The repr of a key whose type is not exactly a built-in one could run Python code, so
-/// it is "[...]".
+/// "['line']", with the first characters of a long str. The repr of a key whose type is not exactly a
+/// built-in one could run Python code, so it is "[...]".
 std::string subscript(PyObject* key) {
   if (!PyUnicode_CheckExact(key) && !PyLong_CheckExact(key) && !PyFloat_CheckExact(key))
     return "[...]";
-  const PyRef start = abbreviated(key);
+  constexpr Py_ssize_t max_characters = 100;
+  const bool is_long = PyUnicode_Check(key) && PyUnicode_GetLength(key) > max_characters;
+  const PyRef start =
+      is_long ? checked(PyUnicode_Substring, key, 0, max_characters) : PyRef::borrow(key);
   const PyRef text = PyRef::steal(call_python([&] { return PyObject_Repr(start.get()); }));
   if (!text) {  // an int with more digits than `sys.set_int_max_str_digits` allows
     call_python(PyErr_Clear);
     return "[...]";
   }
   const PyRef bytes = checked(PyUnicode_AsEncodedString, text.get(), "utf-8", "backslashreplace");
-  return std::string("[") + PyBytes_AS_STRING(bytes.get()) + (start.get() == key ? "]" : "...]");
+  return std::string("[") + PyBytes_AS_STRING(bytes.get()) + (is_long ? "...]" : "]");
 }
 
-std::string subscript(Py_ssize_t index) { return "[" + std::to_string(index) + "]"; }
+bool is_container(PyObject* object) noexcept {
+  const std::optional<Kind> kind = py_kind(object);
+  return kind == Kind::list || kind == Kind::object;
+}
 
-/// A depth-first search through an argument. Signal handlers may run and change the containers, so
-/// the search holds references to those on its path and to their keys.
-class Search {
- public:
-  explicit Search(PyObject* wanted) : wanted_(wanted) {}
+/// A container on the path of a search, and the member or element of it that the search has reached.
+/// Signal handlers may run and change the containers, so all are held.
+struct Step {
+  explicit Step(PyObject* object) : container(PyRef::borrow(object)), at(object) {}
 
-  ArgumentPath path(PyObject* root, const std::string& name) {
-    if (root == wanted_) return {name};
-    enter(root);
-    while (advance()) {
-      const std::size_t levels = path_.size();
-      if (path_.back().key.get() == wanted_)
-        return {"a key of " + path_to(levels - 1, name), levels};
-      if (path_.back().value.get() == wanted_) return {path_to(levels, name), levels};
-      enter(path_.back().value.get());
-    }
-    return {};
+  bool next() {
+    if (!at.next()) return false;
+    // The finalizer of the previous key or value may change the container.
+    PyRef next_key = PyRef::borrow(at.key());
+    PyRef next_value = PyRef::borrow(at.value());
+    key = std::move(next_key);
+    value = std::move(next_value);
+    return true;
   }
 
-  std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels) {
-    enter(root);
-    while (advance()) {
-      PyObject* const value = path_.back().value.get();
-      for (std::size_t i = 0; i < path_.size(); ++i) {
-        if (path_[i].container.get() == value) return path_to(i, name) + " contains itself";
-      }
-      enter(value);
-      if (path_.size() > max_levels) {
-        constexpr std::size_t max_subscripts = 5;
-        return path_to(max_subscripts, name) + "... is nested more than " +
-               std::to_string(max_levels) + " levels deep";
-      }
-    }
-    return {};
-  }
-
- private:
-  /// A container on the path, and the member or element of it that the search has reached.
-  struct Step {
-    explicit Step(PyObject* object) : container(PyRef::borrow(object)), at(object) {}
-
-    bool next() {
-      if (!at.next()) return false;
-      // The finalizer of the previous key or value may change the container.
-      PyRef next_key = PyRef::borrow(at.key());
-      PyRef next_value = PyRef::borrow(at.value());
-      key = std::move(next_key);
-      value = std::move(next_value);
-      return true;
-    }
-    std::string subscript() const {
-      return key ? mcp_responses::subscript(key.get()) : mcp_responses::subscript(at.index());
-    }
-
-    PyRef container;
-    PyCursor at;
-    PyRef key;
-    PyRef value;
-  };
-
-  /// Moves to the next member or element, depth first; false after the last.
-  bool advance() {
-    for (; !path_.empty(); path_.pop_back()) {
-      count_work(element_work);
-      if (path_.back().next()) return true;
-    }
-    return false;
-  }
-
-  /// The path to the member or element that the first `steps` containers have reached.
-  std::string path_to(std::size_t steps, std::string name) const {
-    for (const Step& step : std::span(path_).first(steps)) name += step.subscript();
-    return name;
-  }
-
-  void enter(PyObject* object) {
-    const std::optional<Kind> kind = py_kind(object);
-    const bool is_container = kind == Kind::list || kind == Kind::object;
-    // A container may contain itself, or be reached in several ways: it is searched once.
-    if (is_container && seen_.insert(object).second) path_.emplace_back(object);
-  }
-
-  PyObject* wanted_;
-  std::vector<Step> path_;
-  std::unordered_set<PyObject*> seen_;
+  PyRef container;
+  PyCursor at;
+  PyRef key;
+  PyRef value;
 };
+using Path = std::vector<Step>;
+
+/// The path to the member or element that the first `count` containers have reached.
+std::string text_of(const Path& path, std::size_t count, std::string name) {
+  for (const Step& step : std::span(path).first(count))
+    name += step.key ? subscript(step.key.get()) : "[" + std::to_string(step.at.index()) + "]";
+  return name;
+}
+
+/// Visits each member and element in an object, depth first. `visit` gets the path to it, and returns
+/// true to end the search.
+template <class Visitor>
+void search(PyObject* root, Visitor visit) {
+  Path path;
+  // A container may contain itself, or be reached in several ways: it is searched once.
+  std::unordered_set<PyObject*> seen;
+  const auto enter = [&](PyObject* object) {
+    if (is_container(object) && seen.insert(object).second) path.emplace_back(object);
+  };
+  enter(root);
+  while (!path.empty()) {
+    count_work(element_work);
+    if (!path.back().next()) {
+      path.pop_back();
+      continue;
+    }
+    if (visit(path)) return;
+    enter(path.back().value.get());
+  }
+}
 
 }  // namespace
 
-std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels) {
-  return Search(nullptr).nesting_problem(root, name, max_levels);
+std::optional<ArgumentPath> argument_path(PyObject* root, const std::string& name,
+                                          PyObject* object) {
+  if (root == object) return ArgumentPath{name, 0};
+  std::optional<ArgumentPath> found;
+  search(root, [&](const Path& path) {
+    const std::size_t levels = path.size();
+    if (path.back().key.get() == object) {
+      found = {"a key of " + text_of(path, levels - 1, name), levels};
+    } else if (path.back().value.get() == object) {
+      found = {text_of(path, levels, name), levels};
+    }
+    return found.has_value();
+  });
+  return found;
 }
 
-ArgumentPath argument_path(PyObject* root, const std::string& name, PyObject* object) {
-  return Search(object).path(root, name);
+std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels) {
+  constexpr std::size_t max_subscripts = 5;
+  std::string problem;
+  search(root, [&](const Path& path) {
+    PyObject* const value = path.back().value.get();
+    for (std::size_t i = 0; i < path.size() && problem.empty(); ++i) {
+      if (path[i].container.get() == value) problem = text_of(path, i, name) + " contains itself";
+    }
+    if (problem.empty() && path.size() >= max_levels && is_container(value)) {
+      problem = text_of(path, max_subscripts, name) + "... is nested more than " +
+                std::to_string(max_levels) + " levels deep";
+    }
+    return !problem.empty();
+  });
+  return problem;
 }
 
 }  // namespace mcp_responses

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "py_ref.h"
@@ -10,15 +11,14 @@ namespace mcp_responses {
 
 /// The path of an object in an argument: "items[3]['line']", or "a key of items[3]".
 struct ArgumentPath {
-  bool empty() const noexcept { return text.empty(); }
-
   std::string text;
-  std::size_t levels = 0;  // the number of containers around the object
+  std::size_t levels;  // the number of containers around the object
 };
 
-/// The path to `object` from `root`, which is called `name`. Empty if it is not found. Traverses the
+/// The path to `object` from `root`, which is called `name`. Nothing if it is not found. Traverses the
 /// whole argument: meant for a call that has failed. Throws `PythonError`.
-ArgumentPath argument_path(PyObject* root, const std::string& name, PyObject* object);
+std::optional<ArgumentPath> argument_path(PyObject* root, const std::string& name,
+                                          PyObject* object);
 
 /// Describes the first container within `root` that contains itself or is nested more than
 /// `max_levels` deep: "items[3] contains itself". Empty if there is none. `name` is the name of `root`.

@@ -75,29 +75,38 @@ PyRef Call::global(const StringLiteral& name) const {
   raise_name_error(key);
 }
 
-void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
-  PyObject* const object = unsupported.object();
-  const ArgumentPath in_attribute = read_.path_to(object);
-  if (!in_attribute.empty()) mcp_responses::raise_unsupported(unsupported, in_attribute.text);
+std::vector<Call::Input> Call::inputs() const {
+  std::vector<Input> inputs;
+  for (std::size_t i = read_.size(); i-- > 0;) {
+    const auto& [record, field, object] = read_[i];
+    inputs.push_back(
+        {std::string(record) + "." + field_name(field), object.get(), json_types, json_types});
+  }
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
     const Parameter& parameter = function_.parameters[i];
-    const ArgumentPath path = argument_path(arguments_[i], parameter.name, object);
-    if (path.empty()) continue;
-    const std::array types{parameter.types, parameter.element_types, json_types};
-    mcp_responses::raise_unsupported(unsupported, path.text,
-                                     types[std::min<std::size_t>(path.levels, 2)]);
+    inputs.push_back({parameter.name, arguments_[i], parameter.types, parameter.element_types});
+  }
+  return inputs;
+}
+
+void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
+  for (const Input& input : inputs()) {
+    const auto path = argument_path(input.object, input.name, unsupported.object());
+    if (!path) continue;
+    const std::array types{input.types, input.element_types, json_types};
+    mcp_responses::raise_unsupported(unsupported, path->text,
+                                     types[std::min<std::size_t>(path->levels, 2)]);
   }
   mcp_responses::raise_unsupported(
       unsupported, unsupported.is_key() ? "a key in the answer" : "a value in the answer");
 }
 
 void Call::raise_nesting_error() const {
-  const std::size_t limit = max_nesting();
-  std::string problem = read_.nesting_problem(limit);
-  for (std::size_t i = 0; problem.empty() && i < arguments_.size(); ++i)
-    problem = mcp_responses::nesting_problem(arguments_[i], name(i), limit);
-  if (problem.empty()) throw NestingError();
-  raise(PyExc_RecursionError, "%s", problem.c_str());
+  for (const Input& input : inputs()) {
+    const std::string problem = nesting_problem(input.object, input.name, max_nesting());
+    if (!problem.empty()) raise(PyExc_RecursionError, "%s", problem.c_str());
+  }
+  throw NestingError();
 }
 
 }  // namespace mcp_responses

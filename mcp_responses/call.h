@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "detail/sinks.h"
 #include "interned_strings.h"
@@ -101,12 +102,22 @@ class Call {
   [[noreturn]] void raise_nesting_error() const;
 
  private:
+  /// An argument or attribute of this call, and the types that it accepts, for error messages.
+  struct Input {
+    std::string name;
+    PyObject* object;
+    const char* types;
+    const char* element_types;
+  };
+  /// The attributes, the last one that was read first, because a call fails at that one. Then the
+  /// arguments.
+  std::vector<Input> inputs() const;
   PyRef iterator_of(std::size_t position) const;
 
   const NativeFunction& function_;
   std::span<PyObject* const> arguments_;
   ModuleState& state_;
-  ReadAttributes read_;
+  std::vector<ReadAttribute> read_;
 };
 
 template <class Visitor>

@@ -16,7 +16,6 @@ from pathlib import Path
 
 PLACEHOLDER = "native"
 HEADERS_OF_CONSTANTS = ("ask_citations.h", "ask_response.h", "code_lines.h", "cuts.h")
-JSON_TYPES = "None, bool, int, float, str, list, tuple or dict"
 
 
 class ReplaceName(ast.NodeTransformer):
@@ -34,24 +33,26 @@ def check_body(function: ast.FunctionDef, source: Path) -> None:
         sys.exit(f"{source}:{function.lineno}: the body of {function.name} must be `{expected}`")
 
 
-def accepted_types(annotation: str) -> str:
-    """The types that an argument may have, for error messages: "list, tuple or None" for "list[Any] | None"."""
+def accepted_types(annotation: str) -> str | None:
+    """The types that an argument may have, for error messages: "list, tuple or None" for "list[Any] | None". None if
+    any type with a JSON representation is accepted."""
     types = []
     for declared in annotation.split(" | "):
         name = declared.partition("[")[0]
         if name == "Any":
-            return JSON_TYPES
+            return None
         types += {"Literal": ["str"], "list": ["list", "tuple"]}.get(name, [name])
     return " or ".join(filter(None, (", ".join(types[:-1]), types[-1])))
 
 
-def element_types(annotation: str) -> str:
-    return "dict" if annotation.startswith("list[dict[") else JSON_TYPES
+def element_types(annotation: str) -> str | None:
+    return "dict" if annotation.startswith("list[dict[") else None
 
 
 def parameter(one: ast.arg) -> str:
     annotation = ast.unparse(one.annotation)
-    return f'{{"{one.arg}", "{accepted_types(annotation)}", "{element_types(annotation)}"}}'
+    types = [f'"{names}"' if names else "json_types" for names in (accepted_types(annotation), element_types(annotation))]
+    return f'{{"{one.arg}", {", ".join(types)}}}'
 
 
 def cpp_name(function: ast.FunctionDef) -> str:

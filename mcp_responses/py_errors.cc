@@ -1,15 +1,12 @@
 #include "py_errors.h"
 
-#include <array>
 #include <cstdarg>
 #include <exception>
 #include <functional>
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <system_error>
-#include <vector>
 
 #include "code_lines.h"
 #include "errors.h"
@@ -56,17 +53,6 @@ void ensure_error() {
   if (PyErr_Occurred() == nullptr) set_memory_error();
 }
 
-std::string_view python_name(Kind kind) {
-  constexpr std::array<std::string_view, 7> names{"None", "bool", "int", "float",
-                                                  "str",  "list", "dict"};
-  return names[static_cast<std::size_t>(kind)];
-}
-
-std::string message_of(const KindError& error) {
-  return error.path() + " must be " + python_names(error.expected()) + ", not " +
-         std::string(python_name(error.actual()));
-}
-
 /// A function that raises a Python error.
 using Setter = std::function<void()>;
 
@@ -84,7 +70,7 @@ Setter setter_for(const std::exception_ptr& exception) {
   } catch (const std::length_error&) {
     return set_memory_error;
   } catch (const KindError& error) {
-    return setter_of(PyExc_TypeError, std::invalid_argument(message_of(error)));
+    return setter_of(PyExc_TypeError, error);
   } catch (const NestingError& error) {
     return setter_of(PyExc_RecursionError, error);
   } catch (const SurrogateError& error) {
@@ -104,15 +90,6 @@ Setter setter_for(const std::exception_ptr& exception) {
 }
 
 }  // namespace
-
-std::string python_names(std::span<const Kind> kinds) {
-  std::vector<std::string_view> names;
-  for (const Kind kind : kinds) {
-    names.push_back(python_name(kind));
-    if (kind == Kind::list) names.emplace_back("tuple");
-  }
-  return alternatives(names);
-}
 
 PyRef next_of(const PyRef& iterator) {
   PyRef next = PyRef::steal(call_python([&] { return PyIter_Next(iterator.get()); }));

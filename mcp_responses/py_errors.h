@@ -14,11 +14,9 @@
 
 #include <cstddef>
 #include <exception>
-#include <span>
 #include <string>
 #include <type_traits>
 
-#include "detail/handle.h"
 #include "detail/work.h"
 #include "py_ref.h"
 
@@ -54,9 +52,6 @@ using detail::element_work;
 
 /// The types of values that have a JSON representation.
 inline constexpr const char* json_types = "None, bool, int, float, str, list, tuple or dict";
-
-/// Python's names of the kinds, for an error message: "list, tuple or None".
-std::string python_names(std::span<const Kind> kinds);
 
 /// Raises an error of this type, with a message formatted as by `PyErr_Format`.
 [[noreturn]] void raise(PyObject* type, const char* format, ...);

@@ -25,11 +25,11 @@ TEST(PlainRecord, MissingAndWrongFields) {
   const PlainRecord record{
       {Field::fqn, 1}, {Field::name, "n"_t}, {Field::docstring, 1}, {Field::caller_symbol, "c"_t}};
   EXPECT_EQ(message_of<KindError>([&] { record.summary(Field::docstring); }),
-            "symbol.docstring must be string or null, not integer");
+            "symbol.docstring must be str or None, not int");
   EXPECT_EQ(message_of<FieldKindError>([&] { build_file_symbol(record, "m"_t); }),
-            "fqn must be string, not integer");
+            "fqn must be str, not int");
   EXPECT_EQ(message_of<FieldKindError>([&] { build_reference(record); }),
-            "caller_symbol must be object or null, not string");
+            "caller_symbol must be dict or None, not str");
   EXPECT_EQ(message_of<FieldMissing>([&] { build_component(record); }),
             "the record has no field layer");
 }
