@@ -1,5 +1,4 @@
 // `code_lines`, the only function that reads files and releases the GIL.
-#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -11,7 +10,6 @@
 #include "py_errors.h"
 #include "py_object.h"
 #include "py_value.h"
-#include "static_object.h"
 #include "work_tree.h"
 
 namespace mcp_responses {
@@ -108,19 +106,22 @@ std::vector<Place> places_of(const Call& call) {
   return places;
 }
 
-/// The name of a path in an error message: "places[3][0]" for the first place with this path.
-std::string name_of_path(const std::vector<Place>& places, const Text& path) {
-  const auto found = std::find_if(places.begin(), places.end(),
-                                  [&path](const Place& place) { return place.path == path; });
-  return "places[" + std::to_string(found - places.begin()) + "][0]";
+void log_not_read(PyObject* logger, const FileLines& file) {
+  const PyRef reason = checked(PyUnicode_DecodeFSDefault, file.failure.c_str());
+  const PyRef path = string_of(file.path);
+  checked(PyObject_CallMethod, logger, "info", "sOO", "code_lines: %s is not read (%s)", path.get(),
+          reason.get());
 }
 
-void log_not_read(const Call& call, const Text& path, const std::string& reason) {
-  const PyRef logger = call.global(literal<"logger">);
-  const PyRef reason_text = checked(PyUnicode_DecodeFSDefault, reason.c_str());
-  const PyRef path_text = string_of(path);
-  checked(PyObject_CallMethod, logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
-          path_text.get(), reason_text.get());
+/// Adds {(path, number): line} for each line of a file.
+void add_lines(PyObject* dict, const FileLines& file) {
+  const PyRef path = string_of(file.path);
+  for (std::size_t i = 0; i < file.lines.size(); ++i) {
+    count_work(element_work);
+    const PyRef number = checked(PyLong_FromLongLong, file.numbers[i]);
+    const PyRef key = checked(PyTuple_Pack, 2, path.get(), number.get());
+    checked(PyDict_SetItem, dict, key.get(), string_of(file.lines[i]).get());
+  }
 }
 
 }  // namespace
@@ -133,23 +134,19 @@ PyRef functions::py_code_lines(Call& call) {
   // A relative root is resolved before the places are read, which may change the current directory.
   std::optional<WorkTree> tree;
   reading.without_gil([&] { tree.emplace(root); });
-  const std::vector<Place> places = places_of(call);
-  const CodeLinesHooks hooks{
-      .name_of =
-          [&places](const Text& path) {
-            count_work(path.size());
-            return encoded_path(string_of(path).get(), name_of_path(places, path));
-          },
-      .while_reading = [&reading](const auto& read) { reading.without_gil(read); },
-      .not_read = [&](const Text& path,
-                      const std::string& reason) { log_not_read(call, path, reason); }};
-  for (const CodeLine& line : mcp_responses::code_lines(*tree, places, hooks)) {
-    count_work(element_work);
-    const PyRef number = checked(PyLong_FromLongLong, line.place.line);
-    const PyRef path = string_of(line.place.path);
-    const PyRef key = checked(PyTuple_Pack, 2, path.get(), number.get());
-    checked(PyDict_SetItem, lines.get(), key.get(), string_of(line.text).get());
+  std::vector<FileLines> files = grouped_by_file(places_of(call));
+  for (FileLines& file : files) {
+    count_work(file.path.size());
+    const std::string name = "places[" + std::to_string(file.first_place) + "][0]";
+    file.name = encoded_path(string_of(file.path).get(), name);
   }
+  std::optional<SymlinkLoop> loop;
+  reading.without_gil([&] { loop = read_lines(*tree, files); });
+  for (const FileLines& file : files) {
+    if (!file.failure.empty()) log_not_read(call[2], file);
+  }
+  if (loop) throw SymlinkLoop(*loop);
+  for (const FileLines& file : files) add_lines(lines.get(), file);
   return lines;
 }
 

@@ -117,9 +117,8 @@ PyRef functions::py_build_paginated_response(Call& call) {
   const auto add_pagination_hint = [&](const Object& response, std::int64_t item_count) -> Value {
     const PyRef page = call.answer(response);
     const PyRef count = checked(PyLong_FromLongLong, item_count);
-    const PyRef function = call.global(literal<"add_pagination_hint">);
     PyObject* const arguments[] = {page.get(), count.get()};
-    hinted = checked(PyObject_Vectorcall, function.get(), arguments, std::size_t{2}, nullptr);
+    hinted = checked(PyObject_Vectorcall, call[4], arguments, std::size_t{2}, nullptr);
     return {};  // the caller gets `hinted`, which may be any object
   };
   const Value items = call.value(0);

@@ -286,8 +286,7 @@ TEST_P(FileErrors, AFileThatIsAlwaysBusyIsTriedForAMinute) {
 TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {
   write(root_ + "/big", big_);
   std::string failures;
-  CodeLinesHooks hooks;
-  hooks.not_read = [&failures](const Text& path, const std::string& reason) {
+  const NotRead not_read = [&failures](const Text& path, const std::string& reason) {
     failures += path.utf8() + ": " + reason;
   };
   const std::vector<Place> places{{"big"_t, 1}, {"big"_t, 2}, {"a.py"_t, 1}};
@@ -295,7 +294,7 @@ TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {
   before_call = [&reads](const std::string& name) {
     return name == "read" && ++reads == 2 ? EIO : 0;
   };
-  const auto lines = code_lines(WorkTree(root_), places, hooks);
+  const auto lines = code_lines(WorkTree(root_), places, not_read);
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_EQ(lines[0].text.utf8(), "root/a.py");
   EXPECT_EQ(failures, "big: [Errno 5] Input/output error: '" + root_ + "/big'");
