@@ -50,11 +50,15 @@ List Call::sequence(std::size_t position) const {
   return *to_value(PyRef::borrow(elements.get())).list();
 }
 
-PyRef Call::iterator_of(std::size_t position) const {
+void Call::for_each_in(std::size_t position, const std::function<void(PyRef)>& visitor) const {
   PyObject* const argument = arguments_[position];
   const bool is_iterable = Py_TYPE(argument)->tp_iter != nullptr || PySequence_Check(argument) != 0;
   if (!is_iterable) raise_wrong_type(name(position), "iterable", argument);
-  return checked(PyObject_GetIter, argument);
+  const PyRef iterator = checked(PyObject_GetIter, argument);
+  while (PyRef element = next_of(iterator)) {
+    visitor(std::move(element));
+    count_work(element_work);
+  }
 }
 
 PyObject* Call::dict(std::size_t position) const {

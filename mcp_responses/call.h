@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <utility>
@@ -77,8 +78,7 @@ class Call {
   /// An argument that must be a list or another sequence, which is read once, in order.
   List sequence(std::size_t position) const;
   /// Calls `visitor` with each element of an argument, in order. Raises TypeError unless it is iterable.
-  template <class Visitor>
-  void for_each_in(std::size_t position, Visitor visitor) const;
+  void for_each_in(std::size_t position, const std::function<void(PyRef)>& visitor) const;
   /// The first argument as a record.
   PyRecord record() noexcept { return {state_.strings, arguments_[0], name(0), read_}; }
 
@@ -108,21 +108,11 @@ class Call {
   /// The attributes, the last one that was read first, because a call fails at that one. Then the
   /// arguments.
   std::vector<Input> inputs() const;
-  PyRef iterator_of(std::size_t position) const;
 
   const NativeFunction& function_;
   std::span<PyObject* const> arguments_;
   ModuleState& state_;
   std::vector<ReadAttribute> read_;
 };
-
-template <class Visitor>
-void Call::for_each_in(std::size_t position, Visitor visitor) const {
-  const PyRef iterator = iterator_of(position);
-  while (PyRef element = next_of(iterator)) {
-    visitor(std::move(element));
-    count_work(element_work);
-  }
-}
 
 }  // namespace mcp_responses

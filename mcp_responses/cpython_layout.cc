@@ -2,8 +2,6 @@
 
 #include <cassert>
 
-#include "py_errors.h"
-
 namespace mcp_responses {
 namespace {
 
@@ -44,12 +42,10 @@ bool next_entry_agrees() {
 bool overwrite_values_agrees() {
   const PyRef original = checked(Py_BuildValue, "{sOsO}", "a", Py_None, "b", Py_None);
   const PyRef copy = checked(PyDict_Copy, original.get());
-  PyRef list = checked(PyList_New, 0);
-  PyObject* const values[] = {Py_NewRef(Py_True), list.get()};
+  PyObject* const values[] = {Py_NewRef(Py_True), checked(PyList_New, 0).release()};
   CPythonDictKeys* const keys = unicode_keys_in(copy.get());
   if (keys == nullptr) return false;
   overwrite_entries(copy.get(), keys, values);
-  static_cast<void>(list.release());
   const PyRef expected = checked(Py_BuildValue, "{sOs[]}", "a", Py_True, "b");
   return checked(PyObject_RichCompareBool, copy.get(), expected.get(), Py_EQ) != 0 &&
          PyObject_GC_IsTracked(copy.get()) != 0;

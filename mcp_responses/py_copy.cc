@@ -151,7 +151,7 @@ class OpenContainer {
   }
 
   void replace(const PyRef& key, PyRef copy) {
-    if (at_.is_dict()) {
+    if (at_.is_object()) {
       checked(PyDict_SetItem, container_.get(), key.get(), copy.get());
     } else {
       checked(PyList_SetItem, container_.get(), at_.index(), copy.release());

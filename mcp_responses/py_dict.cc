@@ -24,10 +24,11 @@ PyRef DictTemplate::dict_of(std::span<PyObject* const> values) const {
 }
 
 PyRef AnswerConverter::to_python(const Object& object) {
-  PyRef dict = checked(new_dict, static_cast<Py_ssize_t>(object.size()));
+  PyRef dict = checked(PyDict_New);
   for (const Member& member : object) {
     count_work(element_work);
-    checked(PyDict_SetItem, dict.get(), string_of(member.key).get(), to_python(member.value).get());
+    checked(PyDict_SetItem, dict.get(), shared_string_of(member.key).get(),
+            to_python(member.value).get());
   }
   return dict;
 }
@@ -41,7 +42,7 @@ PyRef AnswerConverter::to_python(const Value& value) {
     case Kind::real:
       return checked(PyFloat_FromDouble, *value.real());
     case Kind::string:
-      return string_of(*value.text());
+      return shared_string_of(*value.text());
     case Kind::list:
       return list_of(*value.list());
     default:
@@ -58,8 +59,8 @@ PyRef AnswerConverter::list_of(const List& elements) {
   return list;
 }
 
-PyRef AnswerConverter::string_of(const Text& text) {
-  if (&text.ops() != &detail::literal_ops) return mcp_responses::string_of(text);
+PyRef AnswerConverter::shared_string_of(const Text& text) {
+  if (&text.ops() != &detail::literal_ops) return string_of(text);
   return PyRef::borrow(strings_.of(*text.payload().literal));
 }
 

@@ -120,7 +120,8 @@ class AnswerConverter {
   PyRef object_of(const Value& value) { return to_python(value); }
 
   PyRef list_of(const List& elements);
-  PyRef string_of(const Text& text);
+  /// A str for a text: an interned one for a literal.
+  PyRef shared_string_of(const Text& text);
 
   /// The template of these members, created from `keys()` when it is first needed. Valid while this
   /// object lives.

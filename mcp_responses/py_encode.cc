@@ -8,6 +8,7 @@
 #include "py_copy.h"
 #include "py_errors.h"
 #include "py_object.h"
+#include "py_text.h"
 
 namespace mcp_responses {
 namespace {
@@ -18,20 +19,7 @@ class PyTree {
  public:
   using Node = PyObject*;
 
-  class Cursor {
-   public:
-    Cursor() noexcept = default;
-    Cursor(PyObject* container, bool is_object) noexcept : at_(container, is_object) {}
-
-    bool is_object() const noexcept { return at_.is_dict(); }
-    bool next() noexcept { return at_.next(); }
-    PyObject* container() const noexcept { return at_.container(); }
-    PyObject* value() const noexcept { return at_.value(); }
-    PyObject* key() const noexcept { return at_.key(); }
-
-   private:
-    PyCursor at_;
-  };
+  using Cursor = PyCursor;
 
   Kind kind(PyObject* node, const std::vector<Cursor>& path) {
     work_ += element_work;
@@ -103,31 +91,17 @@ std::size_t encode_py(PyObject* root, Sink& sink) {
   return detail::encode(tree, root, sink);
 }
 
-/// Writes into the scratch buffer. A nested call, from a signal handler, finds the buffer empty and
-/// allocates its own.
-class ScratchSink : public detail::TextSink {
- public:
-  explicit ScratchSink(detail::TextBuffer& scratch) noexcept
-      : TextSink(std::exchange(scratch, {})), scratch_(scratch) {}
-  ScratchSink(const ScratchSink&) = delete;
-  ScratchSink& operator=(const ScratchSink&) = delete;
-  ~ScratchSink() {
-    detail::TextBuffer used = std::move(*this).buffer();
-    if (used.capacity <= max_scratch) scratch_ = std::move(used);
-  }
-
- private:
-  static constexpr std::size_t max_scratch = std::size_t{1} << 20;
-
-  detail::TextBuffer& scratch_;
-};
-
 }  // namespace
 
 PyRef encoded_py_text(PyObject* root, detail::TextBuffer& scratch) {
-  ScratchSink sink(scratch);
+  constexpr std::size_t max_scratch = std::size_t{1} << 20;
+  // A nested call, from a signal handler, finds the buffer empty and allocates its own.
+  detail::TextSink sink(std::exchange(scratch, {}));
   const std::size_t size = encode_py(root, sink);
-  return exact_string_of(sink.view(size));
+  PyRef text = new_string(sink.view(size));
+  detail::TextBuffer used = std::move(sink).buffer();
+  if (used.capacity <= max_scratch) scratch = std::move(used);
+  return text;
 }
 
 std::size_t encoded_py_size(PyObject* root) {

@@ -3,7 +3,6 @@
 // code.
 #pragma once
 
-#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -12,7 +11,6 @@
 #include "detail/handle.h"
 #include "py_errors.h"
 #include "py_ref.h"
-#include "text.h"
 
 namespace mcp_responses {
 
@@ -57,31 +55,6 @@ inline std::int64_t integer_in(PyObject* object) {
   return is_small_integer(object) ? small_integer(object) : integer_in_slow(object);
 }
 
-/// Converts a str to its final representation (PEP 393). Throws `PythonError`.
-inline void ensure_ready(PyObject* string) {
-  if (!make_ready(string)) throw PythonError();
-}
-
-/// The characters of a str, or of a subclass, in place. Requires a str that is ready. Valid while the
-/// str lives.
-inline TextView view_of(PyObject* string) noexcept {
-  assert(is_ready(string));
-  const Py_UCS4 highest = PyUnicode_MAX_CHAR_VALUE(string);
-  const Repertoire repertoire = highest < 0x80      ? Repertoire::ascii
-                                : highest < 0x100   ? Repertoire::latin1
-                                : highest < 0x10000 ? Repertoire::bmp
-                                                    : Repertoire::full;
-  return {PyUnicode_DATA(string), static_cast<std::size_t>(PyUnicode_GET_LENGTH(string)),
-          repertoire};
-}
-
-/// The highest code point of a repertoire, which determines the representation of a str.
-Py_UCS4 highest_in(Repertoire repertoire) noexcept;
-
-/// A new str of these characters. Requires an exact repertoire, because CPython requires the
-/// narrowest representation. Throws `PythonError`.
-PyRef exact_string_of(const TextView& characters);
-
 /// How deep containers may be nested: the interpreter's recursion limit, but at least 400 and at most
 /// 1000.
 std::size_t max_nesting() noexcept;
@@ -93,12 +66,12 @@ class PyCursor {
  public:
   PyCursor() noexcept = default;
   explicit PyCursor(PyObject* container) noexcept : PyCursor(container, PyDict_Check(container)) {}
-  PyCursor(PyObject* container, bool is_dict) noexcept
-      : container_(container), is_dict_(is_dict), is_list_(PyList_Check(container)) {}
+  PyCursor(PyObject* container, bool is_object) noexcept
+      : container_(container), is_object_(is_object), is_list_(PyList_Check(container)) {}
 
   /// Moves to the next element or member; false after the last.
   bool next() noexcept {
-    if (is_dict_) [[unlikely]]
+    if (is_object_) [[unlikely]]
       return next_member(container_, position_, key_, value_);
     if (position_ >= Py_SIZE(container_)) return false;
     value_ =
@@ -108,7 +81,8 @@ class PyCursor {
   }
 
   PyObject* container() const noexcept { return container_; }
-  bool is_dict() const noexcept { return is_dict_; }
+  /// True for a dict.
+  bool is_object() const noexcept { return is_object_; }
   PyObject* value() const noexcept { return value_; }
   /// The key of a member; null in a list or tuple.
   PyObject* key() const noexcept { return key_; }
@@ -120,7 +94,7 @@ class PyCursor {
   PyObject* key_ = nullptr;
   PyObject* value_ = nullptr;
   Py_ssize_t position_ = 0;
-  bool is_dict_ = false;
+  bool is_object_ = false;
   bool is_list_ = false;
 };
 

@@ -3,7 +3,6 @@
 #include <optional>
 #include <utility>
 
-#include "cuts.h"
 #include "py_copy.h"
 #include "py_encode.h"
 #include "py_errors.h"
@@ -14,11 +13,6 @@ namespace {
 
 using detail::Payload;
 using detail::ValueOps;
-
-void retain(Payload payload) noexcept { Py_INCREF(object_in(payload)); }
-void release(Payload payload) noexcept { decref(object_in(payload)); }
-
-TextView text(Payload payload) noexcept { return view_of(object_in(payload)); }
 
 std::size_t list_size(Payload payload) noexcept {
   return static_cast<std::size_t>(PySequence_Fast_GET_SIZE(object_in(payload)));
@@ -90,17 +84,15 @@ Value reference_to(const ValueOps& ops, PyRef object) noexcept {
 
 }  // namespace
 
-const ValueOps py_string_ops{
-    .kind = Kind::string, .retain = retain, .release = release, .text = text};
 const ValueOps py_list_ops{.kind = Kind::list,
-                           .retain = retain,
-                           .release = release,
+                           .retain = retain_object,
+                           .release = release_object,
                            .size = list_size,
                            .materialized = materialized_list,
                            .encoded_size = encoded_size};
 const ValueOps py_dict_ops{.kind = Kind::object,
-                           .retain = retain,
-                           .release = release,
+                           .retain = retain_object,
+                           .release = release_object,
                            .size = dict_size,
                            .materialized = materialized_dict,
                            .get = find_in_dict,
@@ -126,32 +118,6 @@ Value to_value(PyRef object) {
       break;
   }
   return reference_to(py_dict_ops, std::move(object));
-}
-
-Text to_text(PyRef string) {
-  ensure_ready(string.get());
-  if (!PyUnicode_CheckExact(string.get())) string = checked(PyUnicode_FromObject, string.get());
-  return {py_string_ops, Payload{.pointer = string.release()}};
-}
-
-PyRef string_of(const Text& text) {
-  if (PyObject* object = leaf_of(text)) return PyRef::borrow(object);
-  return exact_string_of(text.view());
-}
-
-PyRef string_of(const Cut& cut) {
-  const auto size = static_cast<Py_ssize_t>(cut.kept.size + cut.mark.size);
-  const Repertoire repertoire = joined_repertoire(cut.kept, cut.mark);
-  PyRef string = checked(PyUnicode_New, size, highest_in(repertoire));
-  join(cut.kept, cut.mark, repertoire, PyUnicode_DATA(string.get()));
-  return string;
-}
-
-PyRef first_sentence_of(PyObject* docstring) {
-  ensure_ready(docstring);
-  SummaryBuffer buffer;
-  const Cut cut = first_sentence(view_of(docstring), buffer);
-  return cut.kept.size == 0 ? PyRef::borrow(Py_None) : string_of(cut);
 }
 
 }  // namespace mcp_responses

@@ -3,8 +3,8 @@
 // when a builder inspects it.
 #pragma once
 
-#include "cuts.h"
 #include "py_ref.h"
+#include "py_text.h"
 #include "value.h"
 
 namespace mcp_responses {
@@ -12,18 +12,9 @@ namespace mcp_responses {
 /// A value that refers to the object and keeps it alive. Throws `UnsupportedObject`.
 Value to_value(PyRef object);
 
-/// A text that refers to a str: the str itself if it is exactly one, otherwise a copy of its base
-/// type. Requires a str or an instance of a subclass.
-Text to_text(PyRef string);
-
-/// The operations of Values that refer to Python objects.
-extern const detail::ValueOps py_string_ops;
+/// The operations of Values that refer to lists, tuples and dicts.
 extern const detail::ValueOps py_list_ops;
 extern const detail::ValueOps py_dict_ops;
-
-inline PyObject* object_in(detail::Payload payload) noexcept {
-  return static_cast<PyObject*>(payload.pointer);
-}
 
 /// The Python object of a value that needs no conversion (borrowed): a constant, or the leaf that the
 /// value refers to. Null for every other value.
@@ -40,14 +31,5 @@ inline PyObject* container_of(const detail::Handle& value) noexcept {
   const detail::ValueOps* const ops = &value.ops();
   return ops == &py_list_ops || ops == &py_dict_ops ? object_in(value.payload()) : nullptr;
 }
-
-/// A str with the characters of a text: the str that the text refers to, or else a new one.
-PyRef string_of(const Text& text);
-
-/// A new str of a text that was cut.
-PyRef string_of(const Cut& cut);
-
-/// The first sentence of a str, as `first_sentence` defines it, or None.
-PyRef first_sentence_of(PyObject* docstring);
 
 }  // namespace mcp_responses
