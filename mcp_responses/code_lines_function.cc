@@ -1,4 +1,5 @@
 // `code_lines`, the only function that reads files and releases the GIL.
+#include <array>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -51,9 +52,26 @@ class Reading {
   std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
 };
 
+/// Raises the error that is set. If it is a UnicodeEncodeError, its reason names the path.
+[[noreturn]] void raise_encoding_error(const std::string& name) {
+  if (PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) == 0) throw PythonError();
+  std::array<PyObject*, 3> raised{};  // type, error and traceback
+  PyErr_Fetch(&raised[0], &raised[1], &raised[2]);
+  call_python([&] { PyErr_NormalizeException(&raised[0], &raised[1], &raised[2]); });
+  PyRef type = PyRef::steal(raised[0]);
+  PyRef error = PyRef::steal(raised[1]);
+  PyRef traceback = PyRef::steal(raised[2]);
+  const PyRef reason = checked(PyUnicodeEncodeError_GetReason, error.get());
+  checked(PyObject_SetAttrString, error.get(), "reason",
+          checked(PyUnicode_FromFormat, "%U in %s", reason.get(), name.c_str()).get());
+  PyErr_Restore(type.release(), error.release(), traceback.release());
+  throw PythonError();
+}
+
 /// The path in the file system's encoding, like `os.fsencode`. `name` is its name in an error message.
 std::string encoded_path(PyObject* path, const std::string& name) {
-  const PyRef bytes = checked(PyUnicode_EncodeFSDefault, path);
+  const PyRef bytes = PyRef::steal(call_python([&] { return PyUnicode_EncodeFSDefault(path); }));
+  if (!bytes) raise_encoding_error(name);
   std::string encoded(PyBytes_AS_STRING(bytes.get()),
                       static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
   if (encoded.find('\0') != std::string::npos)

@@ -14,5 +14,6 @@ assert sys.getfilesystemencoding() == encoding, sys.getfilesystemencoding()
 (name,) = os.listdir(folder)
 assert real.code_lines(folder, [(name, 1)]) == {(name, 1): "one"}, ascii(name)
 for path in ("\u6f22.py", "\ud800"):
-    for args in ([folder, [(path, 1)]], [path, []]):
-        assert outcome(real.code_lines, args) == outcome(os.fsencode, [path]), ascii(args)
+    error, text = outcome(os.fsencode, [path])
+    for name, args in {"places[0][0]": [folder, [(path, 1)]], "root": [path, []]}.items():
+        assert outcome(real.code_lines, args) == (error, f"{text} in {name}"), ascii(args)
