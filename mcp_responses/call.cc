@@ -9,6 +9,16 @@
 #include "py_value.h"
 
 namespace mcp_responses {
+namespace {
+
+/// The types of the attributes, in the order of `Field`, for error messages.
+constexpr std::array<const char*, field_names.size()> types_of_fields{
+    "str",         "str",         "str",         "int",         "int or None", "str or None",
+    "str or None", "bool",        "bool",        "str or None", "int or None", "dict or None",
+    "str or None", "str or None", "str or None", "int",         "int"};
+static_assert(types_of_fields.back() != nullptr, "each field has a type");
+
+}  // namespace
 
 Call::Call(const NativeFunction& function, std::span<PyObject* const> arguments, ModuleState& state)
     : function_(function), arguments_(arguments), state_(state) {
@@ -71,8 +81,8 @@ std::vector<Call::Input> Call::inputs() const {
   std::vector<Input> inputs;
   for (std::size_t i = read_.size(); i-- > 0;) {
     const auto& [record, field, object] = read_[i];
-    inputs.push_back(
-        {std::string(record) + "." + field_name(field), object.get(), json_types, json_types});
+    inputs.push_back({std::string(record) + "." + field_name(field), object.get(),
+                      types_of_fields[static_cast<std::size_t>(field)], json_types});
   }
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
     const Parameter& parameter = function_.parameters[i];

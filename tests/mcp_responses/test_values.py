@@ -14,15 +14,19 @@ from types import SimpleNamespace
 import random_input
 from callbacks import class_with
 from comparison import ComparingTest, exact, outcome
-from samples import PLACES, REFERENCE, SYMBOL, embed_namespace, good_calls, parts, plain, real, record
+from samples import HERE, PLACES, REFERENCE, SYMBOL, embed_namespace, good_calls, parts, plain, real, record
 
 ANYTHING = "None, bool, int, float, str, list, tuple or dict"
+STUBS = (HERE.parents[1] / "hollin-stubs" / "mcp_responses.pyi").read_text("utf-8")
+ATTRIBUTES = dict(re.findall(r"def (\w+)\(self\) -> (.+): \.\.\.", STUBS))  # the types of the attributes of records
 
 
 def accepted_types(function, path):
-    """The accepted types of an argument, of an element of an argument or of a deeper part, as an error names them."""
+    """The accepted types of an argument, attribute, element of an argument or deeper part, as an error names them."""
     name, element, deeper = re.fullmatch(r"(\w+)(\[0\])?(.*)", path).groups()
     parameters = inspect.signature(getattr(real, function)).parameters
+    if deeper[1:] in ATTRIBUTES:
+        return embed_namespace.accepted_types(ATTRIBUTES[deeper[1:]])
     if deeper or name not in parameters:
         return ANYTHING
     annotation = parameters[name].annotation
