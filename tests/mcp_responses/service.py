@@ -93,11 +93,15 @@ def answer(index: Index, tool: str, **arguments) -> dict:
     return TOOLS[tool].answer(index, checked(arguments, TOOLS[tool].arguments))
 
 
+def calls_in(text: str) -> list[tuple[str, dict, str]]:
+    """Tools with arguments, and the text below each call, whose lines are joined."""
+    calls = re.findall(r"^(\w+) (.+)\n((?:    .+\n)*)", text, re.M)
+    return [(tool, json.loads(given), re.sub(r"^    |\n", "", lines, flags=re.M)) for tool, given, lines in calls]
+
+
 def conversation() -> list[tuple[str, dict, str]]:
     """Tools with arguments and answers; the answer of an error begins with "error: "."""
-    text = (HERE / "conversation.txt").read_text("utf-8")
-    calls = re.findall(r"^(\w+) (.+)\n((?:    .+\n)+)", text, re.M)
-    return [(tool, json.loads(given), re.sub(r"^    |\n", "", lines, flags=re.M)) for tool, given, lines in calls]
+    return calls_in((HERE / "conversation.txt").read_text("utf-8"))
 
 
 class Client:
