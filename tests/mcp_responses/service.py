@@ -99,9 +99,9 @@ def calls_in(text: str) -> list[tuple[str, dict, str]]:
     return [(tool, json.loads(given), re.sub(r"^    |\n", "", lines, flags=re.M)) for tool, given, lines in calls]
 
 
-def conversation() -> list[tuple[str, dict, str]]:
+def conversation(file: str = "conversation.txt") -> list[tuple[str, dict, str]]:
     """Tools with arguments and answers; the answer of an error begins with "error: "."""
-    return calls_in((HERE / "conversation.txt").read_text("utf-8"))
+    return calls_in((HERE / file).read_text("utf-8"))
 
 
 class Client:

@@ -143,17 +143,8 @@ class SmallServerTest(unittest.TestCase):
         self.assertEqual(client.initialize()["serverInfo"]["name"], "small")
         self.assertEqual({name: tool["inputSchema"]["required"] for name, tool in client.tools().items()},
                          {"search": ["query"], "symbol": ["fqn"], "file": ["path"]})
-        self.assertEqual(client.answer("search", query="shop.cart", limit=1), {
-            "symbols": [{"fqn": "shop.cart.Cart", "name": "Cart", "kind": "class", "file": "shop/cart.py", "line": 3,
-                         "summary": "Lines to pay."}],
-            "total_count": 2, "truncated": True, "has_more": True, "offset": 0,
-            "hint": "More rows follow: call again with offset=1."})
-        self.assertIs(client.answer("symbol", fqn="shop.pay.pay")["is_export"], True)
-        self.assertEqual(client.answer("symbol", fqn="pay")["found"], False)
-        self.assertEqual([row["name"] for row in client.answer("file", path="shop/cart.py")["symbols"]],
-                         ["Cart", "Cart.total"])
-        self.assertIn("missing 1 required positional argument: 'query'", client.call("search"))
-        self.assertIn("error: KeyError: 'git'", client.call("git"))
+        for tool, arguments, expected in conversation("small_conversation.txt"):
+            self.assertEqual(client.call(tool, **arguments), expected, (tool, arguments))
         self.assertEqual(client.request("resources/list")["error"]["code"], -32601)
         self.assertEqual(client.request("ping")["result"], {})
 
