@@ -37,12 +37,14 @@ std::string any_path(models::Choices& choices, const models::LinkTree& tree) {
 /// The result of reading the file at an absolute path without symlinks.
 std::string result_at(const std::string& target, const models::LinkTree& tree) {
   if (target != tree.root() && !target.starts_with(tree.root() + "/")) return "outside";
-  return fs::is_regular_file(target) ? target.substr(tree.base().size() + 1) : "unreadable";
+  if (fs::is_directory(target)) return "[Errno 21] Is a directory: '" + target + "'";
+  return fs::is_regular_file(target) ? target.substr(tree.base().size() + 1)
+                                     : "Not a regular file: '" + target + "'";
 }
 
 bool is_allowed(const std::string& result) {
-  return result == "outside" || result == "unreadable" || result.starts_with("root/") ||
-         result.starts_with("Symlink loop");
+  return result == "outside" || result.starts_with("root/") || result.starts_with("Symlink loop") ||
+         result.starts_with("Not a regular file") || result.starts_with("[Errno ");
 }
 
 }  // namespace

@@ -44,20 +44,25 @@ INSTANTIATE_TEST_SUITE_P(Openings, WorkTreeTest,
                          testing::Values(Opening::openat2, Opening::folder_by_folder),
                          models::opening_name);
 
-TEST_P(WorkTreeTest, SymlinksAreFollowedInEachPath) {
+// Paths of files are also compared with the kernel's by fuzz_work_tree, and errors with pathlib's by
+// tests/mcp_responses/test_code_lines.py.
+TEST_P(WorkTreeTest, EachPathLeadsToAFileOrAnErrorWithTheResolvedPath) {
   const std::string base = files_.base();
   const std::string loop = "Symlink loop from '" + root_;
+  const std::string not_found = "[Errno 2] No such file or directory: '" + root_;
+  const std::string not_a_folder = "[Errno 20] Not a directory: '" + root_;
+  const std::string is_folder = "[Errno 21] Is a directory: '" + root_;
+  const std::string long_name = "/" + std::string(300, 'n');
+  std::string long_path;
+  while (long_path.size() < PATH_MAX) long_path += "/gone";
+  ::mknod((root_ + "/socket").c_str(), S_IFSOCK | 0600, 0);
   const std::map<std::string, std::vector<std::string>> paths_to{
       {"root/a.py",
-       {"a.py", "a.py/", "./a.py/.", "sub/../a.py", "file", "chain", "chain2", "back",
-        "up/root/a.py", "dir/top/root/a.py", "whole" + base + "/root/a.py", root_ + "/a.py",
-        base + "/into/a.py", "missing/../a.py", "dangling/../../a.py", "self/../a.py",
+       {"a.py", "a.py/", "missing/../a.py", "dangling/../../a.py", "whole" + base + "/root/a.py",
         "ping/x/../../a.py", "sub/../self/../dir/../a.py"}},
-      {"root/sub/b.py", {"./sub//b.py", "dir/b.py", "abs", "../into/dir/b.py", "a.py/../sub/b.py"}},
-      {"root/sub/deep/c.py", {"slashed/c.py", "dir/deep/c.py"}},
+      {"root/sub/b.py", {"./sub//b.py", "abs", "a.py/../sub/b.py"}},
       {"outside",
-       {"../root2/a.py", "up/root2/a.py", base + "/root2/a.py", "out", "absout/s.py", "..", "/",
-        "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
+       {"..", "/", "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
         std::string(9000, 'x') + "/../../outside/s.py", "self/../out", "ping/../absout/s.py"}},
       {loop + "/self'", {"self", "dir/../self"}},
       {loop + "/self/y.py'", {"self/x/../y.py"}},
@@ -65,12 +70,24 @@ TEST_P(WorkTreeTest, SymlinksAreFollowedInEachPath) {
       {loop + "/ping/a.py'", {"ping/a.py", "self/../ping/a.py"}},
       {loop + "/self/ping'", {"self/ping"}},
       {loop + "/self/a.py'", {"self/../self/a.py", "ping/../self/a.py"}},
-      {"unreadable",
-       {"", ".", "sub", "gone", "dangling", "a.py/x", "pipe", "up/root", "through_gone",
-        "through_file/x", "self/../through_gone"}}};
+      {not_found + "/sub/gone.py'", {"dir/./gone.py"}},
+      {not_found + "/through_gone'", {"through_gone", "self/../through_gone"}},
+      {not_found + "/dir/gone.py'", {"self/../dir/gone.py"}},
+      {not_found + "/n\xFF.py'", {"n\xFF.py"}},
+      {not_a_folder + "/a.py/x'", {"a.py/x"}},
+      {not_a_folder + "/through_file'", {"dir/../through_file"}},
+      {is_folder + "/sub'", {"dir", "sub/"}},
+      {is_folder + "'", {"", "."}},
+      {"[Errno 6] No such device or address: '" + root_ + "/socket'", {"socket"}},
+      {"[Errno 36] File name too long: '" + root_ + long_name + "'", {long_name.substr(1)}},
+      {"[Errno 36] File name too long: '" + root_ + long_path + "'", {long_path.substr(1)}}};
   for (const auto& [end, paths] : paths_to) {
     for (const std::string& path : paths) EXPECT_EQ(read_result(tree_, path), end) << path;
   }
+  const OpenedTree everything = tree_at("/");
+  for (const std::string device : {"/dev/null", "/dev/zero", "/dev/full"})
+    EXPECT_EQ(read_result(everything, device), "Not a regular file: '" + device + "'");
+  EXPECT_EQ(read_result(everything, "/"), "[Errno 21] Is a directory: '/'");
 }
 
 // The symlinks lead to each other in 2 to the power of 2000 ways.
@@ -83,14 +100,14 @@ TEST_P(WorkTreeTest, ThousandsOfSymlinksAreFollowedOnceEach) {
   EXPECT_EQ(read_result(tree_, "way2000/b.py"), "root/sub/b.py");
   std::string path;
   for (int i = 0; i < 50'000; ++i) path += "gone/";
-  EXPECT_EQ(read_result(tree_, path + "x"), "unreadable");
+  EXPECT_TRUE(read_result(tree_, path + "x").starts_with("[Errno 36] File name too long"));
 }
 
 TEST_P(WorkTreeTest, AFifoIsNotOpened) {
   const UniqueFd events(::inotify_init1(IN_NONBLOCK));
   ASSERT_GE(::inotify_add_watch(events.get(), (root_ + "/pipe").c_str(), IN_OPEN), 0);
   for (const char* path : {"pipe", "dir/../pipe"})
-    EXPECT_EQ(read_result(tree_, path), "unreadable");
+    EXPECT_EQ(read_result(tree_, path), "Not a regular file: '" + root_ + "/pipe'");
   std::array<char, 1000> event;
   EXPECT_EQ(::read(events.get(), event.data(), event.size()), -1) << "the FIFO was opened";
   ::close(::open((root_ + "/pipe").c_str(), O_RDONLY | O_NONBLOCK));
@@ -105,66 +122,20 @@ TEST_P(WorkTreeTest, AFileWithoutAnEndIsReadUpToALimit) {
   auto reader = everything.opener().open("/proc/self/pagemap");
   std::vector<char> buffer(1 << 20);
   std::size_t size = 0;
-  while (size <= limit) {
-    const std::size_t count = reader->read(buffer);
-    if (count == 0) break;
-    size += count;
-  }
+  for (std::size_t count = 1; count > 0 && size <= limit; size += count)
+    count = reader->read(buffer);
   EXPECT_EQ(size, limit);
-}
-
-std::string reason(const OpenedTree& tree, const std::string& path) {
-  try {
-    models::content(tree, path);
-    return "read";
-  } catch (const Unreadable& error) {
-    return error.what();
-  }
-}
-
-TEST_P(WorkTreeTest, AnErrorNamesTheReasonAndTheResolvedPath) {
-  const std::string long_name(300, 'n');
-  std::string long_path = "gone";
-  while (long_path.size() < PATH_MAX) long_path += "/gone";
-  ::mknod((root_ + "/socket").c_str(), S_IFSOCK | 0600, 0);
-  struct Row {
-    std::string reason;
-    std::vector<std::pair<std::string, std::string>> paths;  // each with the resolved path
-  };
-  const Row rows[] = {
-      {"[Errno 2] No such file or directory",
-       {{"gone.py", "/gone.py"},
-        {"dir/./gone.py", "/sub/gone.py"},
-        {"through_gone", "/through_gone"},
-        {"self/../dir/gone.py", "/dir/gone.py"},
-        {"n\xFF.py", "/n\xFF.py"}}},
-      {"[Errno 20] Not a directory",
-       {{"a.py/x", "/a.py/x"}, {"dir/../through_file", "/through_file"}}},
-      {"[Errno 21] Is a directory",
-       {{"dir", "/sub"}, {"sub/", "/sub"}, {"./sub//deep", "/sub/deep"}, {".", ""}, {"", ""}}},
-      {"Not a regular file", {{"pipe", "/pipe"}}},
-      {"[Errno 6] No such device or address", {{"socket", "/socket"}}},
-      {"[Errno 36] File name too long",
-       {{long_name, "/" + long_name}, {long_path, "/" + long_path}}}};
-  for (const auto& [text, paths] : rows) {
-    for (const auto& [path, resolved] : paths)
-      EXPECT_EQ(reason(tree_, path), text + ": '" + root_ + resolved + "'");
-  }
-  const OpenedTree everything = tree_at("/");
-  for (const std::string device : {"/dev/null", "/dev/zero", "/dev/full"})
-    EXPECT_EQ(reason(everything, device), "Not a regular file: '" + device + "'");
-  EXPECT_EQ(reason(everything, "/"), "[Errno 21] Is a directory: '/'");
 }
 
 TEST_P(WorkTreeTest, AFileIsReadToItsEndWhateverItsSizeIs) {
   const OpenedTree everything = tree_at("/");
   ASSERT_EQ(fs::file_size("/proc/self/status"), 0U);
-  EXPECT_TRUE(models::content(everything, "/proc/self/status")->starts_with("Name:"));
+  EXPECT_TRUE(read_result(everything, "/proc/self/status").starts_with("Name:"));
   for (const std::size_t size : {0U, 1U, 4095U, 4096U, 65537U, 3000000U}) {
     std::string content(size, 'x');
     for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 251);
     write(root_ + "/n\xFF", content);
-    EXPECT_TRUE(models::content(tree_, "n\xFF") == content) << size;
+    EXPECT_TRUE(read_result(tree_, "n\xFF") == content) << size;
   }
 }
 
@@ -190,7 +161,7 @@ TEST_P(WorkTreeTest, AReplacedRootIsReadUnlessASymlinkReplacesAFolderOfItsPath) 
   fs::remove_all(root_ + "/sub");
   fs::create_symlink(outside, root_ + "/sub");
   for (const char* path : {"", ".", "c.py/.."})
-    EXPECT_EQ(read_result(tree, path), "unreadable") << path;
+    EXPECT_THROW(models::content(tree, path), Unreadable) << path;
 }
 
 TEST_P(WorkTreeTest, AFolderReplacedBetweenTwoFilesIsOpenedAgainUnlessItIsASymlink) {
@@ -218,8 +189,8 @@ TEST_P(WorkTreeTest, AFileUnderAWriteLeaseIsWaitedForUntilAnInterruption) {
       if (checks == 20) ::fcntl(file.get(), F_SETLEASE, F_UNLCK);
     };
     const InterruptScope scope(check);
-    EXPECT_THROW(models::content(tree_, path), std::domain_error) << path;
-    EXPECT_EQ(models::content(tree_, path), "root/a.py") << path;
+    EXPECT_EQ(read_result(tree_, path), "interrupted") << path;
+    EXPECT_EQ(read_result(tree_, path), "root/a.py") << path;
   }
 }
 

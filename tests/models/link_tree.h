@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -39,13 +40,11 @@ inline void write(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-/// The content of a file, "outside", "unreadable", or the text for a symlink loop.
+/// The content of a file, "outside", or the text of the error.
 inline std::string read_result(const OpenedTree& tree, const std::string& path) {
   try {
     return content(tree, path).value_or("outside");
-  } catch (const mcp_responses::detail::Unreadable&) {
-    return "unreadable";
-  } catch (const mcp_responses::SymlinkLoop& error) {
+  } catch (const std::exception& error) {
     return error.what();
   }
 }
