@@ -42,15 +42,17 @@ bool fails(const char* name) {
   return error != 0;
 }
 
-/// Stores the absolute path that a call opens or checks, while a test observes calls.
-void record(int folder, const std::string& path, bool follows_symlinks) {
-  if (!before_call) return;
-  const BeforeCall before = std::exchange(before_call, nullptr);
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const auto base = fs::read_symlink("/proc/self/fd/" + std::to_string(folder), error);
-  opened_path = follows_symlinks ? fs::weakly_canonical(base / path, error) : base / path;
-  before_call = before;
+/// Stores the absolute path of a call, while a test observes calls.
+bool fails(const char* name, int folder, const std::string& path, bool follows_symlinks) {
+  if (before_call) {
+    namespace fs = std::filesystem;
+    const BeforeCall before = std::exchange(before_call, nullptr);
+    std::error_code error;
+    const auto base = fs::read_symlink("/proc/self/fd/" + std::to_string(folder), error);
+    opened_path = follows_symlinks ? fs::weakly_canonical(base / path, error) : base / path;
+    before_call = before;
+  }
+  return fails(name);
 }
 
 template <class Function>
@@ -77,23 +79,19 @@ ssize_t readlink(const char* path, char* to, std::size_t size) noexcept {
   return intercepted<ssize_t>("readlink", path, to, size);
 }
 
-int stat(const char* path, struct stat* status) noexcept {
-  record(AT_FDCWD, path, true);
-  return intercepted<int>("stat", path, status);
-}
+int fstat(int fd, struct stat* status) noexcept { return intercepted<int>("fstat", fd, status); }
 
 int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
-  record(folder, path, (flags & AT_SYMLINK_NOFOLLOW) == 0);
-  return intercepted<int>("fstatat", folder, path, status, flags);
+  static auto* const next = next_function<int(int, const char*, struct stat*, int)>("fstatat");
+  const bool follows_symlinks = (flags & AT_SYMLINK_NOFOLLOW) == 0;
+  return fails("fstatat", folder, path, follows_symlinks) ? -1 : next(folder, path, status, flags);
 }
-
-int fstat(int fd, struct stat* status) noexcept { return intercepted<int>("fstat", fd, status); }
 
 // No caller creates a file, so none passes a mode.
 int openat(int folder, const char* path, int flags, ...) {
   static auto* const next = next_function<int(int, const char*, int, ...)>("openat");
-  record(folder, path, (flags & O_NOFOLLOW) == 0);
-  return fails("openat") ? -1 : next(folder, path, flags);
+  const bool follows_symlinks = (flags & O_NOFOLLOW) == 0;
+  return fails("openat", folder, path, follows_symlinks) ? -1 : next(folder, path, flags);
 }
 
 long syscall(long number, ...) noexcept {
@@ -104,10 +102,8 @@ long syscall(long number, ...) noexcept {
   for (long& value : values) value = va_arg(arguments, long);
   va_end(arguments);
   static auto* const next = next_function<long(long, ...)>("syscall");
-  if (number == openat2) {
-    record(AT_FDCWD, reinterpret_cast<const char*>(values[1]), false);
-    if (fails("openat2")) return -1;
-  }
+  const auto* const path = reinterpret_cast<const char*>(values[1]);
+  if (number == openat2 && fails("openat2", AT_FDCWD, path, false)) return -1;
   return next(number, values[0], values[1], values[2], values[3], values[4]);
 }
 
@@ -129,14 +125,12 @@ class FileErrors : public testing::TestWithParam<Opening> {
     max_read_size = SIZE_MAX;
   }
 
-  models::OpenedTree tree() const { return {WorkTree(root_), GetParam()}; }
-
-  /// The content of a file of a new work tree, or the error of reading it.
+  /// The result of reading a file of a new work tree.
   std::string read(const std::string& path) const {
     const InterruptScope scope(check_interrupt_);
     try {
-      return models::content(tree(), path).value_or("outside");
-    } catch (const std::exception& error) {
+      return models::read_result({WorkTree(root_), GetParam()}, path);
+    } catch (const std::exception& error) {  // of resolving the root
       return error.what();
     }
   }
@@ -177,13 +171,16 @@ INSTANTIATE_TEST_SUITE_P(Openings, FileErrors,
                          testing::Values(Opening::openat2, Opening::folder_by_folder),
                          models::opening_name);
 
+const std::pair<std::string, std::string> contents[] = {{"a.py", "root/a.py"},
+                                                        {"chain2", "root/a.py"},
+                                                        {"sub/deep/c.py", "root/sub/deep/c.py"},
+                                                        {"self/../dir/b.py", "root/sub/b.py"}};
+
 TEST_P(FileErrors, WithoutOpenat2FoldersAreOpenedOneByOne) {
   std::size_t refused = 0;
-  const std::pair<const char*, const char*> rows[] = {
-      {"chain2", "root/a.py"}, {"self/../dir/deep/c.py", "root/sub/deep/c.py"}};
   for (const int error : {ENOSYS, EPERM, EINVAL}) {
     before_call = [&](const std::string& name) { return name == "openat2" ? ++refused, error : 0; };
-    for (const auto& [path, content] : rows)
+    for (const auto& [path, content] : contents)
       EXPECT_EQ(read(path), content) << path << ", error " << error;
   }
   EXPECT_EQ(refused > 0, GetParam() == Opening::openat2);
@@ -200,22 +197,17 @@ TEST_P(FileErrors, ShortReadsLoseNothing) {
 TEST_P(FileErrors, AnInterruptedCallIsRepeatedUnlessTheInterruptionCheckThrows) {
   std::set<std::string> interrupted;
   const auto interrupt = [&](const std::string& name) { return interrupted.insert(name), EINTR; };
-  for (const std::string path : {"a.py", "chain2", "sub/deep/c.py", "dir/deep/../b.py"}) {
-    check_interrupt_ = [] {};
-    const std::string content = read(path);
-    read_with_fault_at_each_call(
-        path, interrupt, [&](const std::string& label) { EXPECT_EQ(result_, content) << label; },
-        3);
-    check_interrupt_ = [this] {
-      if (faults_ > 0) throw std::domain_error("interrupted");
-    };
-    read_with_fault_at_each_call(
-        path, interrupt,
-        [&](const std::string& label) {
-          EXPECT_EQ(result_, faults_ == 0 ? content : "interrupted") << label;
-          EXPECT_LE(faults_, 1U) << label;
-        },
-        3);
+  for (const auto& [path, content] : contents) {
+    for (const bool throws : {false, true}) {
+      check_interrupt_ = [&] {
+        if (throws && faults_ > 0) throw std::domain_error("interrupted");
+      };
+      const auto check = [&, expected = content](const std::string& label) {
+        EXPECT_EQ(result_, throws && faults_ > 0 ? "interrupted" : expected) << label;
+        EXPECT_LE(faults_, throws ? 1U : 3U) << label;
+      };
+      read_with_fault_at_each_call(path, interrupt, check, 3);
+    }
   }
   // Where openat2 is missing, as in an emulator, openat is interrupted as well.
   const char* const open_call = GetParam() == Opening::openat2 ? "openat2" : "openat";
@@ -227,19 +219,14 @@ std::ptrdiff_t open_descriptors() {
   return std::distance(fs::directory_iterator("/proc/self/fd"), {});
 }
 
-TEST_P(FileErrors, AtMostTwoDescriptorsAreOpen) {
+TEST_P(FileErrors, AnErrorOfAnyCallIsReportedWithAtMostTwoOpenDescriptorsAndLeavesNone) {
   const auto before = open_descriptors();
-  before_call = [&](const std::string& name) {
+  const auto fault = [&](const std::string& name) {
     EXPECT_LE(open_descriptors(), before + (name.starts_with("openat") ? 1 : 2)) << name;
-    return 0;
+    return EIO;
   };
-  for (const char* path : {"a.py", "sub/deep/c.py", "chain2", "sub/../dir/deep/c.py", "sub"})
-    read(path);
-}
-
-TEST_P(FileErrors, AnErrorOfAnyCallIsReportedAndLeavesNoDescriptorOpen) {
-  const auto before = open_descriptors();
-  for (const std::string path : {"a.py", "chain2", "sub/deep/c.py", "sub", "gone"}) {
+  for (const std::string path :
+       {"a.py", "chain2", "sub/deep/c.py", "sub/../dir/deep/c.py", "sub", "gone"}) {
     const std::string expected = read(path);
     std::size_t errors = 0;
     const auto check = [&](const std::string& label) {
@@ -250,8 +237,7 @@ TEST_P(FileErrors, AnErrorOfAnyCallIsReportedAndLeavesNoDescriptorOpen) {
       errors += is_error ? 1 : 0;
       EXPECT_TRUE(result_ == expected || is_error || is_symlink) << label << ": " << result_;
     };
-    read_with_fault_at_each_call(
-        path, [](const auto&) { return EIO; }, check);
+    read_with_fault_at_each_call(path, fault, check);
     EXPECT_GE(errors, 1U) << path;
   }
   EXPECT_EQ(open_descriptors(), before);
@@ -289,11 +275,11 @@ TEST_P(FileErrors, AReadErrorInTheMiddleOfAFileLeavesNoLinesOfIt) {
   const NotRead not_read = [&failures](const Text& path, const std::string& reason) {
     failures += path.utf8() + ": " + reason;
   };
-  const std::vector<Place> places{{"big"_t, 1}, {"big"_t, 2}, {"a.py"_t, 1}};
   std::size_t reads = 0;
   before_call = [&reads](const std::string& name) {
     return name == "read" && ++reads == 2 ? EIO : 0;
   };
+  const std::vector<Place> places{{"big"_t, 1}, {"big"_t, 2}, {"a.py"_t, 1}};
   const auto lines = code_lines(WorkTree(root_), places, not_read);
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_EQ(lines[0].text.utf8(), "root/a.py");
