@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 
 #include "models/random_input.h"
@@ -11,14 +10,6 @@
 
 namespace mcp_responses::detail {
 namespace {
-
-TEST(Utf8, EachMaximalSubpartGivesOneReplacement) {
-  std::u32string text = U"RRRRARRRAaR";
-  std::replace(text.begin(), text.end(), U'R', U'\uFFFD');
-  EXPECT_EQ(models::code_points_of(Text("\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41\xED\xA0\x80\x41"
-                                        "a\xF0\x90\x80")),
-            text);
-}
 
 TEST(Utf8, DecodesEveryStartOfASequenceAsTheModelDoes) {
   // Two bytes of any kind, then bytes next to the bounds that a third and a fourth have.

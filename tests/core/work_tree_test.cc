@@ -62,7 +62,8 @@ TEST_P(WorkTreeTest, EachPathLeadsToAFileOrAnErrorWithTheResolvedPath) {
         "ping/x/../../a.py", "sub/../self/../dir/../a.py"}},
       {"root/sub/b.py", {"./sub//b.py", "abs", "a.py/../sub/b.py"}},
       {"outside",
-       {"..", "/", "/etc/hosts", "missing/../../outside/s.py", "dir/../../outside/s.py",
+       {"../root2/a.py", "up/root2/a.py", base + "/root2/a.py", "..", "/", "/etc/hosts",
+        "missing/../../outside/s.py", "dir/../../outside/s.py",
         std::string(9000, 'x') + "/../../outside/s.py", "self/../out", "ping/../absout/s.py"}},
       {loop + "/self'", {"self", "dir/../self"}},
       {loop + "/self/y.py'", {"self/x/../y.py"}},
@@ -100,7 +101,9 @@ TEST_P(WorkTreeTest, ThousandsOfSymlinksAreFollowedOnceEach) {
   EXPECT_EQ(read_result(tree_, "way2000/b.py"), "root/sub/b.py");
   std::string path;
   for (int i = 0; i < 50'000; ++i) path += "gone/";
-  EXPECT_TRUE(read_result(tree_, path + "x").starts_with("[Errno 36] File name too long"));
+  const std::string error = read_result(tree_, path + "x");
+  EXPECT_TRUE(error.starts_with("[Errno 36] File name too long: '" + root_ + "/gone/")) << error;
+  EXPECT_LT(error.size(), 300U) << "a long path is cut";
 }
 
 TEST_P(WorkTreeTest, AFifoIsNotOpened) {
