@@ -1,8 +1,11 @@
-"""The module as a whole: its namespace, imports that fail, several modules and interpreters."""
+"""The module as a whole: its namespace, imports that fail, several modules and interpreters. Its functions are the
+interpreter's own, so it binds their arguments, raises the errors of wrong calls, and answers inspect and help()."""
 
 import builtins
 import gc
 import importlib
+import inspect
+import pydoc
 import re
 import sys
 import types
@@ -11,7 +14,7 @@ import weakref
 from unittest import mock
 
 import hollin
-from samples import FUNCTIONS, plain, real
+from samples import FUNCTIONS, good_calls, plain, real
 from script_helper import run_program
 
 NAME = "hollin.mcp_responses"
@@ -83,31 +86,21 @@ class Loading(unittest.TestCase):
         gc.collect()
         self.assertEqual([one() for one in held], [None] * len(held))
 
-    def test_a_trace_function_that_replaces_what_an_import_defines(self):
-        longer = types.FunctionType((lambda: 0).__code__, {}, "longer", (1,) * 20)
-        for replacement in (7, int, lambda **_: 0, longer):
-
-            def replace(frame, event, _):
-                if frame.f_code.co_filename == "<hollin.mcp_responses>":
-                    namespace = frame.f_globals
-                    namespace.update({name: replacement for name in FUNCTIONS if name in namespace})
-                return replace
-
-            self.addCleanup(sys.settrace, sys.gettrace())
-            sys.settrace(replace)
-            module = self.import_anew()
-            sys.settrace(None)
-            self.assertIs(module._cut, replacement)
-
-    def test_functions_whose_namespace_is_empty(self):
-        module = self.import_anew()
-        cut, page = module._cut, module.build_paginated_response
-        vars(module).clear()
-        self.assertEqual(cut("abc", 2), "a…")
-        self.assertRaises(NameError, page, [], 0, 0)
-
     def test_functions_whose_module_the_collector_has_cleared(self):
         run_program("call_cleared_functions.py")
 
     def test_sub_interpreters(self):
         run_program("use_sub_interpreters.py")
+
+
+class Functions(unittest.TestCase):
+    def test_introspection(self):
+        for name in good_calls():
+            function, same = getattr(real, name), getattr(plain, name)
+            self.assertIs(type(function), types.FunctionType)
+            self.assertIs(function.__globals__, vars(real))
+            self.assertEqual((function.__module__, function.__qualname__), (real.__name__, name))
+            self.assertEqual(inspect.signature(function), inspect.signature(same))
+            first, second, *_ = function.__doc__.splitlines()
+            self.assertEqual([first, second], [same.__doc__.splitlines()[0], ""])
+            self.assertIn(first, pydoc.plain(pydoc.render_doc(function)))

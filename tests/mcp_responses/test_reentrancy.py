@@ -7,14 +7,13 @@ import random
 import sys
 import threading
 import unittest
-import weakref
 from concurrent.futures import ThreadPoolExecutor
 from functools import partial
 from unittest import mock
 
 from callbacks import CALLBACKS, FINALIZERS, class_with, record_of
 from comparison import exact
-from samples import RECORDS, good_calls, new_module, real, with_good_arguments
+from samples import RECORDS, good_calls, real, with_good_arguments
 from script_helper import IS_SANITIZED, run_program
 
 
@@ -34,7 +33,7 @@ def recurse(call, levels):
 
 
 ENDLESS = {name: partial(recurse, call, 10**9) for name, call in CALLBACKS.items()}
-# Without a frame of the interpreter.
+# Without a Python function of the caller.
 ENDLESS["__iter__"] = lambda: real.outline_module(class_with(__iter__=real.outline_module)())
 ENDLESS["__getattr__"] = lambda: real.build_file_symbol(class_with(__getattr__=real.build_file_symbol)())
 
@@ -88,39 +87,6 @@ class Reentrancy(unittest.TestCase):
                 texts = {key: fields[key] for key in {*fields} & {"docstring", "fqn"}}
                 answer = with_good_arguments(name)(record_of(containers | texts, hook))
                 self.assertEqual(exact(json.loads(real.tool_result_text(answer))), exact(answer), name)
-
-    def test_it_releases_the_arguments_of_the_call(self):
-        for name, fields in RECORDS.items():
-            finalized = []
-
-            def hook():
-                self.assertEqual(finalized, [], name)
-                call.__setstate__((print, (), {}, None))  # a partial passes its arguments without holding them
-
-            owned = class_with(
-                __getattr__=lambda self, name, fields=fields: hook() or fields[name],
-                __del__=lambda self: finalized.append(True),
-            )
-            call = partial(with_good_arguments(name), owned())
-            expected = self.expected[name]
-            self.assertEqual((exact(call()), finalized), (expected, [True]), name)
-
-    def test_it_releases_the_function_and_its_module(self):
-        module = new_module()
-        references = weakref.ref(module), weakref.ref(module.build_component)
-        called = property(module.build_component)  # a property calls its function without holding it
-
-        def hook():
-            nonlocal module
-            module = None
-            called.__init__(None)
-            gc.collect()
-
-        fields = RECORDS["build_component"]
-        record = class_with(__getattr__=lambda self, name: hook() or fields[name], answer=called)()
-        self.assertEqual(exact(record.answer), self.expected["build_component"])
-        gc.collect()
-        self.assertEqual([one() for one in references], [None, None])
 
     def test_it_empties_the_module_that_a_name_is_relative_to(self):
         module = ["shop"]

@@ -8,12 +8,11 @@ import random
 import sys
 import tracemalloc
 import unittest
-import weakref
 from concurrent.futures import ThreadPoolExecutor
 from functools import partial
 
 from comparison import outcome
-from samples import PLACES, RECORDS, failing_calls, good_calls, new_module, parts, real, record, with_good_arguments
+from samples import PLACES, RECORDS, failing_calls, good_calls, parts, real, record, with_good_arguments
 
 
 class Mallinfo(ctypes.Structure):
@@ -86,12 +85,6 @@ def can_be_in_a_cycle(value):
 
 
 class GarbageCollection(unittest.TestCase):
-    def test_a_freed_function_clears_its_weak_references(self):
-        module, freed = new_module(), []
-        reference = weakref.ref(module._cut, freed.append)
-        del module._cut
-        self.assertEqual((reference(), freed), (None, [reference]))
-
     def test_the_collector_tracks_each_container_that_can_be_in_a_cycle(self):
         for place in [place for place in PLACES if place.where != "result"]:
             answer = place.call([{"k": []}])

@@ -1,10 +1,7 @@
 """The collector runs at every allocation of a container, and with it a finalizer. First it calls the function that is
-creating its template dict. Then it uses the functions of a module that is being imported. Then it changes the
-containers that a call is copying: the answer must be a valid tree, and share nothing with them."""
+creating its template dict. Then it changes the containers that a call is copying: the answer must be a valid tree, and
+share nothing with them."""
 
-import contextlib
-import gc
-import importlib
 import random
 import sys
 
@@ -22,19 +19,6 @@ def make_row():
 
 collecting(make_row, make_row)
 assert len(rows) > 1 and rows == [plain.build_symbol_search_result(symbol)] * len(rows), rows
-
-
-def use_functions():
-    for function in gc.get_objects():
-        if type(function).__module__ == real.__name__:
-            repr(function)
-            with contextlib.suppress(TypeError, RuntimeError):
-                function()
-    return True
-
-
-del sys.modules[real.__name__]
-collecting(use_functions, lambda: importlib.import_module(real.__name__))
 
 
 class Instance:
