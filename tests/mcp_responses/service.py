@@ -21,39 +21,17 @@ from script_helper import HERE, make_folder
 # A locale that cannot encode most answers: the protocol is UTF-8 in every environment.
 ENVIRONMENT = os.environ | {"PYTHONPATH": str(Path(hollin.__file__).parent.parent), "PYTHONIOENCODING": "ascii"}
 ENVIRONMENT |= {"LC_ALL": "C", "PYTHONCOERCECLOCALE": "0", "PYTHONUTF8": "0"}
-CART = '''
-class Cart(dict):
-    """Lines to pay. Taxes are not included."""
-
-    def total(self, *, rate: float = 0.5) -> float:
-        return sum(self.values()) * rate  # naïve
 
 
-@app.post("/cart")
-async def pay(cart):
-    "Pay once \\ud800"
-    return cart.total()
-'''
-TEST = """from shop.cart import Cart, pay
-import shop
+def tree_in(file: str) -> dict[str, str]:
+    """The text of each file of a tree, by path."""
+    return dict(re.findall(r"^=== (.+)\n((?:(?!=== ).*\n)*)", (HERE / file).read_text("utf-8"), re.M))
 
-def test_pay():
-    pay(Cart().total())
 
-def test_twice():
-    pay(Cart())
-"""
-GUIDE = "# Carts\n\nA cart holds lines: naïve, 漢字, 😀.\n\n## Paying\n\n" + "To pay a cart, call “pay”.\n" * 60
-TREE = {
-    ".git/HEAD": "ref: refs/heads/trunk\n",
-    "shop/__init__.py": '"""A shop.\n\nCarts are paid here."""\n',
-    "shop/cart.py": CART,
-    "tests/test_cart.py": TEST,
-    "docs/guide.md": GUIDE,
-    "docs/notes.rst": "Notes\n=====\n\nLast line.\n",
-    "broken.py": "def (:\n",
-    "deep.py": "x = " + "-" * 100000 + "1",
-}
+TREE = tree_in("tree.txt")
+TREE["docs/guide.md"] += "To pay a cart, call “pay”.\n" * 60
+TREE["deep.py"] = "x = " + "-" * 100000 + "1"
+
 # The required arguments of the tools.
 NEEDED = {"search": {"query": "a"}, "symbol": {"fqn": "a"}, "file": {"path": "a"}, "wiki": {"action": "list"}}
 ASK = {"action": "ask", "query": "How do I pay a cart?"}

@@ -2,17 +2,15 @@
 
 import errno
 import os
-import re
 import unittest
 from pathlib import Path
 from unittest import mock
 
 from hollin.index import Index
-from service import built_index, make_tree, write_tree
-from script_helper import HERE, make_folder
+from service import built_index, make_tree, tree_in, write_tree
+from script_helper import make_folder
 
-# The text of each file, by path.
-CALLS = dict(re.findall(r"^=== (.+)\n((?:(?!===).*\n)*)", (HERE / "references.txt").read_text("utf-8"), re.M))
+CALLS = tree_in("references.txt")
 NAMES = """
 class Parse: pass
 def parse_args(): pass
