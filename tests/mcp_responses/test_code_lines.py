@@ -16,6 +16,7 @@ from unittest import mock
 
 import random_input
 from callbacks import class_with
+from comparison import outcome
 from samples import plain, real
 from script_helper import make_folder, run_program
 
@@ -125,35 +126,28 @@ class CodeLines(unittest.TestCase):
         for long in ("x" * 256, "x/" * 2500, "y" * 5000, "../" * 3000 + "etc/hosts"):
             self.assert_alike(self.base, [(long, 1), good])
 
-    def test_places_of_other_types(self):
-        for place, text in [
-            ("ab", " must be a pair of str and int, not str"),
-            (("a", 1, 2), " must be a pair of str and int, not tuple"),
-            ({"a": 1, "b": 2}, " must be a pair of str and int, not dict"),
-            ((b"a", 1), " must be a pair of str and int, not of bytes and int"),
-            (["a", 1.0], " must be a pair of str and int, not of str and float"),
-            (("a", 2**63), "[1] is an int beyond 64 bits (from -2**63 to 2**63 - 1)"),
-        ]:
-            with self.assertRaises((TypeError, OverflowError)) as raised:
-                real.code_lines(self.base, [["a", 1], place])
-            self.assertEqual(str(raised.exception), "places[1]" + text)
-        for root, places, text in [
-            (7, [], "root must be str, os.PathLike or None, not int"),
-            (b"bytes", [], "root must be str, os.PathLike or None, not bytes"),
-            (class_with(__fspath__=lambda self: b"x")(), [], "root must be a path of str or None, not of bytes"),
-            ("a\0", [], "root contains a null character"),
-            (self.base, [("a", 1), ("b\0", 1), ("b\0", 2)], "places[1][0] contains a null character"),
-            ("r\ud800", [], "'utf-8' codec can't encode character '\\ud800' in position 1: surrogates not allowed in root"),
-            (
-                self.base,
-                [("a", 1), ("b\udfff", 1), ("b\udfff", 2)],
-                "'utf-8' codec can't encode character '\\udfff' in position 1: surrogates not allowed in places[1][0]",
-            ),
-            (self.base, None, "places must be iterable, not NoneType"),
-        ]:
-            with self.assertRaises((TypeError, ValueError)) as raised:
-                real.code_lines(root, places)
-            self.assertEqual(str(raised.exception), text)
+    def test_arguments_of_other_types(self):
+        pair, null = "must be a pair of str and int, not", "contains a null character"
+        limit = "is an int beyond 64 bits (from -2**63 to 2**63 - 1)"
+        lone = r"'utf-8' codec can't encode character '\ud800' in position 1: surrogates not allowed"
+        bytes_path = class_with(__fspath__=lambda self: b"x")()
+        for root, places, error, text in (
+            (self.base, ["ab"], TypeError, f"places[0] {pair} str"),
+            (self.base, [["a", 1], ("a", 1, 2)], TypeError, f"places[1] {pair} tuple"),
+            (self.base, [{"a": 1, "b": 2}], TypeError, f"places[0] {pair} dict"),
+            (self.base, [(b"a", 1)], TypeError, f"places[0] {pair} of bytes and int"),
+            (self.base, [["a", 1.0]], TypeError, f"places[0] {pair} of str and float"),
+            (self.base, [("a", 2**63)], OverflowError, f"places[0][1] {limit}"),
+            (self.base, [("a", 1), ("b\0", 1), ("b\0", 2)], ValueError, f"places[1][0] {null}"),
+            (self.base, None, TypeError, "places must be iterable, not NoneType"),
+            (7, [], TypeError, "root must be str, os.PathLike or None, not int"),
+            (b"bytes", [], TypeError, "root must be str, os.PathLike or None, not bytes"),
+            (bytes_path, [], TypeError, "root must be a path of str or None, not of bytes"),
+            ("a\0", [], ValueError, f"root {null}"),
+            ("r\ud800", [], UnicodeEncodeError, f"{lone} in root"),
+            (self.base, [("a", 1), ("r\ud800", 1)], UnicodeEncodeError, f"{lone} in places[1][0]"),
+        ):
+            self.assertEqual(outcome(real.code_lines, [root, places]), (error, text))
 
     def test_the_time_for_many_files_is_not_quadratic(self):
         (self.base / "loop").symlink_to("loop")  # the first file, at which reading ends
