@@ -1,6 +1,5 @@
-// Preloaded by inject_memory_errors.py. Fails chosen allocations of the extension: those of operator
-// new, and those of malloc, calloc and realloc that the extension itself calls. The interpreter's
-// allocations are not affected; `_testcapi.set_nomemory` fails them.
+// Preloaded by inject_memory_errors.py. Fails chosen allocations of the extension, which calls operator
+// new and realloc. The interpreter's allocations are not affected; `_testcapi.set_nomemory` fails them.
 #include <dlfcn.h>
 
 #include <cstdlib>
@@ -20,11 +19,6 @@ bool is_extension(void* caller) {
          std::strstr(info.dli_fname, "mcp_responses.cpython") != nullptr;
 }
 
-template <class Function>
-Function next(const char* name) {
-  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 extern "C" {
@@ -39,14 +33,9 @@ void fail_no_more() { end = 0; }
 
 long live_object_count() { return live_objects; }
 
-void* malloc(std::size_t size) {
-  static const auto next_malloc = next<void* (*)(std::size_t)>("malloc");
-  if (end > 0 && is_extension(__builtin_return_address(0)) && fails()) return nullptr;
-  return next_malloc(size);
-}
-
 void* realloc(void* memory, std::size_t size) {
-  static const auto next_realloc = next<void* (*)(void*, std::size_t)>("realloc");
+  static const auto next_realloc =
+      reinterpret_cast<void* (*)(void*, std::size_t)>(dlsym(RTLD_NEXT, "realloc"));
   if (end > 0 && is_extension(__builtin_return_address(0)) && fails()) return nullptr;
   return next_realloc(memory, size);
 }
