@@ -20,22 +20,6 @@ print(m.tool_result_text(m.build_empty_paginated_response("naïve")), importlib.
 """
 ANSWER = '{"naïve":[],"total_count":0,"truncated":false,"has_more":false,"offset":0}'
 RECIPES = ROOT / "docs" / "recipes"
-SERVICE = """
-[build-system]
-requires = ["setuptools"]
-build-backend = "setuptools.build_meta"
-[project]
-name = "service"
-version = "1"
-dependencies = ["mcp_responses>=3,<4"]
-"""
-SERVICE_TEST = """
-import unittest
-from hollin import mcp_responses
-class Test(unittest.TestCase):
-    def test(self):
-        print(mcp_responses.__file__)
-"""
 NOT_SOURCES = shutil.ignore_patterns("build", "dist", ".*", "__pycache__", "*.egg-info")
 
 
@@ -54,10 +38,8 @@ class WheelTest(unittest.TestCase):
         run(cls.tools, "-c", make_sdist, cls.folder / "sources", cls.folder)
         (sdist,) = cls.folder.glob("*.tar.gz")
         cls.service = cls.folder / "service"
+        shutil.copytree(Path(__file__).with_name("service"), cls.service)
         write_service(cls.service / "src")
-        (cls.service / "tests").mkdir()
-        (cls.service / "pyproject.toml").write_text(SERVICE)
-        (cls.service / "tests" / "test_service.py").write_text(SERVICE_TEST)
         cls.build_image(sdist)
         (cls.wheel,) = cls.folder.glob("dist/mcp_responses-*.whl")
 
