@@ -29,12 +29,12 @@ ArrayHeader* array_in(Payload payload) noexcept {
 template <class Element>
 std::span<const Element> items_in(Payload payload) noexcept {
   const auto* const array = static_cast<detail::SharedArray<Element>*>(array_in(payload));
-  if (array == nullptr) return {};
-  return {array->items(), array->size};
+  return array == nullptr ? std::span<const Element>() : std::span(array->items);
 }
 
 void destroy(ArrayHeader* array) noexcept;
 
+template <class Element>
 constexpr ValueOps own_container_ops(Kind kind) {
   return {.kind = kind,
           .retain =
@@ -46,14 +46,11 @@ constexpr ValueOps own_container_ops(Kind kind) {
                 ArrayHeader* const array = array_in(payload);
                 if (array != nullptr && array->owners.remove()) destroy(array);
               },
-          .size = [](Payload payload) noexcept -> std::size_t {
-            const ArrayHeader* const array = array_in(payload);
-            return array == nullptr ? 0 : array->size;
-          }};
+          .size = [](Payload payload) noexcept { return items_in<Element>(payload).size(); }};
 }
 
-constinit const ValueOps list_ops = own_container_ops(Kind::list);
-constinit const ValueOps object_ops = own_container_ops(Kind::object);
+constinit const ValueOps list_ops = own_container_ops<Value>(Kind::list);
+constinit const ValueOps object_ops = own_container_ops<Member>(Kind::object);
 
 Value& value_in(Value& element) noexcept { return element; }
 Value& value_in(Member& member) noexcept { return member.value; }
@@ -62,14 +59,14 @@ Value& value_in(Member& member) noexcept { return member.value; }
 /// the list `doomed`.
 template <class Array>
 void destroy_shallow(Array* array, ArrayHeader*& doomed) noexcept {
-  for (auto& item : std::span(array->items(), array->size)) {
+  for (auto& item : array->items) {
     Value& value = value_in(item);
     if (&value.ops() != &list_ops && &value.ops() != &object_ops) continue;
     ArrayHeader* const inner = array_in(value.payload());
     if (inner != nullptr && inner->owners.remove()) inner->next = std::exchange(doomed, inner);
     std::construct_at(&value);  // null: its share is removed already
   }
-  Array::destroy(array);
+  delete array;
 }
 
 /// Destroys an array without owners. The arrays in it are destroyed in a loop, because recursion would
@@ -223,11 +220,17 @@ std::span<const Element> Container<Element>::items() const noexcept {
 }
 
 template <class Element>
-detail::SharedArray<Element>& Container<Element>::writable(std::size_t more) {
+std::vector<Element>& Container<Element>::writable() {
   using Array = detail::SharedArray<Element>;
-  Array* const array = Array::writable(static_cast<Array*>(array_in(payload())), more);
+  Array* const array = Array::writable(static_cast<Array*>(array_in(payload())));
   set_payload({.pointer = static_cast<ArrayHeader*>(array)});
-  return *array;
+  return array->items;
+}
+
+template <class Element>
+void Container<Element>::reserve(std::size_t more) {
+  std::vector<Element>& items = writable();
+  items.reserve(items.size() + more);
 }
 
 template class Container<Value>;
@@ -244,10 +247,10 @@ List List::repeated(std::size_t count, const Value& element) {
 
 void List::set(std::size_t position, Value element) {
   assert(position < size());
-  writable(0).items()[position] = std::move(element);
+  writable()[position] = std::move(element);
 }
-void List::append(Value element) { writable(1).add(std::move(element)); }
-void List::remove_last() { writable(0).remove_last(); }
+void List::append(Value element) { writable().push_back(std::move(element)); }
+void List::remove_last() { writable().pop_back(); }
 
 void List::extend(const List& other) {
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this list
@@ -293,11 +296,11 @@ void Object::set(const Text& key, Value value) {
   const Member* member = find(key);
   if (member == nullptr) return add(key, std::move(value));
   const auto position = member - items().data();
-  writable(0).items()[position].value = std::move(value);
+  writable()[static_cast<std::size_t>(position)].value = std::move(value);
 }
 
 void Object::add(Text key, Value value) {
-  writable(1).add(Member{std::move(key), std::move(value)});
+  writable().push_back({std::move(key), std::move(value)});
 }
 
 void Object::update(const Object& other) {

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "detail/handle.h"
 #include "text.h"
@@ -28,8 +29,6 @@ struct Member;
 template <class... Members>
 struct StaticObject;
 namespace detail {
-template <class T>
-class SharedArray;
 
 /// The operations of booleans and numbers, which are stored in the handle.
 inline constexpr ValueOps boolean_ops{.kind = Kind::boolean};
@@ -138,7 +137,7 @@ class Container : public detail::Handle {
   auto begin() const noexcept { return items().begin(); }
   auto end() const noexcept { return items().end(); }
   /// Reserves capacity for `more` elements.
-  void reserve(std::size_t more) { writable(more); }
+  void reserve(std::size_t more);
 
  protected:
   friend class Value;
@@ -146,8 +145,8 @@ class Container : public detail::Handle {
   Container(FromHandle, const Handle& container) noexcept : Handle(container) {}
   using Handle::Handle;
 
-  /// The storage, with this container as its only owner, and capacity for `more` elements.
-  detail::SharedArray<Element>& writable(std::size_t more);
+  /// The storage, with this container as its only owner.
+  std::vector<Element>& writable();
 };
 
 /// Any type that converts to a Value, except List.
