@@ -20,7 +20,8 @@ class KindError : public std::invalid_argument {
   KindError(std::string_view path, std::initializer_list<Kind> expected, Kind actual);
 };
 
-/// A field of a record has the wrong kind, where plain Python would call a method of it.
+/// A field of a record has the wrong kind. AttributeError in Python, as where code calls a method that
+/// an object does not have.
 class FieldKindError : public KindError {
  public:
   using KindError::KindError;

@@ -72,7 +72,8 @@ constexpr Key<name, true> operator""_optional() {
 
 }  // namespace literals
 
-/// Each member is a base class, so no key can occur twice. Write braces, not parentheses: they define
+/// Each member is a base class, so the compiler rejects a key that occurs twice with the same type of
+/// value. Write braces, not parentheses: they define
 /// the order in which the values are computed.
 template <class... Members>
 struct StaticObject : Members... {

@@ -30,8 +30,8 @@ constexpr std::size_t unit_size(Repertoire repertoire) {
   return repertoire == Repertoire::full ? 4 : repertoire == Repertoire::bmp ? 2 : 1;
 }
 
-/// A view of code points that another object owns. `repertoire` is exact, except in a slice, where
-/// it may be larger than necessary.
+/// A view of code points that another object owns. `repertoire` may be larger than necessary, as in a
+/// slice. A function that requires an exact one says so.
 struct TextView {
   const void* data = nullptr;
   std::size_t size = 0;  // in code points

@@ -2,8 +2,8 @@
 // text can contain (see encode.h).
 //
 // Values have value semantics: a change of one value never affects another. Copies are cheap, because
-// storage is shared until it is changed. Boolean, integer and float are different kinds: true, 1 and
-// 1.0 have different texts.
+// storage is shared until it is changed. Boolean, integer and float (`real`) are different kinds: true, 1
+// and 1.0 have different texts.
 #pragma once
 
 #include <cassert>

@@ -95,6 +95,7 @@ void Call::raise_unsupported(const UnsupportedObject& unsupported) const {
   for (const Input& input : inputs()) {
     const auto path = argument_path(input.object, input.name, unsupported.object());
     if (!path) continue;
+    // By the number of containers around the object.
     const std::array types{input.types, input.element_types, json_types};
     mcp_responses::raise_unsupported(unsupported, path->text,
                                      types[std::min<std::size_t>(path->levels, 2)]);

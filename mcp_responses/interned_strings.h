@@ -25,7 +25,7 @@ class InternedStrings {
 
  private:
   std::array<PyRef, field_names.size()> fields_;
-  std::unordered_map<const StringLiteral*, PyRef> literals_;
+  std::unordered_map<const StringLiteral*, PyRef> literals_;  // by address: each exists once
 };
 
 }  // namespace mcp_responses

@@ -10,6 +10,7 @@ namespace {
 
 /// Executes the code of namespace.py in the module's namespace.
 void execute_namespace(PyObject* globals, PyObject* state) {
+  // As `exec` does: functions take their builtins from there.
   checked(PyDict_SetItemString, globals, "__builtins__", PyEval_GetBuiltins());
   const PyRef code = namespace_code_with(state);
   checked(PyEval_EvalCode, code.get(), globals, globals);
@@ -27,7 +28,7 @@ int execute(PyObject* module) {
     const PyRef state = new_module_state();
     execute_namespace(PyModule_GetDict(module), state.get());
     fill_empty_responses(module, state.get());
-    return PyRef::borrow(module);
+    return PyRef::borrow(module);  // any object: it means success
   }));
   return loaded ? 0 : -1;
 }

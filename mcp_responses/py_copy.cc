@@ -71,7 +71,7 @@ PyRef copy_with_string_keys(PyObject* dict) {
 /// A copy one level deep.
 struct ShallowCopy {
   PyRef object;
-  bool is_deep = false;  // no element of it has to be copied
+  bool is_deep = false;  // true if it is known that no element of it has to be copied
 };
 
 ShallowCopy copy_of_list(PyObject* list_or_tuple) {

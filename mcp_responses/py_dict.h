@@ -24,7 +24,8 @@ namespace mcp_responses {
 inline bool is_null(const PyRef& object) { return object.get() == Py_None; }
 inline bool is_null(const Value& value) { return value.is_null(); }
 
-/// Each type of StaticObject that is converted to a dict gets a number during static initialization.
+/// Each type of StaticObject that is converted to a dict gets a number when the extension is loaded,
+/// before the first AnswerConverter exists.
 inline std::size_t static_object_types = 0;
 template <class... Members>
 inline const std::size_t type_number = static_object_types++;
@@ -130,7 +131,7 @@ class AnswerConverter {
     for (const auto& [members, dict_template] : templates_[type]) {
       if (members == present) return dict_template;
     }
-    // A finalizer may add templates while this one is created.
+    // A finalizer may add templates while this one is created, also one of the same members.
     DictTemplate created(keys());
     return templates_[type].emplace_front(present, std::move(created)).second;
   }

@@ -5,7 +5,7 @@
 //
 // `translate_exceptions` surrounds all code that the interpreter calls. Before it, the call of a native
 // function (native.cc) catches UnsupportedObject and NestingError, and adds the path in the arguments.
-// In `core`, `code_lines` catches errors of files.
+// In `core`, `read_lines` and `FileOpener::open` catch errors of files.
 //
 // No catch block runs Python code: while one is active, the C++ runtime terminates the process for
 // a forced unwinding (see `call_python`). It stores the exception, and the code after it sets the

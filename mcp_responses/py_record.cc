@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "errors.h"
@@ -42,7 +43,7 @@ PyRef PyRecord::summary(Field field) const {
   PyRef docstring = attribute(field);
   if (docstring.get() == Py_None) return docstring;
   if (PyUnicode_Check(docstring.get())) return first_sentence_of(docstring.get());
-  throw_docstring_error(to_value(keep(field, std::move(docstring))));
+  raise_wrong_type(std::string(name_) + "." + field_name(field), "str or None", docstring.get());
 }
 
 }  // namespace mcp_responses

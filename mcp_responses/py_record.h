@@ -12,7 +12,7 @@
 
 namespace mcp_responses {
 
-/// An attribute that a call has copied or inspected. It is kept until the call ends, so that the path of
+/// An attribute that is not a shared leaf, and that a call has copied or inspected. It is kept until the call ends, so that the path of
 /// an unsupported object in it can be determined for the error message.
 struct ReadAttribute {
   const char* record;  // the record's name

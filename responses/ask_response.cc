@@ -18,8 +18,9 @@
 namespace mcp_responses {
 namespace {
 
-/// An excerpt that does not fit is shortened by this many characters more than the excess in bytes. The
-/// ellipsis, of 3 bytes, takes the place of one more.
+/// An excerpt that does not fit is cut to its length minus the excess in bytes minus this number. One of
+/// the remaining characters is the ellipsis, of 3 bytes. So at least 9 bytes are removed beyond the excess,
+/// and 3 added.
 constexpr std::int64_t spare_chars = 8;
 
 /// The size of an excerpt without its quotation marks, which are part of the row.
@@ -91,7 +92,9 @@ class Draft {
     }
   }
 
-  /// Reduces the answer to `limit` bytes, if possible.
+  /// Reduces the answer to `limit` bytes, if possible. Sections are dropped before excerpts are cut: a
+  /// section is kept only if the bytes that are reserved for all kept excerpts suffice. So the first
+  /// excerpts get the bytes that are left, and the last ones shrink first.
   void fit(std::int64_t limit) {
     measure();
     drop_sections(limit);
@@ -186,7 +189,7 @@ class Draft {
   std::int64_t head_size_ = 0;           // the answer with empty lists
   std::int64_t code_size_ = 0;           // part of the head
   std::int64_t memories_size_ = 0;       // part of the head
-  std::vector<std::int64_t> rows_size_;  // the first n rows with empty excerpts and commas, by n
+  std::vector<std::int64_t> rows_size_;  // prefix sums: the first n rows, with commas, by n
   std::int64_t size_ = 0;                // the answer so far
 };
 

@@ -9,8 +9,8 @@ namespace mcp_responses {
 
 /// The maximum length of an excerpt in characters, with or without a budget.
 inline constexpr std::int64_t ASK_EXCERPT_CHARS = 1200;
-/// While an answer is fitted to a budget, the bytes that are reserved for each excerpt below the
-/// current one.
+/// While an answer is fitted to a budget, the bytes (not characters, as in the name that Python code uses)
+/// that are reserved for each excerpt below the current one.
 inline constexpr std::int64_t ASK_MIN_EXCERPT_CHARS = 200;
 /// The size of a token, in bytes of the encoded answer.
 inline constexpr std::int64_t BYTES_PER_TOKEN = 4;

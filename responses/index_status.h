@@ -17,7 +17,7 @@ struct IndexStatusOf {
   Passed health = {};
   Passed branch = {};
   Passed progress = {};
-  Passed files_indexed = 0;  // like the other numbers, a default for Value only
+  Passed files_indexed = 0;  // a PyRef cannot be created from 0: the extension gives every member
   Passed symbols_indexed = 0;
   Passed last_updated = {};
   Passed errors_count = 0;

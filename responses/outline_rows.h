@@ -44,7 +44,8 @@ auto build_file_symbol(const Source& symbol, const Value& module = Text()) {
   Value name = module.truthy()
                    ? name_in_module(module, symbol.value_of_kind(Field::fqn, {Kind::string}))
                    : symbol.value(Field::fqn);
-  auto kind = symbol.pass_through(Field::kind);
+  auto kind =
+      symbol.pass_through(Field::kind);  // before the lines: the order is part of the interface
   Value line = symbol.value(Field::start_line);
   Value end_line = symbol.value(Field::end_line);
   if (end_line == line) end_line = {};

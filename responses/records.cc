@@ -26,13 +26,10 @@ Value PlainRecord::value_of_kind(Field field, std::initializer_list<Kind> kinds)
 
 Value PlainRecord::summary(Field field) const {
   const Value docstring = value(field);
-  if (!docstring.is_null() && !docstring.text()) throw_docstring_error(docstring);
+  if (!docstring.is_null() && !docstring.text())
+    throw KindError(field_name(field), {Kind::string, Kind::null}, docstring.kind());
   const auto sentence = first_sentence(docstring.text());
   return sentence ? Value(*sentence) : Value();
-}
-
-void throw_docstring_error(const Value& docstring) {
-  throw KindError("symbol.docstring", {Kind::string, Kind::null}, docstring.kind());
 }
 
 }  // namespace mcp_responses

@@ -59,8 +59,7 @@ constexpr const char* field_name(Field field) {
 ///   pass_through(field)              a field that the row only contains: a Value, or the foreign
 ///                                    object
 ///   value(field)                     a field whose content determines the row, as a Value
-///   value_of_kind(field, kinds)      the same, for a field that must have one of these kinds, because
-///                                    plain Python would call a method of it. Throws
+///   value_of_kind(field, kinds)      the same, for a field that must have one of these kinds. Throws
 ///                                    `FieldKindError`. If the kinds contain null, a falsy field of
 ///                                    any kind counts as null
 ///   summary(field)                   the first sentence of a docstring, or null. Throws `KindError`
@@ -86,8 +85,5 @@ class PlainRecord {
  private:
   std::vector<std::pair<Field, Value>> fields_;
 };
-
-/// Throws `KindError` for a docstring that is neither a string nor null.
-[[noreturn]] void throw_docstring_error(const Value& docstring);
 
 }  // namespace mcp_responses

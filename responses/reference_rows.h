@@ -15,6 +15,7 @@ namespace mcp_responses {
 /// `caller_symbol` is truthy and not an object.
 template <Record Source, class Passed = Value>
 auto build_reference(const Source& reference, Passed code = {}) {
+  // Read before the path: the order in which attributes are read is part of the interface.
   const Value caller = reference.value_of_kind(Field::caller_symbol, {Kind::object, Kind::null});
   auto usage_type = reference.pass_through(Field::usage_type);
   return StaticObject{

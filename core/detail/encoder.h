@@ -86,7 +86,7 @@ std::size_t encode(Tree& tree, typename Tree::Node node, Sink& sink) {
   Writer out(sink);
   std::vector<typename Tree::Cursor> path;
   path.reserve(8);           // deeper answers are rare
-  typename Tree::Cursor at;  // the innermost container's: a local copy, which stays in registers
+  typename Tree::Cursor at;  // the innermost container's; of a PyTree, it stays in registers
   bool is_empty = false;     // no element of that container is written yet
   for (;;) {
     const Kind kind = tree.kind(node, path);

@@ -101,6 +101,7 @@ Decimal shortest_decimal(double number) noexcept {
       Wide{power_high} * factor + (Wide{static_cast<std::uint64_t>(power)} * factor >> 64);
   const auto integer = static_cast<std::uint64_t>(product >> 74);
   const auto fraction = static_cast<std::uint64_t>(product >> 10);  // of 2^64, like half_ulp
+  // An even c includes the border: with one more, "less" includes "equal".
   const std::uint64_t half_ulp = (power_high >> -shift) + (c % 2 == 0 ? 1 : 0);
 
   std::uint64_t half_ulp_below = half_ulp;
@@ -232,6 +233,7 @@ Lanes64 digits_16(std::uint64_t number) noexcept {
   // Each store overwrites the spare bytes of the one before it.
   store(first_8, to);
   if (before_point <= 8) {
+    // Two shifts, because a shift by 64 bits is undefined.
     store(first_8 >> 8 >> 8 * (before_point - 1), to + before_point + 1);
     store(next_8, to + 9);
   } else {

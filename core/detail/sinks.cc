@@ -79,14 +79,14 @@ std::size_t surrogate_position(const TextView& text) {
 
 }  // namespace
 
-std::size_t TextSink::grow_and_put(std::size_t offset, std::string_view ascii) {
+std::size_t TextSink::put_any(std::size_t offset, std::string_view ascii) {
   visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
     std::copy(ascii.begin(), ascii.end(), reserve<Unit>(offset, ascii.size()));
   });
   return offset + ascii.size();
 }
 
-std::size_t TextSink::widen_and_put(std::size_t offset, const TextView& text, char delimiter) {
+std::size_t TextSink::put_any_string(std::size_t offset, const TextView& text, char delimiter) {
   if (text.repertoire > repertoire_) widen(offset, text.repertoire);
   return visit_unit_type(repertoire_, [&]<class Unit>(Unit) {
     if constexpr (sizeof(Unit) > 1) {

@@ -35,8 +35,8 @@ struct TextBuffer {
 /// Collects a text. Its units are as wide as the widest character so far: a wider one widens the
 /// existing text. Surrogates are passed through. Throws std::bad_alloc.
 ///
-/// The public functions contain the common case, in which the text neither grows nor widens. In every
-/// other case they call `grow_and_put` or `widen_and_put`.
+/// The public functions contain the common case: a text of one byte per unit that neither grows nor
+/// widens. In every other case they call `put_any` or `put_any_string`.
 class TextSink {
  public:
   TextSink() noexcept = default;
@@ -45,14 +45,14 @@ class TextSink {
 
   std::size_t put(std::size_t offset, std::string_view ascii) {
     if (offset + ascii.size() > narrow_capacity_) [[unlikely]]
-      return grow_and_put(offset, ascii);
+      return put_any(offset, ascii);
     std::memcpy(static_cast<char*>(buffer_.bytes.get()) + offset, ascii.data(), ascii.size());
     return offset + ascii.size();
   }
   template <class Number>
   std::size_t put_number(std::size_t offset, Number number) {
     if (offset + number_capacity > narrow_capacity_) [[unlikely]]
-      return grow_and_put(grow_and_put(offset, NumberText(number).view()), ",");
+      return put_any(put_any(offset, NumberText(number).view()), ",");
     char* const start = static_cast<char*>(buffer_.bytes.get()) + offset;
     char* const end = write_number(number, start);
     *end = ',';
@@ -64,7 +64,7 @@ class TextSink {
       const std::size_t end = put_if_short<std::uint8_t>(offset, text, delimiter);
       if (end > 0) return end;
     }
-    return widen_and_put(offset, text, delimiter);
+    return put_any_string(offset, text, delimiter);
   }
 
   /// The first `size` units of the text. Valid until the next call.
@@ -77,15 +77,16 @@ class TextSink {
  private:
   bool is_wide() const noexcept { return repertoire_ > Repertoire::latin1; }
   /// Writes to a text of any width. Grows if necessary.
-  std::size_t grow_and_put(std::size_t offset, std::string_view ascii);
+  std::size_t put_any(std::size_t offset, std::string_view ascii);
   /// Writes any string to a text of any width. Grows and widens if necessary.
-  std::size_t widen_and_put(std::size_t offset, const TextView& text, char delimiter);
+  std::size_t put_any_string(std::size_t offset, const TextView& text, char delimiter);
   /// Writes the string, like `put_string`, if it is short, has one byte per unit and needs no escape,
   /// like most strings, and the text need not grow. Otherwise returns 0.
   template <class Unit>
   std::size_t put_if_short(std::size_t offset, const TextView& text, char delimiter) noexcept {
     using Bytes = Block<std::uint8_t>;
-    constexpr std::size_t block = Bytes::size;
+    constexpr std::size_t block =
+        Bytes::size;  // 4 for the text, 1 for quotation marks and delimiter
     if (text.size > 4 * block || text.repertoire > Repertoire::latin1 ||
         text.repertoire > repertoire_ || buffer_.capacity / sizeof(Unit) - offset < 5 * block) {
       return 0;

@@ -24,19 +24,14 @@ struct Work {
 // In the model "initial-exec", a shared library needs no function call to access the variable.
 extern constinit thread_local Work work [[gnu::tls_model("initial-exec")]];
 
-/// Adds work. Returns true if `check_interrupt` is due.
-inline bool add_work(std::size_t bytes) noexcept {
-  work.since_check += bytes;
-  return work.since_check >= work_between_checks;
-}
-
 /// Calls the interruption check of this thread, if there is one. Exceptions of the check are passed on.
 void check_interrupt();
 
 /// Adds work, and calls the interruption check if it is due. Every loop whose length a caller controls
 /// calls it.
 inline void count_work(std::size_t bytes) {
-  if (add_work(bytes)) [[unlikely]]
+  work.since_check += bytes;
+  if (work.since_check >= work_between_checks) [[unlikely]]
     check_interrupt();
 }
 

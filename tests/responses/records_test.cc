@@ -25,7 +25,7 @@ TEST(PlainRecord, MissingAndWrongFields) {
   const PlainRecord record{
       {Field::fqn, 1}, {Field::name, "n"_t}, {Field::docstring, 1}, {Field::caller_symbol, "c"_t}};
   EXPECT_EQ(message_of<KindError>([&] { record.summary(Field::docstring); }),
-            "symbol.docstring must be str or None, not int");
+            "docstring must be str or None, not int");
   EXPECT_EQ(message_of<FieldKindError>([&] { build_file_symbol(record, "m"_t); }),
             "fqn must be str, not int");
   EXPECT_EQ(message_of<FieldKindError>([&] { build_reference(record); }),
