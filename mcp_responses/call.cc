@@ -77,6 +77,19 @@ PyObject* Call::dict(std::size_t position) const {
   throw KindError(name(position), {Kind::object}, value(position).kind());
 }
 
+PyRef Call::global(const StringLiteral& name) const {
+  PyObject* const key = state_.strings.of(name);
+  // Null in a function that the garbage collector has cleared. The interpreter itself does not check
+  // this: CPython 3.14 crashes if the code of such a function loads a global name.
+  const PyRef globals = PyRef::borrow(PyEval_GetGlobals());
+  if (!globals)
+    raise(PyExc_RuntimeError, "%s() is used after its module was cleared", function_.name);
+  PyObject* const found = call_python([&] { return PyDict_GetItemWithError(globals.get(), key); });
+  if (found != nullptr) return PyRef::borrow(found);
+  if (PyErr_Occurred() != nullptr) throw PythonError();
+  raise_name_error(key);
+}
+
 std::vector<Call::Input> Call::inputs() const {
   std::vector<Input> inputs;
   for (std::size_t i = read_.size(); i-- > 0;) {

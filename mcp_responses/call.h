@@ -34,7 +34,7 @@ struct ModuleState {
   detail::TextBuffer scratch;  // for the text of `tool_result_text`
 };
 
-/// A parameter, or a global name of the Python function, and the types that it accepts and that the elements of its argument may have, for error
+/// A parameter, and the types that it accepts and that the elements of its argument may have, for error
 /// messages: "list, tuple or None".
 struct Parameter {
   const char* name;
@@ -89,6 +89,10 @@ class Call {
   }
 
   detail::TextBuffer& scratch() noexcept { return state_.scratch; }
+
+  /// The current value of a name in the namespace of the calling Python function. Raises NameError if
+  /// it does not exist.
+  PyRef global(const StringLiteral& name) const;
 
   /// Raises the error for an unsupported object, with its path from an argument or attribute:
   /// "items[3]['line']".

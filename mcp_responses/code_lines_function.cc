@@ -11,6 +11,7 @@
 #include "py_errors.h"
 #include "py_object.h"
 #include "py_value.h"
+#include "static_object.h"
 #include "work_tree.h"
 
 namespace mcp_responses {
@@ -124,11 +125,12 @@ std::vector<Place> places_of(const Call& call) {
   return places;
 }
 
-void log_not_read(PyObject* logger, const FileLines& file) {
+void log_not_read(const Call& call, const FileLines& file) {
+  const PyRef logger = call.global(literal<"logger">);
   const PyRef reason = checked(PyUnicode_DecodeFSDefault, file.failure.c_str());
   const PyRef path = string_of(file.path);
-  checked(PyObject_CallMethod, logger, "info", "sOO", "code_lines: %s is not read (%s)", path.get(),
-          reason.get());
+  checked(PyObject_CallMethod, logger.get(), "info", "sOO", "code_lines: %s is not read (%s)",
+          path.get(), reason.get());
 }
 
 /// Adds {(path, number): line} for each line of a file.
@@ -161,7 +163,7 @@ PyRef functions::py_code_lines(Call& call) {
   std::optional<SymlinkLoop> loop;
   reading.without_gil([&] { loop = read_lines(*tree, files); });
   for (const FileLines& file : files) {
-    if (!file.failure.empty()) log_not_read(call[2], file);
+    if (!file.failure.empty()) log_not_read(call, file);
   }
   if (loop) throw SymlinkLoop(*loop);
   for (const FileLines& file : files) add_lines(lines.get(), file);

@@ -4,8 +4,7 @@ The header declares the body of each native function and lists the functions wit
 object of the source as a C++ array in the format of `marshal`, which all releases of a minor version of CPython read.
 And it compares the integers of the source with the C++ constants of the same names.
 
-Each function of the source must end with a call of `native` with its parameters, in order, and then any global names
-that it uses. The code object contains the
+Each function of the source must end with a call of `native` with its parameters, in order. The code object contains the
 constant `PLACEHOLDER` in place of that name. The import replaces it by the native function (native.cc).
 """
 
@@ -24,16 +23,14 @@ class ReplaceName(ast.NodeTransformer):
         return ast.copy_location(ast.Constant(PLACEHOLDER), node) if node.id == PLACEHOLDER else node
 
 
-def native_arguments(function: ast.FunctionDef, source: Path) -> list[ast.arg]:
-    """The arguments of the call of `native`: the parameters, and global names. Fails for any other body."""
-    parameters = function.args.args + function.args.kwonlyargs
-    names = [one.arg for one in parameters]
-    match function.body[-1]:
-        case ast.Return(ast.Call(ast.Name("native"), arguments, [])):
-            passed = [ast.unparse(one) for one in arguments]
-            if passed[: len(names)] == names and all(map(str.isidentifier, passed)):
-                return parameters + [ast.arg(name, ast.Name("Any")) for name in passed[len(names) :]]
-    sys.exit(f"{source}:{function.lineno}: the body of {function.name} must be `return native({', '.join(names)})`")
+def parameters(function: ast.FunctionDef) -> list[ast.arg]:
+    return function.args.args + function.args.kwonlyargs
+
+
+def check_body(function: ast.FunctionDef, source: Path) -> None:
+    expected = f"return native({', '.join(one.arg for one in parameters(function))})"
+    if ast.unparse(function.body[-1]) != expected:
+        sys.exit(f"{source}:{function.lineno}: the body of {function.name} must be `{expected}`")
 
 
 def accepted_types(annotation: str) -> str | None:
@@ -73,15 +70,17 @@ def check_constant(node: ast.stmt) -> str:
 
 def main(source: Path, output: Path) -> None:
     tree = ast.parse(source.read_text("utf-8"))
-    functions = {node: native_arguments(node, source) for node in tree.body if isinstance(node, ast.FunctionDef)}
+    functions = [node for node in tree.body if isinstance(node, ast.FunctionDef)]
+    for function in functions:
+        check_body(function, source)
     warnings.filterwarnings("ignore", "'str' object is not callable", SyntaxWarning)
     code = compile(ReplaceName().visit(tree), "<hollin.mcp_responses>", "exec", dont_inherit=True, optimize=0)
     lines = ["// Generated from namespace.py.", "#pragma once"]
     lines += [f'#include "{header}"' for header in ("call.h", *HEADERS_OF_CONSTANTS)]
     lines += ["namespace mcp_responses {", *filter(None, map(check_constant, tree.body))]
     lines.append("namespace functions {")
-    for function, arguments in functions.items():
-        declared = ", ".join(map(parameter, arguments))
+    for function in functions:
+        declared = ", ".join(map(parameter, parameters(function)))
         lines.append(f"PyRef {cpp_name(function)}(Call& call);")
         lines.append(f"inline constexpr Parameter {cpp_name(function)}_parameters[] = {{{declared}}};")
     lines.append("}")

@@ -121,8 +121,9 @@ PyRef functions::py_build_paginated_response(Call& call) {
   const PyRef page = call.answer(response);
   const PyRef item_count = checked(PyLong_FromSize_t, *items.size());
   PyObject* const arguments[] = {page.get(), item_count.get()};
-  PyObject* const add_pagination_hint = call[4];
-  return checked(PyObject_Vectorcall, add_pagination_hint, arguments, std::size_t{2}, nullptr);
+  const PyRef add_pagination_hint = call.global(literal<"add_pagination_hint">);
+  return checked(PyObject_Vectorcall, add_pagination_hint.get(), arguments, std::size_t{2},
+                 nullptr);
 }
 
 PyRef functions::py_build_test_coverage(Call& call) {

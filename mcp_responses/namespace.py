@@ -13,9 +13,10 @@ MAINTENANCE:
 # interface for the service's code.
 #
 # The body of each function calls `native`, its native counterpart: `functions::py_cut` of functions.cc
-# for `_cut`, with all parameters, and then the global names that it uses. `native` is not a name of the
-# module: the import puts the native function into the constants of the function's code (native.cc). So
-# the interpreter binds arguments, looks up names and raises its own errors.
+# for `_cut`. `native` is not a name of the module: the import puts the native function into the
+# constants of the function's code (native.cc). So the interpreter binds arguments and raises its own
+# errors. A body uses no other name: CPython 3.14 crashes if the garbage collector has cleared a function
+# whose code loads a global name.
 #
 # To add a parameter, add it here and to the call of `native`, and read it in functions.cc under its
 # position. To add a function, define it here; the build then requires its C++ code.
@@ -91,7 +92,7 @@ def code_lines(root: Path | None, places: Iterable[tuple[str, int]]) -> dict[tup
     with a null character; UnicodeEncodeError for a path with a lone surrogate that does
     not encode a byte; RuntimeError for a path that ends in a symlink loop.
     """
-    return native(root, places, logger)
+    return native(root, places)
 
 
 def _cut(text: str, chars: int) -> str:
@@ -250,7 +251,7 @@ def build_paginated_response(
     Raises TypeError if ``items`` is not a list or tuple, if a count is not a number, or,
     with its path, for an object without a JSON representation.
     """
-    return native(items, total_count, offset, items_key, add_pagination_hint)
+    return native(items, total_count, offset, items_key)
 
 
 def build_test_coverage(

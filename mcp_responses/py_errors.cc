@@ -105,6 +105,14 @@ void raise(PyObject* type, const char* format, ...) {
   throw PythonError();
 }
 
+void raise_name_error(PyObject* name) {
+  const PyRef message = checked(PyUnicode_FromFormat, "name '%U' is not defined", name);
+  const PyRef error = checked(PyObject_CallOneArg, PyExc_NameError, message.get());
+  checked(PyObject_SetAttrString, error.get(), "name", name);
+  set_error(PyExc_NameError, error);
+  throw PythonError();
+}
+
 void raise_wrong_type(const std::string& path, const std::string& expected, PyObject* actual) {
   raise(PyExc_TypeError, "%s must be %s, not %.200s", path.c_str(), expected.c_str(),
         Py_TYPE(actual)->tp_name);

@@ -56,6 +56,9 @@ inline constexpr const char* json_types = "None, bool, int, float, str, list, tu
 /// Raises an error of this type, with a message formatted as by `PyErr_Format`.
 [[noreturn]] void raise(PyObject* type, const char* format, ...);
 
+/// Raises NameError for a missing global name, with the interpreter's message and `name` attribute.
+[[noreturn]] void raise_name_error(PyObject* name);
+
 /// Raises TypeError: "`path` must be `expected`, not ..." and the name of `actual`'s type.
 [[noreturn]] void raise_wrong_type(const std::string& path, const std::string& expected,
                                    PyObject* actual);

@@ -30,11 +30,10 @@ copy = partial(real.build_test_coverage, source_file="")  # no lambda: its bytec
 def native_call(function, *arguments):
     """The native call that a call of a function, or of a partial of one, makes."""
     call = partial(function, *arguments)
-    code = call.func.__code__
-    (native,) = (one for one in code.co_consts if isinstance(one, types.BuiltinFunctionType))
+    (native,) = (one for one in call.func.__code__.co_consts if isinstance(one, types.BuiltinFunctionType))
     bound = inspect.signature(call.func).bind(*call.args, **call.keywords)
     bound.apply_defaults()
-    return partial(native, *bound.arguments.values(), *(vars(real)[name] for name in code.co_names))
+    return partial(native, *bound.arguments.values())
 
 
 class Interrupted(Exception):
