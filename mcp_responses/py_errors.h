@@ -45,8 +45,8 @@ PyRef next_of(const PyRef& iterator);
 /// Runs the handlers of pending signals, which may do anything. Throws `PythonError` if one raises.
 inline void check_signals() { checked(PyErr_CheckSignals); }
 
-// Every loop whose length a caller controls counts its work. The check of a native call runs the
-// handlers of signals.
+// Loops whose length a caller controls count their work. The check of a native call runs the handlers of
+// signals.
 using detail::count_work;
 using detail::element_work;
 

@@ -27,8 +27,8 @@ extern constinit thread_local Work work [[gnu::tls_model("initial-exec")]];
 /// Calls the interruption check of this thread, if there is one. Exceptions of the check are passed on.
 void check_interrupt();
 
-/// Adds work, and calls the interruption check if it is due. Every loop whose length a caller controls
-/// calls it.
+/// Adds work, and calls the interruption check if it is due. A loop whose length a caller controls calls
+/// it, unless it is a single pass over memory.
 inline void count_work(std::size_t bytes) {
   work.since_check += bytes;
   if (work.since_check >= work_between_checks) [[unlikely]]
