@@ -13,7 +13,7 @@ namespace mcp_responses {
 using CheckInterrupt = std::function<void()>;
 
 /// While this object lives, `check` is called on this thread after each 256 KiB of work of the library,
-/// and after each system call that a signal interrupts. Work is counted by `code_lines`,
+/// and after each system call that a signal interrupts. Work is counted by `code_lines`, `WorkTree`,
 /// `build_wiki_ask_response`, `ask_citations`, `outline_module`, `without_nulls` and the comparison of
 /// Values. Of nested scopes, the innermost is used; they end in reverse order.
 class InterruptScope {

@@ -77,7 +77,8 @@ bool skip_space(const Unit*& at, const Unit* end) noexcept {
   return ends_paragraph;
 }
 
-/// Writes the first sentence, of at most one character more than a summary has, and returns its length.
+/// Writes the first sentence, of at most two characters more than a summary has (see SummaryBuffer), and
+/// returns its length.
 template <class Unit>
 std::size_t extract_sentence(std::span<const Unit> docstring, Unit* const first) noexcept {
   Unit* to = first;

@@ -20,8 +20,7 @@ class KindError : public std::invalid_argument {
   KindError(std::string_view path, std::initializer_list<Kind> expected, Kind actual);
 };
 
-/// A field of a record has the wrong kind. AttributeError in Python, as where code calls a method that
-/// an object does not have.
+/// A field of a PlainRecord has the wrong kind. For a record in Python, it is an AttributeError.
 class FieldKindError : public KindError {
  public:
   using KindError::KindError;

@@ -73,8 +73,7 @@ constexpr Key<name, true> operator""_optional() {
 }  // namespace literals
 
 /// Each member is a base class, so the compiler rejects a key that occurs twice with the same type of
-/// value. Write braces, not parentheses: they define
-/// the order in which the values are computed.
+/// value. Write braces, not parentheses: they define the order in which the values are computed.
 template <class... Members>
 struct StaticObject : Members... {
   // GCC 12 leaks the members of an aggregate if the computation of a later one throws.

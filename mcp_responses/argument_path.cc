@@ -109,10 +109,11 @@ std::string nesting_problem(PyObject* root, const std::string& name, std::size_t
   std::string problem;
   search(root, [&](const Path& path) {
     PyObject* const value = path.back().value.get();
+    if (!is_container(value)) return false;
     for (std::size_t i = 0; i < path.size() && problem.empty(); ++i) {
       if (path[i].container.get() == value) problem = text_of(path, i, name) + " contains itself";
     }
-    if (problem.empty() && path.size() >= max_levels && is_container(value)) {
+    if (problem.empty() && path.size() >= max_levels) {
       problem = text_of(path, max_subscripts, name) + "... is nested more than " +
                 std::to_string(max_levels) + " levels deep";
     }

@@ -21,8 +21,9 @@ std::optional<ArgumentPath> argument_path(PyObject* root, const std::string& nam
                                           PyObject* object);
 
 /// Describes the first container within `root` that contains itself or is nested more than
-/// `max_levels` deep: "items[3] contains itself". Empty if there is none. `name` is the name of `root`.
-/// Traverses the whole argument. Throws `PythonError`.
+/// `max_levels` deep: "items[3] contains itself". `name` is the name of `root`. Traverses the whole
+/// argument. Each container is searched once, on the first path to it, so the result is empty if only a
+/// longer path is too deep. Throws `PythonError`.
 std::string nesting_problem(PyObject* root, const std::string& name, std::size_t max_levels);
 
 }  // namespace mcp_responses

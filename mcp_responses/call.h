@@ -1,5 +1,5 @@
 // A call of a native function: its arguments in the order of the parameters, and the attributes that
-// it has read so far.
+// it has read so far and that are not shared leaves.
 //
 // A builder passes an argument through if the answer only contains it, and inspects it as a Value if
 // the answer depends on its content. The same holds for the attributes of a record.

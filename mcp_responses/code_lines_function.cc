@@ -8,6 +8,7 @@
 
 #include "code_lines.h"
 #include "namespace_code.h"
+#include "native.h"
 #include "py_errors.h"
 #include "py_object.h"
 #include "py_value.h"
@@ -39,6 +40,8 @@ class Reading {
     last_check_ = now;
     const bool was_released = thread_ != nullptr;
     acquire_gil();
+    // While handlers run, a greenlet may continue another call, which must not use a check on this stack.
+    const InterruptScope interruptible(run_signal_handlers);
     mcp_responses::check_signals();
     if (was_released) thread_ = PyEval_SaveThread();
   }

@@ -73,6 +73,7 @@ def main(source: Path, output: Path) -> None:
     functions = [node for node in tree.body if isinstance(node, ast.FunctionDef)]
     for function in functions:
         check_body(function, source)
+    # The compiler warns about the call of the constant that replaces the name.
     warnings.filterwarnings("ignore", "'str' object is not callable", SyntaxWarning)
     code = compile(ReplaceName().visit(tree), "<hollin.mcp_responses>", "exec", dont_inherit=True, optimize=0)
     lines = ["// Generated from namespace.py.", "#pragma once"]

@@ -84,9 +84,7 @@ PyRef functions::py_outline_module(Call& call) {
   call.for_each_in(0, [&](PyRef fqn) {
     if (!PyUnicode_Check(fqn.get()))
       raise_wrong_type("fqns[" + std::to_string(position) + "]", "str", fqn.get());
-    const Text text = to_text(std::move(fqn));
-    count_work(text.size());
-    module.add(text);
+    module.add(to_text(std::move(fqn)));
     ++position;
   });
   return string_of(module.text());

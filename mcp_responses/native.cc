@@ -31,10 +31,6 @@ PyRef run(const NativeFunction& function, Call& call) {
   call.raise_nesting_error();
 }
 
-/// One object for all calls. If greenlets end calls out of order, a scope can restore a pointer to it
-/// after another call has ended.
-const CheckInterrupt run_signal_handlers = [] { check_signals(); };
-
 PyObject* call_native(const NativeFunction& function, PyObject* state, PyObject* const* arguments,
                       Py_ssize_t count) {
   return translate_exceptions([&] {
@@ -104,6 +100,8 @@ PyRef with_natives(PyObject* code, PyObject* state) {
 void free_state(PyObject* capsule) { delete &state_in(capsule); }
 
 }  // namespace
+
+const CheckInterrupt run_signal_handlers = [] { check_signals(); };
 
 PyRef new_module_state() {
   auto state = std::make_unique<ModuleState>();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "call.h"
+#include "check_interrupt.h"
 #include "py_ref.h"
 
 namespace mcp_responses {
@@ -14,5 +15,9 @@ ModuleState& state_in(PyObject* capsule) noexcept;
 /// this state. So a function needs no name of the namespace to find its native function, and works as
 /// long as it exists. Throws `PythonError`.
 PyRef namespace_code_with(PyObject* state);
+
+/// The interruption check of each call. It is static, because greenlets can end calls out of order: an
+/// InterruptScope then restores a pointer to the check of a call that has ended.
+extern const CheckInterrupt run_signal_handlers;
 
 }  // namespace mcp_responses

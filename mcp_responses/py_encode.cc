@@ -13,8 +13,8 @@
 namespace mcp_responses {
 namespace {
 
-/// A Tree for the encoder. Only signal handlers run Python code during the traversal, so references
-/// are borrowed; before handlers run, the tree holds references to the containers on the path.
+/// A Tree for the encoder. Python code runs only in signal handlers and while a dict is copied. Before each,
+/// the tree takes references to the containers on the path; all others are borrowed.
 class PyTree {
  public:
   using Node = PyObject*;
@@ -80,7 +80,7 @@ class PyTree {
   std::size_t max_nesting_ = mcp_responses::max_nesting();
   // The work since signals were checked. A member stays in a register, unlike the counter of the thread.
   std::size_t work_ = 0;
-  std::vector<PyRef> held_;   // the path when handlers ran last
+  std::vector<PyRef> held_;   // the path when Python code could run last
   std::vector<Copy> copies_;  // those of open dicts, and of some that are closed
 };
 

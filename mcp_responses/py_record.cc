@@ -23,16 +23,17 @@ PyRef PyRecord::pass_through(Field field) const {
   return plain_copy(keep(field, std::move(attribute)).get());
 }
 
-Value PyRecord::value(Field field) const {
-  PyRef attribute = this->attribute(field);
+Value PyRecord::kept_value(Field field, PyRef attribute) const {
   if (is_shareable(attribute.get())) return to_value(std::move(attribute));
   return to_value(keep(field, std::move(attribute)));
 }
 
+Value PyRecord::value(Field field) const { return kept_value(field, attribute(field)); }
+
 Value PyRecord::value_of_kind(Field field, std::initializer_list<Kind> kinds) const {
   PyRef object = attribute(field);
   const std::optional<Kind> kind = py_kind(object.get());
-  if (kind && std::ranges::count(kinds, *kind) > 0) return to_value(keep(field, std::move(object)));
+  if (kind && std::ranges::count(kinds, *kind) > 0) return kept_value(field, std::move(object));
   const bool may_be_null = std::ranges::count(kinds, Kind::null) > 0;
   if (may_be_null && checked(PyObject_IsTrue, object.get()) == 0) return {};
   raise(PyExc_AttributeError, "%s.%s must be %s, not %.200s", name_, field_name(field),

@@ -12,16 +12,17 @@
 
 namespace mcp_responses {
 
-/// An attribute that is not a shared leaf, and that a call has copied or inspected. It is kept until the call ends, so that the path of
-/// an unsupported object in it can be determined for the error message.
+/// An attribute that a call has copied or inspected, and that is not a shared leaf. It is kept until the
+/// call ends, so that the path of an unsupported object in it can be determined for the error message.
 struct ReadAttribute {
   const char* record;  // the record's name
   Field field;
   PyRef object;
 };
 
-/// See the concept `Record`. If an attribute cannot be read, throws `PythonError`: the interpreter's
-/// AttributeError, or any error that the attribute's own code raises.
+/// See the concept `Record`. All errors are `PythonError`s: AttributeError for a missing attribute or, of
+/// `value_of_kind`, for another kind; TypeError of `summary`; and any error that the attribute's own code
+/// raises.
 class PyRecord {
  public:
   /// `name` is the record's name in error messages. All arguments must outlive the record.
@@ -38,8 +39,10 @@ class PyRecord {
   PyRef attribute(Field field) const {
     return checked(PyObject_GetAttr, object_, strings_.of(field));
   }
-  /// Returns another reference to the attribute.
+  /// Keeps the attribute, and returns another reference to it.
   PyRef keep(Field field, PyRef attribute) const;
+  /// The attribute as a Value. Keeps it unless it is a shared leaf.
+  Value kept_value(Field field, PyRef attribute) const;
 
   const InternedStrings& strings_;
   PyObject* object_;

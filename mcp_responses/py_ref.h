@@ -1,4 +1,4 @@
-// References to Python objects: two types, two verbs.
+// References to Python objects: owned (PyRef) and borrowed (PyObject*).
 //
 // A PyRef owns one reference. `steal` takes over a reference that already exists, such as a new one;
 // `borrow` adds one; `release` gives it away. A raw PyObject* is always borrowed.

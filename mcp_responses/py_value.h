@@ -1,6 +1,6 @@
-// Python objects as Values. Leaves are shared: a Value refers to the str or int itself, keeps it
-// alive, and is converted back to the same object. A list or dict is converted one level at a time,
-// when a builder inspects it.
+// Python objects as Values. A str is shared: a Value refers to it, keeps it alive, and is converted back
+// to the same object. None, booleans and numbers are stored in the Value. A list or dict is converted one
+// level at a time, when a builder inspects it.
 #pragma once
 
 #include "py_ref.h"
@@ -9,7 +9,7 @@
 
 namespace mcp_responses {
 
-/// A value that refers to the object and keeps it alive. Throws `UnsupportedObject`.
+/// The object as a Value, which keeps a str, list, tuple or dict alive. Throws `UnsupportedObject`.
 Value to_value(PyRef object);
 
 /// The operations of Values that refer to lists, tuples and dicts.

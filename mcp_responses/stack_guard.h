@@ -19,7 +19,8 @@ std::uintptr_t end_of_stack() noexcept;
 inline void check_stack() {
   constexpr std::size_t reserve = std::size_t{64} << 10;
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-  if (here - end_of_stack() < reserve) raise_stack_overflow();  // wraps below the end
+  // Below the end, as on the stack of a coroutine, the difference wraps around and exceeds the reserve.
+  if (here - end_of_stack() < reserve) raise_stack_overflow();
 }
 
 }  // namespace mcp_responses

@@ -39,8 +39,8 @@ struct AskAnswer {
 /// With a budget, the answer is reduced until its text has at most `token_budget` times
 /// `BYTES_PER_TOKEN` bytes. Excerpts shrink, from the last section to the first, to about
 /// `ASK_MIN_EXCERPT_CHARS` bytes. Then whole sections are dropped from the end, then the memories,
-/// then the code. The other members and the citations of kept sections are never cut, and may exceed
-/// the budget.
+/// then the code. The other members, the citations of kept sections and `citations` are never cut, and
+/// may exceed the budget.
 ///
 /// Throws `KindError`, and with a budget `SurrogateError`, because a lone surrogate cannot be
 /// encoded as UTF-8.

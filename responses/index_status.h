@@ -17,7 +17,9 @@ struct IndexStatusOf {
   Passed health = {};
   Passed branch = {};
   Passed progress = {};
-  Passed files_indexed = 0;  // a PyRef cannot be created from 0: the extension gives every member
+  // The defaults of numbers are unused for a PyRef, which cannot be created from 0: the extension gives
+  // every member.
+  Passed files_indexed = 0;
   Passed symbols_indexed = 0;
   Passed last_updated = {};
   Passed errors_count = 0;

@@ -14,9 +14,9 @@ using AddPaginationHint = std::function<Value(Object response, std::int64_t item
 
 /// The result of `add_pagination_hint` for {items_key: items, "total_count", "truncated", "has_more",
 /// "offset"}. Both flags are true if rows remain after this page. If `items_key` is one of the other
-/// keys, that key comes first, with its other value, and the rows are lost. Throws `KindError` if `items` is not a
-/// list, or `total_count` or `offset` not a number. Without `add_pagination_hint`, the response is the
-/// answer.
+/// keys, that key comes first, with its other value, and the rows are lost. Throws `KindError` if `items`
+/// is not a list, or `total_count` or `offset` not a number. Without `add_pagination_hint`, the response is
+/// the answer.
 Value build_paginated_response(Value items, Value total_count, Value offset, const Text& items_key,
                                const AddPaginationHint& add_pagination_hint = {});
 

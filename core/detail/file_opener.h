@@ -1,8 +1,9 @@
 // Opens and reads regular files inside the root of a work tree, and nothing else.
 //
-// A path is resolved component by component, and symlinks are followed by readlink. The result is
-// compared with the root by components, and opened without following symlinks. So nothing outside the
-// root is opened, also if a folder or file is replaced by a symlink between check and use.
+// A path of plain names is opened below the root without following symlinks. If that fails, and for any
+// other path, the path is resolved by readlink, component by component, compared with the root, and opened
+// in the same way. So no file outside the root is opened, also if a folder or file is replaced by a symlink
+// between check and use. Above the root, only the folders that lead to it are opened, with O_PATH.
 #pragma once
 
 #include <cstddef>

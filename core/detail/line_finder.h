@@ -23,8 +23,8 @@ class LineFinder {
   explicit LineFinder(ReadFn read);
 
   /// Returns a line, decoded (an ill-formed sequence gives U+FFFD), without white space at both ends,
-  /// and cut to `CODE_LINE_CHARS`. Returns nothing after the last line. Reads at most one
-  /// window further than necessary. Exceptions of the read function are passed on. Requires a positive number, greater
+  /// and cut to `CODE_LINE_CHARS`. Returns nothing after the last line. Reads at most one window further
+  /// than necessary. Exceptions of the read function are passed on. Requires a positive number, greater
   /// than in the previous call.
   std::optional<Text> find(std::int64_t number);
 

@@ -37,8 +37,8 @@ std::size_t extra_escape_bytes(std::span<const Unit> units) {
   return bytes;
 }
 
-/// The number of bytes in UTF-8 beyond one per unit. The compiler vectorizes the loop, because it has
-/// no branches and a fixed length, and the sum fits in a unit.
+/// The number of bytes in UTF-8 beyond one per unit. The compiler vectorizes the loop of a whole chunk,
+/// because it has no branches and a fixed length. A chunk has at most 128 units, so the sum fits in a unit.
 template <class Unit, std::size_t count>
 std::size_t extra_utf8_bytes_in_chunk(std::span<const Unit, count> units, bool& has_surrogate) {
   constexpr auto surrogate_mask = static_cast<Unit>(0xFFFFF800U);

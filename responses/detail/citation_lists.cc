@@ -70,7 +70,7 @@ void CitationLists::add_section(const Value& section, std::size_t position) {
   const auto list_path = [&] { return element_path("sections", position) + "['citations']"; };
   if (!list) throw KindError(list_path(), {Kind::list}, citations.kind());
   for (std::size_t i = 0; i < std::min(list->size(), ASK_CITATIONS_PER_SECTION); ++i) {
-    // Later citations are never listed: these fill the list of any answer that keeps this section.
+    // The list is full: an answer that keeps this section lists these citations, and no later one.
     if (from_sections_.size() == ASK_MAX_CITATIONS) return;
     const Value& citation = (*list)[i];
     CitationKey key = key_of(citation, [&] { return element_path(list_path(), i); });
