@@ -19,7 +19,7 @@ MAINTENANCE:
 # whose code loads a global name.
 #
 # To add a parameter, add it here and to the call of `native`, and read it in functions.cc under its
-# position. To add a function, define it here; the build then requires its C++ code.
+# position. To add a function, define it here; the import then requires its C++ code.
 
 from __future__ import annotations
 

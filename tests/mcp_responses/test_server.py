@@ -106,7 +106,7 @@ class ReadyServerTest(ServiceTest):
 
     def test_the_list_of_tools_is_short(self):
         text = json.dumps(self.client.request("tools/list"), ensure_ascii=False, separators=(",", ":"))
-        self.assertLess(len(text.encode()), 12_000, "a model pays for it in each conversation")
+        self.assertLess(len(text.encode()), 12_000, "shorten catalogue.py: a model pays for it")
 
     def test_each_description_has_an_example_that_works(self):
         for name, tool in self.client.tools().items():
